@@ -1,0 +1,16 @@
+#include "floatvectorops/tex_float_op.h"
+#include "frame/lib_desc.h"
+#include "frame/plugin_descriptor.h"
+#include "host/api.h"
+
+namespace {
+
+// In this order: each descriptor puts itself at the head of the registry, so the host is shown them
+// from the last to the first, and at unload the library descriptor goes before them.
+samplerinfo::TexFloatOpDesc texFloatOpDesc;
+samplerinfo::LibDesc libDesc;
+
+}  // namespace
+
+/// The library's only export: its descriptor, which lives from load to unload.
+extern "C" SAMPLERINFO_EXPORT QUtils::PluginLibDesc* getLibDesc() { return &libDesc; }

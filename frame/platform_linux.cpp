@@ -1,0 +1,58 @@
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+#include "frame/platform.h"
+
+namespace samplerinfo::platform {
+
+// At least one byte, so that null always means refusal.
+void* heapBlock(std::size_t size) noexcept { return std::malloc(size != 0 ? size : 1); }
+
+void freeHeapBlock(void* block) noexcept { std::free(block); }
+
+// The C library counts its heap instead of letting it be walked.
+std::uint32_t heapTotal() noexcept {
+  const struct mallinfo2 info = mallinfo2();
+  return static_cast<std::uint32_t>(info.arena + info.hblkhd);
+}
+
+HeapWalk walkHeap() noexcept {
+  constexpr std::int32_t kEndOfHeap = -5;
+  const struct mallinfo2 info = mallinfo2();
+  return {static_cast<std::uint32_t>(info.fordblks),
+          static_cast<std::uint32_t>(info.ordblks + info.smblks + info.hblks), kEndOfHeap};
+}
+
+// Nothing can be asked: the C library ends the process when it finds its heap damaged.
+bool heapIsIntact() noexcept { return true; }
+
+int formatText(char* buffer, std::size_t size, const char* format,
+               std::va_list arguments) noexcept {
+  return std::vsnprintf(buffer, size, format, arguments);
+}
+
+// One unbuffered write, so that nothing is allocated and lines of several threads do not mix.
+void debugOutput(const char* text) noexcept {
+  [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
+}
+
+static_assert(sizeof(std::mutex) <= sizeof(Lock) && alignof(std::mutex) <= alignof(Lock));
+
+namespace {
+std::mutex& mutexIn(std::byte* storage) {
+  return *std::launder(reinterpret_cast<std::mutex*>(storage));
+}
+}  // namespace
+
+Lock::Lock() noexcept { new (storage_) std::mutex; }
+Lock::~Lock() { mutexIn(storage_).~mutex(); }
+void Lock::lock() { mutexIn(storage_).lock(); }
+void Lock::unlock() { mutexIn(storage_).unlock(); }
+
+}  // namespace samplerinfo::platform

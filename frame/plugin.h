@@ -1,0 +1,69 @@
+#pragma once
+
+#include "frame/plugin_desc.h"
+#include "frame/texture_interfaces.h"
+
+/// Plugin instances. The order of the virtual operations is part of the contract with the host,
+/// which sets an instance up, and calls `frameBegin`, while no evaluation of it runs.
+namespace QUtils {
+
+class Plugin : public PluginBase {
+ public:
+  ~Plugin() override;
+
+  /// The descriptor that made this plugin, or null.
+  virtual PluginDesc* getPluginDesc();
+
+  /// Keeps a copy of `text`, which is not null, in place of the former one.
+  virtual void setPluginName(const char* text);
+
+ private:
+  char* name_ = nullptr;
+};
+
+/// What the host calls per render and per frame.
+class QuorPluginInterface : public PluginInterface {
+ public:
+  /// Makes the parameter list from the description of `maker`, which may be null.
+  explicit QuorPluginInterface(QuorPluginDesc* maker);
+  ~QuorPluginInterface() override;  // out of line, as for RTTexInterface
+
+  InterfaceId getInterfaceId() const override { return EXT_QUOR_PLUGIN; }
+  const char* getInterfaceName() const override { return "EXT_QUOR_PLUGIN"; }
+
+  virtual void renderBegin(QuorRenderer* renderer);
+  virtual void renderEnd(QuorRenderer* renderer);
+
+  /// The host's default: writes the current parameter values into the registered fields.
+  QUOR_API virtual void frameBegin(QuorRenderer* renderer);
+  virtual void frameEnd(QuorRenderer* renderer);
+
+  /// As `QuorParameterList` has them; 0 and null without a parameter list.
+  virtual std::int32_t setParameter(QuorPluginParameter* param);
+  virtual QuorPluginParameter* getParameter(char* name);
+
+ protected:
+  QuorPluginDesc* desc;          ///< made this plugin; or null
+  QuorParameterList* paramList;  ///< owned through the description; null without one
+};
+
+/// A plugin of the Quor renderer.
+class QuorPlugin : public Plugin, public QuorPluginInterface {
+ public:
+  explicit QuorPlugin(QuorPluginDesc* maker) : QuorPluginInterface(maker) {}
+
+  PluginInterface* getInterface(InterfaceId id) override;
+  PluginDesc* getPluginDesc() override { return desc; }
+  PluginBase* getPlugin() override { return this; }
+};
+
+/// A plugin that is itself a colour texture.
+class QuorTexture : public QuorPlugin, public TextureInterface {
+ public:
+  using QuorPlugin::QuorPlugin;
+
+  PluginInterface* getInterface(InterfaceId id) override;
+  PluginBase* getPlugin() override { return this; }
+};
+
+}  // namespace QUtils

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "host/types.h"
+
+namespace QUtils {
+
+class PluginInterface;
+struct InterfaceEntry;
+
+/// Root of everything that the host holds as an object: descriptors, plugins, frame data.
+///
+/// An object may be given further interfaces. It does not own them; the newest entry is found
+/// first. Asking is safe from any thread; adding and removing is for the one thread that sets the
+/// object up. The order of the virtual operations is part of the contract with the host.
+class PluginBase {
+ public:
+  PluginBase() = default;
+  PluginBase(const PluginBase&) = delete;
+  PluginBase& operator=(const PluginBase&) = delete;
+
+  /// Releases the interfaces that were added with `releaseWithOwner`, oldest first.
+  virtual ~PluginBase();
+
+  /// The interface that answers `id`, or null. Still owned by the object.
+  virtual PluginInterface* getInterface(InterfaceId id);
+
+  /// Told by an interface of this object that its user is done with it. Does nothing.
+  virtual void releaseInterface(PluginInterface* iface);
+
+  /// Returns 1. Adding the same interface again makes another entry.
+  virtual std::int32_t addInterface(PluginInterface* iface, std::int32_t releaseWithOwner);
+
+  /// Removes the newest entry of `iface` without releasing it; returns 1, or 0 if there is none.
+  virtual std::int32_t removeInterface(PluginInterface* iface);
+
+ private:
+  InterfaceEntry* interfaces_ = nullptr;
+};
+
+/// Root of every interface. The order of the virtual operations is part of the contract.
+class PluginInterface {
+ public:
+  PluginInterface() = default;
+  PluginInterface(const PluginInterface&) = delete;
+  PluginInterface& operator=(const PluginInterface&) = delete;
+
+  virtual ~PluginInterface();
+  virtual InterfaceId getInterfaceId() const = 0;
+
+  /// The object that owns this interface, or null.
+  virtual PluginBase* getPlugin() = 0;
+
+  /// The identifier's name, a static text.
+  virtual const char* getInterfaceName() const;
+
+  /// Tells the owning object, if there is one, that its user is done with this interface.
+  virtual void release();
+};
+
+}  // namespace QUtils

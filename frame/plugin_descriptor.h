@@ -1,0 +1,39 @@
+#pragma once
+
+#include <algorithm>
+#include <iterator>
+
+#include "frame/param_table.h"
+#include "frame/plugin_desc.h"
+#include "frame/registry.h"
+
+namespace samplerinfo {
+
+/// The descriptor of the plugin class `P`, which says of itself:
+///   static constexpr std::uint64_t kPluginId;
+///   static constexpr const char* kPluginName;
+///   static constexpr QUtils::InterfaceId kInterfaces[];     announced by `supportsInterface`
+///   static std::span<const ParamRow<P>> description();      its parameters, in the order of
+///   description explicit P(QUtils::QuorPluginDesc* desc);
+template <class P>
+class PluginDescriptor : public QUtils::QuorPluginDesc {
+ public:
+  PluginDescriptor() : QuorPluginDesc(nullptr) {
+    describe(parameters_, P::description());
+    paramListDesc = &parameters_;
+    pluginRegistry.add(this);
+  }
+
+  std::uint64_t getPluginId() const override { return P::kPluginId; }
+  QUtils::PluginBase* newPlugin(void* /*host*/) override { return new P(this); }
+  void deletePlugin(QUtils::PluginBase* plugin) override { delete plugin; }
+  std::int32_t supportsInterface(QUtils::InterfaceId id) const override {
+    return std::ranges::find(P::kInterfaces, id) != std::end(P::kInterfaces) ? 1 : 0;
+  }
+  const char* getPluginName() const override { return P::kPluginName; }
+
+ private:
+  QUtils::QuorParameterListDesc parameters_;
+};
+
+}  // namespace samplerinfo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "math/minmax.h"
+
+/// Bounds as values. An operation on two ranges is bounded by its results at the four corners; it
+/// is not known to enclose every value, and nothing treats a divisor range around 0 specially.
+namespace samplerinfo {
+
+/// A lower and an upper bound. Nothing orders them.
+template <class T>
+struct Range {
+  T lo, hi;
+};
+
+using Interval = Range<float>;
+
+/// Both bounds the same.
+template <class T>
+constexpr Range<T> exactly(T value) {
+  return {value, value};
+}
+
+template <class T>
+constexpr void store(Range<T> range, T& min, T& max) {
+  min = range.lo;
+  max = range.hi;
+}
+
+/// The extremes of `op` at the corners, compared in a chain from (lo, lo) up to (hi, hi).
+template <class T, class Op>
+constexpr auto chainedCorners(Range<T> a, Range<T> b, Op op) {
+  using Result = decltype(op(a.lo, b.lo));
+  const Result ll = op(a.lo, b.lo);
+  const Result lh = op(a.lo, b.hi);
+  const Result hl = op(a.hi, b.lo);
+  const Result hh = op(a.hi, b.hi);
+  return Range<Result>{min(hh, min(hl, min(lh, ll))), max(hh, max(hl, max(lh, ll)))};
+}
+
+/// The extremes of `op` at the corners, compared in two pairs: those of `a.lo`, then those of
+/// `a.hi`. Differs from `chainedCorners` in ties between zeros and where a corner is not a number.
+template <class T, class Op>
+constexpr auto pairedCorners(Range<T> a, Range<T> b, Op op) {
+  using Result = decltype(op(a.lo, b.lo));
+  const Result ll = op(a.lo, b.lo);
+  const Result lh = op(a.lo, b.hi);
+  const Result hl = op(a.hi, b.lo);
+  const Result hh = op(a.hi, b.hi);
+  return Range<Result>{min(min(ll, lh), min(hl, hh)), max(max(ll, lh), max(hl, hh))};
+}
+
+/// The range from the least to the greatest of all four bounds.
+template <class T>
+constexpr Range<T> hull(Range<T> a, Range<T> b) {
+  return {min(b.hi, min(a.hi, min(b.lo, a.lo))), max(b.hi, max(a.hi, max(b.lo, a.lo)))};
+}
+
+}  // namespace samplerinfo

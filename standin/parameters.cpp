@@ -1,0 +1,337 @@
+#include "host/parameters.h"
+
+#include <cstring>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "frame/plugin.h"
+#include "standin/introspection.h"
+
+using standin::ParameterInfo;
+using standin::ParamType;
+
+namespace {
+
+standin::CallListener* callListener = nullptr;
+
+void note(const char* operation, const char* name = nullptr) {
+  if (callListener != nullptr) callListener->called(operation, name);
+}
+
+struct Registration {
+  const QUtils::QuorPluginDesc* desc;
+  const std::vector<ParameterInfo>* parameters;
+};
+
+std::vector<Registration>& registrations() {
+  static std::vector<Registration> list;
+  return list;
+}
+
+/// The interface that a texture of this kind has.
+QUtils::InterfaceId textureId(ParamType type) {
+  switch (type) {
+    case ParamType::Color:
+    case ParamType::ColorOutput:
+      return QUtils::EXT_TEXTURE;
+    case ParamType::Float:
+    case ParamType::FloatOutput:
+      return QUtils::EXT_TEXTURE_FLOAT;
+    case ParamType::Vector:
+    case ParamType::VectorOutput:
+      return QUtils::EXT_TEXTURE_VECTOR;
+    case ParamType::IntegerOutput:
+      return QUtils::EXT_TEXTURE_INT;
+    case ParamType::TransformOutput:
+      return QUtils::EXT_TEXTURE_TRANSFORM;
+    case ParamType::Integer:
+    case ParamType::Boolean:
+      break;
+  }
+  return 0;
+}
+
+}  // namespace
+
+namespace standin {
+
+void listenToCalls(CallListener* listener) { callListener = listener; }
+
+std::span<const ParameterInfo> registeredParameters(const QUtils::QuorPluginDesc* desc) {
+  for (const Registration& registration : registrations()) {
+    if (registration.desc == desc) return *registration.parameters;
+  }
+  return {};
+}
+
+}  // namespace standin
+
+namespace QUtils {
+
+struct QuorParameterListDesc::Storage {
+  std::vector<ParameterInfo> parameters;
+
+  std::int32_t add(const char* operation, const ParameterInfo& info) {
+    note(operation, info.name);
+    parameters.push_back(info);
+    return 1;
+  }
+};
+
+QuorParameterListDesc::QuorParameterListDesc() : storage_(new Storage) {}
+
+QuorParameterListDesc::~QuorParameterListDesc() {
+  std::erase_if(registrations(), [this](const Registration& registration) {
+    return registration.parameters == &storage_->parameters;
+  });
+  delete storage_;
+}
+
+std::int32_t QuorParameterListDesc::addParamTexture(char* name, std::int32_t flags,
+                                                    const char* help, const char* text) {
+  return storage_->add("addParamTexture", {name, ParamType::Color, 0, flags, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addParamTextureFloat(char* name, std::int32_t flags,
+                                                         const char* help, const char* text) {
+  return storage_->add("addParamTextureFloat", {name, ParamType::Float, 0, flags, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addParamTextureVector(char* name, std::int32_t flags,
+                                                          const char* help, const char* text) {
+  return storage_->add("addParamTextureVector", {name, ParamType::Vector, 0, flags, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addParamInt(char* name, std::int32_t initial,
+                                                std::int32_t flags, const char* help,
+                                                const char* text) {
+  return storage_->add("addParamInt", {name, ParamType::Integer, initial, flags, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addParamBool(char* name, bool initial, std::int32_t flags,
+                                                 const char* help, const char* text) {
+  return storage_->add("addParamBool",
+                       {name, ParamType::Boolean, initial ? 1 : 0, flags, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addOutputParamTexture(char* name, const char* help,
+                                                          const char* text) {
+  return storage_->add("addOutputParamTexture", {name, ParamType::ColorOutput, 0, 0, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addOutputParamTextureFloat(char* name, const char* help,
+                                                               const char* text) {
+  return storage_->add("addOutputParamTextureFloat",
+                       {name, ParamType::FloatOutput, 0, 0, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addOutputParamTextureVector(char* name, const char* help,
+                                                                const char* text) {
+  return storage_->add("addOutputParamTextureVector",
+                       {name, ParamType::VectorOutput, 0, 0, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addOutputParamTextureInt(char* name, const char* help,
+                                                             const char* text) {
+  return storage_->add("addOutputParamTextureInt",
+                       {name, ParamType::IntegerOutput, 0, 0, help, text});
+}
+
+std::int32_t QuorParameterListDesc::addOutputParamTextureTransform(char* name, const char* help,
+                                                                   const char* text) {
+  return storage_->add("addOutputParamTextureTransform",
+                       {name, ParamType::TransformOutput, 0, 0, help, text});
+}
+
+std::int32_t QuorParameterListDesc::registerParameters(QuorPluginHost* /*host*/,
+                                                       QuorPluginDesc* desc) {
+  note("registerParameters");
+  std::erase_if(registrations(),
+                [desc](const Registration& registration) { return registration.desc == desc; });
+  registrations().push_back({desc, &storage_->parameters});
+  return 1;
+}
+
+struct QuorParameterList::Storage {
+  /// One parameter of the instance. The value of a texture input is the interface that it is
+  /// connected to, that of an output the interface that stands for it.
+  struct Slot {
+    ParameterInfo info;
+    QuorPluginParameter value;
+    void* cache;  ///< the plugin's field for an input, or null
+  };
+  std::vector<Slot> slots;
+
+  explicit Storage(const std::vector<ParameterInfo>& parameters) {
+    slots.reserve(parameters.size());
+    for (const ParameterInfo& info : parameters) {
+      QuorPluginParameter value{info.name, ParameterKind::Interface, {}};
+      value.value.connection = {};
+      if (info.type == ParamType::Integer) {
+        value.kind = ParameterKind::Integer;
+        value.value.integer = info.initial;
+      } else if (info.type == ParamType::Boolean) {
+        value.kind = ParameterKind::Boolean;
+        value.value.boolean = info.initial != 0;
+      } else {
+        value.value.iface = nullptr;
+      }
+      slots.push_back({info, value, nullptr});
+    }
+  }
+
+  Slot* find(const char* name) {
+    for (Slot& slot : slots) {
+      if (std::strcmp(slot.info.name, name) == 0) return &slot;
+    }
+    return nullptr;
+  }
+
+  void setCache(const char* name, bool fits(ParamType), void* cache) {
+    note("setParamCache", name);
+    if (Slot* slot = find(name); slot != nullptr && fits(slot->info.type)) slot->cache = cache;
+  }
+
+  void setOutput(const char* name, ParamType type, PluginInterface* output) {
+    note("setOutputParamCache", name);
+    if (Slot* slot = find(name); slot != nullptr && slot->info.type == type) {
+      slot->value.value.iface = output;
+    }
+  }
+
+  /// Writes the current values into the plugin's fields.
+  void writeCaches() const {
+    for (const Slot& slot : slots) {
+      if (slot.cache == nullptr) continue;
+      PluginInterface* iface = slot.value.value.iface;
+      switch (slot.info.type) {
+        case ParamType::Color:
+          *static_cast<TextureInterface**>(slot.cache) = static_cast<TextureInterface*>(iface);
+          break;
+        case ParamType::Float:
+          *static_cast<TextureFloatInterface**>(slot.cache) =
+              static_cast<TextureFloatInterface*>(iface);
+          break;
+        case ParamType::Vector:
+          *static_cast<TextureVectorInterface**>(slot.cache) =
+              static_cast<TextureVectorInterface*>(iface);
+          break;
+        case ParamType::Integer:
+          *static_cast<std::int32_t*>(slot.cache) = slot.value.value.integer;
+          break;
+        case ParamType::Boolean:
+          *static_cast<std::int32_t*>(slot.cache) = slot.value.value.boolean ? 1 : 0;
+          break;
+        default:
+          break;
+      }
+    }
+  }
+};
+
+namespace {
+
+/// The interface `id` of an object, or of the output of an object; null if it has none.
+PluginInterface* resolve(const QuorPluginParameter::Connection& connection, InterfaceId id) {
+  if (connection.output == nullptr) return connection.object->getInterface(id);
+  auto* plugin =
+      static_cast<QuorPluginInterface*>(connection.object->getInterface(EXT_QUOR_PLUGIN));
+  if (plugin == nullptr) return nullptr;
+  const QuorPluginParameter* output = plugin->getParameter(const_cast<char*>(connection.output));
+  if (output == nullptr || output->kind != ParameterKind::Interface) return nullptr;
+  PluginInterface* iface = output->value.iface;
+  return iface != nullptr && iface->getInterfaceId() == id ? iface : nullptr;
+}
+
+}  // namespace
+
+QuorParameterList* QuorParameterListDesc::newParameterList() {
+  note("newParameterList");
+  return new QuorParameterList(new QuorParameterList::Storage(storage_->parameters));
+}
+
+void QuorParameterListDesc::deleteParameterList(QuorParameterList* list) {
+  note("deleteParameterList");
+  if (list == nullptr) return;
+  delete list->storage_;
+  delete list;
+}
+
+void QuorParameterList::setParamCache(char* name, TextureInterface** cache) {
+  storage_->setCache(
+      name, [](ParamType type) { return type == ParamType::Color; }, cache);
+}
+
+void QuorParameterList::setParamCache(char* name, TextureFloatInterface** cache) {
+  storage_->setCache(
+      name, [](ParamType type) { return type == ParamType::Float; }, cache);
+}
+
+void QuorParameterList::setParamCache(char* name, TextureVectorInterface** cache) {
+  storage_->setCache(
+      name, [](ParamType type) { return type == ParamType::Vector; }, cache);
+}
+
+void QuorParameterList::setParamCache(char* name, std::int32_t* cache) {
+  storage_->setCache(
+      name, [](ParamType type) { return type == ParamType::Integer || type == ParamType::Boolean; },
+      cache);
+}
+
+void QuorParameterList::setOutputParamCache(char* name, TextureInterface* output) {
+  storage_->setOutput(name, ParamType::ColorOutput, output);
+}
+
+void QuorParameterList::setOutputParamCache(char* name, TextureFloatInterface* output) {
+  storage_->setOutput(name, ParamType::FloatOutput, output);
+}
+
+void QuorParameterList::setOutputParamCache(char* name, TextureVectorInterface* output) {
+  storage_->setOutput(name, ParamType::VectorOutput, output);
+}
+
+void QuorParameterList::setOutputParamCache(char* name, TextureIntInterface* output) {
+  storage_->setOutput(name, ParamType::IntegerOutput, output);
+}
+
+void QuorParameterList::setOutputParamCache(char* name, TextureTransformInterface* output) {
+  storage_->setOutput(name, ParamType::TransformOutput, output);
+}
+
+std::int32_t QuorParameterList::setParameter(QuorPluginParameter* param) {
+  note("setParameter", param->name);
+  Storage::Slot* slot = storage_->find(param->name);
+  if (slot == nullptr || slot->info.isOutput()) return 0;
+
+  if (slot->value.kind != ParameterKind::Interface) {
+    if (param->kind != slot->value.kind) return 0;
+    slot->value.value = param->value;
+    return 1;
+  }
+
+  const InterfaceId id = textureId(slot->info.type);
+  PluginInterface* texture = nullptr;
+  if (param->kind == ParameterKind::Object && param->value.connection.object != nullptr) {
+    texture = resolve(param->value.connection, id);
+    if (texture == nullptr) return 0;
+  } else if (param->kind == ParameterKind::Interface && param->value.iface != nullptr) {
+    texture = param->value.iface;
+    if (texture->getInterfaceId() != id) return 0;
+  } else if (param->kind != ParameterKind::Object && param->kind != ParameterKind::Interface) {
+    return 0;
+  }
+  slot->value.value.iface = texture;
+  return 1;
+}
+
+QuorPluginParameter* QuorParameterList::getParam(char* name) {
+  Storage::Slot* slot = storage_->find(name);
+  return slot != nullptr ? &slot->value : nullptr;
+}
+
+void QuorPluginInterface::frameBegin(QuorRenderer* /*renderer*/) {
+  if (paramList != nullptr) paramList->storage_->writeCaches();
+}
+
+}  // namespace QUtils
