@@ -1,0 +1,23 @@
+# shellcheck shell=bash
+# Sourced by the scripts: goes to the project's root, gives `fail` and `step`.
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+# fail TEXT: ends the script with one line that says why.
+fail() {
+  echo "$(basename "$0"): $1" >&2
+  exit 1
+}
+
+# step NAME COMMAND...: runs the command, saying what and how long; names the step if it fails.
+step() {
+  local name=$1 start=$SECONDS status=0
+  shift
+  echo "==> $name"
+  "$@" || status=$?
+  if ((status != 0)); then
+    echo "==> FAILED: $name (exit code $status after $((SECONDS - start)) s)" >&2
+    exit "$status"
+  fi
+  echo "==> $name: done in $((SECONDS - start)) s"
+}

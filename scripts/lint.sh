@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Checks the format of every C++ file and analyses every one that is compiled on this system.
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+
+build=build/clang-release
+
+format() {
+  git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
+}
+
+# The tracked files that the compile database knows: neither generated ones nor another system's.
+compiled_files() {
+  local file
+  for file in $(git ls-files '*.cpp'); do
+    ! grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" || echo "$file"
+  done
+}
+
+# One file per process. What clang-tidy says is shown only on failure: it counts what it left out.
+analyse() {
+  compiled_files | xargs -n 1 -P "$(nproc)" bash -c '
+    report=$(clang-tidy --quiet -p "$0" "$1" 2>&1) || { echo "$report"; exit 1; }' "$build"
+}
+
+step "packages" scripts/install.sh build clang lint
+step "clang-format" format
+step "configure clang-release" cmake --preset clang-release
+step "clang-tidy" analyse

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# usage: scripts/test.sh [PRESET [CTEST-OPTION...]]
+# Installs what is missing, builds a preset (release, if none is named) and runs its tests.
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+
+preset=${1:-release}
+sections=(build)
+[[ $preset != clang-* ]] || sections+=(clang)
+
+step "packages for $preset" scripts/install.sh "${sections[@]}"
+step "configure $preset" cmake --preset "$preset"
+step "build $preset" cmake --build --preset "$preset"
+step "test $preset" ctest --preset "$preset" --parallel "$(nproc)" "${@:2}"
