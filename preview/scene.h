@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/types.h"
+
+/// What a scene file says, checked and with the defaults filled in. Lengths and positions are in
+/// world space unless said otherwise; world space is right-handed with y up.
+namespace preview {
+
+struct Image {
+  std::int32_t width = 320, height = 240;  ///< pixels
+  std::int32_t samples = 4;                ///< per pixel
+};
+
+/// The frames of the scene, both included. Frame times are these numbers.
+struct Frames {
+  std::int32_t first = 1, last = 1;
+
+  std::int32_t count() const { return last - first + 1; }
+};
+
+/// The ray times between which the samples of a frame lie, within [0, 1].
+struct Shutter {
+  double open = 0, close = 1;
+};
+
+struct CameraKey {
+  QUtils::DVector position = {0, 0, 5};
+  QUtils::DVector target = {0, 0, 0};
+  QUtils::Vector up = {0, 1, 0};
+};
+
+/// A camera that looks down its negative z axis. It stands at the first key at ray time 0 of the
+/// first frame and at the second key at ray time 1 of the last; with one key it stands still.
+struct Camera {
+  double fov = 40;  ///< vertical angle of view, degrees
+  std::vector<CameraKey> keys = {CameraKey{}};
+};
+
+// Shapes, in object space and around its origin. The uv coordinates run over [0, 1].
+
+struct Sphere {
+  double radius = 1;  ///< u around the y axis, v from the south pole to the north
+};
+struct Plane {
+  double width = 1, depth = 1;  ///< along x and z, facing +y; u along x, v along -z
+};
+struct Box {
+  double width = 1, height = 1, depth = 1;  ///< along x, y and z; each face has the whole uv square
+};
+struct Torus {
+  double radius = 1, tube = 0.25;  ///< around the y axis; u around the axis, v around the tube
+};
+struct ObjFile {
+  std::filesystem::path path;  ///< an existing file; its vt coordinates are the uv coordinates
+};
+using Shape = std::variant<Sphere, Plane, Box, Torus, ObjFile>;
+
+struct Object {
+  std::string name;
+  std::string place;  ///< in the file, as in "objects.ball"
+  Shape shape;
+  QUtils::PreciseTransform toWorld;  ///< object space to world space, invertible
+  std::int32_t materialId = 0;
+
+  // What the object and its surface offer to textures.
+  bool hasObjectSpace = true;
+  bool hasUvw = true;
+  bool hasMaterialId = true;
+};
+
+/// An output of a node, or the node itself where `output` is empty.
+struct Reference {
+  std::string node, output;
+};
+
+struct Parameter {
+  std::string name;
+  std::variant<bool, double, std::vector<double>, Reference> value;
+};
+
+struct Node {
+  std::string name;
+  std::string place;    ///< in the file, as in "nodes.tint"
+  std::string plugin;   ///< a kind of plugin, or empty for one of the host's own textures:
+  std::string texture;  ///< "constant", "checker" or "ramp"; else empty
+  std::vector<Parameter> parameters;
+};
+
+/// What a picture shows of a texture; the last four are for transforms alone.
+enum class Show { Value, Lower, Upper, Gradient, Column0, Column1, Column2, Offset };
+
+struct Picture {
+  std::string name;   ///< the name of its file
+  std::string place;  ///< in the file, as in "pictures.facing"
+  Reference from;
+  Show show = Show::Value;
+  double low = 0, high = 1;  ///< the values that become black and white
+  std::string caption;
+};
+
+struct Scene {
+  std::filesystem::path file;
+  Image image;
+  Frames frames;
+  Shutter shutter;
+  Camera camera;
+  QUtils::DVector worldOffset = {};  ///< world position of the origin of render space
+  std::vector<Object> objects;
+  std::vector<Node> nodes;
+  std::vector<Picture> pictures;
+};
+
+}  // namespace preview
