@@ -9,7 +9,7 @@ namespace standin {
 class ConstantFloat final : public QUtils::TextureFloatInterface {
  public:
   ConstantFloat() = default;
-  explicit ConstantFloat(float value) : value(value), lo(value), hi(value) {}
+  explicit ConstantFloat(float everywhere) : value(everywhere), lo(everywhere), hi(everywhere) {}
 
   QUtils::PluginBase* getPlugin() override { return nullptr; }
   float getFloat(const QUtils::ShadingContext& /*sc*/) const override { return value; }
@@ -29,7 +29,8 @@ class ConstantFloat final : public QUtils::TextureFloatInterface {
 class ConstantVector final : public QUtils::TextureVectorInterface {
  public:
   ConstantVector() = default;
-  explicit ConstantVector(QUtils::Vector value) : value(value), lo(value), hi(value) {}
+  explicit ConstantVector(QUtils::Vector everywhere)
+      : value(everywhere), lo(everywhere), hi(everywhere) {}
 
   QUtils::PluginBase* getPlugin() override { return nullptr; }
   QUtils::Vector getVector(const QUtils::ShadingContext& /*sc*/) const override { return value; }
@@ -49,7 +50,8 @@ class ConstantVector final : public QUtils::TextureVectorInterface {
 class ConstantColor final : public QUtils::TextureInterface {
  public:
   ConstantColor() = default;
-  explicit ConstantColor(QUtils::AColor value) : value(value), lo(value), hi(value) {}
+  explicit ConstantColor(QUtils::AColor everywhere)
+      : value(everywhere), lo(everywhere), hi(everywhere) {}
 
   QUtils::PluginBase* getPlugin() override { return nullptr; }
   QUtils::AColor getColor(const QUtils::ShadingContext& /*sc*/) const override { return value; }

@@ -33,10 +33,10 @@ inline std::string show(float value) {
   return text;
 }
 inline std::string show(const QUtils::Vector& v) {
-  return "(" + show(v.x) + ", " + show(v.y) + ", " + show(v.z) + ")";
+  return std::string("(") + show(v.x) + ", " + show(v.y) + ", " + show(v.z) + ")";
 }
 inline std::string show(const QUtils::AColor& c) {
-  return "(" + show(c.r) + ", " + show(c.g) + ", " + show(c.b) + ", " + show(c.a) + ")";
+  return std::string("(") + show(c.r) + ", " + show(c.g) + ", " + show(c.b) + ", " + show(c.a) + ")";
 }
 
 /// For EXPECT_TRUE(same(got, expected)).
@@ -50,9 +50,8 @@ inline constexpr float kInf = std::numeric_limits<float>::infinity();
 inline constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 /// Numbers on which rules about ties, signs, overflow and not-a-numbers are decided.
-inline constexpr float kSpecials[] = {
-    0.0F,   -0.0F, 1.0F,  -1.0F, 0.5F,     3.0F,      -2.5F,
-    1e-40F, 3e38F, -3e38F, kInf, -kInf, kNaN, 0.1F,     16777217.0F};
+inline constexpr float kSpecials[] = {0.0F,  -0.0F,  1.0F, -1.0F, 0.5F, 3.0F, -2.5F,      1e-40F,
+                                      3e38F, -3e38F, kInf, -kInf, kNaN, 0.1F, 16777217.0F};
 
 /// Seeded numbers; one in four is one of `kSpecials`.
 class RandomFloats {

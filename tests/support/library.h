@@ -10,8 +10,8 @@
 
 namespace test {
 
-/// The library under test. `library_loaded.cpp` loads the module as a host does and keeps it until the
-/// process ends; a test program that has the library's code linked into itself returns that.
+/// The library under test. `library_loaded.cpp` loads the module as a host does and keeps it until
+/// the process ends; a test program that has the library's code linked into itself returns that.
 QUtils::PluginLibDesc& library();
 
 /// The descriptors that the library shows, in its order.
@@ -32,7 +32,8 @@ class Instance {
   QUtils::QuorPluginInterface& plugin() { return *plugin_; }
   void frameBegin() { plugin_->frameBegin(nullptr); }
 
-  /// Connect a texture (null disconnects), or set a number. False if the parameter does not take it.
+  /// Connect a texture (null disconnects), or set a number. False if the parameter does not take
+  /// it.
   bool connect(const char* name, QUtils::PluginInterface* texture);
   bool set(const char* name, std::int32_t value);
   bool set(const char* name, bool value);

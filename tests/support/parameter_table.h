@@ -17,8 +17,8 @@ struct ExpectedParameter {
   std::int32_t initial = 0;
 };
 
-/// Registers the plugin kind and compares its parameters, in order, with `expected`; every input must
-/// have been added with -1 and every parameter with a null last text.
+/// Registers the plugin kind and compares its parameters, in order, with `expected`; every input
+/// must have been added with -1 and every parameter with a null last text.
 void expectParameters(const std::string& pluginName,
                       const std::vector<ExpectedParameter>& expected);
 

@@ -1,0 +1,57 @@
+#include "tests/support/fake_platform.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace test {
+
+FakePlatform& fakePlatform() {
+  static thread_local FakePlatform platform;
+  return platform;
+}
+
+}  // namespace test
+
+namespace samplerinfo::platform {
+namespace {
+
+// Not part of FakePlatform: its text allocates, and so does its creation, on the first use in a
+// thread.
+thread_local bool insideFake = false;
+
+}  // namespace
+
+void* heapBlock(std::size_t size) noexcept {
+  if (!std::exchange(insideFake, true)) {
+    test::FakePlatform& fake = test::fakePlatform();
+    ++fake.blocks;
+    insideFake = false;
+    if (fake.refuse) return nullptr;
+  }
+  return std::malloc(size != 0 ? size : 1);
+}
+
+void freeHeapBlock(void* block) noexcept { std::free(block); }
+std::uint32_t heapTotal() noexcept { return test::fakePlatform().total; }
+HeapWalk walkHeap() noexcept { return test::fakePlatform().walk; }
+bool heapIsIntact() noexcept { return test::fakePlatform().heapIntact; }
+
+int formatText(char* buffer, std::size_t size, const char* format,
+               std::va_list arguments) noexcept {
+  return std::vsnprintf(buffer, size, format, arguments);
+}
+
+void debugOutput(const char* text) noexcept {
+  insideFake = true;
+  test::fakePlatform().debugText += text;
+  insideFake = false;
+}
+
+// Counts instead of excluding: the tests that use it have one thread.
+Lock::Lock() noexcept : storage_{} {}
+Lock::~Lock() = default;
+void Lock::lock() { ++test::fakePlatform().locks; }
+void Lock::unlock() {}
+
+}  // namespace samplerinfo::platform

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frame/platform.h"
+
+/// A system for the allocator that does what a test wants.
+namespace test {
+
+struct FakePlatform {
+  bool refuse = false;  ///< the heap gives no more blocks on this thread
+  bool heapIntact = true;
+  std::uint32_t total = 0;
+  samplerinfo::platform::HeapWalk walk;
+  std::string debugText;     ///< all that was written to the debug output
+  std::uint64_t blocks = 0;  ///< blocks given so far
+  std::uint64_t locks = 0;   ///< locks taken so far
+};
+
+/// The calling thread's own.
+FakePlatform& fakePlatform();
+
+}  // namespace test
