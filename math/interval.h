@@ -27,8 +27,8 @@ constexpr void store(Range<T> range, T& min, T& max) {
 }
 
 /// The extremes of `op` at the corners, compared in a chain from (lo, lo) up to (hi, hi).
-template <class T, class Op>
-constexpr auto chainedCorners(Range<T> a, Range<T> b, Op op) {
+template <class A, class B, class Op>
+constexpr auto chainedCorners(Range<A> a, Range<B> b, Op op) {
   using Result = decltype(op(a.lo, b.lo));
   const Result ll = op(a.lo, b.lo);
   const Result lh = op(a.lo, b.hi);
@@ -37,16 +37,18 @@ constexpr auto chainedCorners(Range<T> a, Range<T> b, Op op) {
   return Range<Result>{min(hh, min(hl, min(lh, ll))), max(hh, max(hl, max(lh, ll)))};
 }
 
+/// The extremes of four numbers, compared in two pairs. Differs from a chain in ties between zeros
+/// and where one is not a number.
+template <class T>
+constexpr Range<T> pairedExtremes(T ll, T lh, T hl, T hh) {
+  return {min(min(ll, lh), min(hl, hh)), max(max(ll, lh), max(hl, hh))};
+}
+
 /// The extremes of `op` at the corners, compared in two pairs: those of `a.lo`, then those of
-/// `a.hi`. Differs from `chainedCorners` in ties between zeros and where a corner is not a number.
-template <class T, class Op>
-constexpr auto pairedCorners(Range<T> a, Range<T> b, Op op) {
-  using Result = decltype(op(a.lo, b.lo));
-  const Result ll = op(a.lo, b.lo);
-  const Result lh = op(a.lo, b.hi);
-  const Result hl = op(a.hi, b.lo);
-  const Result hh = op(a.hi, b.hi);
-  return Range<Result>{min(min(ll, lh), min(hl, hh)), max(max(ll, lh), max(hl, hh))};
+/// `a.hi`.
+template <class A, class B, class Op>
+constexpr auto pairedCorners(Range<A> a, Range<B> b, Op op) {
+  return pairedExtremes(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
 }
 
 /// The range from the least to the greatest of all four bounds.

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "host/types.h"
+#include "math/minmax.h"
 
 /// Component-wise arithmetic in 32-bit floats, one rounding per operation. In the namespace of the
 /// types, so that it is found wherever they are used.
@@ -11,11 +12,31 @@ namespace QUtils {
 constexpr Vector operator+(Vector a, Vector b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 constexpr Vector operator-(Vector a, Vector b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 constexpr Vector operator*(Vector v, float s) { return {v.x * s, v.y * s, v.z * s}; }
+constexpr Vector operator*(float s, Vector v) { return v * s; }
 constexpr Vector operator/(Vector v, float s) { return {v.x / s, v.y / s, v.z / s}; }
+
+/// The rule of `samplerinfo::min` and `max` for each component.
+constexpr Vector min(Vector a, Vector b) {
+  return {samplerinfo::min(a.x, b.x), samplerinfo::min(a.y, b.y), samplerinfo::min(a.z, b.z)};
+}
+constexpr Vector max(Vector a, Vector b) {
+  return {samplerinfo::max(a.x, b.x), samplerinfo::max(a.y, b.y), samplerinfo::max(a.z, b.z)};
+}
+
+/// The gradient of a product s·t by the product rule.
+constexpr Vector productGradient(float s, Vector ds, float t, Vector dt) { return ds * t + dt * s; }
 
 /// Each component rounded to 32 bits.
 constexpr Vector toFloat(DVector v) {
   return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
+}
+
+constexpr DVector toDouble(Vector v) { return {v.x, v.y, v.z}; }
+
+/// The products of two vectors, in 64-bit floats.
+constexpr double dot(DVector a, DVector b) { return (a.x * b.x + a.y * b.y) + a.z * b.z; }
+constexpr DVector cross(DVector a, DVector b) {
+  return {a.y * b.z - b.y * a.z, a.z * b.x - b.z * a.x, a.x * b.y - b.x * a.y};
 }
 
 /// Single sums and a single root, all in 32-bit floats.
