@@ -42,7 +42,8 @@ void debugOutput(const char* text) noexcept {
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
 }
 
-static_assert(sizeof(std::mutex) <= sizeof(Lock) && alignof(std::mutex) <= alignof(Lock));
+static_assert(sizeof(Lock) >= sizeof(std::mutex));
+static_assert(alignof(Lock) >= alignof(std::mutex));
 
 namespace {
 std::mutex& mutexIn(std::byte* storage) {

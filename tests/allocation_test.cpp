@@ -92,16 +92,19 @@ TEST_F(AllocationTest, EveryFormOfNewAndDeleteUsesTheOneAllocator) {
 
 TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {
   struct Row {
-    int size;
     const char* text;
+    int size;
     int result;
     const char* left;
   };
   const Row rows[] = {
-      {0, "abc", 0, "........"},       {-4, "abc", 0, "........"}, {8, "", 0, ""},
-      {8, "1234567", 7, "1234567"},    // just fits
-      {8, "12345678", -1, "1234567"},  // fills the buffer, so its last character is lost
-      {8, "123456789", -1, "1234567"}, {1, "x", -1, ""},
+      {"abc", 0, 0, "........"},
+      {"abc", -4, 0, "........"},
+      {"", 8, 0, ""},
+      {"1234567", 8, 7, "1234567"},    // just fits
+      {"12345678", 8, -1, "1234567"},  // fills the buffer, so its last character is lost
+      {"123456789", 8, -1, "1234567"},
+      {"x", 1, -1, ""},
   };
   for (const Row& row : rows) {
     char buffer[] = "........";
