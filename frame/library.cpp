@@ -1,4 +1,5 @@
 #include "floatvectorops/tex_float_op.h"
+#include "floatvectorops/tex_vector_op.h"
 #include "frame/lib_desc.h"
 #include "frame/plugin_descriptor.h"
 #include "host/api.h"
@@ -7,6 +8,7 @@ namespace {
 
 // In this order: each descriptor puts itself at the head of the registry, so the host is shown them
 // from the last to the first, and at unload the library descriptor goes before them.
+samplerinfo::TexVectorOpDesc texVectorOpDesc;
 samplerinfo::TexFloatOpDesc texFloatOpDesc;
 samplerinfo::LibDesc libDesc;
 
