@@ -1,3 +1,5 @@
+#include "colorops/float3_to_acolor.h"
+#include "colorops/tex_a_color_op.h"
 #include "floatvectorops/tex_float_op.h"
 #include "floatvectorops/tex_vector_op.h"
 #include "frame/lib_desc.h"
@@ -10,6 +12,8 @@ namespace {
 // from the last to the first, and at unload the library descriptor goes before them.
 samplerinfo::TexVectorOpDesc texVectorOpDesc;
 samplerinfo::TexFloatOpDesc texFloatOpDesc;
+samplerinfo::TexAColorOpDesc texAColorOpDesc;
+samplerinfo::Float3ToAColorDesc float3ToAColorDesc;
 samplerinfo::LibDesc libDesc;
 
 }  // namespace

@@ -30,8 +30,9 @@ namespace detail {
 inline constexpr std::int32_t kFlags = -1;
 inline constexpr const char* kText = nullptr;
 
+// Unlike std::derived_from it also holds for an output that has several interfaces.
 template <class Member>
-concept IsOutput = std::derived_from<Member, QUtils::PluginInterface>;
+concept IsOutput = std::is_base_of_v<QUtils::PluginInterface, Member>;
 
 /// The texture interface that an output offers to the inputs connected to it.
 template <class Output>
