@@ -3,7 +3,7 @@ add_library(project_flags INTERFACE)
 target_compile_features(project_flags INTERFACE cxx_std_20)
 target_include_directories(project_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
-if(MSVC AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+if(MSVC)
   target_compile_options(project_flags INTERFACE /W4 /WX /fp:precise /utf-8)
 else()
   target_compile_options(project_flags INTERFACE
@@ -13,6 +13,14 @@ else()
     -fvisibility=hidden -fvisibility-inlines-hidden)
   # Without it a module that once was loaded stays in the process. Only g++ knows the option.
   target_compile_options(project_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)  # the x87 registers would round otherwise
+    target_compile_options(project_flags INTERFACE -msse2 -mfpmath=sse)
+  endif()
+endif()
+
+if(SAMPLERINFO_WINDOWS_RUNTIME)  # a toolchain without Visual Studio brings what stands in for it
+  include(${SAMPLERINFO_WINDOWS_RUNTIME})
+  target_link_libraries(project_flags INTERFACE windows_headers windows_runtime)
 endif()
 
 set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
