@@ -5,11 +5,13 @@
 #include "frame/lib_desc.h"
 #include "frame/plugin_descriptor.h"
 #include "host/api.h"
+#include "sampler/tex_sampler.h"
 
 namespace {
 
 // In this order: each descriptor puts itself at the head of the registry, so the host is shown them
 // from the last to the first, and at unload the library descriptor goes before them.
+samplerinfo::TexSamplerDesc texSamplerDesc;
 samplerinfo::TexVectorOpDesc texVectorOpDesc;
 samplerinfo::TexFloatOpDesc texFloatOpDesc;
 samplerinfo::TexAColorOpDesc texAColorOpDesc;
