@@ -1,0 +1,185 @@
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <thread>
+
+#include "tests/support/shading_host.h"
+
+namespace {
+
+using namespace test;
+
+constexpr const char* kNear = "cameraNearClipPlane";
+constexpr const char* kFar = "cameraFarClipPlane";
+
+/// A camera at the origin that looks down the negative z axis, and a box in front of it.
+class ClipPlanes : public ::testing::Test {
+ protected:
+  ClipPlanes() { setBox({-1, -1, -20}, {1, 1, -5}); }
+
+  void setBox(const Vector& lo, const Vector& hi) {
+    host.scene.lo = lo;
+    host.scene.hi = hi;
+  }
+  void expectPlanes(float nearPlane, float farPlane) {
+    EXPECT_TRUE(same(sampler.number(kFar, host.sc), farPlane));
+    EXPECT_TRUE(same(sampler.number(kNear, host.sc), nearPlane));
+  }
+
+  ShadingHost host;
+  Sampler sampler;
+};
+
+TEST_F(ClipPlanes, EncloseTheBoxAndAreAtLeastATenthAway) {
+  struct Row {
+    Vector lo, hi;
+    float nearPlane, farPlane;
+  };
+  const Row rows[] = {
+      {{-1, -1, -20}, {1, 1, -5}, 5, 20},
+      {{-1, -1, 5}, {1, 1, 20}, 0.1F, 0.1F},  // behind the camera
+      {{-1, -1, -8}, {1, 1, 3}, 0.1F, 8},     // around the camera
+      {{1, 1, -5}, {-1, -1, -20}, 5, 20},     // inverted
+      {{0, 0, 0}, {0, 0, 0}, 0.1F, 0.1F},
+      {{0, 0, kNaN}, {0, 0, -7}, 0.1F, 7},
+      {{0, 0, -7}, {0, 0, kNaN}, 0.1F, 7},
+      {{0, 0, -kInf}, {0, 0, -7}, 7, kInf},
+      {{0, 0, -kInf}, {0, 0, -kInf}, 1e30F, kInf},
+      {{0, 0, kInf}, {0, 0, kInf}, 0.1F, 0.1F},
+      {{-kInf, 0, -20}, {1, 0, -5}, 0.1F, 20},  // 0 times infinity
+      {{0, 0, -3e38F}, {0, 0, -2e30F}, 1e30F, 3e38F},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(show(row.lo) + show(row.hi));
+    setBox(row.lo, row.hi);
+    sampler.frameBegin();
+    expectPlanes(row.nearPlane, row.farPlane);
+  }
+}
+
+/// The planes worked out a second time, one rounded step a line.
+Vector planesOf(const ShadingHost& host) {
+  const PreciseTransform& t = host.frame.worldToCamera;
+  float nearest = 1e30F;
+  float farthest = 0.1F;
+  for (const float z : {host.scene.lo.z, host.scene.hi.z}) {
+    for (const float y : {host.scene.lo.y, host.scene.hi.y}) {
+      for (const float x : {host.scene.lo.x, host.scene.hi.x}) {
+        const float cx = t.c0.z * x;
+        const float cy = t.c1.z * y;
+        const float cz = t.c2.z * z;
+        const float yx = cy + cx;
+        const float turned = yx + cz;
+        const float zc = turned + static_cast<float>(t.offset.z);
+        float depth = 0 - zc;
+        if (!(depth > 0.1F)) depth = 0.1F;
+        if (!(nearest < depth)) nearest = depth;
+        if (!(farthest > depth)) farthest = depth;
+      }
+    }
+  }
+  return {nearest, farthest, 0};
+}
+
+TEST_F(ClipPlanes, EqualTheirFormula) {
+  for (std::uint32_t seed = 0; seed < 4000; ++seed) {
+    SCOPED_TRACE(seed);
+    RandomReals random(seed);
+    host.frame.worldToCamera = random.transform();
+    setBox(random.vector(), random.vector());
+    const Vector expected = planesOf(host);
+    sampler.frameBegin();
+    expectPlanes(expected.x, expected.y);
+    if (HasFailure()) return;
+  }
+}
+
+TEST_F(ClipPlanes, AreComputedAndLoggedOnceAFrame) {
+  EXPECT_TRUE(host.log.lines.empty());
+  expectPlanes(5, 20);
+  setBox({0, 0, -3.14159F}, {0, 0, -2});
+  expectPlanes(5, 20);
+  const std::vector<std::string> first = {"Auto clipping planes : 5.00 20.00\n"};
+  EXPECT_EQ(host.log.lines, first);
+
+  sampler.plugin().renderBegin(nullptr);  // binds, but begins no frame
+  expectPlanes(5, 20);
+  sampler.frameBegin();
+  host.frame.worldToCamera.offset.z = -1;
+  EXPECT_EQ(host.log.lines, first) << "a frame without evaluations logs nothing";
+  expectPlanes(3, 4.14159F);
+  EXPECT_EQ(host.log.lines.size(), 2U);
+  EXPECT_EQ(host.log.lines.back(), "Auto clipping planes : 3.00 4.14\n");
+
+  Sampler other;
+  EXPECT_TRUE(same(other.number(kNear, host.sc), 3.0F));
+  EXPECT_EQ(host.log.lines.size(), 3U) << "each instance has planes of its own";
+
+  sampler.frameBegin();
+  host.services.log = nullptr;
+  setBox({0, 0, -2}, {0, 0, -1});
+  expectPlanes(2, 3);
+}
+
+TEST_F(ClipPlanes, CanBeEvaluatedFromInsideTheLog) {
+  Vector inside{};
+  host.log.whilePrinting = [&] {
+    inside = {sampler.number(kNear, host.sc), sampler.number(kFar, host.sc), 0};
+  };
+  expectPlanes(5, 20);
+  EXPECT_TRUE(same(inside, Vector{5, 20, 0}));
+  EXPECT_EQ(host.log.lines.size(), 1U);
+}
+
+TEST_F(ClipPlanes, AHostThatThrowsLeavesTheLockFree) {
+  host.scene.fails = true;
+  EXPECT_THROW(sampler.number(kNear, host.sc), const char*);
+  host.scene.fails = false;
+  host.log.whilePrinting = [] { throw "no disk"; };
+  EXPECT_THROW(sampler.number(kFar, host.sc), const char*) << "computed after the box failed";
+  expectPlanes(5, 20);
+
+  host.log.whilePrinting = nullptr;
+  setBox({0, 0, -4}, {0, 0, -3});
+  sampler.frameBegin();
+  expectPlanes(3, 4);
+  EXPECT_EQ(host.log.lines.size(), 2U);
+}
+
+TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
+  constexpr int kThreads = 16;
+  constexpr int kFrames = 2000;
+  Vector planes[kThreads] = {};
+  int frame = 0;
+  // Runs while all threads wait: checks the frame that is over and begins the next one.
+  const auto nextFrame = [&]() noexcept {
+    for (const Vector& got : planes) {
+      EXPECT_TRUE(frame == 0 || sameBits(got, Vector{static_cast<float>(frame), 5000, 0}));
+    }
+    EXPECT_EQ(host.log.lines.size(), static_cast<std::size_t>(frame));
+    ++frame;
+    setBox({0, 0, -5000}, {0, 0, -static_cast<float>(frame)});
+    sampler.frameBegin();
+  };
+  std::barrier barrier(kThreads, nextFrame);
+  const auto& nearPlane = sampler.output<TextureFloatInterface>(kNear);
+  const auto& farPlane = sampler.output<TextureFloatInterface>(kFar);
+
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      for (int round = 0; round < kFrames; ++round) {
+        barrier.arrive_and_wait();
+        Vector& mine = planes[i];
+        if (i % 2 == 0) mine.x = nearPlane.getFloat(host.sc);
+        mine.y = farPlane.getFloat(host.sc);
+        if (i % 2 != 0) mine.x = nearPlane.getFloat(host.sc);
+      }
+      barrier.arrive_and_wait();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(frame, kFrames + 1);
+}
+
+}  // namespace
