@@ -1,0 +1,83 @@
+#include "preview/camera.h"
+
+#include <ImathMatrix.h>
+#include <ImathMatrixAlgo.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace preview {
+
+FrameCamera::FrameCamera(const Scene& scene, std::int32_t frame)
+    : first_(fromKey(scene.camera.keys.front())),
+      last_(fromKey(scene.camera.keys.back())),
+      moves_(scene.camera.keys.size() > 1),
+      beginOfFrame_(static_cast<double>(frame - scene.frames.first) / scene.frames.count()),
+      partPerFrame_(1.0 / scene.frames.count()),
+      width_(scene.image.width),
+      height_(scene.image.height),
+      pixelSize_(2 * std::tan(scene.camera.fov * std::numbers::pi / 360) / height_),
+      worldOffset_(scene.worldOffset) {
+  if (moves_) worldOffset_ = toDVector(placement(0).position);
+}
+
+FrameCamera::Placement FrameCamera::fromKey(const CameraKey& key) {
+  const V3d position = wide(key.position);
+  const V3d z = (position - wide(key.target)).normalized();
+  const V3d x = wide(key.up).cross(z).normalized();
+  const V3d y = z.cross(x);
+  // Imath multiplies vectors from the left, so that the axes are the rows of its matrices.
+  const Imath::M44d axes(x.x, x.y, x.z, 0, y.x, y.y, y.z, 0, z.x, z.y, z.z, 0, 0, 0, 0, 1);
+  return {position, Imath::extractQuat(axes).normalized()};
+}
+
+FrameCamera::Placement FrameCamera::placement(double rayTime) const {
+  const double part = beginOfFrame_ + partPerFrame_ * rayTime;
+  return {first_.position * (1 - part) + last_.position * part,
+          Imath::slerpShortestArc(first_.orientation, last_.orientation, part)};
+}
+
+FrameCamera::Pose FrameCamera::pose(double rayTime) const {
+  const auto [position, orientation] = placement(rayTime);
+  return {orientation.rotateVector({1, 0, 0}), orientation.rotateVector({0, 1, 0}),
+          orientation.rotateVector({0, 0, 1}), position - wide(worldOffset_)};
+}
+
+QUtils::PreciseTransform FrameCamera::cameraToWorld() const {
+  const Pose c = pose(0);
+  return {toVector(c.x), toVector(c.y), toVector(c.z), toDVector(c.position)};
+}
+
+QUtils::PreciseTransform FrameCamera::worldToCamera() const {
+  const Pose c = pose(0);
+  return {toVector(c.vectorToCamera({1, 0, 0})), toVector(c.vectorToCamera({0, 1, 0})),
+          toVector(c.vectorToCamera({0, 0, 1})), toDVector(c.pointToCamera(V3d(0)))};
+}
+
+Ray FrameCamera::primaryRay(double imageX, double imageY, double rayTime) const {
+  const Pose c = pose(rayTime);
+  const V3d direction((imageX - width_ / 2) * pixelSize_, (height_ / 2 - imageY) * pixelSize_, -1);
+  return {toDVector(c.position), toVector(c.vectorToRender(direction.normalized()))};
+}
+
+QUtils::DVector TwoKeyCameraMotion::pointToRayTime(const QUtils::DVector& point, double rayTime) {
+  const V3d inCamera = camera_.pose(0).pointToCamera(wide(point));
+  return toDVector(camera_.pose(rayTime).pointToRender(inCamera));
+}
+
+QUtils::Vector TwoKeyCameraMotion::vectorToRayTime(const QUtils::Vector& vector, double rayTime) {
+  const V3d inCamera = camera_.pose(0).vectorToCamera(wide(vector));
+  return toVector(camera_.pose(rayTime).vectorToRender(inCamera));
+}
+
+QUtils::DVector TwoKeyCameraMotion::pointFromRayTime(const QUtils::DVector& point, double rayTime) {
+  const V3d inCamera = camera_.pose(rayTime).pointToCamera(wide(point));
+  return toDVector(camera_.pose(0).pointToRender(inCamera));
+}
+
+QUtils::Vector TwoKeyCameraMotion::vectorFromRayTime(const QUtils::Vector& vector, double rayTime) {
+  const V3d inCamera = camera_.pose(rayTime).vectorToCamera(wide(vector));
+  return toVector(camera_.pose(0).vectorToRender(inCamera));
+}
+
+}  // namespace preview

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <ImathQuat.h>
+
+#include <cstdint>
+
+#include "host/records.h"
+#include "preview/ray.h"
+#include "preview/scene.h"
+#include "preview/vectors.h"
+
+namespace preview {
+
+/// A scene's camera during one of its frames, looking down the negative z axis of camera space,
+/// with x to the right and y up. Between two keys the position runs along a straight line and the
+/// orientation along the shortest arc, both evenly from the begin of the first frame to the end of
+/// the last.
+///
+/// The frame's own transforms are those of ray time 0.
+///
+/// A moving camera has its own render space: the origin lies where the camera stands at ray time 0
+/// of the frame, and the scene's `worldOffset` is not used. Only so are two demands on
+/// `CameraMotion` met at once: that "to" and "from" are each other's inverse, and that
+/// `pointToRayTime` gives the position of the camera when it is asked for the origin. Values in
+/// world space stay the same, those in render space do not.
+/// [any thread]
+class FrameCamera {
+ public:
+  /// Camera space to render space.
+  struct Pose {
+    V3d x, y, z;  ///< the axes of camera space, unit length
+    V3d position;
+
+    V3d vectorToRender(const V3d& v) const { return x * v.x + y * v.y + z * v.z; }
+    V3d vectorToCamera(const V3d& v) const { return {x.dot(v), y.dot(v), z.dot(v)}; }
+    V3d pointToRender(const V3d& p) const { return vectorToRender(p) + position; }
+    V3d pointToCamera(const V3d& p) const { return vectorToCamera(p - position); }
+  };
+
+  FrameCamera(const Scene& scene, std::int32_t frame);
+
+  bool moves() const { return moves_; }
+  const QUtils::DVector& worldOffset() const { return worldOffset_; }
+  QUtils::PreciseTransform cameraToWorld() const;  ///< camera space to render space
+  QUtils::PreciseTransform worldToCamera() const;  ///< render space to camera space
+
+  Pose pose(double rayTime) const;
+
+  /// The ray through a point of the image, in pixels from the top left corner.
+  Ray primaryRay(double imageX, double imageY, double rayTime) const;
+
+ private:
+  struct Placement {
+    V3d position;  ///< world space
+    Imath::Quatd orientation;
+  };
+  static Placement fromKey(const CameraKey& key);
+  Placement placement(double rayTime) const;
+
+  Placement first_, last_;
+  bool moves_;
+  double beginOfFrame_, partPerFrame_;  ///< of the way between the keys
+  double width_, height_;               ///< pixels
+  double pixelSize_;                    ///< at distance 1
+  QUtils::DVector worldOffset_;
+};
+
+/// The motion of a `FrameCamera`, which it refers to. With C(t) for the way from camera space to
+/// render space at ray time t, "from" is C(0) C(t)⁻¹ and "to" is its inverse, C(t) C(0)⁻¹. As C(0)
+/// keeps the origin of a moving camera's render space in its place, C(t) C(0)⁻¹ takes the origin to
+/// the camera's position at t, and the columns of C(0) to those of C(t).
+class TwoKeyCameraMotion final : public QUtils::CameraMotion {
+ public:
+  explicit TwoKeyCameraMotion(const FrameCamera& camera) : camera_(camera) {}
+
+  QUtils::DVector pointToRayTime(const QUtils::DVector& point, double rayTime) override;
+  QUtils::Vector vectorToRayTime(const QUtils::Vector& vector, double rayTime) override;
+  QUtils::DVector pointFromRayTime(const QUtils::DVector& point, double rayTime) override;
+  QUtils::Vector vectorFromRayTime(const QUtils::Vector& vector, double rayTime) override;
+
+ private:
+  const FrameCamera& camera_;
+};
+
+}  // namespace preview

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "host/types.h"
+#include "preview/meshes.h"
+#include "preview/ray.h"
+
+struct RTCDeviceTy;
+struct RTCSceneTy;
+
+/// Where rays meet the objects of a scene. Render space is world space moved so that its origin
+/// lies at `worldOffset`.
+namespace preview {
+
+/// A mesh with its place in the world. The mesh is not owned; it is copied while a `Raycaster` is
+/// built.
+struct PlacedMesh {
+  const Mesh* mesh;
+  QUtils::PreciseTransform toWorld;  ///< object space to world space, invertible
+};
+
+/// What a ray meets first. Both normals have unit length and are turned towards the viewer: where
+/// the back of a face is seen they are the opposites of those that were modelled.
+struct Hit {
+  std::size_t object;              ///< index of the placed mesh
+  QUtils::DVector point;           ///< render space
+  QUtils::Vector normal;           ///< smooth; the axes of render space
+  QUtils::Vector geometricNormal;  ///< of the flat triangle; the axes of render space
+  bool backfacing;                 ///< the triangle is seen clockwise, from its back
+  bool hasUvw;                     ///< where false, the following are 0
+  QUtils::Vector uvw;
+  /// The changes of uvw per unit of x, of y and of z of render space, w being measured along the
+  /// normal: the columns of the inverse of the matrix with the columns dP/du, dP/dv, normal. All 0
+  /// where that matrix is singular.
+  QUtils::Vector a, b, c;
+};
+
+/// The smallest box around all vertices, in render space; without vertices a point at the origin.
+struct Bounds {
+  QUtils::Vector lo = {}, hi = {};
+};
+
+/// The objects of a scene in Embree's hands. After construction any number of threads may use it.
+class Raycaster {
+ public:
+  /// Throws std::runtime_error when Embree fails.
+  Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector& worldOffset);
+
+  std::optional<Hit> intersect(const Ray& ray) const;
+  const Bounds& bounds() const { return bounds_; }
+
+ private:
+  /// An object in render space.
+  struct Geometry {
+    std::vector<Vertex> vertices;
+    std::vector<Triangle> triangles;
+    bool hasUvw;
+  };
+  static Geometry place(const PlacedMesh& object, const QUtils::DVector& worldOffset);
+  void attach(const Geometry& geometry, unsigned int id);
+  void checkDevice() const;
+
+  std::vector<Geometry> geometries_;
+  Bounds bounds_;
+  std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
+  std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)> scene_;
+};
+
+/// The transforms from render space to an object's own space.
+struct ObjectSpace {
+  QUtils::Transform point;
+  QUtils::Transform normal;  ///< inverse transpose of the former's matrix; the offset is 0
+};
+ObjectSpace objectSpace(const QUtils::PreciseTransform& toWorld,
+                        const QUtils::DVector& worldOffset);
+
+}  // namespace preview
