@@ -356,6 +356,11 @@ TEST_F(TexVectorOpTest, WorkedExamples) {
     EXPECT_TRUE(same(value(kOutputs[i]), expected[i])) << kOutputs[i].name;
   }
 
+  // The sum of the dot product runs from x to z, in double precision.
+  vectorA.value = {1e15F, -1e15F, 1};
+  vectorB.value = {1e5F, 1e5F, 32};
+  EXPECT_EQ(floatOutput("dot_product").getFloat(sc), 32);
+
   vectorA.answer({3, 4, 0}, {}, {}, {0, 1, 0});
   multA.gradient = {1, 0, 0};
   EXPECT_TRUE(same(vectorOutput("result_a").getGradient(sc), Vector{5, 2, 0}));
@@ -378,18 +383,32 @@ TEST_F(TexVectorOpTest, WorkedExamples) {
   EXPECT_TRUE(same(Vector{lo, hi, 0}, Vector{1, 5, 0}));
 }
 
-TEST_F(TexVectorOpTest, ComparesDotProductsOfCornersBeforeRoundingThem) {
-  connect(true, true, false, false);
-  // The corners, of either sign, lie far below the smallest float. Rounded first they would tie,
-  // and the last one, +0, would be the lower bound of the dot product; of the corners with the
-  // multiplier the last one counts again.
-  vectorA.answer({}, {1e-40F, 0, 0}, {-1e-40F, 0, 0});
-  vectorB.answer({}, {1e-40F, 0, 0}, {1e-40F, 0, 0});
-  float lo = 7;
-  float hi = 7;
-  floatOutput("dot_product").getFloatBounds(lo, hi);
-  EXPECT_TRUE(same(lo, -0.0F));
-  EXPECT_TRUE(same(hi, -0.0F));
+TEST_F(TexVectorOpTest, DotProductBoundsCountTheLastOfTiedCorners) {
+  connect(true, true, true, true);
+  struct Row {
+    Vector aLo, aHi;
+    float b;  ///< all components of the second vector
+    Bounds ma, mb;
+    float lo, hi;
+  };
+  const Row rows[] = {
+      // Corners far below the smallest float: compared as doubles, they do not tie.
+      {{1e-40F, 0, 0}, {-1e-40F, 0, 0}, 1e-40F, {1, 1}, {1, 1}, -0.0F, -0.0F},
+      // -1 · -0 comes after 0 · -1, among the products of multiplier and dot product
+      {{-1, 0, 0}, {-0.0F, -0.0F, -0.0F}, 1, {-1, 0}, {1, 1}, 0, 1},
+      // ... and among those of the two multipliers.
+      {{1, 0, 0}, {1, 0, 0}, 1, {-1, 0}, {-1, -0.0F}, 0, 1},
+  };
+  for (const Row& row : rows) {
+    vectorA.answer({}, row.aLo, row.aHi);
+    vectorB.answer({}, {row.b, row.b, row.b}, {row.b, row.b, row.b});
+    multA.answer(1, row.ma.lo, row.ma.hi);
+    multB.answer(1, row.mb.lo, row.mb.hi);
+    float lo = 7;
+    float hi = 7;
+    floatOutput("dot_product").getFloatBounds(lo, hi);
+    EXPECT_TRUE(same(Vector{lo, hi, 0}, Vector{row.lo, row.hi, 0})) << &row - rows;
+  }
 }
 
 TEST_F(TexVectorOpTest, IsZeroWithoutInputs) {
