@@ -8,15 +8,12 @@
 
 namespace samplerinfo {
 
-/// Two numbers, each from a float texture or absent, and the fetching that all outputs share.
-/// An absent `float_a` counts as 0; what an absent `float_b` counts as, 0 or 1, is the output's
-/// choice.
-class FloatOpTex : public OutputTex<TextureFloatInterface> {
- public:
+/// Two numbers. An absent `float_a` counts as 0; what an absent `float_b` counts as, 0 or 1, is the
+/// output's choice.
+struct FloatPair {
   TextureFloatInterface* float_a = nullptr;
   TextureFloatInterface* float_b = nullptr;
 
- protected:
   struct Values {
     float a, b;
   };
@@ -29,6 +26,11 @@ class FloatOpTex : public OutputTex<TextureFloatInterface> {
   Values values(const ShadingContext& sc, float absentB) const;
   Bounds bounds(float absentB) const;
   Gradients gradients(const ShadingContext& sc) const;
+};
+
+class FloatOpTex : public OutputTex<TextureFloatInterface> {
+ public:
+  FloatPair inputs;
 };
 
 /// a · b
