@@ -13,6 +13,10 @@ set(CMAKE_RC_COMPILER llvm-rc)
 set(CMAKE_MT llvm-mt)
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)
 
+# No package of the building machine is meant for Windows.
+set(CMAKE_FIND_ROOT_PATH ${CMAKE_CURRENT_LIST_DIR})
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
 # There is no C runtime to link before the project has been configured.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
