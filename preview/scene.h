@@ -77,6 +77,8 @@ struct Object {
 /// An output of a node, or the node itself where `output` is empty.
 struct Reference {
   std::string node, output;
+
+  std::string text() const { return output.empty() ? node : node + "." + output; }
 };
 
 struct Parameter {
@@ -86,14 +88,15 @@ struct Parameter {
 
 struct Node {
   std::string name;
-  std::string place;    ///< in the file, as in "nodes.tint"
-  std::string plugin;   ///< a kind of plugin, or empty for one of the host's own textures:
-  std::string texture;  ///< "constant", "checker" or "ramp"; else empty
+  std::string place;   ///< in the file, as in "nodes.tint"
+  std::string plugin;  ///< a kind of plugin, or a texture of the host: constant, checker, ramp
   std::vector<Parameter> parameters;
 };
 
 /// What a picture shows of a texture; the last four are for transforms alone.
 enum class Show { Value, Lower, Upper, Gradient, Column0, Column1, Column2, Offset };
+inline constexpr const char* kShowNames[] = {"value",   "lower",   "upper",   "gradient",
+                                             "column0", "column1", "column2", "offset"};
 
 struct Picture {
   std::string name;   ///< the name of its file
@@ -103,6 +106,9 @@ struct Picture {
   double low = 0, high = 1;  ///< the values that become black and white
   std::string caption;
 };
+
+/// The name of a layer in the EXR files that no node may have.
+inline constexpr const char* kCoverageLayer = "coverage";
 
 struct Scene {
   std::filesystem::path file;

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "preview/camera.h"
+#include "preview/meshes.h"
+#include "preview/raycast.h"
+#include "preview/scene.h"
+#include "standin/host_objects.h"
+
+namespace preview {
+
+/// The meshes of the scene's objects, in their order. Throws `SceneError` for a file that cannot be
+/// used.
+std::vector<Mesh> makeMeshes(const Scene& scene);
+
+/// One frame of a scene: everything of the host that a shading context leads to. After construction
+/// any number of threads may use it.
+class Frame {
+ public:
+  /// `number` is one of the scene's frames; `log` may be null and is not owned.
+  Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number,
+        QUtils::RenderLog* log);
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+
+  /// Calls `evaluate` with the shading context of what is seen at a point of the image, in pixels
+  /// from the top left corner, and the index of its object; returns false if there is nothing.
+  template <class Evaluate>
+  bool shade(double imageX, double imageY, double rayTime, Evaluate evaluate) const {
+    const Ray ray = camera_.primaryRay(imageX, imageY, rayTime);
+    const std::optional<Hit> hit = raycaster_.intersect(ray);
+    if (!hit) return false;
+    standin::SurfacePoint surface;
+    evaluate(contextOf(ray, *hit, rayTime, imageX, imageY, surface), hit->object);
+    return true;
+  }
+
+ private:
+  QUtils::ShadingContext contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
+                                   double imageY, standin::SurfacePoint& surface) const;
+
+  const Scene& scene_;
+  FrameCamera camera_;
+  TwoKeyCameraMotion motion_;
+  Raycaster raycaster_;
+  standin::BoxScene box_;
+  QUtils::QuorFrameData frameData_;
+  QUtils::RenderServices services_;
+
+  // A shading context leads to these by pointers that are not to const.
+  mutable QUtils::RenderContext context_;
+  mutable std::vector<standin::SceneObject> objects_;
+};
+
+}  // namespace preview

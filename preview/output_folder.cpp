@@ -1,0 +1,51 @@
+#include "preview/output_folder.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+
+#include "preview/errors.h"
+
+namespace preview {
+
+namespace fs = std::filesystem;
+
+OutputFolder::OutputFolder(const fs::path& folder)
+    : folder_(fs::absolute(folder).lexically_normal()) {
+  if (!folder_.has_filename()) folder_ = folder_.parent_path();  // of "out/"
+  const auto fail = [&](const std::string& why) {
+    throw InputError("cannot write to \"" + folder.string() + "\": " + why);
+  };
+  std::error_code error;
+  const bool exists = fs::exists(folder_, error);
+  if (exists && !fs::is_directory(folder_)) fail("it is not a folder");
+  if (exists && access(folder_.c_str(), W_OK | X_OK) != 0) fail(std::strerror(errno));
+
+  fs::path beside = folder_.parent_path();
+  while (!fs::exists(beside, error) && beside.has_relative_path()) beside = beside.parent_path();
+  std::string name = (beside / ".samplerinfo-preview-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) fail(std::strerror(errno));
+  temporary_ = name;
+}
+
+OutputFolder::~OutputFolder() {
+  std::error_code ignored;
+  fs::remove_all(temporary_, ignored);
+}
+
+void OutputFolder::commit() {
+  fs::create_directories(folder_);
+  for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
+    const fs::path target = folder_ / file.path().filename();
+    std::error_code acrossDevices;
+    fs::rename(file.path(), target, acrossDevices);
+    if (acrossDevices) {
+      fs::copy_file(file.path(), target, fs::copy_options::overwrite_existing);
+    }
+  }
+}
+
+}  // namespace preview

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace preview {
+
+/// Files that appear in a folder together: they are written beside it, and moved in when all of
+/// them are there. Without `commit` the folder stays as it was, or is not made.
+class OutputFolder {
+ public:
+  /// Throws `InputError` if nothing can be written there.
+  explicit OutputFolder(const std::filesystem::path& folder);
+  ~OutputFolder();
+  OutputFolder(const OutputFolder&) = delete;
+  OutputFolder& operator=(const OutputFolder&) = delete;
+
+  /// Where to write the file that is to become `name` in the folder.
+  std::filesystem::path pathFor(const std::string& name) const { return temporary_ / name; }
+
+  /// Replaces files of the same names, leaves others alone.
+  void commit();
+
+ private:
+  std::filesystem::path folder_, temporary_;
+};
+
+}  // namespace preview

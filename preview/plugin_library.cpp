@@ -1,0 +1,49 @@
+#include "preview/plugin_library.h"
+
+#include <dlfcn.h>
+
+#include "preview/errors.h"
+
+namespace preview {
+
+namespace {
+
+class Registration final : public QUtils::PluginDescVisitor {
+ public:
+  explicit Registration(QUtils::QuorPluginHost& host) : host_(host) {}
+  std::int32_t visitPluginDesc(QUtils::PluginDesc* desc) override {
+    desc->registerPlugin(&host_);
+    return 1;
+  }
+
+ private:
+  QUtils::QuorPluginHost& host_;
+};
+
+}  // namespace
+
+void PluginLibrary::Close::operator()(void* handle) const { dlclose(handle); }
+
+PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
+  // A name without a slash would be looked for in the system's folders.
+  handle_.reset(dlopen(absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!handle_) throw InputError(std::string("cannot load the plugin library: ") + dlerror());
+  const auto getLibDesc =
+      reinterpret_cast<QUtils::PluginLibDesc* (*)()>(dlsym(handle_.get(), "getLibDesc"));
+  if (getLibDesc == nullptr) {
+    throw InputError("\"" + file.string() + "\" is no plugin library: it has no getLibDesc");
+  }
+  Registration registration(registry_);
+  getLibDesc()->enumPluginDescs(&registration);
+}
+
+PluginLibrary::~PluginLibrary() {
+  while (!registry_.descs.empty()) registry_.descs.back()->unregisterPlugin(&registry_);
+}
+
+std::filesystem::path defaultPluginLibrary() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() /
+         "SamplerInfo.so";
+}
+
+}  // namespace preview

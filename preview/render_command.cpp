@@ -1,0 +1,128 @@
+#include "preview/render_command.h"
+
+#include <algorithm>
+
+#include "preview/color_map.h"
+#include "preview/contact_sheet.h"
+#include "preview/errors.h"
+#include "preview/frame.h"
+#include "preview/image_files.h"
+#include "preview/network.h"
+#include "preview/number_text.h"
+#include "preview/output_folder.h"
+#include "preview/render.h"
+
+namespace preview {
+
+namespace {
+
+/// Float numbers in the layers of one frame; a scene that wants more is a mistake.
+constexpr std::size_t kMaxNumbers = std::size_t{1} << 28;
+
+std::string layerName(const Picture& picture) {
+  const std::string name = picture.from.text();
+  return picture.show == Show::Value
+             ? name
+             : name + "." + kShowNames[static_cast<std::size_t>(picture.show)];
+}
+
+/// The pictures of a scene and the layers that they show; a layer may serve several pictures.
+struct Plan {
+  std::vector<LayerSource> sources;
+  std::vector<std::size_t> sourceOfPicture;
+};
+
+Plan planOf(const Scene& scene, const Network& network) {
+  Plan plan;
+  std::size_t channels = 1;  // the coverage
+  for (const Picture& picture : scene.pictures) {
+    const Texture texture = network.find(picture.from, picture.place + ".from");
+    if (channelCount(texture, picture.show) == 0) {
+      throw SceneError(picture.place + ".show",
+                       "\"" + picture.from.text() + "\" is of kind " + kindName(texture) +
+                           ", which has no " + kShowNames[static_cast<std::size_t>(picture.show)]);
+    }
+    const std::string name = layerName(picture);
+    const auto known = std::find_if(plan.sources.begin(), plan.sources.end(),
+                                    [&](const LayerSource& source) { return source.name == name; });
+    plan.sourceOfPicture.push_back(static_cast<std::size_t>(known - plan.sources.begin()));
+    if (known == plan.sources.end()) {
+      plan.sources.push_back({name, texture, picture.show});
+      channels += static_cast<std::size_t>(channelCount(texture, picture.show));
+    }
+  }
+  const auto width = static_cast<std::size_t>(scene.image.width);
+  const auto height = static_cast<std::size_t>(scene.image.height);
+  if (width * height > kMaxNumbers / channels) {
+    throw SceneError("image", "too large for " + std::to_string(scene.pictures.size()) +
+                                  " pictures: they would take " +
+                                  std::to_string((width * height * channels * 4) >> 30) + " GiB");
+  }
+  return plan;
+}
+
+/// ".0001" and so on, if the scene has several frames.
+std::string frameSuffix(const Scene& scene, std::int32_t frame) {
+  constexpr std::size_t kDigits = 4;
+  if (scene.frames.count() == 1) return "";
+  const std::string number = std::to_string(frame);
+  return "." + std::string(kDigits - std::min(kDigits, number.size()), '0') + number;
+}
+
+std::string captionOf(const Picture& picture, const SpecialPixels& specials) {
+  std::string caption = picture.name + ": ";
+  caption += picture.caption.empty() ? layerName(picture) : picture.caption;
+  if (picture.low != 0 || picture.high != 1) {
+    caption += " [" + text(picture.low) + ", " + text(picture.high) + "]";
+  }
+  const std::string special = describe(specials);
+  if (!special.empty()) caption += " " + special;
+  return caption;
+}
+
+void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const std::string& suffix,
+                const OutputFolder& folder) {
+  std::vector<ColorImage> images;
+  std::vector<Thumbnail> thumbnails;
+  images.reserve(scene.pictures.size());
+  for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
+    const Picture& picture = scene.pictures[i];
+    images.push_back(mapToColors(film.layers[plan.sourceOfPicture[i]], film.coverage, picture.low,
+                                 picture.high));
+    writePng(folder.pathFor(picture.name + suffix + ".png"), images.back().colors);
+    thumbnails.push_back({&images.back().colors, captionOf(picture, images.back().specials)});
+  }
+  writePng(folder.pathFor("contact_sheet" + suffix + ".png"), contactSheet(thumbnails));
+
+  std::vector<ExrLayer> layers = {{kCoverageLayer, &film.coverage}};
+  for (std::size_t i = 0; i < plan.sources.size(); ++i) {
+    layers.push_back({plan.sources[i].name, &film.layers[i]});
+  }
+  writeExr(folder.pathFor(scene.file.stem().string() + suffix + ".exr"), layers);
+}
+
+}  // namespace
+
+void renderScene(const Scene& scene, const Frames& frames, const PluginLibrary& library,
+                 QUtils::RenderLog* log, const std::filesystem::path& output,
+                 const std::function<void(double)>& progress) {
+  Network network(scene.nodes, library);
+  const Plan plan = planOf(scene, network);
+  const std::vector<Mesh> meshes = makeMeshes(scene);
+  OutputFolder folder(output);
+
+  network.renderBegin();
+  for (std::int32_t number = frames.first; number <= frames.last; ++number) {
+    const Frame frame(scene, meshes, number, log);
+    network.frameBegin();
+    const Film film = renderFrame(scene, frame, plan.sources, [&](double part) {
+      progress((number - frames.first + part) / frames.count());
+    });
+    network.frameEnd();
+    writeFrame(scene, plan, film, frameSuffix(scene, number), folder);
+  }
+  network.renderEnd();
+  folder.commit();
+}
+
+}  // namespace preview

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <ostream>
+
+#include "host/records.h"
+#include "preview/meshes.h"
+#include "preview/network.h"
+
+/// What the program says in words.
+namespace preview {
+
+/// Every plugin of the library with its parameters, as registered: a table each.
+void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out);
+
+/// Value, bounds and gradient of every texture of the network for the middle of a pixel of the
+/// scene's first frame, in the middle of its shutter interval.
+void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network, int x, int y,
+           QUtils::RenderLog* log, std::ostream& out);
+
+}  // namespace preview
