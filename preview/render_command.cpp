@@ -73,7 +73,8 @@ std::string captionOf(const Picture& picture, const SpecialPixels& specials) {
   std::string caption = picture.name + ": ";
   caption += picture.caption.empty() ? layerName(picture) : picture.caption;
   if (picture.low != 0 || picture.high != 1) {
-    caption += " [" + text(picture.low) + ", " + text(picture.high) + "]";
+    constexpr const char* kNoBreak = "\u00A0";
+    caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
   }
   const std::string special = describe(specials);
   if (!special.empty()) caption += " " + special;
