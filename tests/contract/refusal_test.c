@@ -1,0 +1,167 @@
+/* usage: refusal_test LIBRARY
+ * Windows: what a host sees when the library is refused memory. A debugger is told of debug output,
+ * and everybody of C++ exceptions, by system exceptions; a handler of them all looks on. */
+
+#include <setjmp.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <windows.h>
+
+#include "c_host.h"
+
+enum { CPP_EXCEPTION = 0xE06D7363, DEBUG_PRINT = 0x40010006 };
+
+/* What a C++ exception carries, as Microsoft's runtime lays it out on 32-bit x86. */
+typedef struct {
+  void *table, *spare;
+  char name[];
+} TypeDescriptor;
+typedef struct {
+  uint32_t properties;
+  TypeDescriptor* type;
+} CatchableType;
+typedef struct {
+  int32_t count;
+  CatchableType* types[];
+} CatchableTypes;
+typedef struct {
+  uint32_t attributes;
+  void *destructor, *forwardHandler;
+  CatchableTypes* catchable;
+} ThrowInfo;
+
+static char lines[8][128];
+static int lineCount;
+static jmp_buf afterThrow;
+static ULONG_PTR thrown[3]; /* a mark, the address of the thrown object, its ThrowInfo */
+
+static LONG CALLBACK lookOn(EXCEPTION_POINTERS* pointers) {
+  const EXCEPTION_RECORD* record = pointers->ExceptionRecord;
+  if (record->ExceptionCode == (DWORD)DEBUG_PRINT && lineCount < 8) {
+    snprintf(lines[lineCount++], sizeof lines[0], "%s",
+             (const char*)record->ExceptionInformation[1]);
+  }
+  if (record->ExceptionCode != (DWORD)CPP_EXCEPTION) return EXCEPTION_CONTINUE_SEARCH;
+  memcpy(thrown, record->ExceptionInformation, sizeof thrown);
+  longjmp(afterThrow, 1);
+}
+
+static int failures;
+static void check(int holds, const char* text, int line) {
+  if (holds) return;
+  ++failures;
+  printf("%d: does not hold: %s\n", line, text);
+}
+#define CHECK(condition) check(!!(condition), #condition, __LINE__)
+
+static char* hugeName; /* needs a block that no hole in the address space can take */
+enum { HUGE = 64 << 20, LARGEST_HOLE = 16 << 20 };
+
+static void fillAddressSpace(void) {
+  hugeName = VirtualAlloc(NULL, HUGE, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+  memset(hugeName, 'x', HUGE - 1);
+  while (VirtualAlloc(NULL, LARGEST_HOLE, MEM_RESERVE, PAGE_NOACCESS) != NULL) {
+  }
+}
+
+/* Has `plugin` refused a name; returns the message that is thrown, or null if none is. */
+static const char* refusedName(void* plugin) {
+  lineCount = 0;
+  memset(thrown, 0, sizeof thrown);
+  if (setjmp(afterThrow) == 0) {
+    Plugin_setPluginName(plugin, hugeName);
+    return NULL;
+  }
+  return *(const char**)thrown[1];
+}
+
+static void checkException(void) {
+  const CatchableTypes* catchable = ((const ThrowInfo*)thrown[2])->catchable;
+  CHECK(thrown[0] == 0x19930520);
+  CHECK(catchable->count == 2);
+  CHECK(strcmp(catchable->types[0]->type->name, ".PAD") == 0); /* char * */
+  CHECK(strcmp(catchable->types[1]->type->name, ".PAX") == 0); /* void * */
+}
+
+/* The walk over the heap, taken by this program right after. */
+static void walk(unsigned* total, unsigned* free, unsigned* blocks, int* status) {
+  _HEAPINFO entry = {0};
+  *total = *free = *blocks = 0;
+  while ((*status = _heapwalk(&entry)) == _HEAPOK) {
+    ++*blocks;
+    *total += entry._size;
+    if (entry._useflag != _USEDENTRY) *free += entry._size;
+  }
+}
+
+static void checkRefusal(void* plugin) {
+  char expected[128];
+  unsigned total, free, blocks;
+  int status;
+  const char* message = refusedName(plugin);
+  walk(&total, &free, &blocks, &status);
+  if (message == NULL) {
+    CHECK(!"the name was refused");
+    return;
+  }
+  checkException();
+  snprintf(expected, sizeof expected,
+           "Memory allocation failure; %u bytes requested; %u bytes already in heap; %u bytes free "
+           "heap space.",
+           HUGE, total, free);
+  CHECK(strcmp(message, expected) == 0);
+
+  CHECK(lineCount == 4);
+  snprintf(expected, sizeof expected, "[operator new] failed (size is %i)\n", HUGE);
+  CHECK(strcmp(lines[0], expected) == 0);
+  CHECK(strcmp(lines[1], "[getFreeHeapMemory] Getting free heap memory.\n") == 0);
+  snprintf(expected, sizeof expected, "[getFreeHeapMemory] heapstatus=%i\n", status);
+  CHECK(strcmp(lines[2], expected) == 0);
+  snprintf(expected, sizeof expected, "[getFreeHeapMemory] Number of blocks visited: %u\n", blocks);
+  CHECK(strcmp(lines[3], expected) == 0);
+  CHECK(status == _HEAPEND && blocks > 0 && total > free);
+}
+
+/* The compiler takes nobody but this function to be interested in the block, hence `volatile`. */
+static void checkDamagedHeap(void* plugin) {
+  enum { HEADER = 8 };
+  volatile char* block = malloc(64);
+  char intact[HEADER];
+  const char* message;
+  for (int i = 0; i < HEADER; ++i) {
+    intact[i] = block[i - HEADER];
+    block[i - HEADER] = 0x55;
+  }
+  message = refusedName(plugin);
+  for (int i = 0; i < HEADER; ++i) block[i - HEADER] = intact[i];
+  free((void*)block);
+
+  CHECK(message != NULL && strcmp(message, " Heap is reported damaged.\n") == 0);
+  checkException();
+  CHECK(lineCount == 4);
+  CHECK(_heapchk() == _HEAPOK);
+}
+
+int main(int argc, char** argv) {
+  void *library, *desc, *plugin;
+  if (argc != 2) {
+    fprintf(stderr, "usage: refusal_test LIBRARY\n");
+    return 2;
+  }
+  setvbuf(stdout, NULL, _IONBF, 0);
+  library = loadLibrary(argv[1]);
+  desc = findDesc(library, "TexFloatOp");
+  plugin = PluginDesc_newPlugin(desc, NULL);
+  fillAddressSpace();
+  AddVectoredExceptionHandler(1, lookOn);
+
+  checkRefusal(plugin);
+  checkDamagedHeap(plugin);
+  checkRefusal(plugin); /* nothing is left behind */
+  Plugin_setPluginName(plugin, "small");
+  PluginDesc_deletePlugin(desc, plugin);
+  unloadLibrary();
+  printf(failures == 0 ? "refusals arrive as they should\n" : "%d failures\n", failures);
+  return failures != 0;
+}
