@@ -1,0 +1,69 @@
+#include "preview/color_map.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace preview {
+namespace {
+
+using Color = std::array<float, 3>;
+
+constexpr float kBackground = 0.05F;
+constexpr Color kNanColor = {1, 0, 1};
+constexpr Color kPlusInfinityColor = {1, 1, 1};
+constexpr Color kMinusInfinityColor = {0, 0, 0};
+
+Color colorOf(std::span<const float> values, double low, double high, SpecialPixels& specials) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  if (std::ranges::any_of(values, [](float value) { return std::isnan(value); })) {
+    ++specials.nan;
+    return kNanColor;
+  }
+  if (std::ranges::find(values, kInfinity) != values.end()) {
+    ++specials.plusInfinity;
+    return kPlusInfinityColor;
+  }
+  if (std::ranges::find(values, -kInfinity) != values.end()) {
+    ++specials.minusInfinity;
+    return kMinusInfinityColor;
+  }
+  Color color;
+  for (std::size_t c = 0; c < color.size(); ++c) {
+    const double value = values.size() == 1 ? values[0] : values[c];
+    color[c] = static_cast<float>(std::clamp((value - low) / (high - low), 0.0, 1.0));
+  }
+  return color;
+}
+
+}  // namespace
+
+std::string describe(const SpecialPixels& specials) {
+  std::string text;
+  const auto add = [&](std::size_t count, const char* name) {
+    if (count == 0) return;
+    if (!text.empty()) text += ", ";
+    text += std::to_string(count) + " " + name;
+  };
+  add(specials.nan, "NaN");
+  add(specials.plusInfinity, "+inf");
+  add(specials.minusInfinity, "-inf");
+  return text;
+}
+
+ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,
+                       double high) {
+  ColorImage mapped{FloatImage(values.width(), values.height(), 3), {}};
+  for (std::size_t i = 0; i < values.pixels(); ++i) {
+    const float covered = coverage.pixel(i)[0];
+    Color color = {};
+    if (covered > 0) color = colorOf(values.pixel(i), low, high, mapped.specials);
+    for (std::size_t c = 0; c < color.size(); ++c) {
+      mapped.colors.pixel(i)[c] = covered * color[c] + (1 - covered) * kBackground;
+    }
+  }
+  return mapped;
+}
+
+}  // namespace preview

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "preview/float_image.h"
+
+/// How raw values become colours that can be shown.
+namespace preview {
+
+/// How many pixels are shown in a colour that stands for no value.
+struct SpecialPixels {
+  std::size_t nan = 0, plusInfinity = 0, minusInfinity = 0;
+};
+
+/// For a caption: "3 NaN, 12 +inf, 1 -inf", what there is of it; empty if there is nothing.
+std::string describe(const SpecialPixels& specials);
+
+struct ColorImage {
+  FloatImage colors;  ///< linear red, green and blue within [0, 1]
+  SpecialPixels specials;
+};
+
+/// `low` becomes black and `high` white, what lies outside is clipped. One channel gives grey; of
+/// three or four channels each colour has its own, and alpha is not shown. A pixel is magenta if
+/// any of its values, alpha included, is not a number, or else white if any is plus infinity, or
+/// else black if any is minus infinity. `coverage` has one channel: the part of each pixel that has
+/// a value at all. The rest is grey.
+ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,
+                       double high);
+
+}  // namespace preview

@@ -1,0 +1,181 @@
+#include "preview/contact_sheet.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+#include "preview/errors.h"
+
+namespace preview {
+namespace {
+
+// Sizes in pixels, brightness linear.
+constexpr int kMargin = 12;
+constexpr int kTextSize = 13;
+constexpr int kLineHeight = 17;
+constexpr float kPaper = 0.015F;
+constexpr float kInk = 0.8F;
+
+/// The code points of UTF-8 text; what is none becomes U+FFFD.
+std::u32string codePoints(const std::string& text) {
+  std::u32string points;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[i++]);
+    const int following = lead < 0x80    ? 0
+                          : lead >= 0xF0 ? 3
+                          : lead >= 0xE0 ? 2
+                          : lead >= 0xC0 ? 1
+                                         : -1;
+    char32_t point = following <= 0 ? lead : lead & (0x3FU >> following);
+    int missing = following;
+    for (; missing > 0 && i < text.size() && (text[i] & 0xC0) == 0x80; --missing) {
+      point = point << 6 | (static_cast<unsigned char>(text[i++]) & 0x3FU);
+    }
+    points.push_back(missing == 0 ? point : U'\uFFFD');
+  }
+  return points;
+}
+
+class Font {
+ public:
+  Font() : library_(nullptr, FT_Done_FreeType), face_(nullptr, FT_Done_Face) {
+    FT_Library library = nullptr;
+    if (FT_Init_FreeType(&library) != 0) throw InputError("the font library cannot be used");
+    library_.reset(library);
+    FT_Face face = nullptr;
+    if (FT_New_Face(library, CAPTION_FONT, 0, &face) != 0) {
+      throw InputError(CAPTION_FONT ": not a font that can be used");
+    }
+    face_.reset(face);
+    FT_Set_Pixel_Sizes(face, 0, kTextSize);
+  }
+
+  int widthOf(const std::string& text) {
+    int width = 0;
+    for (const char32_t point : codePoints(text)) {
+      if (load(point, FT_LOAD_DEFAULT)) width += advance();
+    }
+    return width;
+  }
+
+  /// Draws text whose baseline begins at (x, y), as far as it fits left of `right`.
+  void draw(FloatImage& image, const std::string& text, int x, int y, int right) {
+    for (const char32_t point : codePoints(text)) {
+      if (!load(point, FT_LOAD_RENDER)) continue;
+      if (x + advance() > right) return;
+      blend(image, x + face_->glyph->bitmap_left, y - face_->glyph->bitmap_top);
+      x += advance();
+    }
+  }
+
+ private:
+  bool load(char32_t point, FT_Int32 flags) { return FT_Load_Char(face_.get(), point, flags) == 0; }
+  int advance() const { return static_cast<int>(face_->glyph->advance.x / 64); }
+
+  void blend(FloatImage& image, int left, int top) const {
+    const FT_Bitmap& glyph = face_->glyph->bitmap;
+    for (int row = 0; row < static_cast<int>(glyph.rows); ++row) {
+      for (int column = 0; column < static_cast<int>(glyph.width); ++column) {
+        const int x = left + column;
+        const int y = top + row;
+        if (x < 0 || y < 0 || x >= image.width() || y >= image.height()) continue;
+        const float ink = static_cast<float>(glyph.buffer[row * glyph.pitch + column]) / 255;
+        for (float& value : image.pixel(x, y)) value += ink * (kInk - value);
+      }
+    }
+  }
+
+  std::unique_ptr<FT_LibraryRec_, FT_Error (*)(FT_Library)> library_;
+  std::unique_ptr<FT_FaceRec_, FT_Error (*)(FT_Face)> face_;
+};
+
+std::vector<std::string> linesOf(const std::string& caption, int width, Font& font) {
+  std::vector<std::string> lines;
+  std::istringstream words(caption);
+  for (std::string word; words >> word;) {
+    if (!lines.empty() && font.widthOf(lines.back() + " " + word) <= width) {
+      lines.back() += " " + word;
+    } else {
+      lines.push_back(word);
+    }
+  }
+  return lines;
+}
+
+/// A thumbnail laid out: the size of the picture on the sheet, and the lines below it.
+struct Cell {
+  int width, height;  ///< pixels
+  std::vector<std::string> lines;
+
+  int fullHeight() const { return height + kLineHeight * static_cast<int>(lines.size()); }
+};
+
+/// Each pixel of the cell is the mean of those that it covers.
+void drawScaled(FloatImage& sheet, const FloatImage& image, const Cell& cell, int left, int top) {
+  const auto edge = [](int i, int from, int to) {
+    return static_cast<int>(static_cast<std::int64_t>(i) * from / to);
+  };
+  for (int y = 0; y < cell.height; ++y) {
+    const int y0 = edge(y, image.height(), cell.height);
+    const int y1 = std::max(edge(y + 1, image.height(), cell.height), y0 + 1);
+    for (int x = 0; x < cell.width; ++x) {
+      const int x0 = edge(x, image.width(), cell.width);
+      const int x1 = std::max(edge(x + 1, image.width(), cell.width), x0 + 1);
+      double sums[3] = {};
+      for (int sourceY = y0; sourceY < y1; ++sourceY) {
+        for (int sourceX = x0; sourceX < x1; ++sourceX) {
+          for (std::size_t c = 0; c < 3; ++c) sums[c] += image.pixel(sourceX, sourceY)[c];
+        }
+      }
+      const int count = (y1 - y0) * (x1 - x0);
+      for (std::size_t c = 0; c < 3; ++c) {
+        sheet.pixel(left + x, top + y)[c] = static_cast<float>(sums[c] / count);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
+  Font font;
+  std::vector<Cell> cells;
+  for (const auto& [image, caption] : thumbnails) {
+    const int scaled = std::min(width, image->width());
+    const auto height = std::int64_t{image->height()} * scaled / image->width();
+    cells.push_back({scaled, std::max(1, static_cast<int>(height)), linesOf(caption, width, font)});
+  }
+
+  const auto columns =
+      static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(thumbnails.size()))));
+  std::vector<int> rowTops = {kMargin};
+  for (std::size_t first = 0; first < cells.size(); first += columns) {
+    int height = 0;
+    for (std::size_t i = first; i < std::min(first + columns, cells.size()); ++i) {
+      height = std::max(height, cells[i].fullHeight());
+    }
+    rowTops.push_back(rowTops.back() + height + kMargin);
+  }
+
+  FloatImage sheet(kMargin + static_cast<int>(columns) * (width + kMargin), rowTops.back(), 3);
+  for (std::size_t i = 0; i < sheet.pixels(); ++i) std::ranges::fill(sheet.pixel(i), kPaper);
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    const int left = kMargin + static_cast<int>(i % columns) * (width + kMargin);
+    const int top = rowTops[i / columns];
+    drawScaled(sheet, *thumbnails[i].image, cells[i], left, top);
+    int baseline = top + cells[i].height;
+    for (const std::string& line : cells[i].lines) {
+      baseline += kLineHeight;
+      font.draw(sheet, line, left, baseline, left + width);
+    }
+  }
+  return sheet;
+}
+
+}  // namespace preview
