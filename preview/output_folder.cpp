@@ -13,12 +13,13 @@ namespace preview {
 
 namespace fs = std::filesystem;
 
+void OutputFolder::fail(const std::string& why) const {
+  throw InputError("cannot write to \"" + asNamed_.string() + "\": " + why);
+}
+
 OutputFolder::OutputFolder(const fs::path& folder)
-    : folder_(fs::absolute(folder).lexically_normal()) {
+    : asNamed_(folder), folder_(fs::absolute(folder).lexically_normal()) {
   if (!folder_.has_filename()) folder_ = folder_.parent_path();  // of "out/"
-  const auto fail = [&](const std::string& why) {
-    throw InputError("cannot write to \"" + folder.string() + "\": " + why);
-  };
   std::error_code error;
   const bool exists = fs::exists(folder_, error);
   if (exists && !fs::is_directory(folder_)) fail("it is not a folder");
@@ -38,6 +39,10 @@ OutputFolder::~OutputFolder() {
 
 void OutputFolder::commit() {
   fs::create_directories(folder_);
+  for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
+    const std::string name = file.path().filename().string();
+    if (fs::is_directory(folder_ / name)) fail(name + " is a folder");
+  }
   for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
     const fs::path target = folder_ / file.path().filename();
     std::error_code acrossDevices;

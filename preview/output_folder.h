@@ -22,6 +22,9 @@ class OutputFolder {
   void commit();
 
  private:
+  [[noreturn]] void fail(const std::string& why) const;
+
+  std::filesystem::path asNamed_;  ///< the folder, as the user named it
   std::filesystem::path folder_, temporary_;
 };
 

@@ -2,30 +2,31 @@
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
 
 namespace preview {
 
 namespace {
 
-bool sameLetter(char a, char b) {
-  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-}
+char lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
-/// Levenshtein distance: insertions, deletions and substitutions, letters of either case alike.
+/// How many letters are inserted, left out, mistaken or swapped with their neighbour (the optimal
+/// string alignment distance). Either case is the same letter.
 std::size_t distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t substituted = diagonal + (sameLetter(a[i - 1], b[j - 1]) ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, substituted});
+  std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) {
+    for (std::size_t j = 0; j <= b.size(); ++j) {
+      if (i == 0 || j == 0) {
+        d[i][j] = i + j;
+        continue;
+      }
+      const char ai = lower(a[i - 1]), bj = lower(b[j - 1]);
+      d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (ai == bj ? 0 : 1)});
+      if (i > 1 && j > 1 && ai == lower(b[j - 2]) && bj == lower(a[i - 2])) {
+        d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+      }
     }
   }
-  return row.back();
+  return d[a.size()][b.size()];
 }
 
 }  // namespace
@@ -34,6 +35,7 @@ std::string suggestion(std::string_view name, const std::vector<std::string>& ca
   const std::string* nearest = nullptr;
   std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;
   for (const std::string& candidate : candidates) {
+    if (name.size() > candidate.size() + best) continue;
     const std::size_t d = distance(name, candidate);
     if (d < best) {
       best = d;
