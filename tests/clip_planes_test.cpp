@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <barrier>
 #include <thread>
 
@@ -132,9 +133,9 @@ TEST_F(ClipPlanes, CanBeEvaluatedFromInsideTheLog) {
 }
 
 TEST_F(ClipPlanes, AHostThatThrowsLeavesTheLockFree) {
-  host.scene.fails = true;
+  host.scene.whileAsked = [] { throw "no scene"; };
   EXPECT_THROW(sampler.number(kNear, host.sc), const char*);
-  host.scene.fails = false;
+  host.scene.whileAsked = nullptr;
   host.log.whilePrinting = [] { throw "no disk"; };
   EXPECT_THROW(sampler.number(kFar, host.sc), const char*) << "computed after the box failed";
   expectPlanes(5, 20);
@@ -151,6 +152,14 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
   constexpr int kFrames = 2000;
   Vector planes[kThreads] = {};
   int frame = 0;
+  // Three of four threads come early: nobody gets a box before all of these are about to evaluate.
+  // The others come when the planes are there, with nothing but the planes' own flag to order them.
+  constexpr int kEarly = kThreads / 4 * 3;
+  std::atomic<int> arrived{0};
+  std::atomic<int> evaluated{0};
+  host.scene.whileAsked = [&] {
+    while (arrived < frame * kEarly) std::this_thread::yield();
+  };
   // Runs while all threads wait: checks the frame that is over and begins the next one.
   const auto nextFrame = [&]() noexcept {
     for (const Vector& got : planes) {
@@ -170,10 +179,15 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
     threads.emplace_back([&, i] {
       for (int round = 0; round < kFrames; ++round) {
         barrier.arrive_and_wait();
+        if (i < kEarly) ++arrived;
+        while (i >= kEarly && evaluated.load(std::memory_order_relaxed) != frame) {
+          std::this_thread::yield();
+        }
         Vector& mine = planes[i];
         if (i % 2 == 0) mine.x = nearPlane.getFloat(host.sc);
         mine.y = farPlane.getFloat(host.sc);
         if (i % 2 != 0) mine.x = nearPlane.getFloat(host.sc);
+        evaluated.store(frame, std::memory_order_relaxed);
       }
       barrier.arrive_and_wait();
     });
