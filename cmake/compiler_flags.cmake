@@ -11,8 +11,9 @@ else()
     -ffp-contract=off       # results are compared bit for bit: one rounding per operation
     -fno-math-errno         # nobody reads errno; lets a square root be one instruction
     -fvisibility=hidden -fvisibility-inlines-hidden)
-  # Without it a module that once was loaded stays in the process. Only g++ knows the option.
-  target_compile_options(project_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  target_compile_options(project_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:
+    -fno-gnu-unique   # without it a module that once was loaded stays in the process
+    -Wno-restrict>)   # g++ 12 finds overlaps in the concatenation of strings where there are none
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)  # the x87 registers would round otherwise
     target_compile_options(project_flags INTERFACE -msse2 -mfpmath=sse)
   endif()
