@@ -175,6 +175,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
   const auto& farPlane = sampler.output<TextureFloatInterface>(kFar);
 
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       for (int round = 0; round < kFrames; ++round) {
