@@ -20,6 +20,7 @@ namespace {
 
 using namespace preview;
 
+constexpr const char* kProgram = "samplerinfo-preview";
 constexpr int kExitBadInput = 2;
 constexpr int kMaxThreads = 1024;
 
@@ -74,8 +75,7 @@ std::optional<std::pair<int, int>> parsePair(const std::string& text, char separ
 }
 
 struct Options {
-  std::filesystem::path plugin = defaultPluginLibrary();
-  std::filesystem::path scene, output;
+  std::filesystem::path plugin, scene, output;
   std::string size, frames, pixel;
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
@@ -155,52 +155,59 @@ int fail(const std::string& prefix, const std::exception& error, int exitCode) {
   return exitCode;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  const std::string program = "samplerinfo-preview";
-  Options options;
-  CLI::App app("Renders, lists and probes the textures of a plugin library.", program);
+int run(int argc, char** argv, Options& options) {
+  CLI::App app("Renders, lists and probes the textures of a plugin library.", kProgram);
   app.require_subcommand(1);
+  app.fallthrough();
   app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return oneLine(failed->get_name() + ": " + error.what()) + "\n";
   });
+  options.plugin = defaultPluginLibrary();
   app.add_option("--plugin", options.plugin, "The plugin library to load")->capture_default_str();
-  app.fallthrough();
 
+  const auto addCommon = [&](CLI::App* command) {
+    command->add_option("SCENE", options.scene, "The scene file")->required();
+    command->add_option("--size", options.size, "WIDTHxHEIGHT instead of the scene's, in pixels");
+    command->add_flag("--log", options.log, "Print the log of the render on the error stream");
+  };
   CLI::App* render = app.add_subcommand("render", "Render the pictures of a scene");
-  render->add_option("SCENE", options.scene, "The scene file")->required();
+  addCommon(render);
   render->add_option("-o,--output", options.output, "The folder for the pictures")->required();
-  render->add_option("--size", options.size, "WIDTHxHEIGHT instead of the scene's, in pixels");
   render->add_option("--samples", options.samples, "Samples per pixel instead of the scene's")
       ->check(CLI::Range(1, kMaxSamples));
   render->add_option("--frames", options.frames, "Render only FIRST-LAST, or one frame");
   render->add_option("--threads", options.threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
-  render->add_flag("--log", options.log, "Print the log of the render on the error stream");
 
   CLI::App* list = app.add_subcommand("list", "List every plugin with its parameters");
   list->add_flag("--markdown", options.markdown, "As tables in Markdown");
 
   CLI::App* probe = app.add_subcommand("probe", "Print value, bounds and gradient at one pixel");
-  probe->add_option("SCENE", options.scene, "The scene file")->required();
+  addCommon(probe);
   probe->add_option("--pixel", options.pixel, "X,Y from the top left corner")->required();
-  probe->add_option("--size", options.size, "WIDTHxHEIGHT instead of the scene's, in pixels");
-  probe->add_flag("--log", options.log, "Print the log of the render on the error stream");
 
   try {
     app.parse(argc, argv);
-    if (render->parsed()) runRender(options);
-    if (probe->parsed()) runProbe(options);
-    if (list->parsed()) listPlugins(PluginLibrary(options.plugin), options.markdown, std::cout);
   } catch (const CLI::ParseError& e) {
     return app.exit(e) == 0 ? 0 : kExitBadInput;
+  }
+  if (render->parsed()) runRender(options);
+  if (probe->parsed()) runProbe(options);
+  if (list->parsed()) listPlugins(PluginLibrary(options.plugin), options.markdown, std::cout);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  try {
+    return run(argc, argv, options);
   } catch (const SceneError& e) {
     return fail(options.scene.string(), e, kExitBadInput);
   } catch (const InputError& e) {
-    return fail(program, e, kExitBadInput);
+    return fail(kProgram, e, kExitBadInput);
   } catch (const std::exception& e) {
-    return fail(program, e, 1);
+    return fail(kProgram, e, 1);
   }
-  return 0;
 }

@@ -328,7 +328,7 @@ void Network::checkCycles() const {
       const auto begin = std::find(path.begin(), path.end(), &next);
       if (begin != path.end()) {
         std::string cycle;
-        for (auto i = begin; i != path.end(); ++i) cycle += (*i)->node->name + " <- ";
+        for (auto i = begin; i != path.end(); ++i) cycle.append((*i)->node->name).append(" <- ");
         throw SceneError(place, "a cycle: " + cycle + next.node->name);
       }
       if (!done.contains(&next)) visit(next);
@@ -352,7 +352,8 @@ std::vector<std::pair<std::string, Texture>> Network::textures() const {
     if (PluginInterface* texture = node.ownTexture()) result.emplace_back(name, asTexture(texture));
     if (node.plugin == nullptr) continue;
     for (const std::string& output : parameterNames(node.object.get_deleter().desc, true)) {
-      result.emplace_back(name + "." + output, asTexture(outputOf(*node.plugin, output)));
+      result.emplace_back(Reference{name, output}.text(),
+                          asTexture(outputOf(*node.plugin, output)));
     }
   }
   return result;

@@ -185,7 +185,7 @@ void checkName(const std::string& name, const Item& item) {
   };
   if (name.empty() || name.size() > kMaxName || !std::all_of(name.begin(), name.end(), allowed)) {
     item.fail("a name is up to " + std::to_string(kMaxName) +
-              " letters, digits, \"_\" and \"-\" long");
+              R"( letters, digits, "_" and "-" long)");
   }
 }
 
@@ -238,7 +238,7 @@ CameraKey readCameraKey(const Item& item) {
                                    view.x * up.y - view.y * up.x);
   if (length < 1e-6) item.fail("the camera stands at its target");
   if (across < 1e-6 * length * std::hypot(up.x, up.y, up.z) || across == 0) {
-    item.fail("\"up\" is zero or along the view");
+    item.fail(R"("up" is zero or along the view)");
   }
   return key;
 }
@@ -360,7 +360,7 @@ Object readObject(const std::string& name, const Item& item, const std::filesyst
     if (key == "object_space") object.hasObjectSpace = value.boolean();
     if (key == "uvw") object.hasUvw = value.boolean();
   }
-  if (!hasShape) item.fail("\"shape\" is missing");
+  if (!hasShape) item.fail(R"("shape" is missing)");
   return object;
 }
 
@@ -376,7 +376,7 @@ Parameter readParameter(const std::string& name, const Item& item) {
   if (item.isNumber()) return {name, item.number(-kLargestFloat, kLargestFloat)};
   if (item.isText()) return {name, readReference(item)};
   if (!item.isList()) {
-    item.failExpecting("a number, true or false, a list of numbers, \"node\" or \"node.output\"");
+    item.failExpecting(R"(a number, true or false, a list of numbers, "node" or "node.output")");
   }
   const std::size_t count = item.elements().size();
   return {name, item.numbers(count == kColorSize ? kColorSize : kVectorSize, kLargestFloat)};
@@ -394,7 +394,7 @@ Node readNode(const std::string& name, const Item& item) {
       }
     }
   }
-  if (node.plugin.empty()) item.fail("\"plugin\" is missing");
+  if (node.plugin.empty()) item.fail(R"("plugin" is missing)");
   return node;
 }
 
@@ -423,7 +423,7 @@ Picture readPicture(const std::string& name, const Item& item) {
       picture.high = range[1];
     }
   }
-  if (picture.from.node.empty()) item.fail("\"from\" is missing");
+  if (picture.from.node.empty()) item.fail(R"("from" is missing)");
   return picture;
 }
 

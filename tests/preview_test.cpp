@@ -37,6 +37,12 @@ std::map<std::string, std::string> filesIn(const fs::path& folder) {
   return files;
 }
 
+std::set<std::string> namesIn(const fs::path& folder) {
+  std::set<std::string> names;
+  for (const auto& [name, content] : filesIn(folder)) names.insert(name);
+  return names;
+}
+
 struct Outcome {
   int exitCode;
   std::string out, err;
@@ -80,7 +86,7 @@ std::string sceneWith(const std::string& section, const std::string& content) {
   sections[section] = content;
   std::string text;
   for (const auto& [name, value] : sections) {
-    text += (text.empty() ? "{\"" : ",\n\"") + name + "\": " + value;
+    text.append(text.empty() ? "{" : ",\n").append("\"" + name + "\": ").append(value);
   }
   return text + "}";
 }
@@ -99,12 +105,12 @@ const BadScene kBadScenes[] = {
     {nullptr, "{\n  \"image\": {},,\n}",
      "parse error at line 2, column 15: syntax error while parsing object key - unexpected ','; "
      "expected string literal"},
-    {nullptr, "{\"image\": {\"width\": 1e999}}", "number overflow parsing '1e999'"},
+    {nullptr, R"({"image": {"width": 1e999}})", "number overflow parsing '1e999'"},
     {nullptr, "[1, 2]", "expected an object, found a list"},
-    {nullptr, "{\"imge\": {}}", "imge: unknown key; did you mean \"image\"?"},
-    {nullptr, "{\"a\\nb\": {}}", "a b: unknown key"},
-    {nullptr, "{\"nodes\": {\"a\": {}, \"b\": {}, \"a\": {}}}", "nodes.a: occurs twice"},
-    {nullptr, "{\"camera\": {\"keys\": [{\"up\": [0, 1, 0], \"up\": [0, 1, 0]}]}}",
+    {nullptr, R"({"imge": {}})", R"(imge: unknown key; did you mean "image"?)"},
+    {nullptr, R"({"a\nb": {}})", "a b: unknown key"},
+    {nullptr, R"({"nodes": {"a": {}, "b": {}, "a": {}}})", "nodes.a: occurs twice"},
+    {nullptr, R"({"camera": {"keys": [{"up": [0, 1, 0], "up": [0, 1, 0]}]}})",
      "camera.keys.up: occurs twice"},
     {nullptr, "{}", "objects: expected at least one object"},
 
@@ -119,10 +125,10 @@ const BadScene kBadScenes[] = {
     {"image", R"({"width": 12.5})",
      "image.width: expected a whole number from 1 to 8192, found 12.5"},
     {"image", R"({"width": "wide"})",
-     "image.width: expected a whole number from 1 to 8192, found \"wide\""},
+     R"(image.width: expected a whole number from 1 to 8192, found "wide")"},
     {"image", R"({"samples": null})",
      "image.samples: expected a whole number from 1 to 4096, found null"},
-    {"image", R"({"widht": 8})", "image.widht: unknown key; did you mean \"width\"?"},
+    {"image", R"({"widht": 8})", R"(image.widht: unknown key; did you mean "width"?)"},
     {"frames", R"({"first": 3, "last": 2})", "frames: the last frame comes before the first"},
     {"shutter", R"({"open": 0.5, "close": 0.25})", "shutter: closes before it opens"},
     {"shutter", R"({"open": -1})", "shutter.open: expected a number from 0.0 to 1.0, found -1"},
@@ -133,22 +139,22 @@ const BadScene kBadScenes[] = {
     {"camera", R"({"keys": [{"position": [1, 2, 3], "target": [1, 2, 3]}]})",
      "camera.keys[0]: the camera stands at its target"},
     {"camera", R"({"keys": [{"up": [0, 0, -2]}]})",
-     "camera.keys[0]: \"up\" is zero or along the view"},
+     R"(camera.keys[0]: "up" is zero or along the view)"},
     {"world_offset", R"([0, true, 0])", "world_offset[1]: expected a number, found true"},
 
     // Objects.
     {"objects", R"({})", "objects: expected at least one object"},
     {"objects", R"({"a.b": {"shape": {"box": {}}}})",
-     "objects.a.b: a name is up to 64 letters, digits, \"_\" and \"-\" long"},
-    {"objects", R"({"a": {}})", "objects.a: \"shape\" is missing"},
+     R"(objects.a.b: a name is up to 64 letters, digits, "_" and "-" long)"},
+    {"objects", R"({"a": {}})", R"(objects.a: "shape" is missing)"},
     {"objects", R"({"a": {"shape": {"tours": {}}}})",
-     "objects.a.shape: no shape \"tours\"; did you mean \"torus\"?"},
+     R"(objects.a.shape: no shape "tours"; did you mean "torus"?)"},
     {"objects", R"({"a": {"shape": {"box": {}, "plane": {}}}})",
      "objects.a.shape: expected one shape"},
     {"objects", R"({"a": {"shape": {"sphere": {"radius": 0}}}})",
      "objects.a.shape.sphere.radius: expected a number from 1e-06 to 1000000.0, found 0"},
     {"objects", R"({"a": {"shape": {"obj": "nowhere.obj"}}})",
-     "objects.a.shape.obj: no file \"nowhere.obj\""},
+     R"(objects.a.shape.obj: no file "nowhere.obj")"},
     {"objects", R"({"a": {"shape": {"obj": "scene.json"}}})",
      "objects.a.shape: scene.json: has no faces"},
     {"objects", R"({"a": {"shape": {"box": {}}, "transform": {"scale": [1, 0, 1]}}})",
@@ -158,19 +164,19 @@ const BadScene kBadScenes[] = {
 
     // Nodes.
     {"nodes", R"({"a": {"plugin": "TexFloatOpp"}})",
-     "nodes.a.plugin: no plugin \"TexFloatOpp\"; did you mean \"TexFloatOp\"?"},
-    {"nodes", R"({"a": {"plugin": "Wood"}})", "nodes.a.plugin: no plugin \"Wood\""},
-    {"nodes", R"({"a": {}})", "nodes.a: \"plugin\" is missing"},
+     R"(nodes.a.plugin: no plugin "TexFloatOpp"; did you mean "TexFloatOp"?)"},
+    {"nodes", R"({"a": {"plugin": "Wood"}})", R"(nodes.a.plugin: no plugin "Wood")"},
+    {"nodes", R"({"a": {}})", R"(nodes.a: "plugin" is missing)"},
     {"nodes", R"({"coverage": {"plugin": "ramp"}})",
      "nodes.coverage: the coverage of the pixels has this name"},
     {"nodes", R"({"facing": {"plugin": "TexSampler"},
                   "tint": {"plugin": "Float3ToAColor",
                            "params": {"float1": "facing.facing_ration"}}})",
-     "nodes.tint.params.float1: no output \"facing_ration\" on TexSampler; did you mean "
-     "\"facing_ratio\"?"},
+     R"(nodes.tint.params.float1: no output "facing_ration" on TexSampler; did you mean )"
+     R"("facing_ratio"?)"},
     {"nodes", R"({"tint": {"plugin": "Float3ToAColor", "params": {"float1": "facin"}},
                   "facing": {"plugin": "ramp", "params": {"from": 0, "to": 1}}})",
-     "nodes.tint.params.float1: no node \"facin\"; did you mean \"facing\"?"},
+     R"(nodes.tint.params.float1: no node "facin"; did you mean "facing"?)"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"float_a": "a2.product"}},
                   "a2": {"plugin": "TexFloatOp", "params": {"float_b": "a.sum"}}})",
      "nodes.a2.params.float_b: a cycle: a <- a2 <- a"},
@@ -178,31 +184,31 @@ const BadScene kBadScenes[] = {
      "nodes.a.params.color_b: a cycle: a <- a"},
     {"nodes", R"({"s": {"plugin": "TexSampler"},
                   "a": {"plugin": "TexFloatOp", "params": {"float_a": "s.point"}}})",
-     "nodes.a.params.float_a: expected a float: a number, \"node\" or \"node.output\"; "
-     "\"s.point\" is a vector"},
+     R"(nodes.a.params.float_a: expected a float: a number, "node" or "node.output"; )"
+     R"("s.point" is a vector)"},
     {"nodes", R"({"s": {"plugin": "TexSampler"},
                   "a": {"plugin": "TexFloatOp", "params": {"float_a": "s"}}})",
      "nodes.a.params.float_a: TexSampler is not itself a texture; name one of its outputs: "
-     "\"s.OUTPUT\""},
+     R"("s.OUTPUT")"},
     {"nodes", R"({"r": {"plugin": "ramp", "params": {"from": 0, "to": 1}},
                   "a": {"plugin": "TexFloatOp", "params": {"float_a": "r.sum"}}})",
      "nodes.a.params.float_a: ramp has no outputs"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"flaot_a": 1}}})",
-     "nodes.a.params.flaot_a: no parameter \"flaot_a\" on TexFloatOp; did you mean \"float_a\"?"},
+     R"(nodes.a.params.flaot_a: no parameter "flaot_a" on TexFloatOp; did you mean "float_a"?)"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"product": 1}}})",
-     "nodes.a.params.product: no parameter \"product\" on TexFloatOp"},
+     R"(nodes.a.params.product: no parameter "product" on TexFloatOp)"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"float_a": true}}})",
-     "nodes.a.params.float_a: expected a float: a number, \"node\" or \"node.output\""},
+     R"(nodes.a.params.float_a: expected a float: a number, "node" or "node.output")"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"float_a": 1e39}}})",
      "nodes.a.params.float_a: expected a number from -3.4028234663852886e+38 to "
      "3.4028234663852886e+38, found 1e+39"},
     {"nodes", R"({"a": {"plugin": "TexFloatOp", "params": {"float_a": null}}})",
-     "nodes.a.params.float_a: expected a number, true or false, a list of numbers, \"node\" or "
-     "\"node.output\", found null"},
+     R"(nodes.a.params.float_a: expected a number, true or false, a list of numbers, "node" or )"
+     R"("node.output", found null)"},
     {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"color_a": [1, 1, 1]}}})",
-     "nodes.a.params.color_a: expected a color: [r, g, b, a], \"node\" or \"node.output\""},
+     R"(nodes.a.params.color_a: expected a color: [r, g, b, a], "node" or "node.output")"},
     {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"color_a": [1, 1, 1, "1"]}}})",
-     "nodes.a.params.color_a[3]: expected a number, found \"1\""},
+     R"(nodes.a.params.color_a[3]: expected a number, found "1")"},
     {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"mode": 2.5}}})",
      "nodes.a.params.mode: expected a whole number"},
     {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"mode": 4294967296}}})",
@@ -210,27 +216,27 @@ const BadScene kBadScenes[] = {
     {"nodes", R"({"a": {"plugin": "Float3ToAColor", "params": {"invert": 1}}})",
      "nodes.a.params.invert: expected true or false"},
     {"nodes", R"({"a": {"plugin": "ramp", "params": {"from": 0}}})",
-     "nodes.a.params: \"to\" is missing"},
+     R"(nodes.a.params: "to" is missing)"},
     {"nodes", R"({"a": {"plugin": "checker", "params": {"even": 0, "odd": [1, 1, 1]}}})",
-     "nodes.a.params.odd: expected numbers as \"even\" has them: one, 3 or 4"},
+     R"(nodes.a.params.odd: expected numbers as "even" has them: one, 3 or 4)"},
     {"nodes", R"({"a": {"plugin": "constant", "params": {"vlaue": 0}}})",
-     "nodes.a.params.vlaue: no parameter \"vlaue\" on constant; did you mean \"value\"?"},
+     R"(nodes.a.params.vlaue: no parameter "vlaue" on constant; did you mean "value"?)"},
 
     // Pictures.
     {"pictures", R"({})", "pictures: expected at least one picture"},
-    {"pictures", R"({"a": {}})", "pictures.a: \"from\" is missing"},
+    {"pictures", R"({"a": {}})", R"(pictures.a: "from" is missing)"},
     {"pictures", R"({"a/b": {"from": "stripes"}})",
-     "pictures.a/b: a name is up to 64 letters, digits, \"_\" and \"-\" long"},
+     R"(pictures.a/b: a name is up to 64 letters, digits, "_" and "-" long)"},
     {"pictures", R"({"contact_sheet": {"from": "stripes"}})",
      "pictures.contact_sheet: the contact sheet has this name"},
     {"pictures", R"({"a": {"from": "tint.prodcut"}})",
-     "pictures.a.from: no output \"prodcut\" on TexFloatOp; did you mean \"product\"?"},
+     R"(pictures.a.from: no output "prodcut" on TexFloatOp; did you mean "product"?)"},
     {"pictures", R"({"a": {"from": "stripes", "show": "uper"}})",
-     "pictures.a.show: cannot show \"uper\"; did you mean \"upper\"?"},
+     R"(pictures.a.show: cannot show "uper"; did you mean "upper"?)"},
     {"pictures", R"({"a": {"from": "sampler.material_id", "show": "lower"}})",
-     "pictures.a.show: \"sampler.material_id\" is of kind integer, which has no lower"},
+     R"(pictures.a.show: "sampler.material_id" is of kind integer, which has no lower)"},
     {"pictures", R"({"a": {"from": "sampler.camToWorld"}})",
-     "pictures.a.show: \"sampler.camToWorld\" is of kind transform, which has no value"},
+     R"(pictures.a.show: "sampler.camToWorld" is of kind transform, which has no value)"},
     {"pictures", R"({"a": {"from": "stripes", "range": [2, 2]}})",
      "pictures.a.range: the range is empty"},
 };
@@ -346,7 +352,7 @@ TEST_F(PreviewProgram, GalleryShowsEveryOutputOfEveryPlugin) {
     std::string name, type, kind;
     words >> name >> type >> kind;
     if (!line.starts_with(' ')) plugin = name;
-    if (kind == "output") missing.insert(plugin + "." + name);
+    if (kind == "output") missing.insert(std::string(plugin).append(".").append(name));
   }
   EXPECT_EQ(missing.size(), 21U + 9U + 9U + 14U + 1U);
 
@@ -375,10 +381,8 @@ TEST_F(PreviewRender, WritesAPictureEachASheetAndALayeredFile) {
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(outcome.exitCode, 0);
   const auto files = filesIn(folder_ / "new");
-  std::vector<std::string> names;
-  for (const auto& [name, content] : files) names.push_back(name);
-  EXPECT_EQ(names, (std::vector<std::string>{"a.png", "b.png", "contact_sheet.png", "other.png",
-                                             "scene.exr"}));
+  EXPECT_EQ(namesIn(folder_ / "new"), (std::set<std::string>{"a.png", "b.png", "contact_sheet.png",
+                                                             "other.png", "scene.exr"}));
   EXPECT_NE(files.at("a.png"), "an older picture");
   EXPECT_EQ(files.at("other.png"), "another picture");
   EXPECT_NE(files.at("scene.exr").find("sampler.point.B"), std::string::npos);
@@ -387,11 +391,10 @@ TEST_F(PreviewRender, WritesAPictureEachASheetAndALayeredFile) {
 TEST_F(PreviewRender, NumbersTheFilesOfSeveralFrames) {
   writeFile(folder_ / "scene.json", sceneWith("frames", R"({"first": 8, "last": 11})"));
   EXPECT_EQ(run({"render", "scene.json", "-o", "a/b", "--frames", "9-10"}).exitCode, 0);
-  std::vector<std::string> names;
-  for (const auto& [name, content] : filesIn(folder_ / "a/b")) names.push_back(name);
-  EXPECT_EQ(names, (std::vector<std::string>{"contact_sheet.0009.png", "contact_sheet.0010.png",
-                                             "scene.0009.exr", "scene.0010.exr", "stripes.0009.png",
-                                             "stripes.0010.png"}));
+  EXPECT_EQ(
+      namesIn(folder_ / "a/b"),
+      (std::set<std::string>{"contact_sheet.0009.png", "contact_sheet.0010.png", "scene.0009.exr",
+                             "scene.0010.exr", "stripes.0009.png", "stripes.0010.png"}));
 }
 
 TEST_F(PreviewRender, ReplacesNothingIfOneFileCannotBeReplaced) {
