@@ -24,10 +24,8 @@ struct Registration {
   const std::vector<ParameterInfo>* parameters;
 };
 
-std::vector<Registration>& registrations() {
-  static std::vector<Registration> list;
-  return list;
-}
+// Lives as long as this library: descriptors of loaded modules go later than a local static would.
+std::vector<Registration> registrations;
 
 /// The interface that a texture of this kind has.
 QUtils::InterfaceId textureId(ParamType type) {
@@ -59,7 +57,7 @@ namespace standin {
 void listenToCalls(CallListener* listener) { callListener = listener; }
 
 std::span<const ParameterInfo> registeredParameters(const QUtils::QuorPluginDesc* desc) {
-  for (const Registration& registration : registrations()) {
+  for (const Registration& registration : registrations) {
     if (registration.desc == desc) return *registration.parameters;
   }
   return {};
@@ -82,7 +80,7 @@ struct QuorParameterListDesc::Storage {
 QuorParameterListDesc::QuorParameterListDesc() : storage_(new Storage) {}
 
 QuorParameterListDesc::~QuorParameterListDesc() {
-  std::erase_if(registrations(), [this](const Registration& registration) {
+  std::erase_if(registrations, [this](const Registration& registration) {
     return registration.parameters == &storage_->parameters;
   });
   delete storage_;
@@ -147,9 +145,9 @@ std::int32_t QuorParameterListDesc::addOutputParamTextureTransform(char* name, c
 std::int32_t QuorParameterListDesc::registerParameters(QuorPluginHost* /*host*/,
                                                        QuorPluginDesc* desc) {
   note("registerParameters");
-  std::erase_if(registrations(),
+  std::erase_if(registrations,
                 [desc](const Registration& registration) { return registration.desc == desc; });
-  registrations().push_back({desc, &storage_->parameters});
+  registrations.push_back({desc, &storage_->parameters});
   return 1;
 }
 
