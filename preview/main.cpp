@@ -194,6 +194,7 @@ int run(int argc, char** argv, Options& options) {
   if (render->parsed()) runRender(options);
   if (probe->parsed()) runProbe(options);
   if (list->parsed()) listPlugins(PluginLibrary(options.plugin), options.markdown, std::cout);
+  if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
   return 0;
 }
 

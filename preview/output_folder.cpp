@@ -17,8 +17,9 @@ void OutputFolder::fail(const std::string& why) const {
   throw InputError("cannot write to \"" + asNamed_.string() + "\": " + why);
 }
 
-OutputFolder::OutputFolder(const fs::path& folder)
-    : asNamed_(folder), folder_(fs::absolute(folder).lexically_normal()) {
+OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
+  if (folder.empty()) fail("it has no name");
+  folder_ = fs::absolute(folder).lexically_normal();
   if (!folder_.has_filename()) folder_ = folder_.parent_path();  // of "out/"
   std::error_code error;
   const bool exists = fs::exists(folder_, error);

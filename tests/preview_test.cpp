@@ -266,6 +266,8 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
       {{"render", "nowhere.json", "-o", "out"}, "nowhere.json: cannot be read"},
       {{"render", ".", "-o", "out"}, ".: cannot be read"},
       {{"render", "scene.json"}, "samplerinfo-preview: --output is required"},
+      {{"render", "scene.json", "-o", ""},
+       "samplerinfo-preview: cannot write to \"\": it has no name"},
       {{"render", "scene.json", "-o", "file"},
        "samplerinfo-preview: cannot write to \"file\": it is not a folder"},
       {{"render", "scene.json", "-o", "file/out"},
