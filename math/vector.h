@@ -42,10 +42,4 @@ constexpr DVector cross(DVector a, DVector b) {
 /// Single sums and a single root, all in 32-bit floats.
 inline float length(Vector v) { return std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z); }
 
-/// A vector of what `f` gives for each component in turn: `f(&Vector::x)` and so on.
-template <class F>
-constexpr Vector perComponent(F f) {
-  return {f(&Vector::x), f(&Vector::y), f(&Vector::z)};
-}
-
 }  // namespace QUtils

@@ -2,6 +2,7 @@
 
 #include <tiny_obj_loader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string>
@@ -111,41 +112,83 @@ Mesh build(const ObjFile& file) { return loadObj(file.path); }
 
 [[noreturn]] void fail(const std::filesystem::path& path, std::string reason) {
   while (!reason.empty() && reason.back() == '\n') reason.pop_back();
-  for (char& c : reason) {
-    if (c == '\n') c = ' ';
-  }
+  std::ranges::replace(reason, '\n', ' ');
   throw InputError(path.string() + ": " + reason);
 }
 
-/// Three floats of a list of `attrib`, or two and a 0.
-V3d triple(const std::vector<float>& list, int index) {
-  const auto i = 3 * static_cast<std::size_t>(index);
-  return {list[i], list[i + 1], list[i + 2]};
+/// The corners of a file's triangles, three for each; an index of -1 stands for "not given".
+using Corners = std::vector<tinyobj::index_t>;
+
+V3d positionOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
+  const float* p = &attrib.vertices[3 * static_cast<std::size_t>(corner.vertex_index)];
+  return {p[0], p[1], p[2]};
 }
-V3d pair(const std::vector<float>& list, int index) {
-  const auto i = 2 * static_cast<std::size_t>(index);
-  return {list[i], list[i + 1], 0};
+V3d normalOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
+  if (corner.normal_index < 0) return V3d(0);
+  const float* n = &attrib.normals[3 * static_cast<std::size_t>(corner.normal_index)];
+  return {n[0], n[1], n[2]};
+}
+V3d uvwOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
+  const float* t = &attrib.texcoords[2 * static_cast<std::size_t>(corner.texcoord_index)];
+  return {t[0], t[1], 0};
 }
 
-bool allFinite(const std::vector<float>& list) {
-  for (const float value : list) {
-    if (!std::isfinite(value)) return false;
-  }
-  return true;
-}
-
-/// Checks that every corner of the file points at something; -1 stands for "not given".
-void checkIndices(const std::filesystem::path& path, const tinyobj::attrib_t& attrib,
-                  const std::vector<tinyobj::index_t>& corners) {
-  const auto inside = [](int index, std::size_t size, int lowest) {
-    return index >= lowest && index < static_cast<int>(size);
+void check(const std::filesystem::path& path, const tinyobj::ObjReader& reader,
+           const Corners& corners) {
+  const tinyobj::attrib_t& attrib = reader.GetAttrib();
+  const auto within = [](int index, std::size_t floats, std::size_t each) {
+    return index < static_cast<int>(floats / each);
   };
+  // Some polygons with a wrong index are left out of the shapes, with a warning.
+  bool dangling = reader.Warning().find("out of bounds") != std::string::npos;
   for (const tinyobj::index_t& corner : corners) {
-    if (!inside(corner.vertex_index, attrib.vertices.size() / 3, 0) ||
-        !inside(corner.normal_index, attrib.normals.size() / 3, -1) ||
-        !inside(corner.texcoord_index, attrib.texcoords.size() / 2, -1)) {
-      fail(path, "a face refers to a v, vn or vt that is not there");
+    dangling |= corner.vertex_index < 0 ||
+                !within(corner.vertex_index, attrib.vertices.size(), 3) ||
+                !within(corner.normal_index, attrib.normals.size(), 3) ||
+                !within(corner.texcoord_index, attrib.texcoords.size(), 2);
+  }
+  if (dangling) fail(path, "a face refers to a v, vn or vt that is not there");
+  if (corners.empty()) fail(path, "has no faces");
+  for (const auto* list : {&attrib.vertices, &attrib.normals, &attrib.texcoords}) {
+    if (!std::ranges::all_of(*list, [](float value) { return std::isfinite(value); })) {
+      fail(path, "has a coordinate that is not a finite number");
     }
+  }
+}
+
+/// What leads from the first corner of a triangle to the second and to the third.
+struct Edges {
+  V3d e1, e2;
+};
+template <class Of>
+Edges edges(Of of, const tinyobj::attrib_t& attrib, const Corners& corners, std::size_t first) {
+  const V3d origin = of(attrib, corners[first]);
+  return {of(attrib, corners[first + 1]) - origin, of(attrib, corners[first + 2]) - origin};
+}
+
+/// For each position of the file the sum of the normals of its triangles, weighted by area.
+std::vector<V3d> smoothNormals(const tinyobj::attrib_t& attrib, const Corners& corners) {
+  std::vector<V3d> sums(attrib.vertices.size() / 3, V3d(0));
+  for (std::size_t first = 0; first < corners.size(); first += 3) {
+    const auto [e1, e2] = edges(positionOf, attrib, corners, first);
+    for (std::size_t i = first; i < first + 3; ++i) {
+      sums[static_cast<std::size_t>(corners[i].vertex_index)] += e1.cross(e2);
+    }
+  }
+  return sums;
+}
+
+/// Gives the three vertices from `first` on their texture coordinates and what follows from them.
+void setUvw(std::vector<Vertex>& vertices, const tinyobj::attrib_t& attrib, const Corners& corners,
+            std::size_t first) {
+  const auto [e1, e2] = edges(positionOf, attrib, corners, first);
+  const auto [t1, t2] = edges(uvwOf, attrib, corners, first);
+  const double det = t1.x * t2.y - t2.x * t1.y;
+  for (std::size_t i = first; i < first + 3; ++i) {
+    vertices[i].uvw = toVector(uvwOf(attrib, corners[i]));
+    if (det == 0) continue;
+    vertices[i].dPdu = toVector((e1 * t2.y - e2 * t1.y) / det);
+    vertices[i].dPdv = toVector((e2 * t1.x - e1 * t2.x) / det);
   }
 }
 
@@ -161,55 +204,25 @@ Mesh loadObj(const std::filesystem::path& path) {
     fail(path, reader.Error().empty() ? "is not a readable OBJ file" : reader.Error());
   }
   const tinyobj::attrib_t& attrib = reader.GetAttrib();
-  std::vector<tinyobj::index_t> corners;
+  Corners corners;
   for (const tinyobj::shape_t& shape : reader.GetShapes()) {
     corners.insert(corners.end(), shape.mesh.indices.begin(), shape.mesh.indices.end());
   }
-  if (corners.empty()) fail(path, "has no faces");
-  if (!allFinite(attrib.vertices) || !allFinite(attrib.normals) || !allFinite(attrib.texcoords)) {
-    fail(path, "has a coordinate that is not a finite number");
-  }
-  checkIndices(path, attrib, corners);
+  check(path, reader, corners);
 
   Mesh mesh;
-  std::vector<V3d> smooth(attrib.vertices.size() / 3, V3d(0));
+  mesh.hasUvw = std::ranges::all_of(
+      corners, [](const tinyobj::index_t& corner) { return corner.texcoord_index >= 0; });
+  const std::vector<V3d> smooth = smoothNormals(attrib, corners);
   for (const tinyobj::index_t& corner : corners) {
-    if (corner.texcoord_index < 0) mesh.hasUvw = false;
+    V3d normal = normalOf(attrib, corner);
+    if (normal == V3d(0)) normal = smooth[static_cast<std::size_t>(corner.vertex_index)];
+    mesh.vertices.push_back(
+        {toVector(positionOf(attrib, corner)), toVector(normal.normalized()), {}, {}, {}});
   }
-  for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
-    const V3d p0 = triple(attrib.vertices, corners[i].vertex_index);
-    const V3d e1 = triple(attrib.vertices, corners[i + 1].vertex_index) - p0;
-    const V3d e2 = triple(attrib.vertices, corners[i + 2].vertex_index) - p0;
-    for (std::size_t k = i; k < i + 3; ++k) {
-      smooth[static_cast<std::size_t>(corners[k].vertex_index)] += e1.cross(e2);
-    }
-    V3d uvw[3] = {V3d(0), V3d(0), V3d(0)};
-    V3d dPdu(0);
-    V3d dPdv(0);
-    if (mesh.hasUvw) {
-      for (std::size_t k = 0; k < 3; ++k) {
-        uvw[k] = pair(attrib.texcoords, corners[i + k].texcoord_index);
-      }
-      const V3d t1 = uvw[1] - uvw[0];
-      const V3d t2 = uvw[2] - uvw[0];
-      const double det = t1.x * t2.y - t2.x * t1.y;
-      if (det != 0) {
-        dPdu = (e1 * t2.y - e2 * t1.y) / det;
-        dPdv = (e2 * t1.x - e1 * t2.x) / det;
-      }
-    }
-    const auto first = static_cast<std::uint32_t>(i);
+  for (std::uint32_t first = 0; first < corners.size(); first += 3) {
     mesh.triangles.push_back({first, first + 1, first + 2});
-    for (std::size_t k = 0; k < 3; ++k) {
-      mesh.vertices.push_back({toVector(triple(attrib.vertices, corners[i + k].vertex_index)),
-                               QUtils::Vector{}, toVector(uvw[k]), toVector(dPdu), toVector(dPdv)});
-    }
-  }
-  for (std::size_t i = 0; i < corners.size(); ++i) {
-    V3d normal(0);
-    if (corners[i].normal_index >= 0) normal = triple(attrib.normals, corners[i].normal_index);
-    if (normal == V3d(0)) normal = smooth[static_cast<std::size_t>(corners[i].vertex_index)];
-    mesh.vertices[i].normal = toVector(normal.normalized());
+    if (mesh.hasUvw) setUvw(mesh.vertices, attrib, corners, first);
   }
   return mesh;
 }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "math/vector.h"
 #include "preview/vectors.h"
 
 namespace preview {
@@ -59,8 +60,7 @@ Raycaster::Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector&
       const QUtils::Vector& p = vertex.position;
       if (first) bounds_ = {p, p};
       first = false;
-      bounds_.lo = QUtils::perComponent([&](auto m) { return std::min(bounds_.lo.*m, p.*m); });
-      bounds_.hi = QUtils::perComponent([&](auto m) { return std::max(bounds_.hi.*m, p.*m); });
+      bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
     }
   }
   rtcCommitScene(scene_.get());
