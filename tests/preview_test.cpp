@@ -443,6 +443,7 @@ TEST_F(PreviewRender, ProbesTheMiddleOfAPixel) {
       "s": {"plugin": "TexSampler"},
       "r": {"plugin": "ramp", "params": {"from": [1, 1, 1, 1], "to": [4, 1, 1, 0],
                                          "direction": [0, 1, 0]}},
+      "c": {"plugin": "checker", "params": {"even": [1, 2, 3], "odd": [4, 0, 6], "tiles": 3}},
       "op": {"plugin": "TexFloatOp", "params": {"float_a": "s.facing_ratio", "float_b": 3}}},
     "pictures": {"r": {"from": "r"}}})");
   const Outcome probe = run({"probe", "scene.json", "--pixel", "1,1"});
@@ -468,6 +469,9 @@ TEST_F(PreviewRender, ProbesTheMiddleOfAPixel) {
            // Half way up the box, which is two high: a third of 3 more red per unit of height / 2.
            "r                      color  value (2.5, 1, 1, 0.5)  bounds (1, 1, 1, 0) to (4, 1, 1, "
            "1)  gradient (0, 0.5, 0)",
+           // The square in the middle of three by three.
+           "c                      vector  value (1, 2, 3)  bounds (1, 0, 3) to (4, 2, 6)  "
+           "gradient (0, 0, 0)",
            "op.product             float  value 3  bounds -3 to 3  gradient (0, 0, 0)",
        }) {
     EXPECT_TRUE(lines.contains(line)) << line;
