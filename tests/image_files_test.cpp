@@ -10,7 +10,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 
 #include "preview/errors.h"
 #include "support/bits.h"
@@ -149,31 +148,40 @@ class FullDisk {
   rlimit before_ = {};
 };
 
-TEST_F(ImageFiles, NothingStaysOfAFileThatCouldNotBeFinished) {
-  FloatImage noise(40, 40, 3);
+FloatImage noiseOf(int height) {
+  FloatImage noise(40, height, 3);
   std::mt19937 random(1);
   for (std::size_t i = 0; i < noise.pixels(); ++i) {
     for (float& value : noise.pixel(i)) value = static_cast<float>(random()) / 4294967296.0F;
   }
-  const preview::ExrLayer layer = {"noise", &noise};
+  return noise;
+}
+
+// A small file waits in a buffer until it is closed; a large one fails before.
+TEST_F(ImageFiles, NothingStaysOfAFileThatCouldNotBeFinished) {
+  const FloatImage small = noiseOf(2);
+  const FloatImage large = noiseOf(40);
   const struct {
     const char* name;
-    std::function<void(const fs::path&)> write;
-  } rows[] = {{"a.png", [&](const fs::path& to) { preview::writePng(to, noise); }},
-              {"a.exr", [&](const fs::path& to) {
-                 preview::writeExr(to, {&layer, 1});
-               }}};
+    const FloatImage& image;
+  } rows[] = {
+      {"small.png", small}, {"large.png", large}, {"small.exr", small}, {"large.exr", large}};
   for (const auto& row : rows) {
     const fs::path file = path(row.name);
-    row.write(file);
+    const auto write = [&] {
+      const preview::ExrLayer layer = {"noise", &row.image};
+      if (file.extension() == ".png") preview::writePng(file, row.image);
+      if (file.extension() == ".exr") preview::writeExr(file, {&layer, 1});
+    };
+    write();
     const std::uintmax_t size = fs::file_size(file);
-    for (const std::uintmax_t limit : {std::uintmax_t{1024}, size - 1}) {
+    for (const std::uintmax_t limit : {size / 2, size - 1}) {
       SCOPED_TRACE(testing::Message() << row.name << " cut at " << limit << " of " << size);
       fs::remove(file);
       std::string error;
       {
         const FullDisk fullDisk(limit);
-        error = errorOf([&] { row.write(file); });
+        error = errorOf(write);
       }
       EXPECT_EQ(error.find(file.string() + ": cannot be written: "), 0U) << error;
       EXPECT_FALSE(fs::exists(file));

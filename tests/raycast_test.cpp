@@ -248,9 +248,9 @@ TEST(Raycast, BoundsEncloseEveryObject) {
   const Mesh mesh = preview::makeMesh(preview::Sphere{});
   const PlacedMesh objects[] = {{&mesh, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {5, 0, 0}}},
                                 {&mesh, {{2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {-7, 0, 1}}}};
-  const Raycaster raycaster(objects, {0, 1, 0});
-  expectNear(wide(raycaster.bounds().lo), {-9, -3, -1}, 1e-6);
-  expectNear(wide(raycaster.bounds().hi), {6, 1, 3}, 1e-6);
+  const Raycaster raycaster(objects, {20, 1, -10});
+  expectNear(wide(raycaster.bounds().lo), {-29, -3, 9}, 1e-6);
+  expectNear(wide(raycaster.bounds().hi), {-14, 1, 13}, 1e-6);
   const Raycaster empty({}, {0, 1, 0});
   EXPECT_EQ(wide(empty.bounds().lo), V3d(0));
   EXPECT_EQ(wide(empty.bounds().hi), V3d(0));
