@@ -4,7 +4,8 @@ target_compile_features(project_flags INTERFACE cxx_std_20)
 target_include_directories(project_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
 if(MSVC)
-  target_compile_options(project_flags INTERFACE /W4 /WX /fp:precise /utf-8)
+  target_compile_options(project_flags INTERFACE /W4 /WX /fp:precise /utf-8
+    /wd5030)  # attributes of other compilers
 else()
   target_compile_options(project_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Woverloaded-virtual -Werror

@@ -15,11 +15,11 @@ void* allocate(std::size_t size);
 void release(void* block) noexcept;
 
 /// Formats a text of at most 511 characters to the system's debug output.
-__attribute__((format(printf, 1, 2))) void debugPrint(const char* format, ...) noexcept;
+[[gnu::format(printf, 1, 2)]] void debugPrint(const char* format, ...) noexcept;
 
 /// Formats into a buffer of `size` bytes, which is left terminated. Returns the length of the text,
 /// -1 when it did not fit, 0 for a `size` of 0 or less, which leaves the buffer as it was.
-__attribute__((format(printf, 3, 4))) int formatBounded(char* buffer, int size, const char* format,
-                                                        ...) noexcept;
+[[gnu::format(printf, 3, 4)]] int formatBounded(char* buffer, int size, const char* format,
+                                                ...) noexcept;
 
 }  // namespace samplerinfo

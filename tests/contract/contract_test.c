@@ -209,13 +209,7 @@ static void checkInstance(void* desc, int isTexture, int isShader) {
   CHECK(connectInput(quorPart, "no such parameter", NULL) == 0);
 
   /* Deleting through any part deletes the whole, and with it the list of interfaces. */
-  if (isTexture) {
-    deleteThrough(texturePart);
-  } else if (isShader) {
-    deleteThrough(shaderPart);
-  } else {
-    deleteThrough(quorPart);
-  }
+  deleteThrough(isShader ? shaderPart : isTexture ? texturePart : quorPart);
   CHECK(added.releases == 1);
 
   added.releases = 0;
