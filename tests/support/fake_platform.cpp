@@ -48,10 +48,15 @@ void debugOutput(const char* text) noexcept {
   insideFake = false;
 }
 
-// Counts instead of excluding: the tests that use it have one thread.
+// Counts instead of excluding: the tests that use it have one thread, which would wait for itself
+// for ever if it took a lock twice.
 Lock::Lock() noexcept : storage_{} {}
 Lock::~Lock() = default;
-void Lock::lock() { ++test::fakePlatform().locks; }
-void Lock::unlock() {}
+void Lock::lock() {
+  if (storage_[0] != std::byte{0}) std::abort();
+  storage_[0] = std::byte{1};
+  ++test::fakePlatform().locks;
+}
+void Lock::unlock() { storage_[0] = std::byte{0}; }
 
 }  // namespace samplerinfo::platform
