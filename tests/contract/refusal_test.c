@@ -77,8 +77,10 @@ static const char* refusedName(void* plugin) {
 }
 
 static void checkException(void) {
-  const CatchableTypes* catchable = ((const ThrowInfo*)thrown[2])->catchable;
+  const ThrowInfo* info = (const ThrowInfo*)thrown[2];
+  const CatchableTypes* catchable = info->catchable;
   CHECK(thrown[0] == 0x19930520);
+  CHECK(info->attributes == 0); /* else a const one, which a handler of `char *` does not get */
   CHECK(catchable->count == 2);
   CHECK(strcmp(catchable->types[0]->type->name, ".PAD") == 0); /* char * */
   CHECK(strcmp(catchable->types[1]->type->name, ".PAX") == 0); /* void * */
