@@ -1,53 +1,50 @@
 #pragma once
 
 #include "colorops/scaled_color.h"
+#include "colorops/shader_source_export.h"
 #include "frame/output_tex.h"
 
 /// The float outputs of TexAColorOp: one number of the scaled colour color · mult. The gradient of
 /// all but alpha is that of the scaled intensity.
 namespace samplerinfo {
 
+/// A channel of the scaled colour.
+template <float AColor::*kChannel>
+class ChannelTex : public OutputTex<TextureFloatInterface> {
+ public:
+  float getFloat(const ShadingContext& sc) const final {
+    const auto [c, m] = inputs.values(sc);
+    return c.*kChannel * m;
+  }
+  void getFloatBounds(float& min, float& max) const final {
+    const auto [c, m] = inputs.bounds();
+    store(product(Interval{c.lo.*kChannel, c.hi.*kChannel}, m), min, max);
+  }
+
+  ScaledColor inputs;
+};
+
+/// A channel that counts for the intensity.
+template <float AColor::*kChannel>
+class ColorChannelTex : public ChannelTex<kChannel> {
+ public:
+  Vector getGradient(const ShadingContext& sc) const final {
+    return this->inputs.scaledIntensity(sc).gradient;  // Kept: not that of the channel.
+  }
+};
+
 /// Red. Kept: it is an object, although nothing uses that.
-class RTex final : public PluginBase, public OutputTex<TextureFloatInterface> {
- public:
-  float getFloat(const ShadingContext& sc) const override;
-  void getFloatBounds(float& min, float& max) const override;
-  Vector getGradient(const ShadingContext& sc) const override;
+class RTex final : public PluginBase, public ColorChannelTex<&AColor::r> {};
 
-  ScaledColor inputs;
-};
+class GTex final : public ColorChannelTex<&AColor::g> {};
 
-/// Green.
-class GTex final : public OutputTex<TextureFloatInterface> {
- public:
-  float getFloat(const ShadingContext& sc) const override;
-  void getFloatBounds(float& min, float& max) const override;
-  Vector getGradient(const ShadingContext& sc) const override;
-
-  ScaledColor inputs;
-};
-
-/// Blue.
-class BTex final : public OutputTex<TextureFloatInterface> {
- public:
-  float getFloat(const ShadingContext& sc) const override;
-  void getFloatBounds(float& min, float& max) const override;
-  Vector getGradient(const ShadingContext& sc) const override;
-
-  ScaledColor inputs;
-};
+class BTex final : public ColorChannelTex<&AColor::b> {};
 
 /// Alpha, scaled like the others; its gradient is zero.
-class ATex final : public OutputTex<TextureFloatInterface> {
- public:
-  float getFloat(const ShadingContext& sc) const override;
-  void getFloatBounds(float& min, float& max) const override;
-
-  ScaledColor inputs;
-};
+class ATex final : public ChannelTex<&AColor::a> {};
 
 /// Intensity. An object of its own, so that the host can ask it for shader source.
-class ITex final : public PluginBase, public TextureFloatInterface, public RTTexInterface {
+class ITex final : public PluginBase, public TextureFloatInterface, public ShaderSourceExport {
  public:
   PluginInterface* getInterface(InterfaceId id) override;
   PluginBase* getPlugin() override { return this; }
@@ -56,8 +53,6 @@ class ITex final : public PluginBase, public TextureFloatInterface, public RTTex
   void getFloatBounds(float& min, float& max) const override;
   Vector getGradient(const ShadingContext& sc) const override;
 
-  void* getShaderInfo() override { return nullptr; }
-  void setShaderInfo(void* /*info*/) override {}
   std::int32_t getShaderSource(const char* outputName, const char* secondName,
                                const char* descriptorKind, ShaderSource& source,
                                OCLData& oclData) override;

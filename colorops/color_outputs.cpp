@@ -1,11 +1,13 @@
 #include "colorops/color_outputs.h"
 
+#include <cmath>
+
 namespace samplerinfo {
 
 namespace {
 
-/// The alpha bounds of `color` in place of those of `bounds`.
-Range<AColor> withAlphaOf(Range<AColor> color, Range<AColor> bounds) {
+/// `bounds` with the alpha bounds of `color`.
+Range<AColor> withAlphaOf(Range<AColor> bounds, Range<AColor> color) {
   return {withAlpha(bounds.lo, color.lo.a), withAlpha(bounds.hi, color.hi.a)};
 }
 
@@ -32,7 +34,7 @@ AColor raised(AColor base, float exponent) {
 /// Bounds of A - B, signed, with the unscaled alpha of `color_a`.
 Range<AColor> signedDifference(const ColorPair& inputs) {
   const auto [ca, cb, ma, mb] = inputs.bounds();
-  return withAlphaOf(ca, difference(product(ca, ma), product(cb, mb)));
+  return withAlphaOf(difference(product(ca, ma), product(cb, mb)), ca);
 }
 
 }  // namespace
@@ -49,7 +51,7 @@ void ColorProdTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorProdTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return productGradient(a.scaled, a.gradient, b.scaled, b.gradient);
 }
 
@@ -60,12 +62,12 @@ AColor ColorAddTex::getColor(const ShadingContext& sc) const {
 
 void ColorAddTex::getColorBounds(AColor& min, AColor& max) const {
   const auto [ca, cb, ma, mb] = inputs.bounds();
-  const Range<AColor> result = withAlphaOf(ca, sum(product(ca, ma), product(cb, mb)));
+  const Range<AColor> result = withAlphaOf(sum(product(ca, ma), product(cb, mb)), ca);
   storeResult(result, result_alpha, min, max);
 }
 
 Vector ColorAddTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return a.gradient + b.gradient;
 }
 
@@ -79,7 +81,7 @@ void ColorSubTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorSubTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return a.gradient - b.gradient;
 }
 
@@ -93,7 +95,7 @@ void ColorDiffTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorDiffTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
 }
 
@@ -112,7 +114,7 @@ void ColorDivTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorDivTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   if (b.scaled == 0) return {};
   return (a.gradient * b.scaled - b.gradient * a.scaled) / (b.scaled * b.scaled);
 }
@@ -129,7 +131,7 @@ void ColorMinTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorMinTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return b.unscaled > a.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
 }
 
@@ -145,7 +147,7 @@ void ColorMaxTex::getColorBounds(AColor& min, AColor& max) const {
 }
 
 Vector ColorMaxTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.intensities(sc);
+  const auto [a, b] = inputs.scaledIntensities(sc);
   return a.unscaled > b.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
 }
 
@@ -156,11 +158,11 @@ AColor ColorMulTex::getColor(const ShadingContext& sc) const {
 
 void ColorMulTex::getColorBounds(AColor& min, AColor& max) const {
   const auto [c, m] = inputs.bounds();
-  storeResult(withAlphaOf(c, product(c, m)), result_alpha, min, max);
+  storeResult(withAlphaOf(product(c, m), c), result_alpha, min, max);
 }
 
 Vector ColorMulTex::getGradient(const ShadingContext& sc) const {
-  return inputs.intensity(sc).gradient;
+  return inputs.scaledIntensity(sc).gradient;
 }
 
 AColor ColorPowTex::getColor(const ShadingContext& sc) const {
@@ -174,7 +176,7 @@ void ColorPowTex::getColorBounds(AColor& min, AColor& max) const {
   const Interval ma = boundsOr(mult_a, 1);
   const Interval mb = boundsOr(mult_b, 1);
   const Range<AColor> ca = boundsOrZero(color_a);
-  const Range<AColor> result = withAlphaOf(ca, chainedCorners(product(ca, ma), mb, raised));
+  const Range<AColor> result = withAlphaOf(chainedCorners(product(ca, ma), mb, raised), ca);
   storeResult(result, result_alpha, min, max);
 }
 

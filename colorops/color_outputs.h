@@ -49,7 +49,8 @@ class ColorDiffTex final : public ColorPairTex {
   Vector getGradient(const ShadingContext& sc) const override;
 };
 
-/// A / B, not guarded against zero; the gradient is zero where the scaled intensity of B is.
+/// A / B, not guarded against zero; alpha: the product of the scaled alphas, although it is bounded
+/// as a quotient. The gradient is zero where the scaled intensity of B is.
 class ColorDivTex final : public ColorPairTex {
  public:
   AColor getColor(const ShadingContext& sc) const override;
@@ -57,7 +58,7 @@ class ColorDivTex final : public ColorPairTex {
   Vector getGradient(const ShadingContext& sc) const override;
 };
 
-/// The smaller of A and B.
+/// The smaller of A and B. Its gradient is that of the colour with the smaller unscaled intensity.
 class ColorMinTex final : public ColorPairTex {
  public:
   AColor getColor(const ShadingContext& sc) const override;
@@ -65,7 +66,7 @@ class ColorMinTex final : public ColorPairTex {
   Vector getGradient(const ShadingContext& sc) const override;
 };
 
-/// The greater of A and B.
+/// The greater of A and B. Its gradient is that of the colour with the greater unscaled intensity.
 class ColorMaxTex final : public ColorPairTex {
  public:
   AColor getColor(const ShadingContext& sc) const override;

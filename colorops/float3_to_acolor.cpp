@@ -1,5 +1,7 @@
 #include "colorops/float3_to_acolor.h"
 
+#include "frame/inputs.h"
+#include "math/minmax.h"
 #include "math/vector.h"
 
 namespace samplerinfo {

@@ -35,13 +35,13 @@ struct ScaledIntensity {
   float unscaled;   ///< the intensity of the colour alone
   float scaled;     ///< times the multiplier
   Vector gradient;  ///< of `scaled`
-};
 
-/// From value and gradient of a colour and of its multiplier.
-constexpr ScaledIntensity scaledIntensity(AColor c, float m, Vector dc, Vector dm) {
-  const float i = intensity(c);
-  return {i, m * i, productGradient(i, dc, m, dm)};
-}
+  /// From value and gradient of a colour and of its multiplier.
+  static constexpr ScaledIntensity of(AColor c, float m, Vector dc, Vector dm) {
+    const float i = intensity(c);
+    return {i, m * i, productGradient(i, dc, m, dm)};
+  }
+};
 
 /// A colour with its multiplier. An absent colour counts as zero in all four channels, an absent
 /// multiplier as 1. Multipliers are asked first, values before gradients.
@@ -70,11 +70,11 @@ struct ScaledColor {
     return {c, m};
   }
 
-  ScaledIntensity intensity(const ShadingContext& sc) const {
+  ScaledIntensity scaledIntensity(const ShadingContext& sc) const {
     const auto [c, m] = values(sc);
     const Vector dm = gradientOrZero(mult, sc);
     const Vector dc = gradientOrZero(color, sc);
-    return scaledIntensity(c, m, dc, dm);
+    return ScaledIntensity::of(c, m, dc, dm);
   }
 };
 
@@ -113,13 +113,13 @@ struct ColorPair {
     return {ca, cb, ma, mb};
   }
 
-  Intensities intensities(const ShadingContext& sc) const {
+  Intensities scaledIntensities(const ShadingContext& sc) const {
     const auto [ca, cb, ma, mb] = values(sc);
     const Vector dma = gradientOrZero(mult_a, sc);
     const Vector dmb = gradientOrZero(mult_b, sc);
     const Vector dca = gradientOrZero(color_a, sc);
     const Vector dcb = gradientOrZero(color_b, sc);
-    return {scaledIntensity(ca, ma, dca, dma), scaledIntensity(cb, mb, dcb, dmb)};
+    return {ScaledIntensity::of(ca, ma, dca, dma), ScaledIntensity::of(cb, mb, dcb, dmb)};
   }
 };
 

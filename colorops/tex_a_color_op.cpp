@@ -1,6 +1,6 @@
 #include "colorops/tex_a_color_op.h"
 
-#include "colorops/shader_request.h"
+#include "math/minmax.h"
 
 namespace samplerinfo {
 
@@ -144,9 +144,7 @@ Vector TexAColorOp::getGradient(const ShadingContext& sc) const {
 std::int32_t TexAColorOp::getShaderSource(const char* outputName, const char* secondName,
                                           const char* descriptorKind, ShaderSource& source,
                                           OCLData& oclData) {
-  if (!asksMaterialFor("color", outputName, descriptorKind)) return 0;
-  getRTTexInterfaceSource(color_a, outputName, secondName, descriptorKind, source, oclData);
-  return 1;
+  return serve("color", color_a, {outputName, secondName, descriptorKind, source, oclData});
 }
 
 }  // namespace samplerinfo

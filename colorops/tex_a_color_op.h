@@ -4,6 +4,7 @@
 
 #include "colorops/channel_outputs.h"
 #include "colorops/color_outputs.h"
+#include "colorops/shader_source_export.h"
 #include "frame/param_table.h"
 #include "frame/plugin_descriptor.h"
 
@@ -11,7 +12,7 @@ namespace samplerinfo {
 
 /// Combines two scaled colours. Each result is an output; one of them, chosen by `mode`, is also
 /// what the plugin itself answers as a texture. The GPU renderer is given `color_a`.
-class TexAColorOp final : public QuorTexture, public RTTexInterface {
+class TexAColorOp final : public QuorTexture, public ShaderSourceExport {
  public:
   static constexpr std::uint64_t kPluginId = 0x7782F94E;
   static constexpr const char* kPluginName = "TexAColorOp";
@@ -28,8 +29,6 @@ class TexAColorOp final : public QuorTexture, public RTTexInterface {
   void getColorBounds(AColor& min, AColor& max) const override;
   Vector getGradient(const ShadingContext& sc) const override;
 
-  void* getShaderInfo() override { return nullptr; }
-  void setShaderInfo(void* /*info*/) override {}
   std::int32_t getShaderSource(const char* outputName, const char* secondName,
                                const char* descriptorKind, ShaderSource& source,
                                OCLData& oclData) override;

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "frame/inputs.h"
 #include "frame/output_tex.h"
 #include "frame/param_table.h"
 #include "frame/plugin_descriptor.h"

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "frame/inputs.h"
+#include "frame/texture_interfaces.h"
 
 namespace samplerinfo {
 
 using namespace QUtils;
 
-/// An output texture: part of its plugin, and no object of its own. Its fields are copies of the
-/// plugin's inputs, written by the plugin's `frameBegin`; evaluations read nothing else of the
-/// plugin.
+/// An output texture: embedded in its plugin, and not to be found as an object.
 template <class Interface>
 class OutputTex : public Interface {
  public:

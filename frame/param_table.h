@@ -30,27 +30,6 @@ namespace detail {
 inline constexpr std::int32_t kFlags = -1;
 inline constexpr const char* kText = nullptr;
 
-// Unlike std::derived_from it also holds for an output that has several interfaces.
-template <class Member>
-concept IsOutput = std::is_base_of_v<QUtils::PluginInterface, Member>;
-
-/// The texture interface that an output offers to the inputs connected to it.
-template <class Output>
-auto outputInterface(Output& output) {
-  using namespace QUtils;
-  if constexpr (std::derived_from<Output, TextureInterface>) {
-    return static_cast<TextureInterface*>(&output);
-  } else if constexpr (std::derived_from<Output, TextureFloatInterface>) {
-    return static_cast<TextureFloatInterface*>(&output);
-  } else if constexpr (std::derived_from<Output, TextureVectorInterface>) {
-    return static_cast<TextureVectorInterface*>(&output);
-  } else if constexpr (std::derived_from<Output, TextureIntInterface>) {
-    return static_cast<TextureIntInterface*>(&output);
-  } else {
-    return static_cast<TextureTransformInterface*>(&output);
-  }
-}
-
 /// Adds a parameter whose field or output is a `Member`. `Initial` tells a boolean from an integer:
 /// both are cached in a 32-bit integer, as the host has no boolean cache.
 template <class Member, class Initial>
@@ -101,9 +80,10 @@ constexpr auto param(const char* name, const char* help, Initial initial = {}) {
                        detail::addTo<M, Initial>(desc, hostText(row.name), row.help, row.initial);
                      },
                      [](QUtils::QuorParameterList& list, const ParamRow<P>& row, P& plugin) {
-                       if constexpr (detail::IsOutput<M>) {
-                         list.setOutputParamCache(hostText(row.name),
-                                                  detail::outputInterface(plugin.*Member));
+                       // Unlike std::derived_from this also holds for an output that has several
+                       // interfaces.
+                       if constexpr (std::is_base_of_v<QUtils::PluginInterface, M>) {
+                         list.setOutputParamCache(hostText(row.name), &(plugin.*Member));
                        } else {
                          list.setParamCache(hostText(row.name), &(plugin.*Member));
                        }

@@ -44,7 +44,7 @@ class CameraMotion {
 /// Data of one frame.
 class QuorFrameData : public PluginBase {
  public:
-  double frameTime = 0;                 ///< in frames
+  double frameTime = 0;                 ///< in the host's unit
   PreciseTransform worldToCamera = {};  ///< render space to camera space
   PreciseTransform cameraToWorld = {};  ///< camera space to render space
   std::int32_t imageHeight = 0;         ///< pixels
@@ -68,7 +68,8 @@ struct RenderContext {
 /// Offered by an object under EXT_OBJECT_SPACE_MAPPING.
 class ObjectSpaceMapping : public PluginInterface {
  public:
-  InterfaceId getInterfaceId() const override { return EXT_OBJECT_SPACE_MAPPING; }
+  static constexpr InterfaceId kInterfaceId = EXT_OBJECT_SPACE_MAPPING;
+  InterfaceId getInterfaceId() const override { return kInterfaceId; }
   const char* getInterfaceName() const override { return "EXT_OBJECT_SPACE_MAPPING"; }
 
   virtual Vector worldToObjectNormal(const ShadingContext& sc, const Vector& normal) = 0;
@@ -78,7 +79,8 @@ class ObjectSpaceMapping : public PluginInterface {
 /// Offered by a surface under EXT_UVW_SOURCE. Channels count from 0.
 class UVWSource : public PluginInterface {
  public:
-  InterfaceId getInterfaceId() const override { return EXT_UVW_SOURCE; }
+  static constexpr InterfaceId kInterfaceId = EXT_UVW_SOURCE;
+  InterfaceId getInterfaceId() const override { return kInterfaceId; }
   const char* getInterfaceName() const override { return "EXT_UVW_SOURCE"; }
 
   /// Writes the columns of the matrix whose inverse has the U and the V axis, in render space, as
@@ -91,7 +93,8 @@ class UVWSource : public PluginInterface {
 /// Offered by a surface under EXT_MATERIAL_ID_SOURCE.
 class MaterialIdSource : public PluginInterface {
  public:
-  InterfaceId getInterfaceId() const override { return EXT_MATERIAL_ID_SOURCE; }
+  static constexpr InterfaceId kInterfaceId = EXT_MATERIAL_ID_SOURCE;
+  InterfaceId getInterfaceId() const override { return kInterfaceId; }
   const char* getInterfaceName() const override { return "EXT_MATERIAL_ID_SOURCE"; }
 
   virtual std::int32_t getMaterialId(const ShadingContext& sc) = 0;

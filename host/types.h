@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// The host's value types and identifiers. All are plain records, passed by value or by read-only
-/// reference, and their layout is part of the contract with the host.
+/// The host's value types and identifiers. All are plain records whose layout is part of the
+/// contract with the host.
 namespace QUtils {
 
 /// Three 32-bit floats: a position, a direction or a gradient.
@@ -16,7 +16,7 @@ struct DVector {
   double x, y, z;
 };
 
-/// A colour with alpha. Linear, not premultiplied by anything that this library knows of.
+/// A linear colour with alpha; this library neither multiplies nor divides by the alpha.
 struct AColor {
   float r, g, b, a;
 };
@@ -48,7 +48,7 @@ inline constexpr InterfaceId EXT_TEXTURE_TRANSFORM = 0x7782F8E9;
 inline constexpr InterfaceId EXT_TEXTURE_INT = 0x7782F8EA;
 inline constexpr InterfaceId EXT_RTTEX = 0x77CFFFA6;
 
-/// Interfaces of the host's own objects: this library asks for them and never implements them.
+/// Interfaces of the host's own objects, which this library asks for.
 inline constexpr InterfaceId EXT_UVW_SOURCE = 0x77780010;
 inline constexpr InterfaceId EXT_MATERIAL_ID_SOURCE = 0x77790010;
 inline constexpr InterfaceId EXT_OBJECT_SPACE_MAPPING = 0x77915061;

@@ -7,7 +7,7 @@ namespace samplerinfo {
 Vector NormalTex::getVector(const ShadingContext& sc) const { return sc.normal; }
 
 Vector NormalObjTex::getVector(const ShadingContext& sc) const {
-  auto* mapping = offered<ObjectSpaceMapping>(sc.object, EXT_OBJECT_SPACE_MAPPING);
+  auto* mapping = offered<ObjectSpaceMapping>(sc.object);
   return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
 }
 

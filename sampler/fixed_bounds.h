@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/output_tex.h"
+#include "math/interval.h"
 
 /// Outputs whose bounds are constants, declared to the host and not checked against the values.
 namespace samplerinfo {

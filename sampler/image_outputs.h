@@ -5,7 +5,7 @@
 /// Where in the image, and when, a sample is taken.
 namespace samplerinfo {
 
-/// The time of the frame, in frames.
+/// The time of the frame, in the host's unit.
 class FrameTimeTex final : public FixedBoundsFloatTex<kAnywhere> {
  public:
   float getFloat(const ShadingContext& sc) const override;

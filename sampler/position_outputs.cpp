@@ -10,7 +10,7 @@ Vector PointTex::getVector(const ShadingContext& sc) const {
 
 Vector PointObjectTex::getVector(const ShadingContext& sc) const {
   const Vector point = toFloat(sc.shadingPoint);
-  auto* mapping = offered<ObjectSpaceMapping>(sc.object, EXT_OBJECT_SPACE_MAPPING);
+  auto* mapping = offered<ObjectSpaceMapping>(sc.object);
   // Kept: without a mapping it is the render-space point, not the one in world space.
   return mapping != nullptr ? mapping->worldToObjectPoint(sc, point) : point;
 }

@@ -15,11 +15,11 @@ inline const QuorFrameData& frameData(const ShadingContext& sc) {
   return *sc.renderContext->frameData;
 }
 
-/// The interface that `object`, which may be null, offers under `id`, or null. `Interface` is the
-/// class that the host has for `id`.
+/// The interface of this class that `object`, which may be null, offers, or null.
 template <class Interface>
-Interface* offered(PluginBase* object, InterfaceId id) {
-  return object != nullptr ? static_cast<Interface*>(object->getInterface(id)) : nullptr;
+Interface* offered(PluginBase* object) {
+  if (object == nullptr) return nullptr;
+  return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
 }
 
 }  // namespace samplerinfo

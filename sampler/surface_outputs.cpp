@@ -32,17 +32,17 @@ float FlippedNormalTex::getFloat(const ShadingContext& sc) const {
 }
 
 std::int32_t MtlIDTex::getInt(const ShadingContext& sc) const {
-  auto* source = offered<MaterialIdSource>(sc.surface, EXT_MATERIAL_ID_SOURCE);
+  auto* source = offered<MaterialIdSource>(sc.surface);
   return source != nullptr ? source->getMaterialId(sc) : 0;
 }
 
 Vector UVCoordTex::getVector(const ShadingContext& sc) const {
-  auto* source = offered<UVWSource>(sc.surface, EXT_UVW_SOURCE);
+  auto* source = offered<UVWSource>(sc.surface);
   return source != nullptr ? source->getUVW(sc, 0) : Vector{};
 }
 
 Vector TangentCameraTex::getVector(const ShadingContext& sc) const {
-  auto* source = offered<UVWSource>(sc.surface, EXT_UVW_SOURCE);
+  auto* source = offered<UVWSource>(sc.surface);
   if (source == nullptr) return {};
   Vector a{};
   Vector b{};

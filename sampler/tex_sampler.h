@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "frame/plugin_descriptor.h"
 #include "sampler/clip_planes.h"
 #include "sampler/direction_outputs.h"

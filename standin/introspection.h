@@ -40,8 +40,8 @@ struct ParameterInfo {
 /// lives.
 QUOR_API std::span<const ParameterInfo> registeredParameters(const QUtils::QuorPluginDesc* desc);
 
-/// Is told of every call of the parameter machinery: the operation and the parameter's name, or
-/// null where there is none.
+/// Is told of every call of the parameter machinery, the default `frameBegin` included: the
+/// operation and the parameter's name, or null where there is none.
 class CallListener {
  public:
   virtual void called(const char* operation, const char* name) = 0;

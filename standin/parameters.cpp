@@ -329,6 +329,7 @@ QuorPluginParameter* QuorParameterList::getParam(char* name) {
 }
 
 void QuorPluginInterface::frameBegin(QuorRenderer* /*renderer*/) {
+  note("frameBegin");
   if (paramList != nullptr) paramList->storage_->writeCaches();
 }
 

@@ -98,13 +98,10 @@ TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {
     const char* left;
   };
   const Row rows[] = {
-      {"abc", 0, 0, "........"},
-      {"abc", -4, 0, "........"},
-      {"", 8, 0, ""},
+      {"abc", 0, 0, "........"},       {"abc", -4, 0, "........"}, {"", 8, 0, ""},
       {"1234567", 8, 7, "1234567"},    // just fits
       {"12345678", 8, -1, "1234567"},  // fills the buffer, so its last character is lost
-      {"123456789", 8, -1, "1234567"},
-      {"x", 1, -1, ""},
+      {"123456789", 8, -1, "1234567"}, {"x", 1, -1, ""},
   };
   for (const Row& row : rows) {
     char buffer[] = "........";
@@ -177,8 +174,17 @@ void evaluate(PluginInterface& texture, const ShadingContext& sc) {
   }
 }
 
-/// A host around a shading context: a still camera, a scene of one box, no log.
+/// A host around a shading context: a still camera, a scene of one box, a log that counts its lines
+/// and how many of them were written under a lock.
 struct Host {
+  struct Log final : RenderLog {
+    int lines = 0;
+    std::uint64_t underLock = 0;
+    void print(const char* /*format*/, ...) override {
+      ++lines;
+      underLock += fakePlatform().held;
+    }
+  };
   struct Motion final : CameraMotion {
     DVector pointToRayTime(const DVector& point, double) override { return point; }
     Vector vectorToRayTime(const Vector& vector, double) override { return vector; }
@@ -188,7 +194,8 @@ struct Host {
 
   standin::BoxScene scene;
   Motion motion;
-  RenderServices services{nullptr, &scene, &motion, 1};
+  Log log;
+  RenderServices services{&log, &scene, &motion, 1};
   QuorFrameData frameData;
   RenderContext renderContext{&services, &frameData};
   standin::SurfacePoint surface;
@@ -231,8 +238,11 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
       for (PluginInterface* texture : textures) evaluate(*texture, host.sc);
       EXPECT_EQ(fakePlatform().blocks, blocksBefore);
       EXPECT_EQ(fakePlatform().locks - locksBefore, locks);
+      EXPECT_EQ(fakePlatform().held, 0U);
     }
   }
+  EXPECT_EQ(host.log.lines, 1);
+  EXPECT_EQ(host.log.underLock, 1U);
 }
 
 }  // namespace

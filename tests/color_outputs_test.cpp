@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
 #include "tests/support/bits.h"
 #include "tests/support/color_op.h"
@@ -409,7 +410,7 @@ TEST_F(ColorOutputsTest, BoundChannelsAndIntensity) {
   }
 }
 
-/// Notes where it is asked to write its bounds, and what stands there.
+/// Notes where it is asked to write its bounds, and what stood there until then.
 class PlaceRecorder final : public TextureFloatInterface {
  public:
   PluginBase* getPlugin() override { return nullptr; }
@@ -417,9 +418,12 @@ class PlaceRecorder final : public TextureFloatInterface {
   void getFloatBounds(float& min, float& max) const override {
     lo = &min;
     hi = &max;
+    loBefore = std::exchange(min, -5);
+    hiBefore = std::exchange(max, 5);
   }
   mutable const float* lo = nullptr;
   mutable const float* hi = nullptr;
+  mutable float loBefore = 0, hiBefore = 0;
 };
 
 TEST_F(ColorOutputsTest, LetResultAlphaWriteItsBoundsInPlace) {
@@ -435,6 +439,11 @@ TEST_F(ColorOutputsTest, LetResultAlphaWriteItsBoundsInPlace) {
     mainTexture().getColorBounds(lo, hi);
     EXPECT_EQ(places.lo, &lo.a) << output.mode;
     EXPECT_EQ(places.hi, &hi.a) << output.mode;
+    EXPECT_EQ(lo.a, -5) << output.mode;
+    EXPECT_EQ(hi.a, 5) << output.mode;
+    if (output.alphaBounds != Alpha::OwnOfA) continue;
+    EXPECT_EQ(places.loBefore, 2) << output.mode;
+    EXPECT_EQ(places.hiBefore, 3) << output.mode;
   }
 }
 

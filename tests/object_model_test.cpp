@@ -3,6 +3,7 @@
 #include <map>
 
 #include "standin/host_registry.h"
+#include "standin/introspection.h"
 #include "standin/textures.h"
 #include "tests/support/library.h"
 
@@ -167,6 +168,23 @@ TEST(PluginInstance, PassesParametersOnToItsList) {
   ASSERT_NE(instance.plugin().getParameter(known), nullptr);
   EXPECT_EQ(instance.plugin().getParameter(known)->value.iface, &number);
   EXPECT_EQ(instance.plugin().getParameter(unknown), nullptr);
+}
+
+TEST(PluginInstance, LetsTheHostWriteItsFieldsInEachFrame) {
+  struct Listener final : standin::CallListener {
+    int frames = 0;
+    void called(const char* operation, const char* /*name*/) override {
+      if (std::string(operation) == "frameBegin") ++frames;
+    }
+  } listener;
+  for (const QuorPluginDesc* desc : descriptors()) {
+    Instance instance(desc->getPluginName());
+    listener.frames = 0;
+    standin::listenToCalls(&listener);
+    instance.frameBegin();
+    standin::listenToCalls(nullptr);
+    EXPECT_EQ(listener.frames, 1) << desc->getPluginName();
+  }
 }
 
 TEST(OutputTexture, IsNoObjectOfItsOwn) {

@@ -36,7 +36,8 @@ inline std::string show(const QUtils::Vector& v) {
   return std::string("(") + show(v.x) + ", " + show(v.y) + ", " + show(v.z) + ")";
 }
 inline std::string show(const QUtils::AColor& c) {
-  return std::string("(") + show(c.r) + ", " + show(c.g) + ", " + show(c.b) + ", " + show(c.a) + ")";
+  return std::string("(") + show(c.r) + ", " + show(c.g) + ", " + show(c.b) + ", " + show(c.a) +
+         ")";
 }
 
 /// For EXPECT_TRUE(same(got, expected)).

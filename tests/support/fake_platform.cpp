@@ -56,7 +56,11 @@ void Lock::lock() {
   if (storage_[0] != std::byte{0}) std::abort();
   storage_[0] = std::byte{1};
   ++test::fakePlatform().locks;
+  ++test::fakePlatform().held;
 }
-void Lock::unlock() { storage_[0] = std::byte{0}; }
+void Lock::unlock() {
+  storage_[0] = std::byte{0};
+  --test::fakePlatform().held;
+}
 
 }  // namespace samplerinfo::platform

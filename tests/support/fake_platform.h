@@ -17,6 +17,7 @@ struct FakePlatform {
   std::string debugText;     ///< all that was written to the debug output
   std::uint64_t blocks = 0;  ///< blocks given so far
   std::uint64_t locks = 0;   ///< locks taken so far
+  std::uint64_t held = 0;    ///< locks held now
 };
 
 /// The calling thread's own.
