@@ -37,21 +37,21 @@ bool Instance::setParameter(QuorPluginParameter parameter) {
 }
 
 bool Instance::connect(const char* name, PluginInterface* texture) {
-  QuorPluginParameter::Value value{};
-  value.iface = texture;
-  return setParameter({name, ParameterKind::Interface, value});
+  QuorPluginParameter parameter{name, ParameterKind::Interface, {}};
+  parameter.value.iface = texture;
+  return setParameter(parameter);
 }
 
-bool Instance::set(const char* name, std::int32_t number) {
-  QuorPluginParameter::Value value{};
-  value.integer = number;
-  return setParameter({name, ParameterKind::Integer, value});
+bool Instance::set(const char* name, std::int32_t value) {
+  QuorPluginParameter parameter{name, ParameterKind::Integer, {}};
+  parameter.value.integer = value;
+  return setParameter(parameter);
 }
 
-bool Instance::set(const char* name, bool flag) {
-  QuorPluginParameter::Value value{};
-  value.boolean = flag;
-  return setParameter({name, ParameterKind::Boolean, value});
+bool Instance::set(const char* name, bool value) {
+  QuorPluginParameter parameter{name, ParameterKind::Boolean, {}};
+  parameter.value.boolean = value;
+  return setParameter(parameter);
 }
 
 PluginInterface* Instance::outputInterface(const char* name) {
