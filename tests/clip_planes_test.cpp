@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
 #include <thread>
+#include <utility>
 
 #include "tests/support/shading_host.h"
 
@@ -147,6 +150,33 @@ TEST_F(ClipPlanes, AHostThatThrowsLeavesTheLockFree) {
   EXPECT_EQ(host.log.lines.size(), 2U);
 }
 
+/// Holds threads until all have arrived; the last one does `work` before any goes on. std::barrier
+/// of libstdc++ 12 loses wake-ups on systems without futexes.
+class Barrier {
+ public:
+  Barrier(int threads, std::function<void()> work) : threads_(threads), work_(std::move(work)) {}
+
+  void arriveAndWait() {
+    std::unique_lock lock(mutex_);
+    if (++arrived_ == threads_) {
+      work_();
+      arrived_ = 0;
+      ++round_;
+      everybody_.notify_all();
+      return;
+    }
+    everybody_.wait(lock, [this, round = round_] { return round_ != round; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable everybody_;
+  int threads_;
+  int arrived_ = 0;
+  int round_ = 0;
+  std::function<void()> work_;
+};
+
 TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
   constexpr int kThreads = 16;
   constexpr int kFrames = 2000;
@@ -161,7 +191,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
     while (arrived < frame * kEarly) std::this_thread::yield();
   };
   // Runs while all threads wait: checks the frame that is over and begins the next one.
-  const auto nextFrame = [&]() noexcept {
+  const auto nextFrame = [&] {
     for (const Vector& got : planes) {
       EXPECT_TRUE(frame == 0 || sameBits(got, Vector{static_cast<float>(frame), 5000, 0}));
     }
@@ -170,7 +200,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
     setBox({0, 0, -5000}, {0, 0, -static_cast<float>(frame)});
     sampler.frameBegin();
   };
-  std::barrier barrier(kThreads, nextFrame);
+  Barrier barrier(kThreads, nextFrame);
   const auto& nearPlane = sampler.output<TextureFloatInterface>(kNear);
   const auto& farPlane = sampler.output<TextureFloatInterface>(kFar);
 
@@ -179,7 +209,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       for (int round = 0; round < kFrames; ++round) {
-        barrier.arrive_and_wait();
+        barrier.arriveAndWait();
         if (i < kEarly) ++arrived;
         while (i >= kEarly && evaluated.load(std::memory_order_relaxed) != frame) {
           std::this_thread::yield();
@@ -190,7 +220,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
         if (i % 2 != 0) mine.x = nearPlane.getFloat(host.sc);
         evaluated.store(frame, std::memory_order_relaxed);
       }
-      barrier.arrive_and_wait();
+      barrier.arriveAndWait();
     });
   }
   for (std::thread& thread : threads) thread.join();
