@@ -10,7 +10,7 @@ namespace samplerinfo {
 
 /// A channel of the scaled colour.
 template <float AColor::*kChannel>
-class ChannelTex : public OutputTex<TextureFloatInterface> {
+class ChannelTex : public OperationTex<TextureFloatInterface, ScaledColor> {
  public:
   float getFloat(const ShadingContext& sc) const final {
     const auto [c, m] = inputs.values(sc);
@@ -20,8 +20,6 @@ class ChannelTex : public OutputTex<TextureFloatInterface> {
     const auto [c, m] = inputs.bounds();
     store(product(Interval{c.lo.*kChannel, c.hi.*kChannel}, m), min, max);
   }
-
-  ScaledColor inputs;
 };
 
 /// A channel that counts for the intensity.

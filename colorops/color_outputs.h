@@ -10,9 +10,8 @@
 namespace samplerinfo {
 
 /// An output of two scaled colours.
-class ColorPairTex : public OutputTex<TextureInterface> {
+class ColorPairTex : public OperationTex<TextureInterface, ColorPair> {
  public:
-  ColorPair inputs;
   TextureFloatInterface* result_alpha = nullptr;
 };
 
@@ -75,13 +74,12 @@ class ColorMaxTex final : public ColorPairTex {
 };
 
 /// One scaled colour; alpha: that of `color`, unscaled.
-class ColorMulTex final : public OutputTex<TextureInterface> {
+class ColorMulTex final : public OperationTex<TextureInterface, ScaledColor> {
  public:
   AColor getColor(const ShadingContext& sc) const override;
   void getColorBounds(AColor& min, AColor& max) const override;
   Vector getGradient(const ShadingContext& sc) const override;
 
-  ScaledColor inputs;
   TextureFloatInterface* result_alpha = nullptr;
 };
 

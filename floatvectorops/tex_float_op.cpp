@@ -25,6 +25,10 @@ FloatPair::Gradients FloatPair::gradients(const ShadingContext& sc) const {
   return {da, db};
 }
 
+namespace {
+constexpr Interval kUnitRange{-1, 1};
+}  // namespace
+
 float ProdTex::getFloat(const ShadingContext& sc) const {
   const auto [a, b] = inputs.values(sc, 0);
   return a * b;
@@ -36,9 +40,9 @@ void ProdTex::getFloatBounds(float& min, float& max) const {
 }
 
 Vector ProdTex::getGradient(const ShadingContext& sc) const {
-  const auto values = inputs.values(sc, 0);
-  const auto gradients = inputs.gradients(sc);
-  const Vector term = gradients.da * values.b;
+  const auto [a, b] = inputs.values(sc, 0);
+  const auto [da, db] = inputs.gradients(sc);
+  const Vector term = da * b;
   return term + term;  // Kept: not the product rule; the value of a and db do not enter.
 }
 
@@ -106,7 +110,7 @@ float FloatSinTex::getFloat(const ShadingContext& sc) const {
   return static_cast<float>(std::sin(static_cast<double>(a * b)));
 }
 
-void FloatSinTex::getFloatBounds(float& min, float& max) const { store(Interval{-1, 1}, min, max); }
+void FloatSinTex::getFloatBounds(float& min, float& max) const { store(kUnitRange, min, max); }
 
 Vector FloatSinTex::getGradient(const ShadingContext& sc) const {
   const auto [a, b] = inputs.values(sc, 1);
@@ -120,7 +124,7 @@ float FloatCosTex::getFloat(const ShadingContext& sc) const {
   return static_cast<float>(std::cos(static_cast<double>(a * b)));
 }
 
-void FloatCosTex::getFloatBounds(float& min, float& max) const { store(Interval{-1, 1}, min, max); }
+void FloatCosTex::getFloatBounds(float& min, float& max) const { store(kUnitRange, min, max); }
 
 Vector FloatCosTex::getGradient(const ShadingContext& sc) const {
   const auto [a, b] = inputs.values(sc, 1);
@@ -131,7 +135,7 @@ Vector FloatCosTex::getGradient(const ShadingContext& sc) const {
 
 float FloatMinTex::getFloat(const ShadingContext& sc) const {
   const auto [a, b] = inputs.values(sc, 1);
-  return samplerinfo::min(a, b);
+  return min(a, b);
 }
 
 void FloatMinTex::getFloatBounds(float& min, float& max) const {
@@ -146,7 +150,7 @@ Vector FloatMinTex::getGradient(const ShadingContext& sc) const {
 
 float FloatMaxTex::getFloat(const ShadingContext& sc) const {
   const auto [a, b] = inputs.values(sc, 1);
-  return samplerinfo::max(a, b);
+  return max(a, b);
 }
 
 void FloatMaxTex::getFloatBounds(float& min, float& max) const {

@@ -29,10 +29,7 @@ struct FloatPair {
   Gradients gradients(const ShadingContext& sc) const;
 };
 
-class FloatOpTex : public OutputTex<TextureFloatInterface> {
- public:
-  FloatPair inputs;
-};
+using FloatOpTex = OperationTex<TextureFloatInterface, FloatPair>;
 
 /// a · b
 class ProdTex final : public FloatOpTex {

@@ -152,6 +152,10 @@ Vector ComponentTex<Component>::getGradient(const ShadingContext& sc) const {
   return productGradient(m, dm, v.*Component, dv);
 }
 
+template class ComponentTex<&Vector::x>;
+template class ComponentTex<&Vector::y>;
+template class ComponentTex<&Vector::z>;
+
 namespace {
 
 // The order of description is also the order in which an instance binds them.

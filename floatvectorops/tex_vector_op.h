@@ -54,22 +54,16 @@ struct ScaledVector {
   Gradients gradients(const ShadingContext& sc) const;
 };
 
-template <class Interface, class Inputs>
-class VectorOpTex : public OutputTex<Interface> {
- public:
-  Inputs inputs;
-};
-
 /// (va · vb) · (ma · mb); its gradient is zero. Bounded by the products of whole corner vectors,
 /// which do not enclose every value.
-class DotProdTex final : public VectorOpTex<TextureFloatInterface, VectorPair> {
+class DotProdTex final : public OperationTex<TextureFloatInterface, VectorPair> {
  public:
   float getFloat(const ShadingContext& sc) const override;
   void getFloatBounds(float& min, float& max) const override;
 };
 
 /// (va x vb) · (ma · mb); its gradient is zero. Bounded as the dot product.
-class CrossProdTex final : public VectorOpTex<TextureVectorInterface, VectorPair> {
+class CrossProdTex final : public OperationTex<TextureVectorInterface, VectorPair> {
  public:
   Vector getVector(const ShadingContext& sc) const override;
   void getVectorBounds(Vector& min, Vector& max) const override;
@@ -77,7 +71,7 @@ class CrossProdTex final : public VectorOpTex<TextureVectorInterface, VectorPair
 
 /// va · ma + vb · mb. Here and below the gradient of a vector input stands for that of the vector's
 /// length.
-class AddTex final : public VectorOpTex<TextureVectorInterface, VectorPair> {
+class AddTex final : public OperationTex<TextureVectorInterface, VectorPair> {
  public:
   Vector getVector(const ShadingContext& sc) const override;
   void getVectorBounds(Vector& min, Vector& max) const override;
@@ -85,7 +79,7 @@ class AddTex final : public VectorOpTex<TextureVectorInterface, VectorPair> {
 };
 
 /// va · ma - vb · mb
-class SubTex final : public VectorOpTex<TextureVectorInterface, VectorPair> {
+class SubTex final : public OperationTex<TextureVectorInterface, VectorPair> {
  public:
   Vector getVector(const ShadingContext& sc) const override;
   void getVectorBounds(Vector& min, Vector& max) const override;
@@ -93,7 +87,7 @@ class SubTex final : public VectorOpTex<TextureVectorInterface, VectorPair> {
 };
 
 /// v · m
-class MulTex final : public VectorOpTex<TextureVectorInterface, ScaledVector> {
+class MulTex final : public OperationTex<TextureVectorInterface, ScaledVector> {
  public:
   Vector getVector(const ShadingContext& sc) const override;
   void getVectorBounds(Vector& min, Vector& max) const override;
@@ -102,7 +96,7 @@ class MulTex final : public VectorOpTex<TextureVectorInterface, ScaledVector> {
 
 /// A component of v · m. The gradient of the vector input stands for that of the component.
 template <float Vector::*Component>
-class ComponentTex final : public VectorOpTex<TextureFloatInterface, ScaledVector> {
+class ComponentTex final : public OperationTex<TextureFloatInterface, ScaledVector> {
  public:
   float getFloat(const ShadingContext& sc) const override;
   void getFloatBounds(float& min, float& max) const override;

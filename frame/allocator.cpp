@@ -51,7 +51,8 @@ char* nextMessage() noexcept {
 }  // namespace
 
 void* allocate(std::size_t size) {
-  if (void* block = platform::heapBlock(size)) return block;
+  // At least one byte, so that null always means refusal.
+  if (void* block = platform::heapBlock(size != 0 ? size : 1)) return block;
   refuse(size);
 }
 

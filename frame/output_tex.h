@@ -13,4 +13,12 @@ class OutputTex : public Interface {
   PluginBase* getPlugin() override { return nullptr; }
 };
 
+/// An output of an operation. It works on copies of the plugin's inputs, which `frameBegin` writes;
+/// evaluations read nothing else of the plugin.
+template <class Interface, class Inputs>
+class OperationTex : public OutputTex<Interface> {
+ public:
+  Inputs inputs;
+};
+
 }  // namespace samplerinfo

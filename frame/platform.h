@@ -7,7 +7,7 @@
 /// What this library asks of the system it runs on; one source file per system answers it.
 namespace samplerinfo::platform {
 
-/// A block of at least `size` bytes from the heap, or null when the heap refuses it. Any thread.
+/// A block of `size` bytes, at least 1, from the heap; null when the heap refuses it. Any thread.
 void* heapBlock(std::size_t size) noexcept;
 void freeHeapBlock(void* block) noexcept;  ///< null is ignored
 
@@ -24,8 +24,8 @@ HeapWalk walkHeap() noexcept;
 
 bool heapIsIntact() noexcept;
 
-/// Formats into `size` bytes. Returns the length of the whole text; when that is not less than
-/// `size`, possibly a negative number, and possibly without a terminator.
+/// Formats into `size` bytes. Returns the length of the text; if it does not fit, a number that is
+/// negative or not less than `size`, and then there may be no terminator.
 int formatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
 
 /// Writes a terminated text to where the system's debuggers look.
@@ -43,7 +43,8 @@ class Lock {
   void unlock();
 
  private:
-  alignas(void*) std::byte storage_[8 * sizeof(void*)];  // holds the system's own lock
+  // Holds the system's own lock, whose headers stay out of this one.
+  alignas(void*) std::byte storage_[8 * sizeof(void*)];
 };
 
 }  // namespace samplerinfo::platform

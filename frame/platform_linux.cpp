@@ -11,8 +11,7 @@
 
 namespace samplerinfo::platform {
 
-// At least one byte, so that null always means refusal.
-void* heapBlock(std::size_t size) noexcept { return std::malloc(size != 0 ? size : 1); }
+void* heapBlock(std::size_t size) noexcept { return std::malloc(size); }
 
 void freeHeapBlock(void* block) noexcept { std::free(block); }
 

@@ -26,7 +26,7 @@ class QuorPluginInterface : public PluginInterface {
  public:
   /// Makes the parameter list from the description of `maker`, which may be null.
   explicit QuorPluginInterface(QuorPluginDesc* maker);
-  ~QuorPluginInterface() override;  // out of line, as for RTTexInterface
+  ~QuorPluginInterface() override;
 
   InterfaceId getInterfaceId() const override { return EXT_QUOR_PLUGIN; }
   const char* getInterfaceName() const override { return "EXT_QUOR_PLUGIN"; }

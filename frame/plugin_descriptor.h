@@ -9,16 +9,13 @@
 
 namespace samplerinfo {
 
-/// The descriptor of the plugin class `P`, which says of itself:
-///   static constexpr std::uint64_t kPluginId;
-///   static constexpr const char* kPluginName;
-///   static constexpr QUtils::InterfaceId kInterfaces[];     announced by `supportsInterface`
-///   static std::span<const ParamRow<P>> description();      its parameters, in the order of
-///   description explicit P(QUtils::QuorPluginDesc* desc);
+/// The descriptor of the plugin class `P`, which has the static members `kPluginId`, `kPluginName`,
+/// `kInterfaces` (those that `supportsInterface` announces) and `description()` (its parameters, in
+/// the order in which they are described), and a constructor that takes its descriptor.
 template <class P>
 class PluginDescriptor : public QUtils::QuorPluginDesc {
  public:
-  PluginDescriptor() : QuorPluginDesc(nullptr) {
+  PluginDescriptor() : QuorPluginDesc(nullptr) {  // the base is there before the description
     describe(parameters_, P::description());
     paramListDesc = &parameters_;
     pluginRegistry.add(this);

@@ -73,7 +73,7 @@ class TextureTransformInterface : public PluginInterface {
 /// A texture that can give shader source to the host's GPU renderer.
 class RTTexInterface : public PluginInterface {
  public:
-  ~RTTexInterface() override;  // out of line: the virtual table belongs to whoever links this file
+  ~RTTexInterface() override;  // the one operation out of line: its file owns the virtual table
   InterfaceId getInterfaceId() const override { return EXT_RTTEX; }
   const char* getInterfaceName() const override { return "EXT_RTTEX"; }
 

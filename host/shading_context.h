@@ -9,7 +9,7 @@ namespace QUtils {
 struct ShadingContext {
   RenderContext* renderContext;
   Vector rayDirection;      ///< render space: the direction in which the ray travelled
-  double rayTime;           ///< within the motion blur interval, 0 to 1
+  double rayTime;           ///< within the motion blur interval
   double imageX, imageY;    ///< pixels, from the top left corner of the image
   PluginBase* object;       ///< the shaded instance, or null; may offer EXT_OBJECT_SPACE_MAPPING
   PluginBase* surface;      ///< or null; may offer EXT_UVW_SOURCE, EXT_MATERIAL_ID_SOURCE

@@ -39,7 +39,7 @@ constexpr DVector cross(DVector a, DVector b) {
   return {a.y * b.z - b.y * a.z, a.z * b.x - b.z * a.x, a.x * b.y - b.x * a.y};
 }
 
-/// Single sums and a single root, all in 32-bit floats.
+/// The root of (x² + y²) + z², in 32-bit floats.
 inline float length(Vector v) { return std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z); }
 
 }  // namespace QUtils

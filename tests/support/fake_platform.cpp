@@ -25,21 +25,33 @@ thread_local bool insideFake = false;
 void* heapBlock(std::size_t size) noexcept {
   if (!std::exchange(insideFake, true)) {
     test::FakePlatform& fake = test::fakePlatform();
-    ++fake.blocks;
+    const bool refused = fake.grants == 0;
+    if (!refused) {
+      --fake.grants;
+      ++fake.blocks;
+    }
     insideFake = false;
-    if (fake.refuse) return nullptr;
+    if (refused) return nullptr;
   }
-  return std::malloc(size != 0 ? size : 1);
+  return std::malloc(size);
 }
 
-void freeHeapBlock(void* block) noexcept { std::free(block); }
+void freeHeapBlock(void* block) noexcept {
+  if (block != nullptr && !insideFake) ++test::fakePlatform().freed;
+  std::free(block);
+}
+
 std::uint32_t heapTotal() noexcept { return test::fakePlatform().total; }
 HeapWalk walkHeap() noexcept { return test::fakePlatform().walk; }
 bool heapIsIntact() noexcept { return test::fakePlatform().heapIntact; }
 
+// As unhelpful as it may be: a text that does not fit gives a negative number and no terminator.
 int formatText(char* buffer, std::size_t size, const char* format,
                std::va_list arguments) noexcept {
-  return std::vsnprintf(buffer, size, format, arguments);
+  const int length = std::vsnprintf(buffer, size, format, arguments);
+  if (length < 0 || static_cast<std::size_t>(length) < size) return length;
+  buffer[size - 1] = '#';
+  return static_cast<std::size_t>(length) == size ? length : -1;
 }
 
 void debugOutput(const char* text) noexcept {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
-#include <vector>
 
 #include "frame/platform.h"
 
@@ -10,12 +10,14 @@
 namespace test {
 
 struct FakePlatform {
-  bool refuse = false;  ///< the heap gives no more blocks on this thread
+  /// How many blocks the heap still gives on this thread before it refuses.
+  std::uint64_t grants = std::numeric_limits<std::uint64_t>::max();
   bool heapIntact = true;
   std::uint32_t total = 0;
   samplerinfo::platform::HeapWalk walk;
   std::string debugText;     ///< all that was written to the debug output
   std::uint64_t blocks = 0;  ///< blocks given so far
+  std::uint64_t freed = 0;   ///< blocks taken back so far
   std::uint64_t locks = 0;   ///< locks taken so far
   std::uint64_t held = 0;    ///< locks held now
 };
