@@ -40,7 +40,12 @@ volatile std::sig_atomic_t interrupted = 0;
 class Progress {
  public:
   explicit Progress(bool visible) : visible_(visible) {
-    for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { interrupted = 1; });
+    for (const int signal : {SIGINT, SIGTERM}) {
+      std::signal(signal, [](int again) {
+        interrupted = 1;
+        std::signal(again, SIG_DFL);  // the second one ends the program at once
+      });
+    }
   }
   ~Progress() {
     if (visible_) std::fputs("\r\033[K", stderr);

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <numbers>
 #include <set>
+#include <system_error>
 
 #include "math/vector.h"
 #include "preview/errors.h"
@@ -290,7 +291,8 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
   }
   if (kind == "obj") {
     ObjFile file{folder / shape.text()};
-    if (!std::filesystem::is_regular_file(file.path)) {
+    std::error_code unusable;
+    if (!std::filesystem::is_regular_file(file.path, unusable)) {
       shape.fail("no file \"" + file.path.string() + "\"");
     }
     return file;
