@@ -50,20 +50,6 @@ done
 apt update || echo "Not every package index could be read; trying all the same."
 
 # With a second architecture enabled apt may refuse while one index is out of step with the others.
-# Naming the release settles which versions are meant; where a library has come in a later version
-# for one architecture only, it has to go back to the release's for both to be installed.
-prefer_release() {
-  local preferences status=0
-  preferences=$(mktemp)
-  printf 'Package: *\nPin: release n=bookworm\nPin-Priority: 1001\n' >"$preferences"
-  chmod a+r "$preferences"
-  echo "Trying again with the versions of the release; some packages may be downgraded to them."
-  apt install -y --no-install-recommends --allow-downgrades \
-    -o Dir::Etc::Preferences="$preferences" "${missing[@]}" || status=$?
-  rm "$preferences"
-  return "$status"
-}
-
+# Naming the release settles which versions are meant; nothing is ever downgraded.
 apt install -y --no-install-recommends "${missing[@]}" ||
-  apt install -y --no-install-recommends -t bookworm "${missing[@]}" ||
-  prefer_release
+  apt install -y --no-install-recommends -t bookworm "${missing[@]}"
