@@ -10,7 +10,14 @@ not_executed=build/not-executed.txt
 rm -f "$not_executed"
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all # as in the presets
 
-step "packages for Windows" scripts/install.sh windows
+# Wine and the compilers in one go: choosing both at once, apt can take versions that the 32-bit
+# architecture has too, even while one package index is out of step with the others.
+echo "==> packages for Windows"
+wine_installed=yes
+if ! scripts/install.sh windows wine; then
+  wine_installed=
+  step "packages for Windows, without Wine" scripts/install.sh windows
+fi
 for preset in windows-x86 windows-x86-mingw; do
   step "configure $preset" cmake --preset "$preset"
   step "build $preset" cmake --build --preset "$preset"
@@ -19,7 +26,7 @@ done
 # The server stays, or every test would wait for Windows to start.
 start_wine() {
   echo "==> Wine"
-  scripts/install.sh wine || return
+  [[ -n $wine_installed ]] || return
   trap 'wineserver --kill' EXIT
   mkdir -p "$WINEPREFIX"
   wineserver --persistent || true # fails if there is one already
