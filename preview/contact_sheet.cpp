@@ -108,25 +108,24 @@ std::vector<std::string> linesOf(const std::string& caption, int width, Font& fo
   return lines;
 }
 
-/// A thumbnail laid out: the size of the picture on the sheet, and the lines below it.
-struct Cell {
-  int width, height;  ///< pixels
-  std::vector<std::string> lines;
+}  // namespace
 
-  int fullHeight() const { return height + kLineHeight * static_cast<int>(lines.size()); }
-};
+FloatImage scaledDown(const FloatImage& image, int width) {
+  const double scale =
+      std::min({1.0, static_cast<double>(width) / image.width(), 2.0 * width / image.height()});
+  const auto length = [&](int side) { return std::max(1, static_cast<int>(side * scale)); };
+  FloatImage result(length(image.width()), length(image.height()), 3);
 
-/// Each pixel of the cell is the mean of those that it covers.
-void drawScaled(FloatImage& sheet, const FloatImage& image, const Cell& cell, int left, int top) {
+  // Each pixel is the mean of those that it covers.
   const auto edge = [](int i, int from, int to) {
     return static_cast<int>(static_cast<std::int64_t>(i) * from / to);
   };
-  for (int y = 0; y < cell.height; ++y) {
-    const int y0 = edge(y, image.height(), cell.height);
-    const int y1 = std::max(edge(y + 1, image.height(), cell.height), y0 + 1);
-    for (int x = 0; x < cell.width; ++x) {
-      const int x0 = edge(x, image.width(), cell.width);
-      const int x1 = std::max(edge(x + 1, image.width(), cell.width), x0 + 1);
+  for (int y = 0; y < result.height(); ++y) {
+    const int y0 = edge(y, image.height(), result.height());
+    const int y1 = edge(y + 1, image.height(), result.height());
+    for (int x = 0; x < result.width(); ++x) {
+      const int x0 = edge(x, image.width(), result.width());
+      const int x1 = edge(x + 1, image.width(), result.width());
       double sums[3] = {};
       for (int sourceY = y0; sourceY < y1; ++sourceY) {
         for (int sourceX = x0; sourceX < x1; ++sourceX) {
@@ -135,42 +134,45 @@ void drawScaled(FloatImage& sheet, const FloatImage& image, const Cell& cell, in
       }
       const int count = (y1 - y0) * (x1 - x0);
       for (std::size_t c = 0; c < 3; ++c) {
-        sheet.pixel(left + x, top + y)[c] = static_cast<float>(sums[c] / count);
+        result.pixel(x, y)[c] = static_cast<float>(sums[c] / count);
       }
     }
   }
+  return result;
 }
-
-}  // namespace
 
 FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
   Font font;
-  std::vector<Cell> cells;
-  for (const auto& [image, caption] : thumbnails) {
-    const int scaled = std::min(width, image->width());
-    const auto height = std::int64_t{image->height()} * scaled / image->width();
-    cells.push_back({scaled, std::max(1, static_cast<int>(height)), linesOf(caption, width, font)});
+  std::vector<std::vector<std::string>> captions;
+  for (const Thumbnail& thumbnail : thumbnails) {
+    captions.push_back(linesOf(thumbnail.caption, width, font));
   }
 
   const auto columns =
       static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(thumbnails.size()))));
   std::vector<int> rowTops = {kMargin};
-  for (std::size_t first = 0; first < cells.size(); first += columns) {
+  for (std::size_t first = 0; first < thumbnails.size(); first += columns) {
     int height = 0;
-    for (std::size_t i = first; i < std::min(first + columns, cells.size()); ++i) {
-      height = std::max(height, cells[i].fullHeight());
+    for (std::size_t i = first; i < std::min(first + columns, thumbnails.size()); ++i) {
+      height = std::max(height, thumbnails[i].image.height() +
+                                    kLineHeight * static_cast<int>(captions[i].size()));
     }
     rowTops.push_back(rowTops.back() + height + kMargin);
   }
 
   FloatImage sheet(kMargin + static_cast<int>(columns) * (width + kMargin), rowTops.back(), 3);
   for (std::size_t i = 0; i < sheet.pixels(); ++i) std::ranges::fill(sheet.pixel(i), kPaper);
-  for (std::size_t i = 0; i < cells.size(); ++i) {
+  for (std::size_t i = 0; i < thumbnails.size(); ++i) {
+    const FloatImage& image = thumbnails[i].image;
     const int left = kMargin + static_cast<int>(i % columns) * (width + kMargin);
     const int top = rowTops[i / columns];
-    drawScaled(sheet, *thumbnails[i].image, cells[i], left, top);
-    int baseline = top + cells[i].height;
-    for (const std::string& line : cells[i].lines) {
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        std::ranges::copy(image.pixel(x, y), sheet.pixel(left + x, top + y).begin());
+      }
+    }
+    int baseline = top + image.height();
+    for (const std::string& line : captions[i]) {
       baseline += kLineHeight;
       font.draw(sheet, line, left, baseline, left + width);
     }

@@ -7,15 +7,20 @@
 
 namespace preview {
 
-/// A picture of a contact sheet; the image is not owned.
+/// The width of a contact sheet's columns, in pixels.
+inline constexpr int kThumbnailWidth = 240;
+
 struct Thumbnail {
-  const FloatImage* image;  ///< linear red, green and blue
-  std::string caption;      ///< UTF-8
+  FloatImage image;     ///< linear red, green and blue
+  std::string caption;  ///< UTF-8
 };
 
-/// All pictures on one sheet, in rows from the top left, about as many rows as columns. Pictures
-/// wider than `width` pixels are scaled down to it. Captions stand below, broken into lines at
-/// spaces; what is still too wide is cut. Throws InputError if the font cannot be used.
-FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width = 240);
+/// The image itself, or scaled down until it is at most `width` wide and twice that high.
+FloatImage scaledDown(const FloatImage& image, int width = kThumbnailWidth);
+
+/// All thumbnails on one sheet, in rows from the top left, about as many rows as columns; none is
+/// wider than `width`. Captions stand below, broken into lines at spaces; what is still too wide is
+/// cut. Throws InputError if the font cannot be used.
+FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width = kThumbnailWidth);
 
 }  // namespace preview

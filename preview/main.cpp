@@ -81,7 +81,8 @@ std::optional<std::pair<int, int>> parsePair(const std::string& text, char separ
 
 struct Options {
   std::filesystem::path plugin, scene, output;
-  std::string size, frames, pixel;
+  std::optional<std::string> size, frames;
+  std::string pixel;
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
   bool log = false;
@@ -101,7 +102,6 @@ void applySize(const std::string& text, Image& image) {
 
 /// The frames of the scene to render.
 Frames chosenFrames(const std::string& text, const Frames& all) {
-  if (text.empty()) return all;
   const auto range = parsePair(text.find('-') == std::string::npos ? text + "-" + text : text, '-');
   if (!range) throw InputError("--frames: expected FIRST-LAST or one frame, as in 1-3 or 2");
   const Frames chosen{range->first, range->second};
@@ -115,9 +115,9 @@ Frames chosenFrames(const std::string& text, const Frames& all) {
 void runRender(const Options& options) {
   const PluginLibrary library(options.plugin);
   Scene scene = readScene(options.scene);
-  if (!options.size.empty()) applySize(options.size, scene.image);
+  if (options.size) applySize(*options.size, scene.image);
   if (options.samples != 0) scene.image.samples = options.samples;
-  const Frames frames = chosenFrames(options.frames, scene.frames);
+  const Frames frames = options.frames ? chosenFrames(*options.frames, scene.frames) : scene.frames;
 
   std::optional<tbb::global_control> threads;
   if (options.threads != 0) {
@@ -133,7 +133,7 @@ void runRender(const Options& options) {
 void runProbe(const Options& options) {
   const PluginLibrary library(options.plugin);
   Scene scene = readScene(options.scene);
-  if (!options.size.empty()) applySize(options.size, scene.image);
+  if (options.size) applySize(*options.size, scene.image);
   const auto pixel = parsePair(options.pixel, ',');
   if (!pixel) throw InputError("--pixel: expected X,Y, as in 160,120");
   if (std::min(pixel->first, pixel->second) < 0 || pixel->first >= scene.image.width ||

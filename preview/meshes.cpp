@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
 #include <numbers>
+#include <sstream>
 #include <string>
 
 #include "preview/errors.h"
@@ -116,6 +119,27 @@ Mesh build(const ObjFile& file) { return loadObj(file.path); }
   throw InputError(path.string() + ": " + reason);
 }
 
+/// The parser would take what is no number, or is missing, for 0.
+void checkNumbers(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  std::string line;
+  for (int number = 1; std::getline(file, line); ++number) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    std::string word;
+    words >> word;
+    if (word != "v" && word != "vt" && word != "vn") continue;
+    int missing = word == "vt" ? 2 : 3;
+    for (; words >> word; --missing) {
+      char* end = nullptr;
+      std::strtod(word.c_str(), &end);
+      if (*end != '\0') {
+        fail(path, "line " + std::to_string(number) + ": \"" + word + "\" is not a number");
+      }
+    }
+    if (missing > 0) fail(path, "line " + std::to_string(number) + ": a number is missing");
+  }
+}
+
 /// The corners of a file's triangles, three for each; an index of -1 stands for "not given".
 using Corners = std::vector<tinyobj::index_t>;
 
@@ -199,6 +223,7 @@ Mesh makeMesh(const Shape& shape) {
 }
 
 Mesh loadObj(const std::filesystem::path& path) {
+  checkNumbers(path);
   tinyobj::ObjReader reader;
   if (!reader.ParseFromFile(path.string())) {
     fail(path, reader.Error().empty() ? "is not a readable OBJ file" : reader.Error());

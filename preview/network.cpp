@@ -4,7 +4,6 @@
 #include <cmath>
 #include <functional>
 #include <map>
-#include <set>
 
 #include "preview/errors.h"
 #include "preview/scene_file.h"
@@ -227,7 +226,7 @@ Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library) {
     if (instance.plugin == nullptr) continue;
     for (const Parameter& parameter : instance.node->parameters) setParameter(instance, parameter);
   }
-  checkCycles();
+  checkConnections();
 }
 
 Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& library) {
@@ -295,7 +294,8 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     record.value.boolean = *boolean;
   } else if (info->type == ParamType::Integer) {
     const double* number = std::get_if<double>(&parameter.value);
-    if (number == nullptr || std::floor(*number) != *number || std::abs(*number) > INT32_MAX) {
+    if (number == nullptr || std::floor(*number) != *number || *number < INT32_MIN ||
+        *number > INT32_MAX) {
       failExpecting(place, expectation(info->type));
     }
     record.kind = ParameterKind::Integer;
@@ -304,7 +304,7 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     record.value.iface = texture(*reference, place);
     if (!isOfKind(record.value.iface, info->type)) {
       failExpecting(place, expectation(info->type) + std::string("; ") + "\"" + reference->text() +
-                               "\"" + " is a " + kindName(asTexture(record.value.iface)));
+                               "\"" + " is of kind " + kindName(asTexture(record.value.iface)));
     }
   } else {
     std::unique_ptr<PluginInterface> constant = constantFor(parameter, info->type);
@@ -315,11 +315,17 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
   instance.plugin->setParameter(&record);
 }
 
-void Network::checkCycles() const {
+void Network::checkConnections() const {
+  // A sample asks a node as often as paths lead to it: two inputs from each node to the one before
+  // it double them again and again.
+  constexpr int kMaxPaths = 100'000;
   std::vector<const Instance*> path;
-  std::set<const Instance*> done;
-  const std::function<void(const Instance&)> visit = [&](const Instance& node) {
+  std::map<const Instance*, int> paths;  // how many begin at a node
+  const std::function<int(const Instance&)> visit = [&](const Instance& node) {
+    const auto known = paths.find(&node);
+    if (known != paths.end()) return known->second;
     path.push_back(&node);
+    int count = 1;
     for (const Parameter& parameter : node.node->parameters) {
       const auto* reference = std::get_if<Reference>(&parameter.value);
       if (reference == nullptr) continue;
@@ -331,14 +337,17 @@ void Network::checkCycles() const {
         for (auto i = begin; i != path.end(); ++i) cycle.append((*i)->node->name).append(" <- ");
         throw SceneError(place, "a cycle: " + cycle + next.node->name);
       }
-      if (!done.contains(&next)) visit(next);
+      count += visit(next);
+    }
+    if (count > kMaxPaths) {
+      throw SceneError(node.node->place,
+                       "more than " + std::to_string(kMaxPaths) + " paths lead through its inputs");
     }
     path.pop_back();
-    done.insert(&node);
+    paths[&node] = count;
+    return count;
   };
-  for (const Instance& node : instances_) {
-    if (!done.contains(&node)) visit(node);
-  }
+  for (const Instance& node : instances_) visit(node);
 }
 
 Texture Network::find(const Reference& reference, const std::string& place) const {

@@ -15,8 +15,9 @@ namespace preview {
 /// Between `frameBegin` and `frameEnd` its textures may be evaluated from any thread.
 class Network {
  public:
-  /// Throws `SceneError` if a node, a parameter or a connection is not as its plugin has it, or if
-  /// the connections form a cycle. Both arguments outlive the network.
+  /// Throws `SceneError` if a node, a parameter or a connection is not as its plugin has it, if
+  /// the connections form a cycle, or if they are so many that a sample would never end. Both
+  /// arguments outlive the network.
   Network(const std::vector<Node>& nodes, const PluginLibrary& library);
 
   /// Throws `SceneError`, for `place` in the file, if there is no such texture.
@@ -53,7 +54,7 @@ class Network {
   const Instance& instance(const std::string& name, const std::string& place) const;
   QUtils::PluginInterface* texture(const Reference& reference, const std::string& place) const;
   void setParameter(const Instance& instance, const Parameter& parameter);
-  void checkCycles() const;
+  void checkConnections() const;
   void tell(void (QUtils::QuorPluginInterface::*event)(QUtils::QuorRenderer*)) const;
 
   std::vector<Instance> instances_;

@@ -1,7 +1,5 @@
 #include "preview/output_folder.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -21,14 +19,13 @@ OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
   if (folder.empty()) fail("it has no name");
   folder_ = fs::absolute(folder).lexically_normal();
   if (!folder_.has_filename()) folder_ = folder_.parent_path();  // of "out/"
-  std::error_code error;
-  const bool exists = fs::exists(folder_, error);
-  if (exists && !fs::is_directory(folder_)) fail("it is not a folder");
-  if (exists && access(folder_.c_str(), W_OK | X_OK) != 0) fail(std::strerror(errno));
 
-  fs::path beside = folder_.parent_path();
-  while (!fs::exists(beside, error) && beside.has_relative_path()) beside = beside.parent_path();
-  std::string name = (beside / ".samplerinfo-preview-XXXXXX").string();
+  fs::path existing = folder_;
+  std::error_code error;
+  while (!fs::exists(fs::symlink_status(existing, error))) existing = existing.parent_path();
+  if (!fs::is_directory(existing, error))
+    fail("\"" + existing.filename().string() + "\" is not a folder");
+  std::string name = (existing / ".samplerinfo-preview-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) fail(std::strerror(errno));
   temporary_ = name;
 }
@@ -45,12 +42,7 @@ void OutputFolder::commit() {
     if (fs::is_directory(folder_ / name)) fail(name + " is a folder");
   }
   for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
-    const fs::path target = folder_ / file.path().filename();
-    std::error_code acrossDevices;
-    fs::rename(file.path(), target, acrossDevices);
-    if (acrossDevices) {
-      fs::copy_file(file.path(), target, fs::copy_options::overwrite_existing);
-    }
+    fs::rename(file.path(), folder_ / file.path().filename());
   }
 }
 

@@ -5,8 +5,8 @@
 
 namespace preview {
 
-/// Files that appear in a folder together: they are written beside it, and moved in when all of
-/// them are there. Without `commit` the folder stays as it was, or is not made.
+/// Files that appear in a folder together: they are written to a hidden folder in it (or where it
+/// is to be made), and moved when all of them are there. Without `commit` nothing is left behind.
 class OutputFolder {
  public:
   /// Throws `InputError` if nothing can be written there.

@@ -83,15 +83,13 @@ std::string captionOf(const Picture& picture, const SpecialPixels& specials) {
 
 void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const std::string& suffix,
                 const OutputFolder& folder) {
-  std::vector<ColorImage> images;
   std::vector<Thumbnail> thumbnails;
-  images.reserve(scene.pictures.size());
   for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
     const Picture& picture = scene.pictures[i];
-    images.push_back(mapToColors(film.layers[plan.sourceOfPicture[i]], film.coverage, picture.low,
-                                 picture.high));
-    writePng(folder.pathFor(picture.name + suffix + ".png"), images.back().colors);
-    thumbnails.push_back({&images.back().colors, captionOf(picture, images.back().specials)});
+    const auto [colors, specials] =
+        mapToColors(film.layers[plan.sourceOfPicture[i]], film.coverage, picture.low, picture.high);
+    writePng(folder.pathFor(picture.name + suffix + ".png"), colors);
+    thumbnails.push_back({scaledDown(colors), captionOf(picture, specials)});
   }
   writePng(folder.pathFor("contact_sheet" + suffix + ".png"), contactSheet(thumbnails));
 

@@ -21,10 +21,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMaxLength = 1e6;       // of world space
-constexpr double kMaxPosition = 1e9;     // of world space
-constexpr std::size_t kMaxName = 64;     // letters
-constexpr std::size_t kMaxNodes = 1000;  // an evaluation may go through all of them
+constexpr double kMaxLength = 1e6;        // of world space
+constexpr double kMaxPosition = 1e9;      // of world space
+constexpr std::size_t kMaxName = 64;      // letters
+constexpr std::size_t kMaxCaption = 400;  // bytes
+constexpr std::size_t kMaxNodes = 1000;   // an evaluation may go through all of them
 constexpr double kLargestFloat = std::numeric_limits<float>::max();
 
 std::string shortened(const std::string& text) {
@@ -369,8 +370,11 @@ Object readObject(const std::string& name, const Item& item, const std::filesyst
 Reference readReference(const Item& item) {
   const std::string text = item.text();
   const std::size_t dot = text.find('.');
-  if (dot == std::string::npos) return {text, ""};
-  return {text.substr(0, dot), text.substr(dot + 1)};
+  Reference reference{text.substr(0, dot), dot == std::string::npos ? "" : text.substr(dot + 1)};
+  if (reference.node.empty() || reference.text() != text) {
+    item.failExpecting(R"("node" or "node.output")");
+  }
+  return reference;
 }
 
 Parameter readParameter(const std::string& name, const Item& item) {
@@ -389,7 +393,10 @@ Node readNode(const std::string& name, const Item& item) {
   if (name == kCoverageLayer) item.fail("the coverage of the pixels has this name");
   Node node{.name = name, .place = item.place(), .plugin = {}, .parameters = {}};
   for (const auto& [key, value] : item.members({"plugin", "params"})) {
-    if (key == "plugin") node.plugin = value.text();
+    if (key == "plugin") {
+      node.plugin = value.text();
+      if (node.plugin.empty()) value.failExpecting("the name of a plugin");
+    }
     if (key == "params") {
       for (const auto& [parameter, content] : value.members()) {
         node.parameters.push_back(readParameter(parameter, content));
@@ -417,7 +424,12 @@ Picture readPicture(const std::string& name, const Item& item) {
   for (const auto& [key, value] : item.members({"from", "show", "range", "caption"})) {
     if (key == "from") picture.from = readReference(value);
     if (key == "show") picture.show = readShow(value);
-    if (key == "caption") picture.caption = value.text();
+    if (key == "caption") {
+      picture.caption = value.text();
+      if (picture.caption.size() > kMaxCaption) {
+        value.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
+      }
+    }
     if (key == "range") {
       const std::vector<double> range = value.numbers(2, kLargestFloat);
       if (range[0] == range[1]) value.fail("the range is empty");
@@ -435,6 +447,7 @@ Scene readScene(const std::filesystem::path& file) {
   const Json json = parse(file);
   Scene scene;
   scene.file = file;
+  bool hasWorldOffset = false;
   for (const auto& [key, value] :
        Item(json, "").members({"image", "frames", "shutter", "camera", "world_offset", "objects",
                                "nodes", "pictures"})) {
@@ -442,7 +455,10 @@ Scene readScene(const std::filesystem::path& file) {
     if (key == "frames") scene.frames = readFrames(value);
     if (key == "shutter") scene.shutter = readShutter(value);
     if (key == "camera") scene.camera = readCamera(value);
-    if (key == "world_offset") scene.worldOffset = value.dvector(kMaxPosition);
+    if (key == "world_offset") {
+      scene.worldOffset = value.dvector(kMaxPosition);
+      hasWorldOffset = true;
+    }
     if (key == "objects") {
       for (const auto& [name, object] : value.members()) {
         scene.objects.push_back(readObject(name, object, file.parent_path()));
@@ -459,6 +475,9 @@ Scene readScene(const std::filesystem::path& file) {
         scene.pictures.push_back(readPicture(name, picture));
       }
     }
+  }
+  if (hasWorldOffset && scene.camera.keys.size() == 2) {
+    throw SceneError("world_offset", "with a moving camera render space begins at the camera");
   }
   if (scene.objects.empty()) throw SceneError("objects", "expected at least one object");
   if (scene.pictures.empty()) throw SceneError("pictures", "expected at least one picture");

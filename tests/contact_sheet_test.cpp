@@ -45,7 +45,11 @@ TEST(ContactSheet, PicturesStandInRowsAndAreScaledDown) {
   const FloatImage red = filled(200, 100, {1, 0, 0});
   const FloatImage green = filled(50, 80, {0, 1, 0});
   const FloatImage blue = filled(100, 100, {0, 0, 1});
-  const Thumbnail thumbnails[] = {{&red, ""}, {&green, ""}, {&blue, ""}};
+  const FloatImage tall = filled(20, 800, {1, 1, 0});
+  std::vector<Thumbnail> thumbnails;
+  for (const FloatImage* image : {&red, &green, &blue, &tall}) {
+    thumbnails.push_back({preview::scaledDown(*image, 100), ""});
+  }
   const FloatImage sheet = preview::contactSheet(thumbnails, 100);
 
   const Spot reds = find(sheet, colored({1, 0, 0}));
@@ -54,6 +58,7 @@ TEST(ContactSheet, PicturesStandInRowsAndAreScaledDown) {
   EXPECT_EQ(reds.count, 100 * 50);
   EXPECT_EQ(greens.count, 50 * 80);
   EXPECT_EQ(blues.count, 100 * 100);
+  EXPECT_EQ(find(sheet, colored({1, 1, 0})).count, 5 * 200);
   EXPECT_EQ(reds.top, greens.top);
   EXPECT_GT(greens.left, reds.right);
   EXPECT_EQ(blues.left, reds.left);
@@ -63,15 +68,13 @@ TEST(ContactSheet, PicturesStandInRowsAndAreScaledDown) {
 TEST(ContactSheet, ScalingTakesTheMean) {
   FloatImage stripes(200, 2, 3);
   for (int x = 0; x < 200; x += 2) stripes.pixel(x, 0)[0] = 1;
-  const Thumbnail thumbnail = {&stripes, ""};
-  const FloatImage sheet = preview::contactSheet({&thumbnail, 1}, 100);
-  EXPECT_EQ(find(sheet, colored({0.25F, 0, 0})).count, 100);
+  EXPECT_EQ(find(preview::scaledDown(stripes, 100), colored({0.25F, 0, 0})).count, 100);
 }
 
 TEST(ContactSheet, CaptionsStandBelowWithinTheirColumn) {
   const FloatImage red = filled(150, 20, {1, 0, 0});
   const auto inkOf = [&](const std::string& caption) {
-    const Thumbnail thumbnail = {&red, caption};
+    const Thumbnail thumbnail = {red, caption};
     const FloatImage sheet = preview::contactSheet({&thumbnail, 1}, 150);
     const Spot reds = find(sheet, colored({1, 0, 0}));
     const Spot ink = find(sheet, isInk);
@@ -95,7 +98,7 @@ TEST(ContactSheet, CaptionsStandBelowWithinTheirColumn) {
 TEST(ContactSheet, CaptionsAreUtf8) {
   const FloatImage red = filled(150, 20, {1, 0, 0});
   const auto sheetOf = [&](const std::string& caption) {
-    const Thumbnail thumbnail = {&red, caption};
+    const Thumbnail thumbnail = {red, caption};
     return preview::contactSheet({&thumbnail, 1}, 150);
   };
   const auto same = [](const FloatImage& a, const FloatImage& b) {

@@ -141,6 +141,8 @@ const BadScene kBadScenes[] = {
     {"camera", R"({"keys": [{"up": [0, 0, -2]}]})",
      R"(camera.keys[0]: "up" is zero or along the view)"},
     {"world_offset", R"([0, true, 0])", "world_offset[1]: expected a number, found true"},
+    {nullptr, R"({"world_offset": [0, 0, 0], "camera": {"keys": [{}, {"position": [1, 2, 3]}]}})",
+     "world_offset: with a moving camera render space begins at the camera"},
 
     // Objects.
     {"objects", R"({})", "objects: expected at least one object"},
@@ -167,6 +169,8 @@ const BadScene kBadScenes[] = {
      R"(nodes.a.plugin: no plugin "TexFloatOpp"; did you mean "TexFloatOp"?)"},
     {"nodes", R"({"a": {"plugin": "Wood"}})", R"(nodes.a.plugin: no plugin "Wood")"},
     {"nodes", R"({"a": {}})", R"(nodes.a: "plugin" is missing)"},
+    {"nodes", R"({"a": {"plugin": ""}})",
+     R"(nodes.a.plugin: expected the name of a plugin, found "")"},
     {"nodes", R"({"coverage": {"plugin": "ramp"}})",
      "nodes.coverage: the coverage of the pixels has this name"},
     {"nodes", R"({"facing": {"plugin": "TexSampler"},
@@ -185,7 +189,7 @@ const BadScene kBadScenes[] = {
     {"nodes", R"({"s": {"plugin": "TexSampler"},
                   "a": {"plugin": "TexFloatOp", "params": {"float_a": "s.point"}}})",
      R"(nodes.a.params.float_a: expected a float: a number, "node" or "node.output"; )"
-     R"("s.point" is a vector)"},
+     R"("s.point" is of kind vector)"},
     {"nodes", R"({"s": {"plugin": "TexSampler"},
                   "a": {"plugin": "TexFloatOp", "params": {"float_a": "s"}}})",
      "nodes.a.params.float_a: TexSampler is not itself a texture; name one of its outputs: "
@@ -211,7 +215,7 @@ const BadScene kBadScenes[] = {
      R"(nodes.a.params.color_a[3]: expected a number, found "1")"},
     {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"mode": 2.5}}})",
      "nodes.a.params.mode: expected a whole number"},
-    {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"mode": 4294967296}}})",
+    {"nodes", R"({"a": {"plugin": "TexAColorOp", "params": {"mode": -2147483649}}})",
      "nodes.a.params.mode: expected a whole number"},
     {"nodes", R"({"a": {"plugin": "Float3ToAColor", "params": {"invert": 1}}})",
      "nodes.a.params.invert: expected true or false"},
@@ -225,6 +229,12 @@ const BadScene kBadScenes[] = {
     // Pictures.
     {"pictures", R"({})", "pictures: expected at least one picture"},
     {"pictures", R"({"a": {}})", R"(pictures.a: "from" is missing)"},
+    {"pictures", R"({"a": {"from": ""}})",
+     R"(pictures.a.from: expected "node" or "node.output", found "")"},
+    {"pictures", R"({"a": {"from": ".sum"}})",
+     R"(pictures.a.from: expected "node" or "node.output", found ".sum")"},
+    {"pictures", R"({"a": {"from": "tint."}})",
+     R"(pictures.a.from: expected "node" or "node.output", found "tint.")"},
     {"pictures", R"({"a/b": {"from": "stripes"}})",
      R"(pictures.a/b: a name is up to 64 letters, digits, "_" and "-" long)"},
     {"pictures", R"({"contact_sheet": {"from": "stripes"}})",
@@ -269,9 +279,13 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
       {{"render", "scene.json", "-o", ""},
        "samplerinfo-preview: cannot write to \"\": it has no name"},
       {{"render", "scene.json", "-o", "file"},
-       "samplerinfo-preview: cannot write to \"file\": it is not a folder"},
+       "samplerinfo-preview: cannot write to \"file\": \"file\" is not a folder"},
       {{"render", "scene.json", "-o", "file/out"},
-       "samplerinfo-preview: cannot write to \"file/out\": Not a directory"},
+       "samplerinfo-preview: cannot write to \"file/out\": \"file\" is not a folder"},
+      {{"render", "scene.json", "-o", "dangling"},
+       "samplerinfo-preview: cannot write to \"dangling\": \"dangling\" is not a folder"},
+      {{"render", "scene.json", "-o", "out", "--size", ""},
+       "samplerinfo-preview: --size: expected WIDTHxHEIGHT, as in 640x480"},
       {{"render", "scene.json", "-o", "out", "--size", "640"},
        "samplerinfo-preview: --size: expected WIDTHxHEIGHT, as in 640x480"},
       {{"render", "scene.json", "-o", "out", "--size", "0x480"},
@@ -291,6 +305,7 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
   };
   writeFile(folder_ / "scene.json", sceneWith("shutter", "{}"));
   writeFile(folder_ / "file", "");
+  fs::create_symlink("nowhere", folder_ / "dangling");
   const auto before = filesIn(folder_);
   for (const Row& row : rows) {
     const Outcome outcome = run(row.arguments);
@@ -303,6 +318,19 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
   EXPECT_TRUE(noLibrary.err.starts_with("samplerinfo-preview: cannot load the plugin library: "));
   EXPECT_EQ(std::count(noLibrary.err.begin(), noLibrary.err.end(), '\n'), 1);
   EXPECT_EQ(noLibrary.exitCode, 2);
+}
+
+TEST_F(PreviewProgram, RefusesANetworkThatDoublesItsPathsAtEveryNode) {
+  std::string nodes = R"({"n0": {"plugin": "TexFloatOp"})";
+  for (int i = 1; i <= 20; ++i) {
+    const std::string sum = "\"n" + std::to_string(i - 1) + ".sum\"";
+    nodes += ", \"n" + std::to_string(i) + R"(": {"plugin": "TexFloatOp", "params": {"float_a": )" +
+             sum + ", \"float_b\": " + sum + "}}";
+  }
+  writeFile(folder_ / "scene.json", sceneWith("nodes", nodes + "}"));
+  const Outcome outcome = run({"render", "scene.json", "-o", "out"});
+  EXPECT_EQ(outcome.err, "scene.json: nodes.n16: more than 100000 paths lead through its inputs\n");
+  EXPECT_EQ(outcome.exitCode, 2);
 }
 
 TEST_F(PreviewProgram, RefusesAnImageThatWouldNotFitIntoMemory) {
