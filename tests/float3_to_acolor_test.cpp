@@ -2,16 +2,15 @@
 
 #include <utility>
 
+#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/library.h"
-#include "tests/support/parameter_table.h"
 #include "tests/support/recording_textures.h"
 
 namespace {
 
 using namespace test;
 using namespace QUtils;
-using standin::ParamType;
 
 /// A `Float3ToAColor` with four recording inputs.
 class Float3ToAColorTest : public ::testing::Test {
@@ -158,13 +157,7 @@ TEST_F(Float3ToAColorTest, SeesNewValuesOnlyFromTheNextFrameOn) {
   EXPECT_TRUE(same(itself.getColor(sc), AColor{0.75F, 1, 1, 1}));
 }
 
-TEST_F(Float3ToAColorTest, PresentsItsParametersAsTheHostKnowsThem) {
-  expectParameters("Float3ToAColor", {{"float1", ParamType::Float, "First color"},
-                                      {"float2", ParamType::Float, "Second color"},
-                                      {"float3", ParamType::Float, "Third color"},
-                                      {"alpha", ParamType::Float, "Alpha"},
-                                      {"color", ParamType::ColorOutput, "The resulting color"},
-                                      {"invert", ParamType::Boolean, nullptr}});
+TEST_F(Float3ToAColorTest, BindsTheOutputLast) {
   expectBindingOrder("Float3ToAColor", {"float1", "float2", "float3", "alpha", "invert", "color"});
   EXPECT_EQ(output.getPlugin(), nullptr);
 }

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
-#include "standin/host_registry.h"
 #include "standin/introspection.h"
 #include "standin/textures.h"
 #include "tests/support/library.h"
@@ -101,6 +101,40 @@ TEST(Library, AnswersIdentifiersWithAllTheir64Bits) {
   }
 }
 
+// What is described, texts included, is compared with docs/plugins.md.
+TEST(Registration, AnnouncesAKindBeforeItsParameters) {
+  struct Host final : QuorPluginHost, standin::CallListener {
+    std::vector<std::string> calls;
+    void registerPluginDesc(QuorPluginDesc* desc) override {
+      calls.push_back(std::string("register ") + desc->getPluginName());
+    }
+    void unregisterPluginDesc(QuorPluginDesc* desc) override {
+      calls.push_back(std::string("unregister ") + desc->getPluginName());
+    }
+    void called(const char* operation, const char* /*name*/) override {
+      calls.emplace_back(operation);
+    }
+  };
+  for (QuorPluginDesc* desc : descriptors()) {
+    const std::string name = desc->getPluginName();
+    Host host;
+    standin::listenToCalls(&host);
+    desc->registerPlugin(nullptr);
+    desc->registerPlugin(&host);
+    desc->unregisterPlugin(nullptr);
+    desc->unregisterPlugin(&host);
+    standin::listenToCalls(nullptr);
+    EXPECT_EQ(host.calls, (std::vector<std::string>{"register " + name, "registerParameters",
+                                                    "unregister " + name}));
+    for (const standin::ParameterInfo& info : standin::registeredParameters(desc)) {
+      SCOPED_TRACE(name + "." + info.name);
+      EXPECT_EQ(info.flags, info.isOutput() ? 0 : -1);
+      EXPECT_EQ(info.text, nullptr);
+      EXPECT_EQ(info.help == nullptr, std::string(info.name) == "invert");
+    }
+  }
+}
+
 TEST(InterfaceList, FindsTheNewestMatchAfterTheFixedAnswers) {
   Instance instance("TexFloatOp");
   PluginBase& object = instance.object();
@@ -142,11 +176,28 @@ TEST(InterfaceList, ReleasesWhatItWasAskedToOldestFirstAndNothingThatWasRemoved)
   EXPECT_EQ(releases, (std::vector<const Extra*>{&a, &c}));
 }
 
+TEST(InterfaceList, TellsTheOwnerOfAnInterfaceThatIsReleased) {
+  struct Owner final : PluginBase {
+    void releaseInterface(PluginInterface* iface) override { released.push_back(iface); }
+    std::vector<PluginInterface*> released;
+  };
+  struct Owned final : PluginInterface {
+    explicit Owned(PluginBase* plugin) : owner(plugin) {}
+    InterfaceId getInterfaceId() const override { return 1; }
+    PluginBase* getPlugin() override { return owner; }
+    PluginBase* owner;
+  };
+  Owner owner;
+  Owned owned(&owner);
+  Owned free(nullptr);
+  owned.release();
+  free.release();
+  EXPECT_EQ(owner.released, std::vector<PluginInterface*>{&owned});
+}
+
 TEST(PluginInstance, TakesNamesDeletionThroughAnyPartAndNullsCalmly) {
   QuorPluginDesc& desc = descriptor("TexFloatOp");
   desc.deletePlugin(nullptr);
-  desc.registerPlugin(nullptr);
-  desc.unregisterPlugin(nullptr);
 
   PluginBase* object = desc.newPlugin(&desc);  // the argument is not used
   static_cast<Plugin*>(object)->setPluginName("first");

@@ -1,63 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/parameter_table.h"
+#include "tests/support/binding_order.h"
 #include "tests/support/shading_host.h"
 
 namespace {
 
 using namespace test;
-using standin::ParamType;
-
-TEST(TexSampler, PresentsItselfAndItsOutputs) {
-  QuorPluginDesc& desc = descriptor("TexSampler");
-  EXPECT_EQ(desc.getPluginId(), 2005072201U);
-  EXPECT_EQ(desc.supportsInterface(EXT_QUOR_PLUGIN), 1);
-  EXPECT_EQ(desc.supportsInterface(EXT_TEXTURE), 0);
-  EXPECT_EQ(desc.supportsInterface(EXT_QUOR_PLUGIN | InterfaceId{1} << 32), 0);
-
-  const std::string clipPlane =
-      " clipping plane, calculated from the scene bounding box and the camera transform in the "
-      "frame data.";
-  const std::string nearPlane = "The camera near" + clipPlane;
-  const std::string farPlane = "The camera far" + clipPlane;
-  expectParameters(
-      "TexSampler",
-      {
-          {"point", ParamType::VectorOutput, "The shading point in world space"},
-          {"pointObject", ParamType::VectorOutput, "The shading point in object space"},
-          {"pointCamera", ParamType::VectorOutput, "The shading point in camera space"},
-          {"normal", ParamType::VectorOutput, "The smooth normal in world space"},
-          {"normalCamera", ParamType::VectorOutput, "The smooth normal in camera space"},
-          {"normalObject", ParamType::VectorOutput, "The smooth normal in object space"},
-          {"gnormal", ParamType::VectorOutput, "The geometric normal in world space"},
-          {"camToWorld", ParamType::TransformOutput,
-           "The transformation from camera to world space"},
-          {"view_dir", ParamType::VectorOutput, "The viewing direction"},
-          {"frame_time", ParamType::FloatOutput, "The current frame (image) time"},
-          {"ray_time", ParamType::FloatOutput, "The ray time within the motion blur interval"},
-          {"facing_ratio", ParamType::FloatOutput,
-           "The cosine of the angle between the normal and the viewing direction"},
-          {"material_id", ParamType::IntegerOutput,
-           "The surface material id, if the surface supports it"},
-          {"flipped_normal", ParamType::FloatOutput,
-           "Zero if the face is front facing and one if it is backfacing the camera"},
-          {"cameraNearClipPlane", ParamType::FloatOutput, nearPlane.c_str()},
-          {"cameraFarClipPlane", ParamType::FloatOutput, farPlane.c_str()},
-          {"uvCoord", ParamType::VectorOutput,
-           "The uvw coordinates of the point being shaded. These are the coordinates of channel "
-           "0."},
-          {"rayDirection", ParamType::VectorOutput,
-           "The viewing direction in camera space. Used for the samplerInfo node in Maya."},
-          {"pixelCenter", ParamType::VectorOutput,
-           "The current sample image coordinates. Used for the samplerInfo node in Maya."},
-          {"tangentUCamera", ParamType::VectorOutput,
-           "The U axis of the currently shaded point's UVW space, transformed in camera space. UV "
-           "channel 0 is used."},
-          {"tangentVCamera", ParamType::VectorOutput,
-           "The V axis of the currently shaded point's UVW space, transformed in camera space. UV "
-           "channel 0 is used."},
-      });
-}
 
 TEST(TexSampler, BindsTheObjectNormalBeforeTheCameraNormal) {
   expectBindingOrder("TexSampler", {"point",

@@ -4,16 +4,15 @@
 #include <utility>
 
 #include "host/shading_context.h"
+#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/library.h"
-#include "tests/support/parameter_table.h"
 #include "tests/support/recording_textures.h"
 
 namespace {
 
 using namespace test;
 using namespace QUtils;
-using standin::ParamType;
 
 // ------------------------------------------------------------------------------------------------
 // The nine outputs worked out a second time, component by component, one rounded step a line.
@@ -435,22 +434,7 @@ TEST_F(TexVectorOpTest, SeesNewConnectionsOnlyFromTheNextFrameOn) {
   }
 }
 
-TEST_F(TexVectorOpTest, PresentsItsParametersAsTheHostKnowsThem) {
-  expectParameters(
-      "TexVectorOp",
-      {{"vector_a", ParamType::Vector, "The first vector"},
-       {"vector_b", ParamType::Vector, "The first vector"},
-       {"mult_a", ParamType::Float, "Multiplier for the first vector"},
-       {"mult_b", ParamType::Float, "Multiplier for the second vector"},
-       {"dot_product", ParamType::FloatOutput, "The dot product"},
-       {"cross_product", ParamType::VectorOutput, "The cross product"},
-       {"sum", ParamType::VectorOutput, "The sum"},
-       {"difference", ParamType::VectorOutput, "The difference"},
-       {"result_a", ParamType::VectorOutput, "The first vector times the first multiplier"},
-       {"result_b", ParamType::VectorOutput, "The second vector times the second multiplier"},
-       {"x", ParamType::FloatOutput, "The x-component of the first vector"},
-       {"y", ParamType::FloatOutput, "The y-component of the first vector"},
-       {"z", ParamType::FloatOutput, "The z-component of the first vector"}});
+TEST_F(TexVectorOpTest, BindsItsParametersInOrder) {
   expectBindingOrder("TexVectorOp",
                      {"vector_a", "vector_b", "mult_a", "mult_b", "dot_product", "cross_product",
                       "sum", "difference", "result_a", "result_b", "x", "y", "z"});
