@@ -13,10 +13,13 @@ constexpr int kTextSize = 512;
 
 int formatBoundedV(char* buffer, int size, const char* format, std::va_list arguments) noexcept {
   if (size <= 0) return 0;
+  char& last = buffer[size - 1];
+  last = '\0';
   const int length =
       platform::formatText(buffer, static_cast<std::size_t>(size), format, arguments);
-  buffer[size - 1] = '\0';
-  return length < 0 || length >= size ? -1 : length;
+  const bool lost = length == size && last != '\0';  // a character gives way to the terminator
+  last = '\0';
+  return length < 0 || length > size || lost ? -1 : length;
 }
 
 /// Storage for the message of one refusal. Nothing may be allocated here, so the messages of
@@ -51,8 +54,7 @@ char* nextMessage() noexcept {
 }  // namespace
 
 void* allocate(std::size_t size) {
-  // At least one byte, so that null always means refusal.
-  if (void* block = platform::heapBlock(size != 0 ? size : 1)) return block;
+  if (void* block = platform::heapBlock(size)) return block;
   refuse(size);
 }
 

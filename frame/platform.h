@@ -7,7 +7,8 @@
 /// What this library asks of the system it runs on; one source file per system answers it.
 namespace samplerinfo::platform {
 
-/// A block of `size` bytes, at least 1, from the heap; null when the heap refuses it. Any thread.
+/// A block of `size` bytes from the heap, of its own even for 0; null when the heap refuses it. Any
+/// thread.
 void* heapBlock(std::size_t size) noexcept;
 void freeHeapBlock(void* block) noexcept;  ///< null is ignored
 
@@ -24,8 +25,8 @@ HeapWalk walkHeap() noexcept;
 
 bool heapIsIntact() noexcept;
 
-/// Formats into `size` bytes. Returns the length of the text; if it does not fit, a number that is
-/// negative or not less than `size`, and then there may be no terminator.
+/// Formats at most `size` characters and returns how many, or a negative number when the text has
+/// more. A text that fills the buffer has no terminator.
 int formatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
 
 /// Writes a terminated text to where the system's debuggers look.

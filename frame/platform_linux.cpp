@@ -15,7 +15,8 @@ void* heapBlock(std::size_t size) noexcept { return std::malloc(size); }
 
 void freeHeapBlock(void* block) noexcept { std::free(block); }
 
-// The C library counts its heap instead of letting it be walked.
+// The C library counts its heap instead of letting it be walked. Of the entries it counts the free
+// ones and those that are mappings of their own.
 std::uint32_t heapTotal() noexcept {
   const struct mallinfo2 info = mallinfo2();
   return static_cast<std::uint32_t>(info.arena + info.hblkhd);
@@ -33,7 +34,9 @@ bool heapIsIntact() noexcept { return true; }
 
 int formatText(char* buffer, std::size_t size, const char* format,
                std::va_list arguments) noexcept {
-  return std::vsnprintf(buffer, size, format, arguments);
+  // The terminator takes the place of a last character that would just fit.
+  const int length = std::vsnprintf(buffer, size, format, arguments);
+  return length >= 0 && static_cast<std::size_t>(length) < size ? length : -1;
 }
 
 // One unbuffered write, so that nothing is allocated and lines of several threads do not mix.

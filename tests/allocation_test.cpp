@@ -120,6 +120,10 @@ TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {
         << row.text << " in " << row.size;
     EXPECT_STREQ(buffer, row.left) << row.text << " in " << row.size;
   }
+  // The terminator takes nothing away from a text that ends in one itself.
+  char buffer[] = "........";
+  EXPECT_EQ(samplerinfo::formatBounded(buffer, 8, "%s%c", "1234567", '\0'), 8);
+  EXPECT_STREQ(buffer, "1234567");
 }
 
 TEST_F(AllocationTest, DebugPrintCutsAtFiveHundredAndElevenCharacters) {

@@ -1,7 +1,9 @@
 #include "tests/support/fake_platform.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace test {
@@ -45,13 +47,13 @@ std::uint32_t heapTotal() noexcept { return test::fakePlatform().total; }
 HeapWalk walkHeap() noexcept { return test::fakePlatform().walk; }
 bool heapIsIntact() noexcept { return test::fakePlatform().heapIntact; }
 
-// As unhelpful as it may be: a text that does not fit gives a negative number and no terminator.
+// As the oldest systems have it: no terminator for a text that fills the buffer.
 int formatText(char* buffer, std::size_t size, const char* format,
                std::va_list arguments) noexcept {
-  const int length = std::vsnprintf(buffer, size, format, arguments);
-  if (length < 0 || static_cast<std::size_t>(length) < size) return length;
-  buffer[size - 1] = '#';
-  return static_cast<std::size_t>(length) == size ? length : -1;
+  char text[1024];
+  const int length = std::vsnprintf(text, sizeof(text), format, arguments);
+  std::memcpy(buffer, text, std::min(size, static_cast<std::size_t>(length) + 1));
+  return static_cast<std::size_t>(length) <= size ? length : -1;
 }
 
 void debugOutput(const char* text) noexcept {
