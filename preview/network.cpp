@@ -4,6 +4,8 @@
 #include <cmath>
 #include <functional>
 #include <map>
+#include <optional>
+#include <type_traits>
 
 #include "preview/errors.h"
 #include "preview/scene_file.h"
@@ -30,7 +32,7 @@ const char* expectation(ParamType type) {
     case ParamType::Vector:
       return R"(a vector: [x, y, z], "node" or "node.output")";
     case ParamType::Integer:
-      return "a whole number";
+      return "a whole number of 32 bits";
     default:
       return "true or false";
   }
@@ -42,17 +44,34 @@ const char* expectation(ParamType type) {
 
 float toFloat(double number) { return static_cast<float>(number); }
 
-Vector toVector(const std::vector<double>& v) {
-  return {toFloat(v[0]), toFloat(v[1]), toFloat(v[2])};
-}
+/// The value of a parameter as a float, a vector or a colour; nothing if it is none.
+template <class T>
+std::optional<T> as(const Parameter& parameter);
 
-AColor toColor(const std::vector<double>& v) {
-  return {toFloat(v[0]), toFloat(v[1]), toFloat(v[2]), toFloat(v[3])};
+template <>
+std::optional<float> as(const Parameter& parameter) {
+  const double* number = std::get_if<double>(&parameter.value);
+  if (number == nullptr) return std::nullopt;
+  return toFloat(*number);
 }
 
 const std::vector<double>* numbersOf(const Parameter& parameter, std::size_t count) {
   const auto* numbers = std::get_if<std::vector<double>>(&parameter.value);
   return numbers != nullptr && numbers->size() == count ? numbers : nullptr;
+}
+
+template <>
+std::optional<Vector> as(const Parameter& parameter) {
+  const std::vector<double>* v = numbersOf(parameter, kVectorSize);
+  if (v == nullptr) return std::nullopt;
+  return Vector{toFloat((*v)[0]), toFloat((*v)[1]), toFloat((*v)[2])};
+}
+
+template <>
+std::optional<AColor> as(const Parameter& parameter) {
+  const std::vector<double>* v = numbersOf(parameter, kColorSize);
+  if (v == nullptr) return std::nullopt;
+  return AColor{toFloat((*v)[0]), toFloat((*v)[1]), toFloat((*v)[2]), toFloat((*v)[3])};
 }
 
 /// The parameters of a texture of the host: numbers, all of them optional.
@@ -61,9 +80,8 @@ class HostParameters {
   HostParameters(const Node& node, const std::vector<std::string>& names) : node_(node) {
     for (const Parameter& parameter : node.parameters) {
       if (std::find(names.begin(), names.end(), parameter.name) == names.end()) {
-        throw SceneError(placeOf(parameter.name), "no parameter \"" + parameter.name + "\" on " +
-                                                      node.plugin +
-                                                      suggestion(parameter.name, names));
+        throw SceneError(placeOf(parameter.name),
+                         unknown("parameter of " + node.plugin, parameter.name, names));
       }
     }
   }
@@ -83,19 +101,10 @@ class HostParameters {
   }
 
   float number(const std::string& name, float initial) const {
-    const Parameter* parameter = find(name);
-    if (parameter == nullptr) return initial;
-    const double* number = std::get_if<double>(&parameter->value);
-    if (number == nullptr) failExpecting(placeOf(name), "a number");
-    return toFloat(*number);
+    return optional(name, initial, "a number");
   }
-
   Vector vector(const std::string& name, Vector initial) const {
-    const Parameter* parameter = find(name);
-    if (parameter == nullptr) return initial;
-    const auto* numbers = numbersOf(*parameter, kVectorSize);
-    if (numbers == nullptr) failExpecting(placeOf(name), "a list of 3 numbers");
-    return toVector(*numbers);
+    return optional(name, initial, "a list of 3 numbers");
   }
 
   /// Calls `make` with two values of the same kind: floats, vectors or colours.
@@ -104,51 +113,64 @@ class HostParameters {
                                           Make make) const {
     const Parameter& first = require(a);
     const Parameter& second = require(b);
-    if (first.value.index() == second.value.index()) {
-      if (std::holds_alternative<double>(first.value)) {
-        return make(toFloat(std::get<double>(first.value)),
-                    toFloat(std::get<double>(second.value)));
-      }
-      if (numbersOf(first, kVectorSize) != nullptr && numbersOf(second, kVectorSize) != nullptr) {
-        return make(toVector(*numbersOf(first, kVectorSize)),
-                    toVector(*numbersOf(second, kVectorSize)));
-      }
-      if (numbersOf(first, kColorSize) != nullptr && numbersOf(second, kColorSize) != nullptr) {
-        return make(toColor(*numbersOf(first, kColorSize)),
-                    toColor(*numbersOf(second, kColorSize)));
-      }
-    }
-    failExpecting(placeOf(b), a == b ? "a number, [x, y, z] or [r, g, b, a]"
-                                     : "numbers as \"" + a + "\" has them: one, 3 or 4");
+    std::unique_ptr<PluginInterface> texture;
+    bool known = false;
+    const auto attempt = [&]<class T>(std::type_identity<T> /*kind*/) {
+      const std::optional<T> v = as<T>(first), w = as<T>(second);
+      known |= v.has_value();
+      if (v && w) texture = make(*v, *w);
+    };
+    attempt(std::type_identity<float>());
+    attempt(std::type_identity<Vector>());
+    attempt(std::type_identity<AColor>());
+    if (texture != nullptr) return texture;
+    if (!known) failExpecting(placeOf(a), "a number, [x, y, z] or [r, g, b, a]");
+    failExpecting(placeOf(b), "numbers as \"" + a + "\" has them: one, 3 or 4");
   }
 
  private:
+  template <class T>
+  T optional(const std::string& name, T initial, const char* expected) const {
+    const Parameter* parameter = find(name);
+    if (parameter == nullptr) return initial;
+    const std::optional<T> value = as<T>(*parameter);
+    if (!value) failExpecting(placeOf(name), expected);
+    return *value;
+  }
+
   const Node& node_;
 };
 
-// One function per kind of pattern, overloaded by the kind of its values.
+/// The textures of the host whose values are of type `T`.
+template <class T>
+struct TexturesOf;
+template <>
+struct TexturesOf<float> {
+  using Constant = standin::ConstantFloat;
+  template <class Pattern>
+  using Uv = standin::UvFloat<Pattern>;
+};
+template <>
+struct TexturesOf<Vector> {
+  using Constant = standin::ConstantVector;
+  template <class Pattern>
+  using Uv = standin::UvVector<Pattern>;
+};
+template <>
+struct TexturesOf<AColor> {
+  using Constant = standin::ConstantColor;
+  template <class Pattern>
+  using Uv = standin::UvColor<Pattern>;
+};
 
-std::unique_ptr<PluginInterface> constant(float v) {
-  return std::make_unique<standin::ConstantFloat>(v);
-}
-std::unique_ptr<PluginInterface> constant(Vector v) {
-  return std::make_unique<standin::ConstantVector>(v);
-}
-std::unique_ptr<PluginInterface> constant(AColor v) {
-  return std::make_unique<standin::ConstantColor>(v);
+template <class T>
+std::unique_ptr<PluginInterface> constant(const T& value) {
+  return std::make_unique<typename TexturesOf<T>::Constant>(value);
 }
 
-template <template <class> class Pattern>
-std::unique_ptr<PluginInterface> patternTexture(const Pattern<float>& pattern) {
-  return std::make_unique<standin::UvFloat<Pattern<float>>>(pattern);
-}
-template <template <class> class Pattern>
-std::unique_ptr<PluginInterface> patternTexture(const Pattern<Vector>& pattern) {
-  return std::make_unique<standin::UvVector<Pattern<Vector>>>(pattern);
-}
-template <template <class> class Pattern>
-std::unique_ptr<PluginInterface> patternTexture(const Pattern<AColor>& pattern) {
-  return std::make_unique<standin::UvColor<Pattern<AColor>>>(pattern);
+template <template <class> class Pattern, class T>
+std::unique_ptr<PluginInterface> patternTexture(const Pattern<T>& pattern) {
+  return std::make_unique<typename TexturesOf<T>::template Uv<Pattern<T>>>(pattern);
 }
 
 std::unique_ptr<PluginInterface> makeConstant(const Node& node) {
@@ -205,13 +227,17 @@ bool isOfKind(PluginInterface* texture, ParamType type) {
 
 /// A constant texture for an input of kind `type`; null if the value is of another kind.
 std::unique_ptr<PluginInterface> constantFor(const Parameter& parameter, ParamType type) {
-  const double* number = std::get_if<double>(&parameter.value);
-  if (type == ParamType::Float && number != nullptr) return constant(toFloat(*number));
-  const std::vector<double>* vector = numbersOf(parameter, kVectorSize);
-  if (type == ParamType::Vector && vector != nullptr) return constant(toVector(*vector));
-  const std::vector<double>* color = numbersOf(parameter, kColorSize);
-  if (type == ParamType::Color && color != nullptr) return constant(toColor(*color));
-  return nullptr;
+  const auto constantOf = []<class T>(const std::optional<T>& value) {
+    return value ? constant(*value) : nullptr;
+  };
+  switch (type) {
+    case ParamType::Float:
+      return constantOf(as<float>(parameter));
+    case ParamType::Vector:
+      return constantOf(as<Vector>(parameter));
+    default:
+      return constantOf(as<AColor>(parameter));
+  }
 }
 
 }  // namespace
@@ -243,8 +269,7 @@ Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& l
     names.emplace_back(desc->getPluginName());
   }
   for (const auto& [name, make] : kHostTextures) names.push_back(name);
-  throw SceneError(node.place + ".plugin",
-                   "no plugin \"" + node.plugin + "\"" + suggestion(node.plugin, names));
+  throw SceneError(node.place + ".plugin", unknown("plugin", node.plugin, names));
 }
 
 const Network::Instance& Network::instance(const std::string& name,
@@ -254,7 +279,7 @@ const Network::Instance& Network::instance(const std::string& name,
     if (instance.node->name == name) return instance;
     names.push_back(instance.node->name);
   }
-  throw SceneError(place, "no node \"" + name + "\"" + suggestion(name, names));
+  throw SceneError(place, unknown("node", name, names));
 }
 
 PluginInterface* Network::texture(const Reference& reference, const std::string& place) const {
@@ -268,8 +293,7 @@ PluginInterface* Network::texture(const Reference& reference, const std::string&
   if (from.plugin == nullptr) throw SceneError(place, from.node->plugin + " has no outputs");
   const std::vector<std::string> names = parameterNames(from.object.get_deleter().desc, true);
   if (std::find(names.begin(), names.end(), reference.output) == names.end()) {
-    throw SceneError(place, "no output \"" + reference.output + "\" on " + from.node->plugin +
-                                suggestion(reference.output, names));
+    throw SceneError(place, unknown("output of " + from.node->plugin, reference.output, names));
   }
   return outputOf(*from.plugin, reference.output);
 }
@@ -282,8 +306,8 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     return !candidate.isOutput() && candidate.name == parameter.name;
   });
   if (info == infos.end()) {
-    throw SceneError(place, "no parameter \"" + parameter.name + "\" on " + instance.node->plugin +
-                                suggestion(parameter.name, parameterNames(desc, false)));
+    throw SceneError(place, unknown("input of " + instance.node->plugin, parameter.name,
+                                    parameterNames(desc, false)));
   }
 
   QuorPluginParameter record{info->name, ParameterKind::Interface, {}};

@@ -1,10 +1,9 @@
 #include "preview/scene_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <fstream>
-#include <initializer_list>
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <numbers>
@@ -26,12 +25,9 @@ constexpr double kMaxPosition = 1e9;      // of world space
 constexpr std::size_t kMaxName = 64;      // letters
 constexpr std::size_t kMaxCaption = 400;  // bytes
 constexpr std::size_t kMaxNodes = 1000;   // an evaluation may go through all of them
+constexpr std::size_t kMaxObjects = 10'000;
+constexpr std::size_t kMaxPictures = 1000;  // all of them are on the contact sheet
 constexpr double kLargestFloat = std::numeric_limits<float>::max();
-
-std::string shortened(const std::string& text) {
-  constexpr std::size_t kMax = 40;
-  return text.size() <= kMax ? text : text.substr(0, kMax) + "...";
-}
 
 /// A value in the file, and where it stands there.
 class Item {
@@ -43,28 +39,44 @@ class Item {
   [[noreturn]] void fail(const std::string& text) const { throw SceneError(place_, text); }
 
   [[noreturn]] void failExpecting(const std::string& what) const {
-    std::string found = "a list";
-    if (value_->is_object()) found = "an object";
-    if (value_->is_primitive()) {
-      found = shortened(value_->dump(-1, ' ', true));
-    }
+    std::string found = "an object";
+    if (value_->is_array()) found = "a list of " + std::to_string(value_->size());
+    if (value_->is_primitive()) found = shortened(value_->dump(-1, ' ', true));
     fail("expected " + what + ", found " + found);
   }
 
-  /// The members of an object. Without `keys`, any names may occur.
-  std::vector<std::pair<std::string, Item>> members(
-      std::initializer_list<const char*> keys = {}) const {
+  /// The members of an object, of any names.
+  std::vector<std::pair<std::string, Item>> members() const {
     if (!value_->is_object()) failExpecting("an object");
     std::vector<std::pair<std::string, Item>> result;
     for (const auto& [key, value] : value_->items()) {
-      const Item member(value, place_.empty() ? key : place_ + "." + key);
-      if (keys.size() != 0 && std::find(keys.begin(), keys.end(), key) == keys.end()) {
-        member.fail("unknown key" + suggestion(key, {keys.begin(), keys.end()}));
-      }
-      result.emplace_back(key, member);
+      result.emplace_back(key, Item(value, place_.empty() ? key : place_ + "." + key));
     }
     return result;
   }
+
+  /// What to do with the members of an object, by their names.
+  using Readers = std::vector<std::pair<std::string, std::function<void(const Item&)>>>;
+
+  /// Reads the members of an object, all of them optional.
+  void read(const Readers& readers) const {
+    for (const auto& [key, item] : members()) {
+      const auto reader = std::find_if(readers.begin(), readers.end(),
+                                       [&key = key](const auto& r) { return r.first == key; });
+      if (reader == readers.end()) {
+        std::vector<std::string> keys;
+        for (const auto& [known, read] : readers) keys.push_back(known);
+        item.fail("unknown key" + suggestion(key, keys));
+      }
+      reader->second(item);
+    }
+  }
+
+  /// Refuses an object without this member.
+  void require(const std::string& key) const {
+    if (!has(key)) fail("\"" + key + "\" is missing");
+  }
+  bool has(const std::string& key) const { return value_->contains(key); }
 
   std::vector<Item> elements() const {
     if (!value_->is_array()) failExpecting("a list");
@@ -85,8 +97,8 @@ class Item {
     return value_->get<bool>();
   }
 
-  std::string text() const {
-    if (!value_->is_string()) failExpecting("a text");
+  std::string text(const std::string& what) const {
+    if (!value_->is_string()) failExpecting(what);
     return value_->get<std::string>();
   }
 
@@ -100,13 +112,11 @@ class Item {
   }
 
   std::int32_t integer(std::int32_t min, std::int32_t max) const {
-    // A number beyond 64 bits is held as a floating-point number.
-    const bool fits = value_->is_number_integer() &&
-                      (!value_->is_number_unsigned() || value_->get<std::uint64_t>() <= INT32_MAX);
-    if (!fits || value_->get<std::int64_t>() < min || value_->get<std::int64_t>() > max) {
+    const double number = value_->is_number() ? value_->get<double>() : std::nan("");
+    if (!(number >= min && number <= max && number == std::floor(number))) {
       failExpecting("a whole number from " + std::to_string(min) + " to " + std::to_string(max));
     }
-    return value_->get<std::int32_t>();
+    return static_cast<std::int32_t>(number);
   }
 
   /// A list of that many numbers, each within ±`limit`.
@@ -193,44 +203,34 @@ void checkName(const std::string& name, const Item& item) {
 
 Image readImage(const Item& item) {
   Image image;
-  for (const auto& [key, value] : item.members({"width", "height", "samples"})) {
-    if (key == "width") image.width = value.integer(1, kMaxImageSide);
-    if (key == "height") image.height = value.integer(1, kMaxImageSide);
-    if (key == "samples") image.samples = value.integer(1, kMaxSamples);
-  }
+  item.read({{"width", [&](const Item& v) { image.width = v.integer(1, kMaxImageSide); }},
+             {"height", [&](const Item& v) { image.height = v.integer(1, kMaxImageSide); }},
+             {"samples", [&](const Item& v) { image.samples = v.integer(1, kMaxSamples); }}});
   return image;
 }
 
 Frames readFrames(const Item& item) {
   Frames frames;
-  for (const auto& [key, value] : item.members({"first", "last"})) {
-    if (key == "first") frames.first = value.integer(0, kMaxFrame);
-    if (key == "last") frames.last = value.integer(0, kMaxFrame);
-  }
+  item.read({{"first", [&](const Item& v) { frames.first = v.integer(0, kMaxFrame); }},
+             {"last", [&](const Item& v) { frames.last = v.integer(0, kMaxFrame); }}});
+  if (!item.has("last")) frames.last = frames.first;
   if (frames.last < frames.first) item.fail("the last frame comes before the first");
   return frames;
 }
 
 Shutter readShutter(const Item& item) {
   Shutter shutter;
-  for (const auto& [key, value] : item.members({"open", "close"})) {
-    if (key == "open") shutter.open = value.number(0, 1);
-    if (key == "close") shutter.close = value.number(0, 1);
-  }
+  item.read({{"open", [&](const Item& v) { shutter.open = v.number(0, 1); }},
+             {"close", [&](const Item& v) { shutter.close = v.number(0, 1); }}});
   if (shutter.close < shutter.open) item.fail("closes before it opens");
   return shutter;
 }
 
 CameraKey readCameraKey(const Item& item) {
   CameraKey key;
-  for (const auto& [name, value] : item.members({"position", "target", "up"})) {
-    if (name == "position") key.position = value.dvector(kMaxPosition);
-    if (name == "target") key.target = value.dvector(kMaxPosition);
-    if (name == "up") {
-      const QUtils::DVector up = value.dvector(kMaxLength);
-      key.up = {static_cast<float>(up.x), static_cast<float>(up.y), static_cast<float>(up.z)};
-    }
-  }
+  item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
+             {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
+             {"up", [&](const Item& v) { key.up = QUtils::toFloat(v.dvector(kMaxLength)); }}});
   const QUtils::DVector& p = key.position;
   const QUtils::DVector& t = key.target;
   const QUtils::DVector view = {t.x - p.x, t.y - p.y, t.z - p.z};
@@ -245,61 +245,63 @@ CameraKey readCameraKey(const Item& item) {
   return key;
 }
 
+std::vector<CameraKey> readCameraKeys(const Item& item) {
+  std::vector<CameraKey> keys;
+  for (const Item& element : item.elements()) keys.push_back(readCameraKey(element));
+  if (keys.empty() || keys.size() > 2) item.fail("expected one or two keys");
+  return keys;
+}
+
 Camera readCamera(const Item& item) {
   Camera camera;
-  for (const auto& [key, value] : item.members({"fov", "keys"})) {
-    if (key == "fov") camera.fov = value.number(0.1, 170);
-    if (key == "keys") {
-      camera.keys.clear();
-      for (const Item& element : value.elements()) camera.keys.push_back(readCameraKey(element));
-      if (camera.keys.empty() || camera.keys.size() > 2) value.fail("expected one or two keys");
-    }
-  }
+  item.read({{"fov", [&](const Item& v) { camera.fov = v.number(0.1, 170); }},
+             {"keys", [&](const Item& v) { camera.keys = readCameraKeys(v); }}});
   return camera;
 }
 
+ObjFile readObjFile(const Item& item, const std::filesystem::path& folder) {
+  ObjFile file{folder / item.text("the name of a file")};
+  std::error_code unusable;
+  if (!std::filesystem::is_regular_file(file.path, unusable)) {
+    item.fail("no file \"" + file.path.string() + "\"");
+  }
+  return file;
+}
+
 Shape readShape(const Item& item, const std::filesystem::path& folder) {
-  const auto length = [](const Item& value) { return value.number(1e-6, kMaxLength); };
-  const std::array kinds = {"sphere", "plane", "box", "torus", "obj"};
-  const auto members = item.members();
-  if (members.size() != 1) item.fail("expected one shape");
-  const auto& [kind, shape] = members.front();
-  if (kind == "sphere") {
-    Sphere sphere;
-    for (const auto& [key, value] : shape.members({"radius"})) sphere.radius = length(value);
-    return sphere;
-  }
-  if (kind == "plane") {
-    Plane plane;
-    for (const auto& [key, value] : shape.members({"width", "depth"})) {
-      (key == "width" ? plane.width : plane.depth) = length(value);
-    }
-    return plane;
-  }
-  if (kind == "box") {
-    Box box;
-    for (const auto& [key, value] : shape.members({"width", "height", "depth"})) {
-      (key == "width" ? box.width : key == "height" ? box.height : box.depth) = length(value);
-    }
-    return box;
-  }
-  if (kind == "torus") {
-    Torus torus;
-    for (const auto& [key, value] : shape.members({"radius", "tube"})) {
-      (key == "radius" ? torus.radius : torus.tube) = length(value);
-    }
-    return torus;
-  }
-  if (kind == "obj") {
-    ObjFile file{folder / shape.text()};
-    std::error_code unusable;
-    if (!std::filesystem::is_regular_file(file.path, unusable)) {
-      shape.fail("no file \"" + file.path.string() + "\"");
-    }
-    return file;
-  }
-  item.fail("no shape \"" + shortened(kind) + "\"" +
-            suggestion(kind, {kinds.begin(), kinds.end()}));
+  const auto into = [](double& length) {
+    return [&length](const Item& v) { length = v.number(1e-6, kMaxLength); };
+  };
+  if (item.members().size() != 1) item.fail("expected one shape");
+  Shape shape;
+  item.read({{"sphere",
+              [&](const Item& v) {
+                Sphere sphere;
+                v.read({{"radius", into(sphere.radius)}});
+                shape = sphere;
+              }},
+             {"plane",
+              [&](const Item& v) {
+                Plane plane;
+                v.read({{"width", into(plane.width)}, {"depth", into(plane.depth)}});
+                shape = plane;
+              }},
+             {"box",
+              [&](const Item& v) {
+                Box box;
+                v.read({{"width", into(box.width)},
+                        {"height", into(box.height)},
+                        {"depth", into(box.depth)}});
+                shape = box;
+              }},
+             {"torus",
+              [&](const Item& v) {
+                Torus torus;
+                v.read({{"radius", into(torus.radius)}, {"tube", into(torus.tube)}});
+                shape = torus;
+              }},
+             {"obj", [&](const Item& v) { shape = readObjFile(v, folder); }}});
+  return shape;
 }
 
 /// Scales, then turns around the x, the y and the z axis, then moves.
@@ -322,58 +324,54 @@ struct Placement {
   }
 };
 
-QUtils::PreciseTransform readTransform(const Item& item) {
+QUtils::DVector readScale(const Item& item) {
   constexpr double kSmallest = 1e-6;
-  Placement placement;
-  for (const auto& [key, value] : item.members({"scale", "rotate", "translate"})) {
-    if (key == "rotate") placement.degrees = value.dvector(kMaxLength);
-    if (key == "translate") placement.translation = value.dvector(kMaxPosition);
-    if (key == "scale" && !value.isList()) {
-      const double factor = value.number(kSmallest, kMaxLength);
-      placement.scale = {factor, factor, factor};
-    }
-    if (key == "scale" && value.isList()) {
-      placement.scale = value.dvector(kMaxLength);
-      if (std::min({placement.scale.x, placement.scale.y, placement.scale.z}) < kSmallest) {
-        value.fail("expected positive numbers");
-      }
-    }
+  if (!item.isList()) {
+    const double factor = item.number(kSmallest, kMaxLength);
+    return {factor, factor, factor};
   }
+  const QUtils::DVector scale = item.dvector(kMaxLength);
+  if (std::min({scale.x, scale.y, scale.z}) < kSmallest) item.fail("expected positive numbers");
+  return scale;
+}
+
+QUtils::PreciseTransform readTransform(const Item& item) {
+  Placement placement;
+  item.read(
+      {{"scale", [&](const Item& v) { placement.scale = readScale(v); }},
+       {"rotate", [&](const Item& v) { placement.degrees = v.dvector(kMaxLength); }},
+       {"translate", [&](const Item& v) { placement.translation = v.dvector(kMaxPosition); }}});
   return placement.toTransform();
+}
+
+void readMaterialId(const Item& item, Object& object) {
+  if (!item.isBoolean()) {
+    object.materialId = item.integer(INT32_MIN, INT32_MAX);
+    return;
+  }
+  if (item.boolean()) item.failExpecting("a whole number or false");
+  object.hasMaterialId = false;
 }
 
 Object readObject(const std::string& name, const Item& item, const std::filesystem::path& folder) {
   checkName(name, item);
   Object object{
       .name = name, .place = item.place(), .shape = {}, .toWorld = Placement().toTransform()};
-  bool hasShape = false;
-  for (const auto& [key, value] :
-       item.members({"shape", "transform", "material_id", "object_space", "uvw"})) {
-    if (key == "shape") {
-      object.shape = readShape(value, folder);
-      hasShape = true;
-    }
-    if (key == "transform") object.toWorld = readTransform(value);
-    if (key == "material_id" && value.isBoolean()) {
-      if (value.boolean()) value.failExpecting("a whole number or false");
-      object.hasMaterialId = false;
-    } else if (key == "material_id") {
-      object.materialId = value.integer(INT32_MIN, INT32_MAX);
-    }
-    if (key == "object_space") object.hasObjectSpace = value.boolean();
-    if (key == "uvw") object.hasUvw = value.boolean();
-  }
-  if (!hasShape) item.fail(R"("shape" is missing)");
+  item.read({{"shape", [&](const Item& v) { object.shape = readShape(v, folder); }},
+             {"transform", [&](const Item& v) { object.toWorld = readTransform(v); }},
+             {"material_id", [&](const Item& v) { readMaterialId(v, object); }},
+             {"object_space", [&](const Item& v) { object.hasObjectSpace = v.boolean(); }},
+             {"uvw", [&](const Item& v) { object.hasUvw = v.boolean(); }}});
+  item.require("shape");
   return object;
 }
 
 Reference readReference(const Item& item) {
-  const std::string text = item.text();
+  constexpr const char* kForms = R"("node" or "node.output")";
+  const std::string text = item.text(kForms);
   const std::size_t dot = text.find('.');
   Reference reference{text.substr(0, dot), dot == std::string::npos ? "" : text.substr(dot + 1)};
-  if (reference.node.empty() || reference.text() != text) {
-    item.failExpecting(R"("node" or "node.output")");
-  }
+  if (reference.node.empty() || reference.text() != text) item.failExpecting(kForms);
   return reference;
 }
 
@@ -385,30 +383,26 @@ Parameter readParameter(const std::string& name, const Item& item) {
     item.failExpecting(R"(a number, true or false, a list of numbers, "node" or "node.output")");
   }
   const std::size_t count = item.elements().size();
-  return {name, item.numbers(count == kColorSize ? kColorSize : kVectorSize, kLargestFloat)};
+  if (count != kVectorSize && count != kColorSize) item.failExpecting("a list of 3 or 4 numbers");
+  return {name, item.numbers(count, kLargestFloat)};
 }
 
 Node readNode(const std::string& name, const Item& item) {
   checkName(name, item);
   if (name == kCoverageLayer) item.fail("the coverage of the pixels has this name");
   Node node{.name = name, .place = item.place(), .plugin = {}, .parameters = {}};
-  for (const auto& [key, value] : item.members({"plugin", "params"})) {
-    if (key == "plugin") {
-      node.plugin = value.text();
-      if (node.plugin.empty()) value.failExpecting("the name of a plugin");
-    }
-    if (key == "params") {
-      for (const auto& [parameter, content] : value.members()) {
-        node.parameters.push_back(readParameter(parameter, content));
-      }
-    }
-  }
-  if (node.plugin.empty()) item.fail(R"("plugin" is missing)");
+  item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
+             {"params", [&](const Item& v) {
+                for (const auto& [parameter, content] : v.members()) {
+                  node.parameters.push_back(readParameter(parameter, content));
+                }
+              }}});
+  item.require("plugin");
   return node;
 }
 
 Show readShow(const Item& item) {
-  const std::string text = item.text();
+  const std::string text = item.text("what to show");
   const auto name = std::find(std::begin(kShowNames), std::end(kShowNames), text);
   if (name == std::end(kShowNames)) {
     item.fail("cannot show \"" + shortened(text) + "\"" +
@@ -417,28 +411,38 @@ Show readShow(const Item& item) {
   return static_cast<Show>(name - std::begin(kShowNames));
 }
 
+std::string readCaption(const Item& item) {
+  const std::string caption = item.text("a text");
+  if (caption.size() > kMaxCaption) {
+    item.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
+  }
+  return caption;
+}
+
 Picture readPicture(const std::string& name, const Item& item) {
   checkName(name, item);
   if (name == "contact_sheet") item.fail("the contact sheet has this name");
   Picture picture{.name = name, .place = item.place(), .from = {}, .caption = {}};
-  for (const auto& [key, value] : item.members({"from", "show", "range", "caption"})) {
-    if (key == "from") picture.from = readReference(value);
-    if (key == "show") picture.show = readShow(value);
-    if (key == "caption") {
-      picture.caption = value.text();
-      if (picture.caption.size() > kMaxCaption) {
-        value.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
-      }
-    }
-    if (key == "range") {
-      const std::vector<double> range = value.numbers(2, kLargestFloat);
-      if (range[0] == range[1]) value.fail("the range is empty");
-      picture.low = range[0];
-      picture.high = range[1];
-    }
-  }
-  if (picture.from.node.empty()) item.fail(R"("from" is missing)");
+  item.read({{"from", [&](const Item& v) { picture.from = readReference(v); }},
+             {"show", [&](const Item& v) { picture.show = readShow(v); }},
+             {"caption", [&](const Item& v) { picture.caption = readCaption(v); }},
+             {"range", [&](const Item& v) {
+                const std::vector<double> range = v.numbers(2, kLargestFloat);
+                if (range[0] == range[1]) v.fail("the range is empty");
+                picture.low = range[0];
+                picture.high = range[1];
+              }}});
+  item.require("from");
   return picture;
+}
+
+/// Reads members of any names, each by `read`, into a list that is not too long.
+template <class T, class Read>
+std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
+  std::vector<T> result;
+  for (const auto& [name, member] : item.members()) result.push_back(read(name, member));
+  if (result.size() > max) item.fail("expected at most " + std::to_string(max));
+  return result;
 }
 
 }  // namespace
@@ -447,36 +451,22 @@ Scene readScene(const std::filesystem::path& file) {
   const Json json = parse(file);
   Scene scene;
   scene.file = file;
-  bool hasWorldOffset = false;
-  for (const auto& [key, value] :
-       Item(json, "").members({"image", "frames", "shutter", "camera", "world_offset", "objects",
-                               "nodes", "pictures"})) {
-    if (key == "image") scene.image = readImage(value);
-    if (key == "frames") scene.frames = readFrames(value);
-    if (key == "shutter") scene.shutter = readShutter(value);
-    if (key == "camera") scene.camera = readCamera(value);
-    if (key == "world_offset") {
-      scene.worldOffset = value.dvector(kMaxPosition);
-      hasWorldOffset = true;
-    }
-    if (key == "objects") {
-      for (const auto& [name, object] : value.members()) {
-        scene.objects.push_back(readObject(name, object, file.parent_path()));
-      }
-    }
-    if (key == "nodes") {
-      const auto members = value.members();
-      if (members.size() > kMaxNodes)
-        value.fail("expected at most " + std::to_string(kMaxNodes) + " nodes");
-      for (const auto& [name, node] : members) scene.nodes.push_back(readNode(name, node));
-    }
-    if (key == "pictures") {
-      for (const auto& [name, picture] : value.members()) {
-        scene.pictures.push_back(readPicture(name, picture));
-      }
-    }
-  }
-  if (hasWorldOffset && scene.camera.keys.size() == 2) {
+  const std::filesystem::path folder = file.parent_path();
+  const auto object = [&](const std::string& name, const Item& item) {
+    return readObject(name, item, folder);
+  };
+  const Item root(json, "");
+  root.read(
+      {{"image", [&](const Item& v) { scene.image = readImage(v); }},
+       {"frames", [&](const Item& v) { scene.frames = readFrames(v); }},
+       {"shutter", [&](const Item& v) { scene.shutter = readShutter(v); }},
+       {"camera", [&](const Item& v) { scene.camera = readCamera(v); }},
+       {"world_offset", [&](const Item& v) { scene.worldOffset = v.dvector(kMaxPosition); }},
+       {"objects", [&](const Item& v) { scene.objects = readAll<Object>(v, kMaxObjects, object); }},
+       {"nodes", [&](const Item& v) { scene.nodes = readAll<Node>(v, kMaxNodes, readNode); }},
+       {"pictures",
+        [&](const Item& v) { scene.pictures = readAll<Picture>(v, kMaxPictures, readPicture); }}});
+  if (root.has("world_offset") && scene.camera.keys.size() == 2) {
     throw SceneError("world_offset", "with a moving camera render space begins at the camera");
   }
   if (scene.objects.empty()) throw SceneError("objects", "expected at least one object");

@@ -31,18 +31,30 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::string shortened(const std::string& text) {
+  constexpr std::size_t kMax = 40;
+  return text.size() <= kMax ? text : text.substr(0, kMax) + "...";
+}
+
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates) {
   const std::string* nearest = nullptr;
   std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;
   for (const std::string& candidate : candidates) {
     if (name.size() > candidate.size() + best) continue;
-    const std::size_t d = distance(name, candidate);
+    constexpr std::size_t kEnough = 3;  // letters that tell what is meant
+    const bool begun = name.size() >= kEnough && candidate.starts_with(name);
+    const std::size_t d = begun ? 1 : distance(name, candidate);
     if (d < best) {
       best = d;
       nearest = &candidate;
     }
   }
   return nearest != nullptr ? "; did you mean \"" + *nearest + "\"?" : "";
+}
+
+std::string unknown(const std::string& kind, const std::string& name,
+                    const std::vector<std::string>& candidates) {
+  return "no " + kind + " \"" + shortened(name) + "\"" + suggestion(name, candidates);
 }
 
 }  // namespace preview

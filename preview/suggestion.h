@@ -6,7 +6,15 @@
 
 namespace preview {
 
+/// A text from the user as messages show it: its first letters, if it is long.
+std::string shortened(const std::string& text);
+
 /// `; did you mean "NAME"?` for the candidate nearest to `name`, or nothing if none is near.
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates);
+
+/// `no KIND "NAME"` with a suggestion, for a name that is none of `candidates`. `kind` may say
+/// more: `parameter of ramp`.
+std::string unknown(const std::string& kind, const std::string& name,
+                    const std::vector<std::string>& candidates);
 
 }  // namespace preview
