@@ -81,7 +81,7 @@ class HostParameters {
     for (const Parameter& parameter : node.parameters) {
       if (std::find(names.begin(), names.end(), parameter.name) == names.end()) {
         throw SceneError(placeOf(parameter.name),
-                         unknown("parameter of " + node.plugin, parameter.name, names));
+                         unknown(node.plugin + " has no parameter", parameter.name, names));
       }
     }
   }
@@ -269,7 +269,7 @@ Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& l
     names.emplace_back(desc->getPluginName());
   }
   for (const auto& [name, make] : kHostTextures) names.push_back(name);
-  throw SceneError(node.place + ".plugin", unknown("plugin", node.plugin, names));
+  throw SceneError(node.place + ".plugin", unknown("no plugin", node.plugin, names));
 }
 
 const Network::Instance& Network::instance(const std::string& name,
@@ -279,7 +279,7 @@ const Network::Instance& Network::instance(const std::string& name,
     if (instance.node->name == name) return instance;
     names.push_back(instance.node->name);
   }
-  throw SceneError(place, unknown("node", name, names));
+  throw SceneError(place, unknown("no node", name, names));
 }
 
 PluginInterface* Network::texture(const Reference& reference, const std::string& place) const {
@@ -293,7 +293,7 @@ PluginInterface* Network::texture(const Reference& reference, const std::string&
   if (from.plugin == nullptr) throw SceneError(place, from.node->plugin + " has no outputs");
   const std::vector<std::string> names = parameterNames(from.object.get_deleter().desc, true);
   if (std::find(names.begin(), names.end(), reference.output) == names.end()) {
-    throw SceneError(place, unknown("output of " + from.node->plugin, reference.output, names));
+    throw SceneError(place, unknown(from.node->plugin + " has no output", reference.output, names));
   }
   return outputOf(*from.plugin, reference.output);
 }
@@ -306,7 +306,7 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     return !candidate.isOutput() && candidate.name == parameter.name;
   });
   if (info == infos.end()) {
-    throw SceneError(place, unknown("input of " + instance.node->plugin, parameter.name,
+    throw SceneError(place, unknown(instance.node->plugin + " has no input", parameter.name,
                                     parameterNames(desc, false)));
   }
 

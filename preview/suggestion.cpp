@@ -52,9 +52,9 @@ std::string suggestion(std::string_view name, const std::vector<std::string>& ca
   return nearest != nullptr ? "; did you mean \"" + *nearest + "\"?" : "";
 }
 
-std::string unknown(const std::string& kind, const std::string& name,
+std::string unknown(const std::string& missing, const std::string& name,
                     const std::vector<std::string>& candidates) {
-  return "no " + kind + " \"" + shortened(name) + "\"" + suggestion(name, candidates);
+  return missing + " \"" + shortened(name) + "\"" + suggestion(name, candidates);
 }
 
 }  // namespace preview

@@ -12,9 +12,9 @@ std::string shortened(const std::string& text);
 /// `; did you mean "NAME"?` for the candidate nearest to `name`, or nothing if none is near.
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates);
 
-/// `no KIND "NAME"` with a suggestion, for a name that is none of `candidates`. `kind` may say
-/// more: `parameter of ramp`.
-std::string unknown(const std::string& kind, const std::string& name,
+/// For a name that is none of `candidates`: `missing`, as in "no node" or "ramp has no parameter",
+/// then the name and a suggestion.
+std::string unknown(const std::string& missing, const std::string& name,
                     const std::vector<std::string>& candidates);
 
 }  // namespace preview
