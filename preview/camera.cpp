@@ -19,6 +19,7 @@ FrameCamera::FrameCamera(const Scene& scene, std::int32_t frame)
       pixelSize_(2 * std::tan(scene.camera.fov * std::numbers::pi / 360) / height_),
       worldOffset_(scene.worldOffset) {
   if (moves_) worldOffset_ = toDVector(placement(0).position);
+  poseOfFrame_ = pose(0);
 }
 
 FrameCamera::Placement FrameCamera::fromKey(const CameraKey& key) {
@@ -44,40 +45,40 @@ FrameCamera::Pose FrameCamera::pose(double rayTime) const {
 }
 
 QUtils::PreciseTransform FrameCamera::cameraToWorld() const {
-  const Pose c = pose(0);
+  const Pose& c = poseOfFrame_;
   return {toVector(c.x), toVector(c.y), toVector(c.z), toDVector(c.position)};
 }
 
 QUtils::PreciseTransform FrameCamera::worldToCamera() const {
-  const Pose c = pose(0);
+  const Pose& c = poseOfFrame_;
   return {toVector(c.vectorToCamera({1, 0, 0})), toVector(c.vectorToCamera({0, 1, 0})),
           toVector(c.vectorToCamera({0, 0, 1})), toDVector(c.pointToCamera(V3d(0)))};
 }
 
 Ray FrameCamera::primaryRay(double imageX, double imageY, double rayTime) const {
-  const Pose c = pose(rayTime);
+  const Pose c = moves_ ? pose(rayTime) : poseOfFrame_;
   const V3d direction((imageX - width_ / 2) * pixelSize_, (height_ / 2 - imageY) * pixelSize_, -1);
   return {toDVector(c.position), toVector(c.vectorToRender(direction.normalized()))};
 }
 
 QUtils::DVector TwoKeyCameraMotion::pointToRayTime(const QUtils::DVector& point, double rayTime) {
-  const V3d inCamera = camera_.pose(0).pointToCamera(wide(point));
+  const V3d inCamera = camera_.poseOfFrame().pointToCamera(wide(point));
   return toDVector(camera_.pose(rayTime).pointToRender(inCamera));
 }
 
 QUtils::Vector TwoKeyCameraMotion::vectorToRayTime(const QUtils::Vector& vector, double rayTime) {
-  const V3d inCamera = camera_.pose(0).vectorToCamera(wide(vector));
+  const V3d inCamera = camera_.poseOfFrame().vectorToCamera(wide(vector));
   return toVector(camera_.pose(rayTime).vectorToRender(inCamera));
 }
 
 QUtils::DVector TwoKeyCameraMotion::pointFromRayTime(const QUtils::DVector& point, double rayTime) {
   const V3d inCamera = camera_.pose(rayTime).pointToCamera(wide(point));
-  return toDVector(camera_.pose(0).pointToRender(inCamera));
+  return toDVector(camera_.poseOfFrame().pointToRender(inCamera));
 }
 
 QUtils::Vector TwoKeyCameraMotion::vectorFromRayTime(const QUtils::Vector& vector, double rayTime) {
   const V3d inCamera = camera_.pose(rayTime).vectorToCamera(wide(vector));
-  return toVector(camera_.pose(0).vectorToRender(inCamera));
+  return toVector(camera_.poseOfFrame().vectorToRender(inCamera));
 }
 
 }  // namespace preview

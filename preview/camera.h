@@ -13,8 +13,8 @@ namespace preview {
 
 /// A scene's camera during one of its frames, looking down the negative z axis of camera space,
 /// with x to the right and y up. Between two keys the position runs along a straight line and the
-/// orientation along the shortest arc, both evenly from the begin of the first frame to the end of
-/// the last.
+/// orientation along the shortest arc, both evenly from the beginning of the first frame to the end
+/// of the last.
 ///
 /// The frame's own transforms are those of ray time 0.
 ///
@@ -45,6 +45,7 @@ class FrameCamera {
   QUtils::PreciseTransform worldToCamera() const;  ///< render space to camera space
 
   Pose pose(double rayTime) const;
+  const Pose& poseOfFrame() const { return poseOfFrame_; }  ///< that of ray time 0
 
   /// The ray through a point of the image, in pixels from the top left corner.
   Ray primaryRay(double imageX, double imageY, double rayTime) const;
@@ -63,6 +64,7 @@ class FrameCamera {
   double width_, height_;               ///< pixels
   double pixelSize_;                    ///< at distance 1
   QUtils::DVector worldOffset_;
+  Pose poseOfFrame_;
 };
 
 /// The motion of a `FrameCamera`, which it refers to. With C(t) for the way from camera space to

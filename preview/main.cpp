@@ -40,9 +40,9 @@ volatile std::sig_atomic_t interrupted = 0;
 class Progress {
  public:
   explicit Progress(bool visible) : visible_(visible) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
       std::signal(signal, [](int again) {
-        interrupted = 1;
+        interrupted = again;
         std::signal(again, SIG_DFL);  // the second one ends the program at once
       });
     }
@@ -214,6 +214,7 @@ int main(int argc, char** argv) {
   } catch (const InputError& e) {
     return fail(kProgram, e, kExitBadInput);
   } catch (const std::exception& e) {
-    return fail(kProgram, e, 1);
+    constexpr int kExitOfSignals = 128;
+    return fail(kProgram, e, interrupted != 0 ? kExitOfSignals + interrupted : 1);
   }
 }

@@ -3,8 +3,8 @@
 #include <tiny_obj_loader.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <fstream>
 #include <numbers>
 #include <sstream>
@@ -128,11 +128,12 @@ void checkNumbers(const std::filesystem::path& path) {
     std::string word;
     words >> word;
     if (word != "v" && word != "vt" && word != "vn") continue;
-    int missing = word == "vt" ? 2 : 3;
+    int missing = word == "vt" ? 1 : 3;
     for (; words >> word; --missing) {
-      char* end = nullptr;
-      std::strtod(word.c_str(), &end);
-      if (*end != '\0') {
+      const char* begin = word.data() + (word.front() == '+' ? 1 : 0);
+      const char* end = word.data() + word.size();
+      double value = 0;
+      if (std::from_chars(begin, end, value).ptr != end || !std::isfinite(value)) {
         fail(path, "line " + std::to_string(number) + ": \"" + word + "\" is not a number");
       }
     }

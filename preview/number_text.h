@@ -1,14 +1,16 @@
 #pragma once
 
 #include <charconv>
+#include <cmath>
 #include <span>
 #include <string>
 
 namespace preview {
 
-/// The shortest text that reads back as the same number.
+/// The shortest text that reads back as the same number. A not-a-number has no sign.
 template <class T>
 std::string text(T number) {
+  if (std::isnan(number)) return "nan";
   char buffer[64];
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};
 }

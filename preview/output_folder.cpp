@@ -22,9 +22,15 @@ OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
 
   fs::path existing = folder_;
   std::error_code error;
-  while (!fs::exists(fs::symlink_status(existing, error))) existing = existing.parent_path();
-  if (!fs::is_directory(existing, error))
+  for (;;) {
+    const fs::file_status status = fs::symlink_status(existing, error);
+    if (fs::exists(status)) break;
+    if (!fs::status_known(status)) fail(error.message());
+    existing = existing.parent_path();
+  }
+  if (!fs::is_directory(existing, error)) {
     fail("\"" + existing.filename().string() + "\" is not a folder");
+  }
   std::string name = (existing / ".samplerinfo-preview-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) fail(std::strerror(errno));
   temporary_ = name;
@@ -35,7 +41,7 @@ OutputFolder::~OutputFolder() {
   fs::remove_all(temporary_, ignored);
 }
 
-void OutputFolder::commit() {
+void OutputFolder::commit() try {
   fs::create_directories(folder_);
   for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
     const std::string name = file.path().filename().string();
@@ -44,6 +50,8 @@ void OutputFolder::commit() {
   for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
     fs::rename(file.path(), folder_ / file.path().filename());
   }
+} catch (const fs::filesystem_error& e) {
+  fail(e.code().message());
 }
 
 }  // namespace preview

@@ -66,7 +66,8 @@ std::string frameSuffix(const Scene& scene, std::int32_t frame) {
   constexpr std::size_t kDigits = 4;
   if (scene.frames.count() == 1) return "";
   const std::string number = std::to_string(frame);
-  return "." + std::string(kDigits - std::min(kDigits, number.size()), '0') + number;
+  const std::size_t digits = std::max(kDigits, std::to_string(scene.frames.last).size());
+  return "." + std::string(digits - number.size(), '0') + number;
 }
 
 std::string captionOf(const Picture& picture, const SpecialPixels& specials) {

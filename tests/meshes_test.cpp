@@ -168,6 +168,8 @@ TEST(ObjFiles, ErrorsAreOneLineThatNamesTheFile) {
        "a face refers to a v, vn or vt that is not there"},
       {"v 0 0 0\nv 1e99 0 0\nv 0 1 0\nf 1 2 3\n", "has a coordinate that is not a finite number"},
       {"v 0 0 0 # ok\r\nv 1 O 0\nv 0 1 0\nf 1 2 3\n", "line 2: \"O\" is not a number"},
+      {"v 0 0 0\nv 1 0x10 0\nv 0 1 0\nf 1 2 3\n", "line 2: \"0x10\" is not a number"},
+      {"v 0 0 0\nv 1 0 0\nv 0 nan +1.\nf 1 2 3\n", "line 3: \"nan\" is not a number"},
       {"v 0 0 0\nv 1 0\nv 0 1 0\nf 1 2 3\n", "line 2: a number is missing"},
   };
   for (const auto& [text, error] : rows) {
