@@ -83,6 +83,7 @@ struct Options {
   std::filesystem::path plugin, scene, output;
   std::optional<std::string> size, frames;
   std::string pixel;
+  std::optional<int> frame;
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
   bool log = false;
@@ -100,14 +101,18 @@ void applySize(const std::string& text, Image& image) {
   image.height = size->second;
 }
 
+std::string framesText(const Frames& all) {
+  return "the scene has the frames " + std::to_string(all.first) + " to " +
+         std::to_string(all.last);
+}
+
 /// The frames of the scene to render.
 Frames chosenFrames(const std::string& text, const Frames& all) {
   const auto range = parsePair(text.find('-') == std::string::npos ? text + "-" + text : text, '-');
   if (!range) throw InputError("--frames: expected FIRST-LAST or one frame, as in 1-3 or 2");
   const Frames chosen{range->first, range->second};
   if (chosen.first < all.first || chosen.last > all.last || chosen.last < chosen.first) {
-    throw InputError("--frames: the scene has the frames " + std::to_string(all.first) + " to " +
-                     std::to_string(all.last));
+    throw InputError("--frames: " + framesText(all));
   }
   return chosen;
 }
@@ -141,9 +146,13 @@ void runProbe(const Options& options) {
     throw InputError("--pixel: the image has " + std::to_string(scene.image.width) + " x " +
                      std::to_string(scene.image.height) + " pixels, counted from 0,0");
   }
+  const int frame = options.frame.value_or(scene.frames.first);
+  if (frame < scene.frames.first || frame > scene.frames.last) {
+    throw InputError("--frame: " + framesText(scene.frames));
+  }
   ErrorStreamLog log;
   Network network(scene.nodes, library);
-  probe(scene, makeMeshes(scene), network, pixel->first, pixel->second,
+  probe(scene, makeMeshes(scene), network, frame, pixel->first, pixel->second,
         options.log ? &log : nullptr, std::cout);
 }
 
@@ -168,10 +177,14 @@ int run(int argc, char** argv, Options& options) {
     return oneLine(failed->get_name() + ": " + error.what()) + "\n";
   });
   options.plugin = defaultPluginLibrary();
-  app.add_option("--plugin", options.plugin, "The plugin library to load")->capture_default_str();
+  app.add_option("--plugin", options.plugin, "The plugin library to load")
+      ->capture_default_str()
+      ->check(CLI::ExistingFile);
 
   const auto addCommon = [&](CLI::App* command) {
-    command->add_option("SCENE", options.scene, "The scene file")->required();
+    command->add_option("SCENE", options.scene, "The scene file")
+        ->required()
+        ->check(CLI::ExistingFile);
     command->add_option("--size", options.size, "WIDTHxHEIGHT instead of the scene's, in pixels");
     command->add_flag("--log", options.log, "Print the log of the render on the error stream");
   };
@@ -190,6 +203,7 @@ int run(int argc, char** argv, Options& options) {
   CLI::App* probe = app.add_subcommand("probe", "Print value, bounds and gradient at one pixel");
   addCommon(probe);
   probe->add_option("--pixel", options.pixel, "X,Y from the top left corner")->required();
+  probe->add_option("--frame", options.frame, "Which frame instead of the first");
 
   try {
     app.parse(argc, argv);

@@ -76,8 +76,8 @@ void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out)
   }
 }
 
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network, int x, int y,
-           QUtils::RenderLog* log, std::ostream& out) {
+void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network,
+           std::int32_t number, int x, int y, QUtils::RenderLog* log, std::ostream& out) {
   const auto textures = network.textures();
   std::size_t width = 0;
   for (const auto& [name, texture] : textures) width = std::max(width, name.size());
@@ -106,10 +106,10 @@ void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network
     }
   };
 
-  const Frame frame(scene, meshes, scene.frames.first, log);
+  const Frame frame(scene, meshes, number, log);
   network.renderBegin();
   network.frameBegin();
-  out << "frame " << scene.frames.first << ", pixel " << x << "," << y << ": ";
+  out << "frame " << number << ", pixel " << x << "," << y << ": ";
   if (!frame.shade(x + 0.5, y + 0.5, (scene.shutter.open + scene.shutter.close) / 2, report)) {
     out << "nothing is seen there\n";
   }

@@ -12,9 +12,9 @@ namespace preview {
 /// Every plugin of the library with its parameters, as registered: a table each.
 void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out);
 
-/// Value, bounds and gradient of every texture of the network for the middle of a pixel of the
-/// scene's first frame, in the middle of its shutter interval.
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network, int x, int y,
-           QUtils::RenderLog* log, std::ostream& out);
+/// Value, bounds and gradient of every texture of the network for the middle of a pixel of frame
+/// `number`, in the middle of the shutter interval.
+void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network,
+           std::int32_t number, int x, int y, QUtils::RenderLog* log, std::ostream& out);
 
 }  // namespace preview

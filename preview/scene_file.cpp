@@ -178,7 +178,7 @@ class DuplicateCheck {
 
 Json parse(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
-  if (!stream || std::filesystem::is_directory(file)) throw SceneError("", "cannot be read");
+  if (!stream) throw SceneError("", "cannot be read");
   try {
     return Json::parse(stream, DuplicateCheck(), true, true);
   } catch (const Json::exception& e) {

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # usage: scripts/preview.sh [SCENE] [RENDER-OPTION...]
-# Installs what is missing, builds the preview and renders a scene (the gallery, if none is named)
-# into out/.
+# Installs what is missing, builds the preview and renders the gallery into out/, or the named scene
+# into a folder of its name in it.
 set -euo pipefail
 
 scene=scenes/gallery.json
+out=out
 if [[ $# -gt 0 && $1 != -* ]]; then
   scene=$(realpath -m -- "$1")
+  out=out/$(basename "$scene" .json)
   shift
 fi
 
@@ -15,5 +17,5 @@ fi
 step "packages" scripts/install.sh build
 step "configure release" cmake --preset release
 step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
-step "render $scene" build/release/preview/samplerinfo-preview render "$scene" -o out "$@"
-echo "The pictures are in $PWD/out"
+step "render $scene" build/release/preview/samplerinfo-preview render "$scene" -o "$out" "$@"
+echo "The pictures are in $PWD/$out"

@@ -274,8 +274,9 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
   };
   const Row rows[] = {
       {{}, "samplerinfo-preview: A subcommand is required"},
-      {{"render", "nowhere.json", "-o", "out"}, "nowhere.json: cannot be read"},
-      {{"render", ".", "-o", "out"}, ".: cannot be read"},
+      {{"render", "nowhere.json", "-o", "out"},
+       "samplerinfo-preview: SCENE: File does not exist: nowhere.json"},
+      {{"render", ".", "-o", "out"}, "samplerinfo-preview: SCENE: File is actually a directory: ."},
       {{"render", "scene.json"}, "samplerinfo-preview: --output is required"},
       {{"render", "scene.json", "-o", ""},
        "samplerinfo-preview: cannot write to \"\": it has no name"},
@@ -301,6 +302,8 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
        "samplerinfo-preview: --frames: expected FIRST-LAST or one frame, as in 1-3 or 2"},
       {{"probe", "scene.json", "--pixel", "8,0"},
        "samplerinfo-preview: --pixel: the image has 8 x 6 pixels, counted from 0,0"},
+      {{"probe", "scene.json", "--pixel", "1,1", "--frame", "2"},
+       "samplerinfo-preview: --frame: the scene has the frames 1 to 1"},
       {{"probe", "scene.json", "--pixel", "1;2"},
        "samplerinfo-preview: --pixel: expected X,Y, as in 160,120"},
   };
