@@ -1,7 +1,5 @@
 #include "preview/frame.h"
 
-#include <exception>
-
 #include "preview/errors.h"
 
 namespace preview {
@@ -23,7 +21,7 @@ std::vector<Mesh> makeMeshes(const Scene& scene) {
   for (const Object& object : scene.objects) {
     try {
       meshes.push_back(makeMesh(object.shape));
-    } catch (const std::runtime_error& e) {
+    } catch (const InputError& e) {
       throw SceneError(object.place + ".shape", e.what());
     }
   }

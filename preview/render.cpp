@@ -12,7 +12,6 @@ namespace preview {
 namespace {
 
 constexpr int kTileSize = 32;  // pixels
-constexpr int kMaxChannels = 4;
 
 struct Tile {
   int x0, y0, x1, y1;
@@ -29,7 +28,7 @@ std::vector<Tile> tilesOf(const Image& image) {
   return tiles;
 }
 
-using Sums = std::vector<std::array<double, kMaxChannels>>;
+using Sums = std::vector<std::array<double, std::tuple_size_v<Channels>>>;
 
 /// Adds the samples of a pixel; returns how many of them see anything.
 int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
@@ -41,8 +40,8 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
     const double time = shutter.open + (shutter.close - shutter.open) * sample.time;
     const auto add = [&](const QUtils::ShadingContext& sc, std::size_t /*object*/) {
       for (std::size_t i = 0; i < sources.size(); ++i) {
-        const std::array<float, 4> values = evaluate(sources[i].texture, sources[i].show, sc);
-        for (std::size_t c = 0; c < kMaxChannels; ++c) sums[i][c] += values[c];
+        const Channels values = evaluate(sources[i].texture, sources[i].show, sc);
+        for (std::size_t c = 0; c < values.size(); ++c) sums[i][c] += values[c];
       }
     };
     if (frame.shade(x + sample.x, y + sample.y, time, add)) ++seen;

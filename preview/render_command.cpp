@@ -21,9 +21,7 @@ constexpr std::size_t kMaxNumbers = std::size_t{1} << 28;
 
 std::string layerName(const Picture& picture) {
   const std::string name = picture.from.text();
-  return picture.show == Show::Value
-             ? name
-             : name + "." + kShowNames[static_cast<std::size_t>(picture.show)];
+  return picture.show == Show::Value ? name : name + "." + nameOf(picture.show);
 }
 
 /// The pictures of a scene and the layers that they show; a layer may serve several pictures.
@@ -38,9 +36,9 @@ Plan planOf(const Scene& scene, const Network& network) {
   for (const Picture& picture : scene.pictures) {
     const Texture texture = network.find(picture.from, picture.place + ".from");
     if (channelCount(texture, picture.show) == 0) {
-      throw SceneError(picture.place + ".show",
-                       "\"" + picture.from.text() + "\" is of kind " + kindName(texture) +
-                           ", which has no " + kShowNames[static_cast<std::size_t>(picture.show)]);
+      throw SceneError(picture.place + ".show", "\"" + picture.from.text() + "\" is of kind " +
+                                                    kindName(texture) + ", which has no " +
+                                                    nameOf(picture.show));
     }
     const std::string name = layerName(picture);
     const auto known = std::find_if(plan.sources.begin(), plan.sources.end(),

@@ -98,6 +98,8 @@ enum class Show { Value, Lower, Upper, Gradient, Column0, Column1, Column2, Offs
 inline constexpr const char* kShowNames[] = {"value",   "lower",   "upper",   "gradient",
                                              "column0", "column1", "column2", "offset"};
 
+inline const char* nameOf(Show show) { return kShowNames[static_cast<std::size_t>(show)]; }
+
 struct Picture {
   std::string name;   ///< the name of its file
   std::string place;  ///< in the file, as in "pictures.facing"

@@ -6,8 +6,6 @@ namespace {
 
 using namespace QUtils;
 
-using Channels = std::array<float, 4>;
-
 Channels channels(float v) { return {v}; }
 Channels channels(Vector v) { return {v.x, v.y, v.z}; }
 Channels channels(AColor v) { return {v.r, v.g, v.b, v.a}; }
@@ -98,7 +96,7 @@ int channelCount(const Texture& texture, Show show) {
   return std::holds_alternative<TextureInterface*>(texture) ? 4 : 1;
 }
 
-std::array<float, 4> evaluate(const Texture& texture, Show show, const ShadingContext& sc) {
+Channels evaluate(const Texture& texture, Show show, const ShadingContext& sc) {
   return std::visit(Evaluation{show, sc}, texture);
 }
 

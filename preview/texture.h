@@ -22,7 +22,9 @@ const char* kindName(const Texture& texture);
 /// How many numbers `show` shows of a texture; 0 if there is no such thing to show.
 int channelCount(const Texture& texture, Show show);
 
+using Channels = std::array<float, 4>;
+
 /// What `show` shows of a texture; the channels beyond its count are zero.
-std::array<float, 4> evaluate(const Texture& texture, Show show, const QUtils::ShadingContext& sc);
+Channels evaluate(const Texture& texture, Show show, const QUtils::ShadingContext& sc);
 
 }  // namespace preview

@@ -1,6 +1,8 @@
 #include "host/parameters.h"
 
+#include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -186,9 +188,11 @@ struct QuorParameterList::Storage {
     return nullptr;
   }
 
-  void setCache(const char* name, bool fits(ParamType), void* cache) {
+  void setCache(const char* name, std::initializer_list<ParamType> types, void* cache) {
     note("setParamCache", name);
-    if (Slot* slot = find(name); slot != nullptr && fits(slot->info.type)) slot->cache = cache;
+    Slot* slot = find(name);
+    if (slot == nullptr) return;
+    if (std::ranges::find(types, slot->info.type) != types.end()) slot->cache = cache;
   }
 
   void setOutput(const char* name, ParamType type, PluginInterface* output) {
@@ -202,29 +206,32 @@ struct QuorParameterList::Storage {
   void writeCaches() const {
     for (const Slot& slot : slots) {
       if (slot.cache == nullptr) continue;
-      PluginInterface* iface = slot.value.value.iface;
+      const QuorPluginParameter::Value& value = slot.value.value;
       switch (slot.info.type) {
         case ParamType::Color:
-          *static_cast<TextureInterface**>(slot.cache) = static_cast<TextureInterface*>(iface);
+          write(slot.cache, static_cast<TextureInterface*>(value.iface));
           break;
         case ParamType::Float:
-          *static_cast<TextureFloatInterface**>(slot.cache) =
-              static_cast<TextureFloatInterface*>(iface);
+          write(slot.cache, static_cast<TextureFloatInterface*>(value.iface));
           break;
         case ParamType::Vector:
-          *static_cast<TextureVectorInterface**>(slot.cache) =
-              static_cast<TextureVectorInterface*>(iface);
+          write(slot.cache, static_cast<TextureVectorInterface*>(value.iface));
           break;
         case ParamType::Integer:
-          *static_cast<std::int32_t*>(slot.cache) = slot.value.value.integer;
+          write(slot.cache, value.integer);
           break;
         case ParamType::Boolean:
-          *static_cast<std::int32_t*>(slot.cache) = slot.value.value.boolean ? 1 : 0;
+          write(slot.cache, std::int32_t{value.boolean});
           break;
         default:
           break;
       }
     }
+  }
+
+  template <class T>
+  static void write(void* cache, T value) {
+    *static_cast<T*>(cache) = value;
   }
 };
 
@@ -257,24 +264,19 @@ void QuorParameterListDesc::deleteParameterList(QuorParameterList* list) {
 }
 
 void QuorParameterList::setParamCache(char* name, TextureInterface** cache) {
-  storage_->setCache(
-      name, [](ParamType type) { return type == ParamType::Color; }, cache);
+  storage_->setCache(name, {ParamType::Color}, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, TextureFloatInterface** cache) {
-  storage_->setCache(
-      name, [](ParamType type) { return type == ParamType::Float; }, cache);
+  storage_->setCache(name, {ParamType::Float}, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, TextureVectorInterface** cache) {
-  storage_->setCache(
-      name, [](ParamType type) { return type == ParamType::Vector; }, cache);
+  storage_->setCache(name, {ParamType::Vector}, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, std::int32_t* cache) {
-  storage_->setCache(
-      name, [](ParamType type) { return type == ParamType::Integer || type == ParamType::Boolean; },
-      cache);
+  storage_->setCache(name, {ParamType::Integer, ParamType::Boolean}, cache);
 }
 
 void QuorParameterList::setOutputParamCache(char* name, TextureInterface* output) {
