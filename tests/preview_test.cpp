@@ -242,6 +242,8 @@ const BadScene kBadScenes[] = {
      "pictures.contact_sheet: the contact sheet has this name"},
     {"pictures", R"({"a": {"from": "tint.prodcut"}})",
      R"(pictures.a.from: TexFloatOp has no output "prodcut"; did you mean "product"?)"},
+    {"pictures", R"({"a": {"from": "sampler.facing"}})",
+     R"(pictures.a.from: TexSampler has no output "facing"; did you mean "facing_ratio"?)"},
     {"pictures", R"({"a": {"from": "stripes", "show": "uper"}})",
      R"(pictures.a.show: cannot show "uper"; did you mean "upper"?)"},
     {"pictures", R"({"a": {"from": "sampler.material_id", "show": "lower"}})",

@@ -306,6 +306,11 @@ TEST(TexSampler, AsksTheHostOnceAndInOrder) {
       sampler.vector(row.name, host.sc);
       expectCalls(row.calls, row.motionCalls);
     }
+    for (const char* name : {"frame_time", "ray_time", "facing_ratio", "flipped_normal"}) {
+      SCOPED_TRACE(name);
+      sampler.number(name, host.sc);
+      expectCalls({}, {});
+    }
     sampler.transform("camToWorld", host.sc);
     expectCalls({}, {"vectorToRayTime(1)", "vectorToRayTime(2)", "vectorToRayTime(3)",
                      "pointToRayTime(0)"});
