@@ -327,13 +327,13 @@ TEST_F(PreviewProgram, RefusesCommandLinesThatItCannotObey) {
 }
 
 TEST_F(PreviewProgram, RefusesANetworkThatDoublesItsPathsAtEveryNode) {
-  std::string nodes = R"({"n0": {"plugin": "TexFloatOp"})";
+  std::ostringstream nodes;
+  nodes << R"({"n0": {"plugin": "TexFloatOp"})";
   for (int i = 1; i <= 20; ++i) {
-    const std::string sum = "\"n" + std::to_string(i - 1) + ".sum\"";
-    nodes += ", \"n" + std::to_string(i) + R"(": {"plugin": "TexFloatOp", "params": {"float_a": )" +
-             sum + ", \"float_b\": " + sum + "}}";
+    nodes << ", \"n" << i << R"(": {"plugin": "TexFloatOp", "params": {"float_a": "n)" << i - 1
+          << R"(.sum", "float_b": "n)" << i - 1 << R"(.sum"}})";
   }
-  writeFile(folder_ / "scene.json", sceneWith("nodes", nodes + "}"));
+  writeFile(folder_ / "scene.json", sceneWith("nodes", nodes.str() + "}"));
   const Outcome outcome = run({"render", "scene.json", "-o", "out"});
   EXPECT_EQ(outcome.err, "scene.json: nodes.n16: more than 100000 paths lead through its inputs\n");
   EXPECT_EQ(outcome.exitCode, 2);
