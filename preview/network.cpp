@@ -225,18 +225,21 @@ bool isOfKind(PluginInterface* texture, ParamType type) {
   }
 }
 
+template <class T>
+std::unique_ptr<PluginInterface> constantOf(const Parameter& parameter) {
+  if (const std::optional<T> value = as<T>(parameter)) return constant(*value);
+  return nullptr;
+}
+
 /// A constant texture for an input of kind `type`; null if the value is of another kind.
 std::unique_ptr<PluginInterface> constantFor(const Parameter& parameter, ParamType type) {
-  const auto constantOf = []<class T>(const std::optional<T>& value) {
-    return value ? constant(*value) : nullptr;
-  };
   switch (type) {
     case ParamType::Float:
-      return constantOf(as<float>(parameter));
+      return constantOf<float>(parameter);
     case ParamType::Vector:
-      return constantOf(as<Vector>(parameter));
+      return constantOf<Vector>(parameter);
     default:
-      return constantOf(as<AColor>(parameter));
+      return constantOf<AColor>(parameter);
   }
 }
 

@@ -412,7 +412,7 @@ Show readShow(const Item& item) {
 }
 
 std::string readCaption(const Item& item) {
-  const std::string caption = item.text("a text");
+  std::string caption = item.text("a text");
   if (caption.size() > kMaxCaption) {
     item.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
   }
