@@ -74,7 +74,7 @@ std::optional<AColor> as(const Parameter& parameter) {
   return AColor{toFloat((*v)[0]), toFloat((*v)[1]), toFloat((*v)[2]), toFloat((*v)[3])};
 }
 
-/// The parameters of a texture of the host: numbers, all of them optional.
+/// The parameters of a texture of the host: floats, vectors and colours.
 class HostParameters {
  public:
   HostParameters(const Node& node, const std::vector<std::string>& names) : node_(node) {
