@@ -153,7 +153,8 @@ class ColorSum final : public Inlined<TextureInterface> {
 
 class Intensity final : public Inlined<TextureFloatInterface> {
   float getFloat(const ShadingContext& /*sc*/) const override {
-    return intensity(in.ca.value) * in.a.value;
+    const AColor& c = in.ca.value;
+    return (in.a.value * ((c.r + c.g) + c.b)) / 3.0F;
   }
   void getFloatBounds(float& min, float& max) const override {
     const Interval i = {intensity(in.ca.lo), intensity(in.ca.hi)};

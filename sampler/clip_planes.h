@@ -6,18 +6,18 @@
 /// Camera clipping distances around the scene's bounding box, in units of render space.
 namespace samplerinfo {
 
-class CameraNearClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
+template <float ClipPlaneCache::*kPlane>
+class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
  public:
-  float getFloat(const ShadingContext& sc) const override;
+  float getFloat(const ShadingContext& sc) const override {
+    clipPlanes->computeClipPlanes(sc);
+    return clipPlanes->*kPlane;
+  }
 
   ClipPlaneCache* clipPlanes = nullptr;  ///< the plugin's, from `renderBegin` on
 };
 
-class CameraFarClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
- public:
-  float getFloat(const ShadingContext& sc) const override;
-
-  ClipPlaneCache* clipPlanes = nullptr;  ///< the plugin's, from `renderBegin` on
-};
+using CameraNearClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::nearPlane>;
+using CameraFarClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::farPlane>;
 
 }  // namespace samplerinfo

@@ -1,5 +1,6 @@
 #include "sampler/image_outputs.h"
 
+#include <cmath>
 #include <limits>
 
 #include "sampler/shading_queries.h"
@@ -11,7 +12,7 @@ namespace {
 /// there wraps around.
 std::int32_t floorToInt(float x) {
   constexpr float kLimit = 0x1p31F;
-  const bool fits = x >= -kLimit && x < kLimit;
+  const bool fits = std::fabs(x) < kLimit;
   const std::int32_t truncated =
       fits ? static_cast<std::int32_t>(x) : std::numeric_limits<std::int32_t>::min();
   const std::uint32_t step = static_cast<float>(truncated) > x ? 1U : 0U;

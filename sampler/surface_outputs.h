@@ -30,8 +30,8 @@ class UVCoordTex final : public FixedBoundsVectorTex<kAnywhere> {
   Vector getVector(const ShadingContext& sc) const override;
 };
 
-/// The U or the V axis of uvw channel 0 in camera space, of unit length; zero where the uvw
-/// derivatives are singular.
+/// The U or the V axis of uvw channel 0 in camera space, of unit length. Where the uvw derivatives
+/// are singular the zero vector takes the same way.
 class TangentCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
  public:
   explicit TangentCameraTex(std::int32_t uvwAxis) : axis(uvwAxis) {}

@@ -117,8 +117,7 @@ void TexSampler::renderBegin(QuorRenderer* /*renderer*/) {
 
 void TexSampler::frameBegin(QuorRenderer* renderer) {
   QuorPluginInterface::frameBegin(renderer);
-  // No evaluation runs now, and the host hands the frame over to its threads.
-  clipPlanes.computed.store(0, std::memory_order_relaxed);
+  clipPlanes.beginFrame();
 }
 
 }  // namespace samplerinfo

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks the format of every C++ file and analyses every one that is compiled on this system.
+# Checks the format of every C and C++ file and analyses every one that is compiled on this system.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 build=build/clang-release
 
 format() {
-  git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
+  git ls-files -z '*.c' '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
 }
 
 # The tracked files that the compile database knows: neither generated ones nor another system's.

@@ -87,20 +87,31 @@ TEST(Meshes, TorusRunsAroundTheYAxis) {
   }
 }
 
-/// A file in the folder for temporary files with this text in it.
-std::filesystem::path fileWith(const std::string& text) {
-  auto path = std::filesystem::path(testing::TempDir()) /
-              (std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) + ".obj");
-  std::ofstream(path) << text;
-  return path;
-}
+/// A mesh file with this text in it, of a name of its own as long as it lives.
+class TemporaryObj {
+ public:
+  explicit TemporaryObj(const std::string& text) {
+    std::string folder = testing::TempDir() + "meshes_test-XXXXXX";
+    folder_ = mkdtemp(folder.data());
+    std::ofstream(path()) << text;
+  }
+  ~TemporaryObj() { std::filesystem::remove_all(folder_); }
+  TemporaryObj(const TemporaryObj&) = delete;
+  TemporaryObj& operator=(const TemporaryObj&) = delete;
+
+  std::filesystem::path path() const { return folder_ / "mesh.obj"; }
+
+ private:
+  std::filesystem::path folder_;
+};
 
 constexpr char kQuad[] =
     "v 0 0 0\nv 2 0 0\nv 2 4 0\nv 0 4 0\n"
     "vt 0 0\nvt 0.5 0\nvt 0.5 1\nvt 0 1\n";
 
 TEST(ObjFiles, QuadHasTheDerivativesOfItsTriangles) {
-  const Mesh mesh = preview::loadObj(fileWith(std::string(kQuad) + "f 1/1 2/2 3/3 4/4\n"));
+  const Mesh mesh =
+      preview::loadObj(TemporaryObj(std::string(kQuad) + "f 1/1 2/2 3/3 4/4\n").path());
   EXPECT_TRUE(mesh.hasUvw);
   EXPECT_EQ(mesh.triangles.size(), 2U);
   EXPECT_EQ(areaOf(mesh), 8);
@@ -115,19 +126,21 @@ TEST(ObjFiles, QuadHasTheDerivativesOfItsTriangles) {
 TEST(ObjFiles, NormalsAreThoseOfTheFileOrSmooth) {
   // Two faces at a right angle along the edge 1-2, the first of twice the area.
   const std::string roof = "v 0 0 0\nv 0 0 1\nv 2 0 0\nv 0 -1 0\nvn 0 3 0\n";
-  const Mesh smooth = preview::loadObj(fileWith(roof + "f 1 2 3\nf 1 4 2\n"));
+  const Mesh smooth = preview::loadObj(TemporaryObj(roof + "f 1 2 3\nf 1 4 2\n").path());
   EXPECT_FALSE(smooth.hasUvw);
   const V3d edge = V3d(-1, 2, 0).normalized();
   const V3d expected[] = {edge, edge, {0, 1, 0}, edge, {-1, 0, 0}, edge};
   ASSERT_EQ(smooth.vertices.size(), 6U);
   for (std::size_t i = 0; i < 6; ++i) expectNear(smooth.vertices[i].normal, expected[i], 1e-7);
 
-  const Mesh given = preview::loadObj(fileWith(roof + "f 1//1 2//1 3//1\nf 1//1 4//1 2//1\n"));
+  const Mesh given =
+      preview::loadObj(TemporaryObj(roof + "f 1//1 2//1 3//1\nf 1//1 4//1 2//1\n").path());
   for (const Vertex& vertex : given.vertices) EXPECT_EQ(wide(vertex.normal), V3d(0, 1, 0));
 }
 
 TEST(ObjFiles, OneCornerWithoutUvLeavesTheMeshWithout) {
-  const Mesh mesh = preview::loadObj(fileWith(std::string(kQuad) + "f 1/1 2/2 3/3\nf 1/1 3/3 4\n"));
+  const Mesh mesh =
+      preview::loadObj(TemporaryObj(std::string(kQuad) + "f 1/1 2/2 3/3\nf 1/1 3/3 4\n").path());
   EXPECT_FALSE(mesh.hasUvw);
   for (const Vertex& vertex : mesh.vertices) {
     EXPECT_EQ(wide(vertex.uvw), V3d(0));
@@ -136,7 +149,7 @@ TEST(ObjFiles, OneCornerWithoutUvLeavesTheMeshWithout) {
 }
 
 TEST(ObjFiles, CollapsedUvsHaveNoDerivatives) {
-  const Mesh mesh = preview::loadObj(fileWith(std::string(kQuad) + "f 1/1 2/1 3/1\n"));
+  const Mesh mesh = preview::loadObj(TemporaryObj(std::string(kQuad) + "f 1/1 2/1 3/1\n").path());
   EXPECT_TRUE(mesh.hasUvw);
   for (const Vertex& vertex : mesh.vertices) {
     EXPECT_EQ(wide(vertex.dPdu), V3d(0));
@@ -146,8 +159,9 @@ TEST(ObjFiles, CollapsedUvsHaveNoDerivatives) {
 
 TEST(ObjFiles, GroupsAndPolygonsGoIntoOneMesh) {
   const Mesh mesh = preview::loadObj(
-      fileWith("v 0 0 0\nv 2 0 0\nv 3 1 0\nv 2 2 0\nv 0 2 0\nv 0 0 5\nv 1 0 5\nv 0 1 5\n"
-               "mtllib nowhere.mtl\ng a\nusemtl x\nf 1 2 3 4 5\ng b\nf 6 7 8\n"));
+      TemporaryObj("v 0 0 0\nv 2 0 0\nv 3 1 0\nv 2 2 0\nv 0 2 0\nv 0 0 5\nv 1 0 5\nv 0 1 5\n"
+                   "mtllib nowhere.mtl\ng a\nusemtl x\nf 1 2 3 4 5\ng b\nf 6 7 8\n")
+          .path());
   EXPECT_EQ(mesh.triangles.size(), 4U);
   EXPECT_EQ(areaOf(mesh), 5.5);
 }
@@ -174,7 +188,8 @@ TEST(ObjFiles, ErrorsAreOneLineThatNamesTheFile) {
   };
   for (const auto& [text, error] : rows) {
     SCOPED_TRACE(text);
-    const std::filesystem::path path = fileWith(text);
+    const TemporaryObj file(text);
+    const std::filesystem::path path = file.path();
     try {
       preview::loadObj(path);
       ADD_FAILURE() << "no error";
@@ -184,7 +199,8 @@ TEST(ObjFiles, ErrorsAreOneLineThatNamesTheFile) {
   }
   for (const char* text : {"v 0 0 0\nf 0 0 0\n", "f x y z\n"}) {
     SCOPED_TRACE(text);
-    const std::filesystem::path path = fileWith(text);
+    const TemporaryObj file(text);
+    const std::filesystem::path path = file.path();
     try {
       preview::loadObj(path);
       ADD_FAILURE() << "no error";

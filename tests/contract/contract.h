@@ -45,7 +45,7 @@
 #endif
 
 /* The other way round, for operations of objects that are made here:
- *   static RECORD(Vector) name(void *self RESULT(Vector), ...) { RETURN(Vector, value); } */
+ *   static RECORD(Vector) name(void *self RESULT(Vector), ...) { RETURN(value); } */
 #ifdef _WIN32
 #define RECORD(record) record* METHOD
 #define RESULT(record) , record* result

@@ -38,6 +38,7 @@ template struct Constructed<UVWSource>;
 template struct Constructed<MaterialIdSource>;
 template struct Constructed<QuorFrameData>;
 
+// clang prints the layouts of records whose size it needs.
 static_assert(sizeof(QuorPluginParameter) + sizeof(RenderServices) + sizeof(RenderContext) +
                   sizeof(ShadingContext) >
               0);
