@@ -333,46 +333,6 @@ TEST_F(ColorOutputsTest, OfOneNumberAnswerAsTheirFormulasRoundStepByStep) {
 // ------------------------------------------------------------------------------------------------
 // Worked out by hand.
 
-TEST_F(ColorOutputsTest, WithNothingConnectedAreZeroButForTheQuotient) {
-  connect({});
-  for (const char* name :
-       {"product", "sum", "difference", "result_a", "result_b", "minimum", "maximum", "power"}) {
-    EXPECT_TRUE(same(color(name).getColor(sc), AColor{0, 0, 0, 0})) << name;
-  }
-  EXPECT_TRUE(same(color("division").getColor(sc), AColor{kNaN, kNaN, kNaN, 0}));
-  for (const FloatOutput& output : kFloatOutputs) {
-    EXPECT_TRUE(same(number(output.name).getFloat(sc), 0.0F)) << output.name;
-  }
-}
-
-TEST_F(ColorOutputsTest, TakeTheirAlphaScaledOrUnscaled) {
-  connect({"color_a", "mult_a"});
-  color_a.value = {0.5F, 0.25F, 0.125F, 0.75F};
-  mult_a.value = 2;
-  for (const char* name : {"result_a", "sum", "difference"}) {
-    EXPECT_TRUE(same(color(name).getColor(sc), AColor{1, 0.5F, 0.25F, 0.75F})) << name;
-  }
-  EXPECT_TRUE(same(color("maximum").getColor(sc), AColor{1, 0.5F, 0.25F, 1.5F}));
-  EXPECT_TRUE(same(number("alpha").getFloat(sc), 1.5F));
-}
-
-TEST_F(ColorOutputsTest, DivideWithoutAGuardAndMultiplyTheAlphas) {
-  connect({"color_a", "color_b"});
-  color_a.value = {1, 1, 1, 1};
-  color_b.value = {2, 4, 0, 0.5F};
-  color_a.gradient = {1, 0, 0};
-  EXPECT_TRUE(same(color("division").getColor(sc), AColor{0.5F, 0.25F, kInf, 0.5F}));
-  color_b.value = {1, -1, 0, 1};  // intensity 0
-  EXPECT_TRUE(same(color("division").getGradient(sc), Vector{0, 0, 0}));
-}
-
-TEST_F(ColorOutputsTest, RaiseTheColourButNotItsAlpha) {
-  connect({"color_a", "mult_b"});
-  color_a.value = {-1, 4, 0, 5};
-  mult_b.value = 0.5F;
-  EXPECT_TRUE(same(color("power").getColor(sc), AColor{kNaN, 2, 0, 5}));
-}
-
 TEST_F(ColorOutputsTest, LetNoSignOfAlphaThroughTheAbsoluteDifference) {
   connect({"color_a", "result_alpha"});
   for (const float alpha : {-0.25F, -0.0F}) {
@@ -395,19 +355,6 @@ TEST_F(ColorOutputsTest, ChooseTheirGradientByIntensitiesOfTheirOwn) {
   EXPECT_TRUE(same(color("maximum").getGradient(sc), Vector{1, 0, 0}));
   setMode(9);
   EXPECT_TRUE(same(mainTexture().getGradient(sc), Vector{-1, 10, 0}));
-}
-
-TEST_F(ColorOutputsTest, BoundChannelsAndIntensity) {
-  connect({"color_a", "mult_a"});
-  color_a.answer({}, {0, -1, 0, 0}, {1, 1, 1, 1});
-  mult_a.answer(0, -2, 3);
-  for (const char* name : {"green", "intensity"}) {
-    float lo = 0;
-    float hi = 0;
-    number(name).getFloatBounds(lo, hi);
-    EXPECT_TRUE(same(lo, name == std::string("green") ? -3.0F : -2.0F));
-    EXPECT_TRUE(same(hi, 3.0F));
-  }
 }
 
 /// Notes where it is asked to write its bounds, and what stood there until then.

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/library.h"
 #include "tests/support/recording_textures.h"
@@ -113,21 +112,6 @@ TEST_F(Float3ToAColorTest, AnswersAsItsFormulasRoundStepByStep) {
   }
 }
 
-TEST_F(Float3ToAColorTest, IsWhiteWithNothingConnectedAndBlackInverted) {
-  for (RecordingFloat& input : inputs) connect(input, false);
-  for (const bool inverted : {false, true}) {
-    begin(inverted);
-    const AColor expected = inverted ? AColor{0, 0, 0, 1} : AColor{1, 1, 1, 1};
-    AColor lo{};
-    AColor hi{};
-    output.getColorBounds(lo, hi);
-    EXPECT_TRUE(same(output.getColor(sc), expected));
-    EXPECT_TRUE(same(lo, expected));
-    EXPECT_TRUE(same(hi, expected));
-    EXPECT_TRUE(same(output.getGradient(sc), Vector{0, 0, 0}));
-  }
-}
-
 TEST_F(Float3ToAColorTest, ClampsInvertedValuesFromBelowOnlyAndBoundsNotAtAll) {
   inputs[0].answer(1.5F, 0.25F, 1.5F, {3, 0, 0});
   inputs[1].answer(-0.25F, -0.25F, 0.5F, {0, 3, 0});
@@ -155,11 +139,6 @@ TEST_F(Float3ToAColorTest, SeesNewValuesOnlyFromTheNextFrameOn) {
   EXPECT_TRUE(same(itself.getColor(sc), AColor{0.25F, 0, 0, 0}));
   plugin.frameBegin();
   EXPECT_TRUE(same(itself.getColor(sc), AColor{0.75F, 1, 1, 1}));
-}
-
-TEST_F(Float3ToAColorTest, BindsTheOutputLast) {
-  expectBindingOrder("Float3ToAColor", {"float1", "float2", "float3", "alpha", "invert", "color"});
-  EXPECT_EQ(output.getPlugin(), nullptr);
 }
 
 }  // namespace

@@ -135,6 +135,49 @@ TEST(Registration, AnnouncesAKindBeforeItsParameters) {
   }
 }
 
+TEST(Registration, BindsAsDescribedButForWhatIsMoved) {
+  struct Listener final : standin::CallListener {
+    std::vector<std::string> bound;
+    int lists = 0;
+    void called(const char* operation, const char* name) override {
+      const std::string op = operation;
+      if (op == "setParamCache" || op == "setOutputParamCache") bound.emplace_back(name);
+      if (op == "newParameterList") ++lists;
+      if (op == "deleteParameterList") --lists;
+    }
+  };
+  struct Move {
+    const char *name, *before;  // null: to the end
+  };
+  const std::map<std::string, std::vector<Move>> moves{
+      {"TexSampler", {{"normalObject", "normalCamera"}}},
+      {"TexAColorOp", {{"power", "red"}, {"mode", nullptr}}},
+      {"Float3ToAColor", {{"color", nullptr}}}};
+  for (QuorPluginDesc* desc : descriptors()) {
+    const std::string plugin = desc->getPluginName();
+    SCOPED_TRACE(plugin);
+    desc->paramListDesc->registerParameters(nullptr, desc);
+    std::vector<std::string> expected;
+    for (const standin::ParameterInfo& info : standin::registeredParameters(desc)) {
+      expected.emplace_back(info.name);
+    }
+    if (const auto moved = moves.find(plugin); moved != moves.end()) {
+      for (const auto& [name, before] : moved->second) {
+        std::erase(expected, name);
+        const auto place =
+            before != nullptr ? std::ranges::find(expected, std::string(before)) : expected.end();
+        expected.insert(place, name);
+      }
+    }
+    Listener listener;
+    standin::listenToCalls(&listener);
+    { const Instance instance(plugin); }
+    standin::listenToCalls(nullptr);
+    EXPECT_EQ(listener.bound, expected);
+    EXPECT_EQ(listener.lists, 0);
+  }
+}
+
 TEST(InterfaceList, FindsTheNewestMatchAfterTheFixedAnswers) {
   Instance instance("TexFloatOp");
   PluginBase& object = instance.object();

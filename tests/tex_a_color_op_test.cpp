@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "standin/shader_source.h"
-#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/color_op.h"
 
@@ -171,14 +170,6 @@ TEST_F(TexAColorOpTest, SeesItsFirstColourAtOnceWhenAskedForShaderSource) {
   EXPECT_EQ(requested(intensitySource(), "float"), &color_a);
   op.frameBegin();
   EXPECT_EQ(requested(intensitySource(), "float"), nullptr);
-}
-
-TEST_F(TexAColorOpTest, BindsItsParametersInAnOrderOfTheirOwn) {
-  expectBindingOrder(
-      "TexAColorOp",
-      {"color_a", "color_b", "mult_a", "mult_b",     "result_alpha", "product",  "division",
-       "minimum", "maximum", "sum",    "difference", "result_a",     "result_b", "power",
-       "red",     "green",   "blue",   "alpha",      "intensity",    "mode"});
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "host/shading_context.h"
-#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/library.h"
 #include "tests/support/recording_textures.h"
@@ -291,27 +290,6 @@ TEST_F(TexFloatOpTest, SeesNewConnectionsOnlyFromTheNextFrameOn) {
   EXPECT_EQ(output("ratio").getFloat(sc), 2.5F);
   op.frameBegin();
   EXPECT_EQ(output("ratio").getFloat(sc), 5);
-}
-
-TEST_F(TexFloatOpTest, BindsItsParametersInOrder) {
-  expectBindingOrder("TexFloatOp", {"float_a", "float_b", "product", "ratio", "sum", "difference",
-                                    "power", "sin", "cos", "min", "max"});
-}
-
-TEST_F(TexFloatOpTest, TakesAnotherPluginsOutputAsAnInput) {
-  connect(true, true);
-  a.value = 2;
-  b.value = 3;
-  Instance second{"TexFloatOp"};
-  QuorPluginParameter::Value value{};
-  value.connection = {&op.object(), "sum"};
-  QuorPluginParameter parameter{"float_a", ParameterKind::Object, value};
-  ASSERT_EQ(second.plugin().setParameter(&parameter), 1);
-  second.frameBegin();
-  EXPECT_EQ(second.output<TextureFloatInterface>("product").getFloat(sc), 0);
-  ASSERT_TRUE(second.connect("float_b", &b));
-  second.frameBegin();
-  EXPECT_EQ(second.output<TextureFloatInterface>("product").getFloat(sc), 15);
 }
 
 }  // namespace

@@ -1,35 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/binding_order.h"
 #include "tests/support/shading_host.h"
 
 namespace {
 
 using namespace test;
-
-TEST(TexSampler, BindsTheObjectNormalBeforeTheCameraNormal) {
-  expectBindingOrder("TexSampler", {"point",
-                                    "pointObject",
-                                    "pointCamera",
-                                    "normal",
-                                    "normalObject",
-                                    "normalCamera",
-                                    "gnormal",
-                                    "camToWorld",
-                                    "view_dir",
-                                    "frame_time",
-                                    "ray_time",
-                                    "facing_ratio",
-                                    "material_id",
-                                    "flipped_normal",
-                                    "cameraNearClipPlane",
-                                    "cameraFarClipPlane",
-                                    "uvCoord",
-                                    "rayDirection",
-                                    "pixelCenter",
-                                    "tangentUCamera",
-                                    "tangentVCamera"});
-}
 
 TEST(TexSampler, DeclaresFixedBoundsAndNoGradient) {
   const ShadingHost host;
@@ -348,22 +323,6 @@ TEST(TexSampler, FallsBackWhereNothingIsOffered) {
   expectFallbacks();
 }
 
-TEST(TexSampler, CameraSpaceIsThatOfTheFrame) {
-  ShadingHost host;
-  Sampler sampler;
-  host.frame.worldOffset = {1000, 0, 0};
-  host.frame.worldToCamera.offset = {0, 0, -5};
-  host.frame.cameraToWorld.offset = {0, 0, 5};
-  host.sc.shadingPoint = {1, 2, 3};
-  EXPECT_TRUE(same(sampler.vector("pointCamera", host.sc), Vector{1, 2, -2}));
-  EXPECT_TRUE(same(sampler.transform("camToWorld", host.sc).offset, Vector{1000, 0, 5}));
-
-  host.frame.worldToCamera = {{2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {0, 0, -5}};
-  host.sc.normal = host.sc.rayDirection = {0, 0, -1};
-  EXPECT_TRUE(same(sampler.vector("normalCamera", host.sc), Vector{0, 0, -2}));
-  EXPECT_TRUE(same(sampler.vector("rayDirection", host.sc), Vector{0, 0, -1}));
-}
-
 TEST(TexSampler, LeavesDirectionsThatAreTooShortAsTheyAre) {
   ShadingHost host;
   Sampler sampler;
@@ -454,20 +413,6 @@ TEST(TexSampler, FacingRatioIsSummedInDoublePrecisionAndHasNoSign) {
     host.sc.normal = row.n;
     host.sc.rayDirection = row.d;
     EXPECT_TRUE(same(sampler.number("facing_ratio", host.sc), row.expected)) << show(row.d);
-  }
-}
-
-TEST(TexSampler, NumbersAreRoundedOnce) {
-  ShadingHost host;
-  Sampler sampler;
-  host.frame.frameTime = 1.0 / 3;
-  host.sc.rayTime = 0x1.000001p0;  // a tie: rounds to even
-  EXPECT_TRUE(same(sampler.number("frame_time", host.sc), 0x1.555556p-2F));
-  EXPECT_TRUE(same(sampler.number("ray_time", host.sc), 1.0F));
-  for (const auto& [flag, expected] :
-       {std::pair{0, 0.0F}, {1, 1.0F}, {-3, -3.0F}, {16777217, 16777216.0F}}) {
-    host.sc.backfacing = flag;
-    EXPECT_TRUE(same(sampler.number("flipped_normal", host.sc), expected));
   }
 }
 

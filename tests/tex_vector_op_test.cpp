@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "host/shading_context.h"
-#include "tests/support/binding_order.h"
 #include "tests/support/bits.h"
 #include "tests/support/library.h"
 #include "tests/support/recording_textures.h"
@@ -431,21 +430,6 @@ TEST_F(TexVectorOpTest, SeesNewConnectionsOnlyFromTheNextFrameOn) {
       EXPECT_EQ(value(kOutputs[i]).x, expected[i]) << kOutputs[i].name;
     }
     op.frameBegin();
-  }
-}
-
-TEST_F(TexVectorOpTest, BindsItsParametersInOrder) {
-  expectBindingOrder("TexVectorOp",
-                     {"vector_a", "vector_b", "mult_a", "mult_b", "dot_product", "cross_product",
-                      "sum", "difference", "result_a", "result_b", "x", "y", "z"});
-  for (const Output& output : kOutputs) {
-    PluginInterface& iface = output.component == kVector
-                                 ? static_cast<PluginInterface&>(vectorOutput(output.name))
-                                 : floatOutput(output.name);
-    EXPECT_EQ(iface.getInterfaceId(), output.component == kVector ? 2005072102U : 2005072101U);
-    EXPECT_STREQ(iface.getInterfaceName(),
-                 output.component == kVector ? "EXT_TEXTURE_VECTOR" : "EXT_TEXTURE_FLOAT");
-    EXPECT_EQ(iface.getPlugin(), nullptr);
   }
 }
 
