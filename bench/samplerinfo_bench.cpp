@@ -20,7 +20,6 @@
 namespace {
 
 using namespace QUtils;
-using namespace samplerinfo;
 
 /// A render with a camera at the origin that does not move.
 struct Scene {

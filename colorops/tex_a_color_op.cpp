@@ -132,7 +132,7 @@ void TexAColorOp::getColorBounds(AColor& min, AColor& max) const {
   difference.getColorBounds(min, max);
   for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
     if (!(min.*channel < 0)) continue;
-    max.*channel = samplerinfo::max(-(min.*channel), max.*channel);
+    max.*channel = QUtils::max(-(min.*channel), max.*channel);
     min.*channel = 0;
   }
 }

@@ -21,9 +21,6 @@ struct ParamRow {
   void (*bind)(QUtils::QuorParameterList& list, const ParamRow& row, P& plugin);
 };
 
-/// The host's library takes names as modifiable texts; it does not write to them.
-inline char* hostText(const char* text) { return const_cast<char*>(text); }
-
 namespace detail {
 
 // What the host does not ask of this library's parameters: no flags, no further text.
@@ -77,15 +74,15 @@ constexpr auto param(const char* name, const char* help, Initial initial = {}) {
   using M = typename detail::MemberPointer<decltype(Member)>::Member;
   return ParamRow<P>{name, help, static_cast<std::int32_t>(initial),
                      [](QUtils::QuorParameterListDesc& desc, const ParamRow<P>& row) {
-                       detail::addTo<M, Initial>(desc, hostText(row.name), row.help, row.initial);
+                       detail::addTo<M, Initial>(desc, QUtils::modifiable(row.name), row.help, row.initial);
                      },
                      [](QUtils::QuorParameterList& list, const ParamRow<P>& row, P& plugin) {
                        // Unlike std::derived_from this also holds for an output that has several
                        // interfaces.
                        if constexpr (std::is_base_of_v<QUtils::PluginInterface, M>) {
-                         list.setOutputParamCache(hostText(row.name), &(plugin.*Member));
+                         list.setOutputParamCache(QUtils::modifiable(row.name), &(plugin.*Member));
                        } else {
-                         list.setParamCache(hostText(row.name), &(plugin.*Member));
+                         list.setParamCache(QUtils::modifiable(row.name), &(plugin.*Member));
                        }
                      }};
 }

@@ -6,6 +6,9 @@
 /// Names are passed as modifiable texts, as the host's library wants them, and are not modified.
 namespace QUtils {
 
+/// A name as the host's library takes it.
+inline char* modifiable(const char* name) { return const_cast<char*>(name); }
+
 class QuorPluginDesc;
 class QuorPluginHost;
 class QuorParameterList;

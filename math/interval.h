@@ -4,7 +4,7 @@
 
 /// Bounds as values. An operation on two ranges is bounded by its results at the four corners; it
 /// is not known to enclose every value, and nothing treats a divisor range around 0 specially.
-namespace samplerinfo {
+namespace QUtils {
 
 /// A lower and an upper bound. Nothing orders them.
 template <class T>
@@ -57,4 +57,4 @@ constexpr Range<T> hull(Range<T> a, Range<T> b) {
   return {min(b.hi, min(a.hi, min(b.lo, a.lo))), max(b.hi, max(a.hi, max(b.lo, a.lo)))};
 }
 
-}  // namespace samplerinfo
+}  // namespace QUtils

@@ -1,6 +1,7 @@
 #pragma once
 
-namespace samplerinfo {
+/// In the namespace of the types that the mathematics serves, as all of it.
+namespace QUtils {
 
 /// The smaller of two numbers: the second one when they tie or when either is not a number. The
 /// order of the operands, and of nested calls, is part of every result.
@@ -15,4 +16,4 @@ constexpr T max(T x, T y) {
   return x > y ? x : y;
 }
 
-}  // namespace samplerinfo
+}  // namespace QUtils

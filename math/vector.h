@@ -15,12 +15,12 @@ constexpr Vector operator*(Vector v, float s) { return {v.x * s, v.y * s, v.z * 
 constexpr Vector operator*(float s, Vector v) { return v * s; }
 constexpr Vector operator/(Vector v, float s) { return {v.x / s, v.y / s, v.z / s}; }
 
-/// The rule of `samplerinfo::min` and `max` for each component.
+/// The rule of `min` and `max` for each component.
 constexpr Vector min(Vector a, Vector b) {
-  return {samplerinfo::min(a.x, b.x), samplerinfo::min(a.y, b.y), samplerinfo::min(a.z, b.z)};
+  return {min(a.x, b.x), min(a.y, b.y), min(a.z, b.z)};
 }
 constexpr Vector max(Vector a, Vector b) {
-  return {samplerinfo::max(a.x, b.x), samplerinfo::max(a.y, b.y), samplerinfo::max(a.z, b.z)};
+  return {max(a.x, b.x), max(a.y, b.y), max(a.z, b.z)};
 }
 
 /// The gradient of a product s·t by the product rule.

@@ -209,7 +209,7 @@ std::vector<std::string> parameterNames(const QuorPluginDesc* desc, bool outputs
 }
 
 PluginInterface* outputOf(QuorPluginInterface& plugin, const std::string& name) {
-  return plugin.getParameter(const_cast<char*>(name.c_str()))->value.iface;
+  return plugin.getParameter(modifiable(name.c_str()))->value.iface;
 }
 
 bool isOfKind(PluginInterface* texture, ParamType type) {

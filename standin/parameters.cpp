@@ -243,7 +243,7 @@ PluginInterface* resolve(const QuorPluginParameter::Connection& connection, Inte
   auto* plugin =
       static_cast<QuorPluginInterface*>(connection.object->getInterface(EXT_QUOR_PLUGIN));
   if (plugin == nullptr) return nullptr;
-  const QuorPluginParameter* output = plugin->getParameter(const_cast<char*>(connection.output));
+  const QuorPluginParameter* output = plugin->getParameter(modifiable(connection.output));
   if (output == nullptr || output->kind != ParameterKind::Interface) return nullptr;
   PluginInterface* iface = output->value.iface;
   return iface != nullptr && iface->getInterfaceId() == id ? iface : nullptr;

@@ -47,11 +47,11 @@ struct Ramp {
   QUtils::Vector direction = {1, 0, 0};
 
   T value(const QUtils::ShadingContext& sc) const {
-    const float t = samplerinfo::min(samplerinfo::max(position(sc), 0.0F), 1.0F);
+    const float t = QUtils::min(QUtils::max(position(sc), 0.0F), 1.0F);
     return combine(from, to, [t](float a, float b) { return std::lerp(a, b, t); });
   }
-  T lower() const { return combine(from, to, samplerinfo::min<float>); }
-  T upper() const { return combine(from, to, samplerinfo::max<float>); }
+  T lower() const { return combine(from, to, QUtils::min<float>); }
+  T upper() const { return combine(from, to, QUtils::max<float>); }
 
   /// The uvw derivatives are the columns of d(uvw)/d(point).
   QUtils::Vector gradient(const QUtils::ShadingContext& sc) const {
@@ -82,8 +82,8 @@ struct Checker {
     const float square = std::floor(uvw.x * tiles) + std::floor(uvw.y * tiles);
     return std::fmod(square, 2.0F) == 0 ? even : odd;
   }
-  T lower() const { return combine(even, odd, samplerinfo::min<float>); }
-  T upper() const { return combine(even, odd, samplerinfo::max<float>); }
+  T lower() const { return combine(even, odd, QUtils::min<float>); }
+  T upper() const { return combine(even, odd, QUtils::max<float>); }
   QUtils::Vector gradient(const QUtils::ShadingContext& /*sc*/) const { return {}; }
 };
 

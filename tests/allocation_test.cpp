@@ -268,7 +268,7 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
       if (info.type == standin::ParamType::Float) instance.connect(info.name, &number);
       if (info.type == standin::ParamType::Vector) instance.connect(info.name, &vector);
       if (!info.isOutput()) continue;
-      textures.push_back(instance.plugin().getParameter(const_cast<char*>(info.name))->value.iface);
+      textures.push_back(instance.plugin().getParameter(modifiable(info.name))->value.iface);
     }
     if (PluginInterface* own = instance.object().getInterface(EXT_TEXTURE)) textures.push_back(own);
     instance.plugin().renderBegin(nullptr);

@@ -55,7 +55,7 @@ bool Instance::set(const char* name, bool value) {
 }
 
 PluginInterface* Instance::outputInterface(const char* name) {
-  const QuorPluginParameter* parameter = plugin_->getParameter(const_cast<char*>(name));
+  const QuorPluginParameter* parameter = plugin_->getParameter(modifiable(name));
   if (parameter == nullptr || parameter->kind != ParameterKind::Interface) return nullptr;
   return parameter->value.iface;
 }
