@@ -1,150 +1,486 @@
-#include "colorops/tex_a_color_op.h"
+// Combines two colours, each scaled by a number: A = color_a · mult_a, B = color_b · mult_b. Each
+// result is an output; one of them, chosen by `mode`, is also what the plugin itself answers as a
+// texture. The GPU renderer is given `color_a`.
 
-#include "math/minmax.h"
+#include <cmath>
+#include <cstring>
+#include <functional>
+
+#include "frame/inputs.h"
+#include "frame/plugin_kind.h"
+#include "math/color.h"
+#include "math/vector.h"
 
 namespace samplerinfo {
-
 namespace {
 
-constexpr auto kColorA = param<&TexAColorOp::color_a>("color_a", "The first color");
-constexpr auto kColorB = param<&TexAColorOp::color_b>("color_b", "The second color");
-constexpr auto kMultA = param<&TexAColorOp::mult_a>("mult_a", "Multiplier for the first color");
-constexpr auto kMultB = param<&TexAColorOp::mult_b>("mult_b", "Multiplier for the second color");
-constexpr auto kResultAlpha = param<&TexAColorOp::result_alpha>(
-    "result_alpha",
-    "The alpha for the result; if not specified, the resulting alpha taken from the first color)");
-constexpr auto kMode = param<&TexAColorOp::mode>(
-    "mode",
-    "Which output should be considered as the output of the main texture (0 - result_a, 1 - "
-    "result_b, 2 - product, 3 - sum, 4 - difference, 5 - power, 6 - division, 7 - Minimum, 8 - "
-    "Maximum, 9 - absolute difference)",
-    0);
-constexpr auto kProduct =
-    param<&TexAColorOp::product>("product", "(color_a*mult_a)*(color_b*mult_b)");
-constexpr auto kDivision =
-    param<&TexAColorOp::division>("division", "(color_a*mult_a)/(color_b*mult_b)");
-constexpr auto kMinimum =
-    param<&TexAColorOp::minimum>("minimum", "Min(color_a*mult_a , color_b*mult_b)");
-constexpr auto kMaximum =
-    param<&TexAColorOp::maximum>("maximum", "Max(color_a*mult_a , color_b*mult_b)");
-constexpr auto kSum = param<&TexAColorOp::sum>("sum", "(color_a*mult_a)+(color_b*mult_b)");
-constexpr auto kDifference =
-    param<&TexAColorOp::difference>("difference", "(color_a*mult_a)-(color_b*mult_b)");
-constexpr auto kResultA = param<&TexAColorOp::result_a>("result_a", "color_a*mult_a");
-constexpr auto kResultB = param<&TexAColorOp::result_b>("result_b", "color_b*mult_b");
-constexpr auto kRed = param<&TexAColorOp::red>("red", "(color_a*mult_a).r");
-constexpr auto kGreen = param<&TexAColorOp::green>("green", "(color_a*mult_a).g");
-constexpr auto kBlue = param<&TexAColorOp::blue>("blue", "(color_a*mult_a).b");
-constexpr auto kAlpha = param<&TexAColorOp::alpha>("alpha", "(color_a*mult_a).a");
-constexpr auto kIntensity =
-    param<&TexAColorOp::intensity>("intensity", "mult_a*(color_a.r+color_a.g+color_a.b)/3.0");
-constexpr auto kPower = param<&TexAColorOp::power>("power", "(color_a*mult_a)^mult_b");
+// ---- Inputs ------------------------------------------------------------------------------------
 
-// clang-format off
+/// A scaled colour as gradients see it: a number.
+struct ScaledIntensity {
+  ScaledIntensity(const AColor& c, float m, const Vector& dc, const Vector& dm)
+      : unscaled(intensity(c)),
+        scaled(m * unscaled),
+        gradient(productGradient(unscaled, dc, m, dm)) {}
+
+  float unscaled;   ///< the intensity of the colour alone
+  float scaled;     ///< times the multiplier
+  Vector gradient;  ///< of `scaled`
+};
+
+/// A colour with its multiplier. An absent colour counts as zero in all four channels, an absent
+/// multiplier as 1.
+struct ScaledColor {
+  TextureInterface* color = nullptr;
+  TextureFloatInterface* mult = nullptr;
+
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto m = question(mult, 1);
+    const auto c = question(color);
+    return use(m, c);
+  }
+
+  template <class Use>
+  Vector askIntensity(const ShadingContext& sc, const Use& use) const {
+    return askWithGradients(*this, sc,
+                            [&](float m, const AColor& c, const Vector& dm, const Vector& dc) {
+                              return use(ScaledIntensity(c, m, dc, dm));
+                            });
+  }
+};
+
+/// Two colours with a multiplier each, by the rules of `ScaledColor`.
+struct ColorPair {
+  TextureInterface* color_a = nullptr;
+  TextureInterface* color_b = nullptr;
+  TextureFloatInterface* mult_a = nullptr;
+  TextureFloatInterface* mult_b = nullptr;
+
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto ma = question(mult_a, 1);
+    const auto mb = question(mult_b, 1);
+    const auto ca = question(color_a);
+    const auto cb = question(color_b);
+    return use(ma, mb, ca, cb);
+  }
+
+  template <class Use>
+  Vector askIntensity(const ShadingContext& sc, const Use& use) const {
+    return askWithGradients(
+        *this, sc,
+        [&](float ma, float mb, const AColor& ca, const AColor& cb, const Vector& dma,
+            const Vector& dmb, const Vector& dca, const Vector& dcb) {
+          return use(ScaledIntensity(ca, ma, dca, dma), ScaledIntensity(cb, mb, dcb, dmb));
+        });
+  }
+};
+
+/// A scaled colour and an exponent, by the rules of `ScaledColor`.
+struct ColorAndExponent {
+  TextureInterface* color_a = nullptr;
+  TextureFloatInterface* mult_a = nullptr;
+  TextureFloatInterface* mult_b = nullptr;
+
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto ma = question(mult_a, 1);
+    const auto mb = question(mult_b, 1);
+    const auto ca = question(color_a);
+    return use(ma, mb, ca);
+  }
+};
+
+// ---- Formulas, over numbers and over ranges ----------------------------------------------------
+
+// Ranges of numbers and colours compare their corners in a chain.
+template <class A, class B>
+auto operator*(const Range<A>& a, const Range<B>& b) {
+  return chainedCorners(a, b, std::multiplies{});
+}
+template <class T>
+Range<T> operator+(const Range<T>& a, const Range<T>& b) {
+  return chainedCorners(a, b, std::plus{});
+}
+template <class T>
+Range<T> operator-(const Range<T>& a, const Range<T>& b) {
+  return chainedCorners(a, b, std::minus{});
+}
+template <class T>
+Range<T> operator/(const Range<T>& a, const Range<T>& b) {
+  return chainedCorners(a, b, std::divides{});
+}
+Range<AColor> lesser(const Range<AColor>& a, const Range<AColor>& b) {
+  return {min(a.lo, b.lo), min(a.hi, b.hi)};
+}
+AColor lesser(const AColor& a, const AColor& b) { return min(a, b); }
+Range<AColor> greater(const Range<AColor>& a, const Range<AColor>& b) {
+  return {max(a.lo, b.lo), max(a.hi, b.hi)};
+}
+AColor greater(const AColor& a, const AColor& b) { return max(a, b); }
+
+/// The colour channels to a power; alpha is never raised.
+AColor raised(const AColor& base, float exponent) {
+  return {powf(base.r, exponent), powf(base.g, exponent), powf(base.b, exponent), base.a};
+}
+Range<AColor> raised(const Range<AColor>& base, const Interval& exponent) {
+  return chainedCorners(base, exponent, [](const AColor& b, float e) { return raised(b, e); });
+}
+
+AColor withAlphaOf(const AColor& result, const AColor& c) { return withAlpha(result, c.a); }
+Range<AColor> withAlphaOf(const Range<AColor>& result, const Range<AColor>& c) {
+  return {withAlpha(result.lo, c.lo.a), withAlpha(result.hi, c.hi.a)};
+}
+
+// The alpha of a result follows the formula or, as stated, is an unscaled one. Gradients are those
+// of the scaled intensities.
+
+struct Product {  // A · B, as (color_a · color_b) · (mult_a · mult_b)
+  static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
+    return (ca * cb) * (ma * mb);
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return productGradient(a.scaled, a.gradient, b.scaled, b.gradient);
+  }
+};
+
+struct Sum {  // A + B; alpha: that of `color_a`, unscaled
+  static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
+    return withAlphaOf(ca * ma + cb * mb, ca);
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return a.gradient + b.gradient;
+  }
+};
+
+struct Difference {  // A - B; alpha: that of `color_a`, unscaled
+  static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
+    return withAlphaOf(ca * ma - cb * mb, ca);
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return a.gradient - b.gradient;
+  }
+};
+
+struct Quotient {  // A / B, not guarded against zero
+  static AColor of(float ma, float mb, const AColor& ca, const AColor& cb) {
+    const AColor a = ca * ma;
+    const AColor b = cb * mb;
+    return withAlpha(a / b, a.a * b.a);  // Kept: alpha is the product of the scaled alphas.
+  }
+  static Range<AColor> of(const Interval& ma, const Interval& mb, const Range<AColor>& ca,
+                          const Range<AColor>& cb) {
+    return (ca / cb) * (ma / mb);  // Kept: alpha is bounded as a quotient.
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    if (b.scaled == 0) return {};
+    return (a.gradient * b.scaled - b.gradient * a.scaled) / (b.scaled * b.scaled);
+  }
+};
+
+struct Minimum {
+  static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
+    return lesser(ca * ma, cb * mb);
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return b.unscaled > a.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
+  }
+};
+
+struct Maximum {
+  static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
+    return greater(ca * ma, cb * mb);
+  }
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return a.unscaled > b.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
+  }
+};
+
+struct Scaled {  // one colour; alpha: its own, unscaled
+  static auto of(const auto& m, const auto& c) { return withAlphaOf(c * m, c); }
+  static Vector gradient(const ScaledIntensity& c) { return c.gradient; }
+};
+
+struct Power {  // A to the power of mult_b; alpha: that of `color_a`, unscaled
+  static auto of(const auto& ma, const auto& mb, const auto& ca) {
+    return withAlphaOf(raised(ca * ma, mb), ca);
+  }
+};
+
+// ---- Colour outputs ----------------------------------------------------------------------------
+
+/// `Formula` of the inputs; `result_alpha`, if present, takes the place of its alpha. The gradient
+/// is zero.
+template <class Inputs, class Formula>
+class ColorTex : public OperationTex<TextureInterface, Inputs> {
+ public:
+  AColor getColor(const ShadingContext& sc) const override {
+    const AColor result = this->inputs.ask(ValueAt{sc}, of);
+    return withAlpha(result, ValueAt{sc}(result_alpha, result.a));
+  }
+  void getColorBounds(AColor& min, AColor& max) const final {
+    store(this->inputs.ask(Bounds{}, of), min, max);
+    if (result_alpha != nullptr) result_alpha->getFloatBounds(min.a, max.a);
+  }
+
+  TextureFloatInterface* result_alpha = nullptr;
+
+ private:
+  static constexpr auto of = [](const auto&... answers) { return Formula::of(answers...); };
+};
+
+/// The same with the gradient of `Formula`.
+template <class Inputs, class Formula>
+class SlopedColorTex : public ColorTex<Inputs, Formula> {
+ public:
+  Vector getGradient(const ShadingContext& sc) const override {
+    return this->inputs.askIntensity(sc, Formula::gradient);
+  }
+};
+
+using ColorProdTex = SlopedColorTex<ColorPair, Product>;
+using ColorAddTex = SlopedColorTex<ColorPair, Sum>;
+using ColorSubTex = SlopedColorTex<ColorPair, Difference>;
+using ColorDivTex = SlopedColorTex<ColorPair, Quotient>;
+using ColorMinTex = SlopedColorTex<ColorPair, Minimum>;
+using ColorMaxTex = SlopedColorTex<ColorPair, Maximum>;
+using ColorMulTex = SlopedColorTex<ScaledColor, Scaled>;
+using ColorPowTex = ColorTex<ColorAndExponent, Power>;
+
+/// |A - B|. No alpha escapes the absolute value. Kept: the bounds are those of A - B.
+class ColorDiffTex final : public ColorTex<ColorPair, Difference> {
+ public:
+  AColor getColor(const ShadingContext& sc) const override { return abs(ColorTex::getColor(sc)); }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return inputs.askIntensity(sc, [](const ScaledIntensity& a, const ScaledIntensity& b) {
+      return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
+    });
+  }
+};
+
+// ---- Float outputs: one number of the scaled colour --------------------------------------------
+
+/// A channel. Its gradient is zero.
+template <float AColor::*kChannel>
+class ChannelTex : public OperationTex<TextureFloatInterface, ScaledColor> {
+ public:
+  float getFloat(const ShadingContext& sc) const final {
+    return inputs.ask(ValueAt{sc}, [](float m, const AColor& c) { return c.*kChannel * m; });
+  }
+  void getFloatBounds(float& min, float& max) const final {
+    inputs.ask(Bounds{}, [&](const Interval& m, const Range<AColor>& c) {
+      store(Interval{c.lo.*kChannel, c.hi.*kChannel} * m, min, max);
+    });
+  }
+};
+
+/// A channel that counts for the intensity.
+template <float AColor::*kChannel>
+class ColorChannelTex : public ChannelTex<kChannel> {
+ public:
+  Vector getGradient(const ShadingContext& sc) const final {
+    return this->inputs.askIntensity(sc, Scaled::gradient);  // Kept: not that of the channel.
+  }
+};
+
+/// Kept: it is an object, although nothing uses that.
+class RTex final : public PluginBase, public ColorChannelTex<&AColor::r> {};
+using GTex = ColorChannelTex<&AColor::g>;
+using BTex = ColorChannelTex<&AColor::b>;
+using ATex = ChannelTex<&AColor::a>;
+
+/// The side of an object that the host's GPU renderer talks to. This library writes no shader
+/// source: for values of the kind `Owner::kValueKind`, in a material, it has the host's own
+/// generator make that of `Owner::sourceTexture()`, which may be null.
+template <class Owner>
+class ShaderSourceExport : public RTTexInterface {
+ public:
+  void* getShaderInfo() override { return nullptr; }
+  void setShaderInfo(void* /*info*/) override {}
+  std::int32_t getShaderSource(const char* outputName, const char* secondName,
+                               const char* descriptorKind, ShaderSource& source,
+                               OCLData& oclData) override {
+    if (std::strcmp(outputName, Owner::kValueKind) != 0) return 0;
+    if (std::strcmp(descriptorKind, "MaterialDescriptor") != 0) return 0;
+    getRTTexInterfaceSource(static_cast<const Owner*>(this)->sourceTexture(), outputName,
+                            secondName, descriptorKind, source, oclData);
+    return 1;
+  }
+};
+
+/// The intensity. An object of its own, so that the host can ask it for shader source.
+class ITex final : public PluginBase,
+                   public TextureFloatInterface,
+                   public ShaderSourceExport<ITex> {
+ public:
+  static constexpr const char* kValueKind = "float";
+  TextureInterface* sourceTexture() const { return inputs.color; }
+
+  PluginInterface* getInterface(InterfaceId id) override {
+    if (id == EXT_RTTEX) return static_cast<RTTexInterface*>(this);
+    return PluginBase::getInterface(id);
+  }
+  PluginBase* getPlugin() override { return this; }
+
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc},
+                      [](float m, const AColor& c) { return (m * ((c.r + c.g) + c.b)) / 3.0F; });
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    inputs.ask(Bounds{}, [&](const Interval& m, const Range<AColor>& c) {
+      store(Interval{intensity(c.lo), intensity(c.hi)} * m, min, max);
+    });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return inputs.askIntensity(sc, Scaled::gradient);
+  }
+
+  ScaledColor inputs;
+};
+
+// ---- The plugin --------------------------------------------------------------------------------
+
+class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColorOp> {
+ public:
+  static constexpr const char* kValueKind = "color";
+  TextureInterface* sourceTexture() const { return color_a; }
+
+  explicit TexAColorOp(QuorPluginDesc* maker);
+
+  PluginInterface* getInterface(InterfaceId id) override {
+    if (id == EXT_RTTEX) return static_cast<RTTexInterface*>(this);
+    return QuorTexture::getInterface(id);
+  }
+  PluginBase* getPlugin() override { return this; }
+
+  void frameBegin(QuorRenderer* renderer) override {
+    QuorPluginInterface::frameBegin(renderer);
+    const auto copyInto = [this](auto&... outputs) {
+      ((outputs.inputs = {color_a, color_b, mult_a, mult_b}), ...);
+      ((outputs.result_alpha = result_alpha), ...);
+    };
+    copyInto(product, sum, difference, absolute_difference, division, minimum, maximum);
+    result_a.inputs = {color_a, mult_a};
+    result_a.result_alpha = result_alpha;
+    result_b.inputs = {color_b, mult_b};
+    result_b.result_alpha = result_alpha;
+    power.inputs = {color_a, mult_a, mult_b};
+    power.result_alpha = result_alpha;
+    red.inputs = {color_a, mult_a};
+    green.inputs = {color_a, mult_a};
+    blue.inputs = {color_a, mult_a};
+    alpha.inputs = {color_a, mult_a};
+    intensity.inputs = {color_a, mult_a};
+  }
+
+  AColor getColor(const ShadingContext& sc) const override { return mainOutput().getColor(sc); }
+  void getColorBounds(AColor& min, AColor& max) const override {
+    if (mode != 9) {
+      mainOutput().getColorBounds(min, max);
+      return;
+    }
+    difference.getColorBounds(min, max);
+    for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
+      if (!(min.*channel < 0)) continue;
+      max.*channel = QUtils::max(-(min.*channel), max.*channel);
+      min.*channel = 0;
+    }
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return mainOutput().getGradient(sc);
+  }
+
+  TextureInterface* color_a = nullptr;
+  TextureInterface* color_b = nullptr;
+  TextureFloatInterface* mult_a = nullptr;
+  TextureFloatInterface* mult_b = nullptr;
+  TextureFloatInterface* result_alpha = nullptr;
+  std::int32_t mode = 0;
+  ColorProdTex product;
+  ColorAddTex sum;
+  ColorSubTex difference;
+  ColorDiffTex absolute_difference;
+  ColorMulTex result_a;
+  ColorMulTex result_b;
+  ColorPowTex power;
+  ColorDivTex division;
+  ColorMinTex minimum;
+  ColorMaxTex maximum;
+  RTex red;
+  GTex green;
+  BTex blue;
+  ATex alpha;
+  ITex intensity;
+
+ private:
+  /// The output that `mode` selects at the moment: it alone is read live.
+  const TextureInterface& mainOutput() const {
+    switch (mode) {
+      case 1:
+        return result_b;
+      case 2:
+        return product;
+      case 3:
+        return sum;
+      case 4:
+        return difference;
+      case 5:
+        return power;
+      case 6:
+        return division;
+      case 7:
+        return minimum;
+      case 8:
+        return maximum;
+      case 9:
+        return absolute_difference;
+      default:
+        return result_a;
+    }
+  }
+};
+
 // Kept: there is no row for the absolute difference; `mode` 9 alone reaches it.
-constexpr ParamRow<TexAColorOp> kDescription[] = {
-    kColorA, kColorB, kMultA, kMultB, kResultAlpha, kMode,
-    kProduct, kDivision, kMinimum, kMaximum, kSum, kDifference, kResultA, kResultB,
-    kRed, kGreen, kBlue, kAlpha, kIntensity, kPower,
+constexpr std::array kParameters = {
+    param<&TexAColorOp::color_a>("color_a", "The first color"),
+    param<&TexAColorOp::color_b>("color_b", "The second color"),
+    param<&TexAColorOp::mult_a>("mult_a", "Multiplier for the first color"),
+    param<&TexAColorOp::mult_b>("mult_b", "Multiplier for the second color"),
+    param<&TexAColorOp::result_alpha>("result_alpha",
+                                      "The alpha for the result; if not specified, the resulting "
+                                      "alpha taken from the first color)"),
+    param<&TexAColorOp::mode>(
+        "mode",
+        "Which output should be considered as the output of the main texture (0 - result_a, 1 - "
+        "result_b, 2 - product, 3 - sum, 4 - difference, 5 - power, 6 - division, 7 - Minimum, 8 - "
+        "Maximum, 9 - absolute difference)",
+        0),
+    param<&TexAColorOp::product>("product", "(color_a*mult_a)*(color_b*mult_b)"),
+    param<&TexAColorOp::division>("division", "(color_a*mult_a)/(color_b*mult_b)"),
+    param<&TexAColorOp::minimum>("minimum", "Min(color_a*mult_a , color_b*mult_b)"),
+    param<&TexAColorOp::maximum>("maximum", "Max(color_a*mult_a , color_b*mult_b)"),
+    param<&TexAColorOp::sum>("sum", "(color_a*mult_a)+(color_b*mult_b)"),
+    param<&TexAColorOp::difference>("difference", "(color_a*mult_a)-(color_b*mult_b)"),
+    param<&TexAColorOp::result_a>("result_a", "color_a*mult_a"),
+    param<&TexAColorOp::result_b>("result_b", "color_b*mult_b"),
+    param<&TexAColorOp::red>("red", "(color_a*mult_a).r"),
+    param<&TexAColorOp::green>("green", "(color_a*mult_a).g"),
+    param<&TexAColorOp::blue>("blue", "(color_a*mult_a).b"),
+    param<&TexAColorOp::alpha>("alpha", "(color_a*mult_a).a"),
+    param<&TexAColorOp::intensity>("intensity", "mult_a*(color_a.r+color_a.g+color_a.b)/3.0"),
+    param<&TexAColorOp::power>("power", "(color_a*mult_a)^mult_b"),
 };
-constexpr ParamRow<TexAColorOp> kBinding[] = {
-    kColorA, kColorB, kMultA, kMultB, kResultAlpha,
-    kProduct, kDivision, kMinimum, kMaximum, kSum, kDifference, kResultA, kResultB, kPower,
-    kRed, kGreen, kBlue, kAlpha, kIntensity, kMode,
-};
-// clang-format on
+constexpr auto kBindingOrder = withMoved(withMoved(kParameters, "power", "red"), "mode");
+
+TexAColorOp::TexAColorOp(QuorPluginDesc* maker) : QuorTexture(maker) {
+  registerCaches(*paramList, kBindingOrder, *this);
+}
 
 }  // namespace
 
-std::span<const ParamRow<TexAColorOp>> TexAColorOp::description() { return kDescription; }
-
-TexAColorOp::TexAColorOp(QuorPluginDesc* maker) : QuorTexture(maker) {
-  bind(*paramList, kBinding, *this);
-}
-
-PluginInterface* TexAColorOp::getInterface(InterfaceId id) {
-  if (id == EXT_RTTEX) return static_cast<RTTexInterface*>(this);
-  return QuorTexture::getInterface(id);
-}
-
-void TexAColorOp::frameBegin(QuorRenderer* renderer) {
-  QuorPluginInterface::frameBegin(renderer);
-
-  const ColorPair both{color_a, color_b, mult_a, mult_b};
-  ColorPairTex* const pairs[] = {&product,  &sum,     &difference, &absolute_difference,
-                                 &division, &minimum, &maximum};
-  for (ColorPairTex* output : pairs) {
-    output->inputs = both;
-    output->result_alpha = result_alpha;
-  }
-
-  const ScaledColor a{color_a, mult_a};
-  result_a.inputs = a;
-  result_a.result_alpha = result_alpha;
-  result_b.inputs = {color_b, mult_b};
-  result_b.result_alpha = result_alpha;
-
-  power.color_a = color_a;
-  power.mult_a = mult_a;
-  power.mult_b = mult_b;
-  power.result_alpha = result_alpha;
-
-  red.inputs = a;
-  green.inputs = a;
-  blue.inputs = a;
-  alpha.inputs = a;
-  intensity.inputs = a;
-}
-
-const TextureInterface& TexAColorOp::mainOutput() const {
-  switch (mode) {
-    case 1:
-      return result_b;
-    case 2:
-      return product;
-    case 3:
-      return sum;
-    case 4:
-      return difference;
-    case 5:
-      return power;
-    case 6:
-      return division;
-    case 7:
-      return minimum;
-    case 8:
-      return maximum;
-    case 9:
-      return absolute_difference;
-    default:
-      return result_a;
-  }
-}
-
-AColor TexAColorOp::getColor(const ShadingContext& sc) const { return mainOutput().getColor(sc); }
-
-void TexAColorOp::getColorBounds(AColor& min, AColor& max) const {
-  const TextureInterface& output = mainOutput();
-  if (&output != &absolute_difference) {
-    output.getColorBounds(min, max);
-    return;
-  }
-  difference.getColorBounds(min, max);
-  for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
-    if (!(min.*channel < 0)) continue;
-    max.*channel = QUtils::max(-(min.*channel), max.*channel);
-    min.*channel = 0;
-  }
-}
-
-Vector TexAColorOp::getGradient(const ShadingContext& sc) const {
-  return mainOutput().getGradient(sc);
-}
-
-std::int32_t TexAColorOp::getShaderSource(const char* outputName, const char* secondName,
-                                          const char* descriptorKind, ShaderSource& source,
-                                          OCLData& oclData) {
-  return serve("color", color_a, {outputName, secondName, descriptorKind, source, oclData});
-}
+// Kept: an instance also answers EXT_TEXTURE and EXT_RTTEX, which are not announced.
+constinit const PluginKind kTexAColorOp =
+    pluginKind<TexAColorOp, kParameters>("TexAColorOp", 0x7782F94E);
 
 }  // namespace samplerinfo

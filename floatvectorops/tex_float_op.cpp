@@ -1,173 +1,167 @@
-#include "floatvectorops/tex_float_op.h"
+// Combines two numbers, a and b. Not a texture itself: each result is an output.
 
 #include <cmath>
 #include <functional>
 
+#include "frame/inputs.h"
+#include "frame/plugin_kind.h"
 #include "math/vector.h"
 
 namespace samplerinfo {
-
-FloatPair::Values FloatPair::values(const ShadingContext& sc, float absentB) const {
-  const float a = valueOr(float_a, sc, 0);
-  const float b = valueOr(float_b, sc, absentB);
-  return {a, b};
-}
-
-FloatPair::Bounds FloatPair::bounds(float absentB) const {
-  const Interval a = boundsOr(float_a, 0);
-  const Interval b = boundsOr(float_b, absentB);
-  return {a, b};
-}
-
-FloatPair::Gradients FloatPair::gradients(const ShadingContext& sc) const {
-  const Vector da = gradientOrZero(float_a, sc);
-  const Vector db = gradientOrZero(float_b, sc);
-  return {da, db};
-}
-
-namespace {
-constexpr Interval kUnitRange{-1, 1};
-}  // namespace
-
-float ProdTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 0);
-  return a * b;
-}
-
-void ProdTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(0);
-  store(chainedCorners(a, b, std::multiplies{}), min, max);
-}
-
-Vector ProdTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 0);
-  const auto [da, db] = inputs.gradients(sc);
-  const Vector term = da * b;
-  return term + term;  // Kept: not the product rule; the value of a and db do not enter.
-}
-
-float RatioTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return b == 0 ? 0 : a / b;
-}
-
-void RatioTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(1);
-  store(chainedCorners(a, b, std::divides{}), min, max);
-}
-
-Vector RatioTex::getGradient(const ShadingContext& sc) const {
-  const float a = valueOr(inputs.float_a, sc, 0);
-  if (inputs.float_b == nullptr) return {};  // Kept: zero, although the value is then a.
-  const float b = inputs.float_b->getFloat(sc);
-  if (b == 0) return {};
-  const auto [da, db] = inputs.gradients(sc);
-  return (da * b - db * a) / (b * b);
-}
-
-float FloatAddTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 0);
-  return a + b;
-}
-
-void FloatAddTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(0);
-  store(chainedCorners(a, b, std::plus{}), min, max);
-}
-
-Vector FloatAddTex::getGradient(const ShadingContext& sc) const {
-  const auto [da, db] = inputs.gradients(sc);
-  return da + db;
-}
-
-float FloatSubTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 0);
-  return a - b;
-}
-
-void FloatSubTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(0);
-  store(chainedCorners(a, b, std::minus{}), min, max);
-}
-
-Vector FloatSubTex::getGradient(const ShadingContext& sc) const {
-  const auto [da, db] = inputs.gradients(sc);
-  return da - db;
-}
-
-float FloatPowTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return powf(a, b);
-}
-
-void FloatPowTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(1);
-  store(chainedCorners(a, b, powf), min, max);
-}
-
-float FloatSinTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return static_cast<float>(std::sin(static_cast<double>(a * b)));
-}
-
-void FloatSinTex::getFloatBounds(float& min, float& max) const { store(kUnitRange, min, max); }
-
-Vector FloatSinTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  const auto [da, db] = inputs.gradients(sc);
-  const float slope = static_cast<float>(std::cos(static_cast<double>(a * b)));
-  return (da * b + db * a) * slope;
-}
-
-float FloatCosTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return static_cast<float>(std::cos(static_cast<double>(a * b)));
-}
-
-void FloatCosTex::getFloatBounds(float& min, float& max) const { store(kUnitRange, min, max); }
-
-Vector FloatCosTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  const auto [da, db] = inputs.gradients(sc);
-  const float slope = static_cast<float>(0 - std::sin(static_cast<double>(a * b)));
-  return (da * b + db * a) * slope;
-}
-
-float FloatMinTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return min(a, b);
-}
-
-void FloatMinTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(1);
-  store(hull(a, b), min, max);
-}
-
-Vector FloatMinTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return gradientOrZero(a < b ? inputs.float_a : inputs.float_b, sc);
-}
-
-float FloatMaxTex::getFloat(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return max(a, b);
-}
-
-void FloatMaxTex::getFloatBounds(float& min, float& max) const {
-  const auto [a, b] = inputs.bounds(1);
-  store(hull(a, b), min, max);
-}
-
-Vector FloatMaxTex::getGradient(const ShadingContext& sc) const {
-  const auto [a, b] = inputs.values(sc, 1);
-  return gradientOrZero(a > b ? inputs.float_a : inputs.float_b, sc);
-}
-
 namespace {
 
-// The order of description is also the order in which an instance binds them.
-// "float_b" carries the help text of "float_a".
-constexpr ParamRow<TexFloatOp> kParameters[] = {
+/// An absent `float_a` counts as 0; an absent `float_b` as 0 or 1, as the output has it.
+template <int kAbsentB>
+struct FloatPair {
+  TextureFloatInterface* float_a = nullptr;
+  TextureFloatInterface* float_b = nullptr;
+
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto a = question(float_a, 0);
+    const auto b = question(float_b, kAbsentB);
+    return use(a, b);
+  }
+};
+
+template <int kAbsentB>
+using FloatPairTex = OperationTex<TextureFloatInterface, FloatPair<kAbsentB>>;
+
+/// `Op` of a and b, bounded by its results at the corners.
+template <class Op, int kAbsentB>
+class CornersTex : public FloatPairTex<kAbsentB> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return this->inputs.ask(ValueAt{sc}, Op{});
+  }
+  void getFloatBounds(float& min, float& max) const final {
+    this->inputs.ask(Bounds{}, [&](const Interval& a, const Interval& b) {
+      store(chainedCorners(a, b, Op{}), min, max);
+    });
+  }
+};
+
+/// a · b
+class ProdTex final : public CornersTex<std::multiplies<>, 0> {
+ public:
+  Vector getGradient(const ShadingContext& sc) const override {
+    return askWithGradients(inputs, sc, [](float, float b, const Vector& da, const Vector&) {
+      const Vector term = da * b;
+      return term + term;  // Kept: not the product rule; the value of a and db do not enter.
+    });
+  }
+};
+
+/// a / b, and 0 where b is 0.
+class RatioTex final : public CornersTex<std::divides<>, 1> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float a, float b) { return b == 0 ? 0 : a / b; });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float a = ValueAt{sc}(inputs.float_a, 0);
+    if (inputs.float_b == nullptr) return {};  // Kept: zero, although the value is then a.
+    const float b = inputs.float_b->getFloat(sc);
+    if (b == 0) return {};
+    return inputs.ask(GradientAt{sc}, [a, b](const Vector& da, const Vector& db) {
+      return (da * b - db * a) / (b * b);
+    });
+  }
+};
+
+/// a + b or a - b
+template <class Op>
+class LinearTex final : public CornersTex<Op, 0> {
+ public:
+  Vector getGradient(const ShadingContext& sc) const override {
+    return this->inputs.ask(GradientAt{sc}, Op{});
+  }
+};
+
+using FloatAddTex = LinearTex<std::plus<>>;
+using FloatSubTex = LinearTex<std::minus<>>;
+
+struct Power {
+  float operator()(float base, float exponent) const { return powf(base, exponent); }
+};
+
+/// a to the power of b; its gradient is zero.
+using FloatPowTex = CornersTex<Power, 1>;
+
+// In double precision, rounded once.
+float sine(float x) { return static_cast<float>(std::sin(static_cast<double>(x))); }
+float cosine(float x) { return static_cast<float>(std::cos(static_cast<double>(x))); }
+float cosineSlope(float x) { return static_cast<float>(0 - std::sin(static_cast<double>(x))); }
+
+/// `kWave` of a · b, radians; `kSlope` is its derivative.
+template <float (*kWave)(float), float (*kSlope)(float)>
+class WaveTex final : public FloatPairTex<1> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float a, float b) { return kWave(a * b); });
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    min = -1;
+    max = 1;
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return askWithGradients(inputs, sc, [](float a, float b, const Vector& da, const Vector& db) {
+      return (da * b + db * a) * kSlope(a * b);
+    });
+  }
+};
+
+using FloatSinTex = WaveTex<sine, cosine>;
+using FloatCosTex = WaveTex<cosine, cosineSlope>;
+
+/// The one of a and b that compares `Before` the other, else b; bounded by the range of both.
+template <class Before>
+class ExtremeTex final : public FloatPairTex<1> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float a, float b) { return Before{}(a, b) ? a : b; });
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    inputs.ask(Bounds{},
+               [&](const Interval& a, const Interval& b) { store(hull(a, b), min, max); });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [&](float a, float b) {
+      return GradientAt{sc}(Before{}(a, b) ? inputs.float_a : inputs.float_b);
+    });
+  }
+};
+
+using FloatMinTex = ExtremeTex<std::less<>>;
+using FloatMaxTex = ExtremeTex<std::greater<>>;
+
+class TexFloatOp final : public QuorPlugin {
+ public:
+  explicit TexFloatOp(QuorPluginDesc* maker);
+
+  void frameBegin(QuorRenderer* renderer) override {
+    QuorPluginInterface::frameBegin(renderer);
+    const auto copyInto = [this](auto&... outputs) {
+      ((outputs.inputs = {float_a, float_b}), ...);
+    };
+    copyInto(product, ratio, sum, difference, power, sin, cos, min, max);
+  }
+
+  TextureFloatInterface* float_a = nullptr;
+  TextureFloatInterface* float_b = nullptr;
+  ProdTex product;
+  RatioTex ratio;
+  FloatAddTex sum;
+  FloatSubTex difference;
+  FloatPowTex power;
+  FloatSinTex sin;
+  FloatCosTex cos;
+  FloatMinTex min;
+  FloatMaxTex max;
+};
+
+// Described and bound in this order. "float_b" carries the help text of "float_a".
+constexpr std::array kParameters = {
     param<&TexFloatOp::float_a>("float_a", "The first number"),
     param<&TexFloatOp::float_b>("float_b", "The first number"),
     param<&TexFloatOp::product>("product", "float_a*float_b"),
@@ -181,19 +175,13 @@ constexpr ParamRow<TexFloatOp> kParameters[] = {
     param<&TexFloatOp::max>("max", "max(float_a, float_b)"),
 };
 
+TexFloatOp::TexFloatOp(QuorPluginDesc* maker) : QuorPlugin(maker) {
+  registerCaches(*paramList, kParameters, *this);
+}
+
 }  // namespace
 
-std::span<const ParamRow<TexFloatOp>> TexFloatOp::description() { return kParameters; }
-
-TexFloatOp::TexFloatOp(QuorPluginDesc* maker) : QuorPlugin(maker) {
-  bind(*paramList, kParameters, *this);
-}
-
-void TexFloatOp::frameBegin(QuorRenderer* renderer) {
-  QuorPluginInterface::frameBegin(renderer);
-  FloatOpTex* const outputs[] = {&product, &ratio, &sum, &difference, &power,
-                                 &sin,     &cos,   &min, &max};
-  for (FloatOpTex* output : outputs) output->inputs = {float_a, float_b};
-}
+constinit const PluginKind kTexFloatOp =
+    pluginKind<TexFloatOp, kParameters>("TexFloatOp", 0x7782F94D);
 
 }  // namespace samplerinfo

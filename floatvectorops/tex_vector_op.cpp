@@ -1,166 +1,212 @@
-#include "floatvectorops/tex_vector_op.h"
+// Combines two vectors, each scaled by a number. Not a texture itself: each result is an output.
 
 #include <functional>
 
+#include "frame/inputs.h"
+#include "frame/plugin_kind.h"
 #include "math/vector.h"
 
 namespace samplerinfo {
-
-VectorPair::Values VectorPair::values(const ShadingContext& sc) const {
-  const float ma = valueOr(mult_a, sc, 1);
-  const float mb = valueOr(mult_b, sc, 1);
-  const Vector va = valueOrZero(vector_a, sc);
-  const Vector vb = valueOrZero(vector_b, sc);
-  return {ma, mb, va, vb};
-}
-
-VectorPair::Bounds VectorPair::bounds() const {
-  const Interval ma = boundsOr(mult_a, 1);
-  const Interval mb = boundsOr(mult_b, 1);
-  const Range<Vector> va = boundsOrZero(vector_a);
-  const Range<Vector> vb = boundsOrZero(vector_b);
-  return {ma, mb, va, vb};
-}
-
-VectorPair::Gradients VectorPair::gradients(const ShadingContext& sc) const {
-  const Vector dma = gradientOrZero(mult_a, sc);
-  const Vector dmb = gradientOrZero(mult_b, sc);
-  const Vector dva = gradientOrZero(vector_a, sc);
-  const Vector dvb = gradientOrZero(vector_b, sc);
-  return {dma, dmb, dva, dvb};
-}
-
-ScaledVector::Values ScaledVector::values(const ShadingContext& sc) const {
-  const float m = valueOr(mult, sc, 1);
-  const Vector v = valueOrZero(vector, sc);
-  return {m, v};
-}
-
-ScaledVector::Bounds ScaledVector::bounds() const {
-  const Interval m = boundsOr(mult, 1);
-  const Range<Vector> v = boundsOrZero(vector);
-  return {m, v};
-}
-
-ScaledVector::Gradients ScaledVector::gradients(const ShadingContext& sc) const {
-  const Vector dm = gradientOrZero(mult, sc);
-  const Vector dv = gradientOrZero(vector, sc);
-  return {dm, dv};
-}
-
 namespace {
 
-double wideDot(Vector a, Vector b) { return dot(toDouble(a), toDouble(b)); }
-Vector roundedCross(Vector a, Vector b) { return toFloat(cross(toDouble(a), toDouble(b))); }
+/// Two vectors with a multiplier each. An absent vector counts as zero, an absent multiplier as 1.
+struct VectorPair {
+  TextureVectorInterface* vector_a = nullptr;
+  TextureVectorInterface* vector_b = nullptr;
+  TextureFloatInterface* mult_a = nullptr;
+  TextureFloatInterface* mult_b = nullptr;
 
-Range<Vector> scaled(Range<Vector> v, Interval m) { return pairedCorners(v, m, std::multiplies{}); }
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto ma = question(mult_a, 1);
+    const auto mb = question(mult_b, 1);
+    const auto va = question(vector_a);
+    const auto vb = question(vector_b);
+    return use(ma, mb, va, vb);
+  }
+};
 
-}  // namespace
+/// One vector with its multiplier, by the rules of `VectorPair`.
+struct ScaledVector {
+  TextureVectorInterface* vector = nullptr;
+  TextureFloatInterface* mult = nullptr;
 
-float DotProdTex::getFloat(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  return static_cast<float>(static_cast<double>(ma * mb) * wideDot(va, vb));
+  template <class Question, class Use>
+  auto ask(const Question& question, const Use& use) const {
+    const auto m = question(mult, 1);
+    const auto v = question(vector);
+    return use(m, v);
+  }
+};
+
+// Ranges of vectors compare their corners in pairs.
+Range<Vector> operator*(const Range<Vector>& v, const Interval& m) {
+  return pairedCorners(v, m, std::multiplies{});
+}
+Range<Vector> operator+(const Range<Vector>& a, const Range<Vector>& b) {
+  return pairedCorners(a, b, std::plus{});
+}
+Range<Vector> operator-(const Range<Vector>& a, const Range<Vector>& b) {
+  return pairedCorners(a, b, std::minus{});
 }
 
-void DotProdTex::getFloatBounds(float& min, float& max) const {
-  const auto [ma, mb, va, vb] = inputs.bounds();
-  const Interval m = chainedCorners(ma, mb, std::multiplies{});
-  const Range<double> d = chainedCorners(va, vb, wideDot);
-  const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
-  store(chainedCorners(m, rounded, std::multiplies{}), min, max);
+Interval multiplierProduct(const Interval& ma, const Interval& mb) {
+  return chainedCorners(ma, mb, std::multiplies{});
 }
 
-Vector CrossProdTex::getVector(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  return roundedCross(va, vb) * (ma * mb);
+double wideDot(const Vector& a, const Vector& b) { return dot(toDouble(a), toDouble(b)); }
+Vector roundedCross(const Vector& a, const Vector& b) {
+  return toFloat(cross(toDouble(a), toDouble(b)));
 }
 
-void CrossProdTex::getVectorBounds(Vector& min, Vector& max) const {
-  const auto [ma, mb, va, vb] = inputs.bounds();
-  const Interval m = chainedCorners(ma, mb, std::multiplies{});
-  const Range<Vector> c = pairedCorners(va, vb, roundedCross);
-  store(pairedCorners(m, c, std::multiplies{}), min, max);
-}
+/// (va · vb) · (ma · mb); its gradient is zero. Bounded by the products of whole corner vectors,
+/// which do not enclose every value.
+class DotProdTex final : public OperationTex<TextureFloatInterface, VectorPair> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float ma, float mb, const Vector& va, const Vector& vb) {
+      return static_cast<float>(static_cast<double>(ma * mb) * wideDot(va, vb));
+    });
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    inputs.ask(Bounds{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+      const Range<double> d = chainedCorners(va, vb, wideDot);
+      const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
+      store(chainedCorners(multiplierProduct(ma, mb), rounded, std::multiplies{}), min, max);
+    });
+  }
+};
 
-Vector AddTex::getVector(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  return va * ma + vb * mb;
-}
+/// (va x vb) · (ma · mb); its gradient is zero. Bounded as the dot product.
+class CrossProdTex final : public OperationTex<TextureVectorInterface, VectorPair> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float ma, float mb, const Vector& va, const Vector& vb) {
+      return roundedCross(va, vb) * (ma * mb);
+    });
+  }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    inputs.ask(Bounds{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+      const Range<Vector> c = pairedCorners(va, vb, roundedCross);
+      store(pairedCorners(multiplierProduct(ma, mb), c, std::multiplies{}), min, max);
+    });
+  }
+};
 
-void AddTex::getVectorBounds(Vector& min, Vector& max) const {
-  const auto [ma, mb, va, vb] = inputs.bounds();
-  store(pairedCorners(scaled(va, ma), scaled(vb, mb), std::plus{}), min, max);
-}
+struct Sum {
+  static auto of(const auto& a, const auto& b) { return a + b; }
+};
+struct Difference {
+  static auto of(const auto& a, const auto& b) { return a - b; }
+};
 
-Vector AddTex::getGradient(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  const auto [dma, dmb, dva, dvb] = inputs.gradients(sc);
-  return productGradient(ma, dma, length(va), dva) + productGradient(mb, dmb, length(vb), dvb);
-}
+/// va · ma + vb · mb, or their difference. Here and below the gradient of a vector input stands for
+/// that of the vector's length.
+template <class Formula>
+class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    store(inputs.ask(Bounds{}, of), min, max);
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return askWithGradients(
+        inputs, sc,
+        [](float ma, float mb, const Vector& va, const Vector& vb, const Vector& dma,
+           const Vector& dmb, const Vector& dva, const Vector& dvb) {
+          return Formula::of(productGradient(ma, dma, length(va), dva),
+                             productGradient(mb, dmb, length(vb), dvb));
+        });
+  }
 
-Vector SubTex::getVector(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  return va * ma - vb * mb;
-}
+ private:
+  static constexpr auto of = [](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    return Formula::of(va * ma, vb * mb);
+  };
+};
 
-void SubTex::getVectorBounds(Vector& min, Vector& max) const {
-  const auto [ma, mb, va, vb] = inputs.bounds();
-  store(pairedCorners(scaled(va, ma), scaled(vb, mb), std::minus{}), min, max);
-}
+using AddTex = LinearTex<Sum>;
+using SubTex = LinearTex<Difference>;
 
-Vector SubTex::getGradient(const ShadingContext& sc) const {
-  const auto [ma, mb, va, vb] = inputs.values(sc);
-  const auto [dma, dmb, dva, dvb] = inputs.gradients(sc);
-  return productGradient(ma, dma, length(va), dva) - productGradient(mb, dmb, length(vb), dvb);
-}
+/// v · m
+class MulTex final : public OperationTex<TextureVectorInterface, ScaledVector> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    store(inputs.ask(Bounds{}, of), min, max);
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return askWithGradients(inputs, sc,
+                            [](float m, const Vector& v, const Vector& dm, const Vector& dv) {
+                              return productGradient(m, dm, length(v), dv);
+                            });
+  }
 
-Vector MulTex::getVector(const ShadingContext& sc) const {
-  const auto [m, v] = inputs.values(sc);
-  return v * m;
-}
+ private:
+  static constexpr auto of = [](const auto& m, const auto& v) { return v * m; };
+};
 
-void MulTex::getVectorBounds(Vector& min, Vector& max) const {
-  const auto [m, v] = inputs.bounds();
-  store(scaled(v, m), min, max);
-}
+/// A component of v · m. The gradient of the vector input stands for that of the component.
+template <float Vector::*kComponent>
+class ComponentTex final : public OperationTex<TextureFloatInterface, ScaledVector> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return inputs.ask(ValueAt{sc}, [](float m, const Vector& v) { return m * v.*kComponent; });
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    inputs.ask(Bounds{}, [&](const Interval& m, const Range<Vector>& v) {
+      const float lo = v.lo.*kComponent;
+      const float hi = v.hi.*kComponent;
+      // Kept: hi.x, for y and z too.
+      store(pairedExtremes(lo * m.lo, lo * m.hi, v.hi.x * m.lo, hi * m.hi), min, max);
+    });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return askWithGradients(inputs, sc,
+                            [](float m, const Vector& v, const Vector& dm, const Vector& dv) {
+                              return productGradient(m, dm, v.*kComponent, dv);
+                            });
+  }
+};
 
-Vector MulTex::getGradient(const ShadingContext& sc) const {
-  const auto [m, v] = inputs.values(sc);
-  const auto [dm, dv] = inputs.gradients(sc);
-  return productGradient(m, dm, length(v), dv);
-}
+using XTex = ComponentTex<&Vector::x>;
+using YTex = ComponentTex<&Vector::y>;
+using ZTex = ComponentTex<&Vector::z>;
 
-template <float Vector::*Component>
-float ComponentTex<Component>::getFloat(const ShadingContext& sc) const {
-  const auto [m, v] = inputs.values(sc);
-  return m * v.*Component;
-}
+class TexVectorOp final : public QuorPlugin {
+ public:
+  explicit TexVectorOp(QuorPluginDesc* maker);
 
-template <float Vector::*Component>
-void ComponentTex<Component>::getFloatBounds(float& min, float& max) const {
-  const auto [m, v] = inputs.bounds();
-  const float lo = v.lo.*Component;
-  const float hi = v.hi.*Component;
-  // Kept: hi.x, for y and z too.
-  store(pairedExtremes(lo * m.lo, lo * m.hi, v.hi.x * m.lo, hi * m.hi), min, max);
-}
+  void frameBegin(QuorRenderer* renderer) override {
+    QuorPluginInterface::frameBegin(renderer);
+    dot_product.inputs = {vector_a, vector_b, mult_a, mult_b};
+    cross_product.inputs = {vector_a, vector_b, mult_a, mult_b};
+    sum.inputs = {vector_a, vector_b, mult_a, mult_b};
+    difference.inputs = {vector_a, vector_b, mult_a, mult_b};
+    result_a.inputs = {vector_a, mult_a};
+    result_b.inputs = {vector_b, mult_b};
+    x.inputs = {vector_a, mult_a};
+    y.inputs = {vector_a, mult_a};
+    z.inputs = {vector_a, mult_a};
+  }
 
-template <float Vector::*Component>
-Vector ComponentTex<Component>::getGradient(const ShadingContext& sc) const {
-  const auto [m, v] = inputs.values(sc);
-  const auto [dm, dv] = inputs.gradients(sc);
-  return productGradient(m, dm, v.*Component, dv);
-}
+  TextureVectorInterface* vector_a = nullptr;
+  TextureVectorInterface* vector_b = nullptr;
+  TextureFloatInterface* mult_a = nullptr;
+  TextureFloatInterface* mult_b = nullptr;
+  DotProdTex dot_product;
+  CrossProdTex cross_product;
+  AddTex sum;
+  SubTex difference;
+  MulTex result_a;
+  MulTex result_b;
+  XTex x;
+  YTex y;
+  ZTex z;
+};
 
-template class ComponentTex<&Vector::x>;
-template class ComponentTex<&Vector::y>;
-template class ComponentTex<&Vector::z>;
-
-namespace {
-
-// The order of description is also the order in which an instance binds them.
-// "vector_b" carries the help text of "vector_a".
-constexpr ParamRow<TexVectorOp> kParameters[] = {
+// Described and bound in this order. "vector_b" carries the help text of "vector_a".
+constexpr std::array kParameters = {
     param<&TexVectorOp::vector_a>("vector_a", "The first vector"),
     param<&TexVectorOp::vector_b>("vector_b", "The first vector"),
     param<&TexVectorOp::mult_a>("mult_a", "Multiplier for the first vector"),
@@ -176,27 +222,13 @@ constexpr ParamRow<TexVectorOp> kParameters[] = {
     param<&TexVectorOp::z>("z", "The z-component of the first vector"),
 };
 
+TexVectorOp::TexVectorOp(QuorPluginDesc* maker) : QuorPlugin(maker) {
+  registerCaches(*paramList, kParameters, *this);
+}
+
 }  // namespace
 
-std::span<const ParamRow<TexVectorOp>> TexVectorOp::description() { return kParameters; }
-
-TexVectorOp::TexVectorOp(QuorPluginDesc* maker) : QuorPlugin(maker) {
-  bind(*paramList, kParameters, *this);
-}
-
-void TexVectorOp::frameBegin(QuorRenderer* renderer) {
-  QuorPluginInterface::frameBegin(renderer);
-  const VectorPair both{vector_a, vector_b, mult_a, mult_b};
-  dot_product.inputs = both;
-  cross_product.inputs = both;
-  sum.inputs = both;
-  difference.inputs = both;
-  const ScaledVector a{vector_a, mult_a};
-  result_a.inputs = a;
-  result_b.inputs = {vector_b, mult_b};
-  x.inputs = a;
-  y.inputs = a;
-  z.inputs = a;
-}
+constinit const PluginKind kTexVectorOp =
+    pluginKind<TexVectorOp, kParameters>("TexVectorOp", 0x7782F94A);
 
 }  // namespace samplerinfo

@@ -1,51 +1,69 @@
 #pragma once
 
-#include "frame/texture_interfaces.h"
+#include "frame/output_tex.h"
 #include "math/interval.h"
 
-/// The questions to an input that may be absent: a null texture is not asked, its substitute
-/// counts.
+/// The three questions to an input that may be absent: a null texture is not asked, its substitute
+/// counts. An absent vector or colour is zero, every gradient of an absent input is.
+///
+/// A set of inputs is a record with a function `ask(question, use)`. It puts the question to the
+/// inputs, in the one order in which they are always asked, and hands the answers to `use` as
+/// arguments: a record of answers would go through memory and stall every evaluation.
 namespace samplerinfo {
 
-using namespace QUtils;
+struct ValueAt {
+  const ShadingContext& sc;
 
-inline float valueOr(const TextureFloatInterface* input, const ShadingContext& sc,
-                     float substitute) {
-  return input != nullptr ? input->getFloat(sc) : substitute;
-}
+  float operator()(const TextureFloatInterface* input, float substitute) const {
+    return input != nullptr ? input->getFloat(sc) : substitute;
+  }
+  Vector operator()(const TextureVectorInterface* input) const {
+    return input != nullptr ? input->getVector(sc) : Vector{};
+  }
+  AColor operator()(const TextureInterface* input) const {
+    return input != nullptr ? input->getColor(sc) : AColor{};
+  }
+};
 
-/// An absent vector is zero.
-inline Vector valueOrZero(const TextureVectorInterface* input, const ShadingContext& sc) {
-  return input != nullptr ? input->getVector(sc) : Vector{};
-}
+// The input writes to variables of their own: of a pair that was written in halves and is read as
+// one, the processor cannot forward the stores.
+struct Bounds {
+  Interval operator()(const TextureFloatInterface* input, float substitute) const {
+    float lo = substitute;
+    float hi = substitute;
+    if (input != nullptr) input->getFloatBounds(lo, hi);
+    return {lo, hi};
+  }
+  Range<Vector> operator()(const TextureVectorInterface* input) const {
+    Vector lo{};
+    Vector hi{};
+    if (input != nullptr) input->getVectorBounds(lo, hi);
+    return {lo, hi};
+  }
+  Range<AColor> operator()(const TextureInterface* input) const {
+    AColor lo{};
+    AColor hi{};
+    if (input != nullptr) input->getColorBounds(lo, hi);
+    return {lo, hi};
+  }
+};
 
-/// An absent colour is zero in all four channels.
-inline AColor valueOrZero(const TextureInterface* input, const ShadingContext& sc) {
-  return input != nullptr ? input->getColor(sc) : AColor{};
-}
+struct GradientAt {
+  const ShadingContext& sc;
 
-inline Interval boundsOr(const TextureFloatInterface* input, float substitute) {
-  Interval bounds = exactly(substitute);
-  if (input != nullptr) input->getFloatBounds(bounds.lo, bounds.hi);
-  return bounds;
-}
+  template <class Texture>
+  Vector operator()(const Texture* input, float /*substitute*/ = 0) const {
+    return input != nullptr ? input->getGradient(sc) : Vector{};
+  }
+};
 
-inline Range<Vector> boundsOrZero(const TextureVectorInterface* input) {
-  Range<Vector> bounds{};
-  if (input != nullptr) input->getVectorBounds(bounds.lo, bounds.hi);
-  return bounds;
-}
-
-inline Range<AColor> boundsOrZero(const TextureInterface* input) {
-  Range<AColor> bounds{};
-  if (input != nullptr) input->getColorBounds(bounds.lo, bounds.hi);
-  return bounds;
-}
-
-/// The gradient of any kind of texture.
-template <class Texture>
-Vector gradientOrZero(const Texture* input, const ShadingContext& sc) {
-  return input != nullptr ? input->getGradient(sc) : Vector{};
+/// Hands `use` the values of all inputs, then their gradients.
+template <class Inputs, class Use>
+auto askWithGradients(const Inputs& inputs, const ShadingContext& sc, const Use& use) {
+  return inputs.ask(ValueAt{sc}, [&](const auto&... values) {
+    return inputs.ask(GradientAt{sc},
+                      [&](const auto&... gradients) { return use(values..., gradients...); });
+  });
 }
 
 }  // namespace samplerinfo

@@ -4,7 +4,7 @@
 
 namespace samplerinfo {
 
-using namespace QUtils;
+using namespace QUtils;  // this library works on the host's types everywhere
 
 /// An output texture: embedded in its plugin, and not to be found as an object.
 template <class Interface>

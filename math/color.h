@@ -24,12 +24,10 @@ constexpr AColor operator/(AColor p, AColor q) {
 constexpr AColor operator*(AColor c, float s) { return {c.r * s, c.g * s, c.b * s, c.a * s}; }
 
 constexpr AColor min(AColor p, AColor q) {
-  return {min(p.r, q.r), min(p.g, q.g), min(p.b, q.b),
-          min(p.a, q.a)};
+  return {min(p.r, q.r), min(p.g, q.g), min(p.b, q.b), min(p.a, q.a)};
 }
 constexpr AColor max(AColor p, AColor q) {
-  return {max(p.r, q.r), max(p.g, q.g), max(p.b, q.b),
-          max(p.a, q.a)};
+  return {max(p.r, q.r), max(p.g, q.g), max(p.b, q.b), max(p.a, q.a)};
 }
 inline AColor abs(AColor c) {
   return {std::fabs(c.r), std::fabs(c.g), std::fabs(c.b), std::fabs(c.a)};

@@ -16,12 +16,8 @@ constexpr Vector operator*(float s, Vector v) { return v * s; }
 constexpr Vector operator/(Vector v, float s) { return {v.x / s, v.y / s, v.z / s}; }
 
 /// The rule of `min` and `max` for each component.
-constexpr Vector min(Vector a, Vector b) {
-  return {min(a.x, b.x), min(a.y, b.y), min(a.z, b.z)};
-}
-constexpr Vector max(Vector a, Vector b) {
-  return {max(a.x, b.x), max(a.y, b.y), max(a.z, b.z)};
-}
+constexpr Vector min(Vector a, Vector b) { return {min(a.x, b.x), min(a.y, b.y), min(a.z, b.z)}; }
+constexpr Vector max(Vector a, Vector b) { return {max(a.x, b.x), max(a.y, b.y), max(a.z, b.z)}; }
 
 /// The gradient of a product s·t by the product rule.
 constexpr Vector productGradient(float s, Vector ds, float t, Vector dt) { return ds * t + dt * s; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/output_tex.h"
 #include "math/vector.h"
 #include "sampler/shading_queries.h"
 
@@ -7,12 +8,12 @@
 namespace samplerinfo {
 
 /// The matrix of `t` applied to `v`: one rounding per operation, the y term first.
-constexpr Vector applyMatrix(const PreciseTransform& t, Vector v) {
+constexpr Vector applyMatrix(const PreciseTransform& t, const Vector& v) {
   return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
 }
 
 /// The whole of `t` applied to a point.
-constexpr Vector applyTransform(const PreciseTransform& t, Vector point) {
+constexpr Vector applyTransform(const PreciseTransform& t, const Vector& point) {
   return applyMatrix(t, point) + toFloat(t.offset);
 }
 
@@ -31,9 +32,10 @@ inline Vector pointToWorld(const ShadingContext& sc, const DVector& point) {
 }
 
 /// Unit length, but for a vector too short to have a direction: that one stays as it is.
-inline Vector guardedNormalize(Vector v) {
+inline Vector guardedNormalize(const Vector& v) {
+  constexpr float kTooShort = 1e-6F;
   const float len = length(v);
-  return len < 1e-6F ? v : v / len;
+  return len < kTooShort ? v : v / len;
 }
 
 }  // namespace samplerinfo

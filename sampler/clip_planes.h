@@ -1,10 +1,65 @@
 #pragma once
 
-#include "sampler/clip_plane_cache.h"
+#include <atomic>
+#include <mutex>
+
+#include "frame/platform.h"
+#include "sampler/camera_space.h"
 #include "sampler/fixed_bounds.h"
 
 /// Camera clipping distances around the scene's bounding box, in units of render space.
 namespace samplerinfo {
+
+/// The near and far clipping distances of one frame, which enclose the scene's bounding box as the
+/// camera sees it. `beginFrame` sets `computed` back to 0; the first `computeClipPlanes` of the
+/// frame, on whatever thread, computes both distances and writes them to the host's log.
+struct ClipPlaneCache {
+  /// Forgets the distances. No evaluation runs now, and the host hands the frame over to its
+  /// threads.
+  void beginFrame() { computed.store(0, std::memory_order_relaxed); }
+
+  /// After it the distances hold for the rest of the frame. Any thread; waits for another one that
+  /// is computing. Lets exceptions of the host's scene and log pass.
+  void computeClipPlanes(const ShadingContext& sc) {
+    if (computed.load(std::memory_order_acquire) == 0) computeOnce(sc);
+  }
+
+  platform::Lock lock;  ///< held while computing
+  float nearPlane = 0;
+  float farPlane = 0;
+  std::atomic<std::int32_t> computed{0};  ///< 1 once the distances are those of this frame
+
+ private:
+  void computeOnce(const ShadingContext& sc) {
+    const std::lock_guard guard(lock);
+    if (computed.load(std::memory_order_relaxed) != 0) return;
+
+    constexpr float kClosest = 0.1F;
+    constexpr float kFarthest = 1e30F;
+    Vector lo{};
+    Vector hi{};
+    services(sc).scene->getBoundingBox(lo, hi);
+    const PreciseTransform& worldToCamera = frameData(sc).worldToCamera;
+    nearPlane = kFarthest;
+    farPlane = kClosest;
+    for (unsigned i = 0; i < 8; ++i) {
+      const Vector corner = {(i & 1U) != 0 ? hi.x : lo.x, (i & 2U) != 0 ? hi.y : lo.y,
+                             (i & 4U) != 0 ? hi.z : lo.z};
+      // The camera looks down its negative z axis. A NaN depth becomes the closest.
+      const float depth = max(0 - applyTransform(worldToCamera, corner).z, kClosest);
+      nearPlane = min(nearPlane, depth);
+      farPlane = max(farPlane, depth);
+    }
+    // Before the message, so that a host may evaluate from inside its log.
+    computed.store(1, std::memory_order_release);
+    if (RenderLog* log = services(sc).log) {
+      log->print("Auto clipping planes : %.2f %.2f\n", static_cast<double>(nearPlane),
+                 static_cast<double>(farPlane));
+    }
+  }
+};
+
+static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
 template <float ClipPlaneCache::*kPlane>
 class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {

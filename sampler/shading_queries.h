@@ -1,23 +1,24 @@
 #pragma once
 
 #include "host/shading_context.h"
+#include "math/vector.h"
 
 /// What the outputs reach from a shading context, whose render context is never null.
 namespace samplerinfo {
 
-using namespace QUtils;
+using QUtils::ShadingContext;
 
-inline const RenderServices& services(const ShadingContext& sc) {
+inline const QUtils::RenderServices& services(const ShadingContext& sc) {
   return *sc.renderContext->services;
 }
 
-inline const QuorFrameData& frameData(const ShadingContext& sc) {
+inline const QUtils::QuorFrameData& frameData(const ShadingContext& sc) {
   return *sc.renderContext->frameData;
 }
 
 /// The interface of this class that `object`, which may be null, offers, or null.
 template <class Interface>
-Interface* offered(PluginBase* object) {
+Interface* offered(QUtils::PluginBase* object) {
   if (object == nullptr) return nullptr;
   return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
 }
