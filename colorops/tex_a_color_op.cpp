@@ -2,6 +2,7 @@
 // result is an output; one of them, chosen by `mode`, is also what the plugin itself answers as a
 // texture. The GPU renderer is given `color_a`.
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -94,7 +95,15 @@ struct ColorAndExponent {
 
 // ---- Formulas, over numbers and over ranges ----------------------------------------------------
 
-// Ranges of numbers and colours compare their corners in a chain.
+/// The four channels of a colour in one vector register: for bounds, whose corners are many.
+using Channels = float __attribute__((vector_size(sizeof(AColor))));
+
+Range<Channels> sideBySide(const Range<AColor>& c) {
+  return {std::bit_cast<Channels>(c.lo), std::bit_cast<Channels>(c.hi)};
+}
+const Interval& sideBySide(const Interval& m) { return m; }
+
+// Ranges of numbers and of channels compare their corners in a chain.
 template <class A, class B>
 auto operator*(const Range<A>& a, const Range<B>& b) {
   return chainedCorners(a, b, std::multiplies{});
@@ -111,26 +120,30 @@ template <class T>
 Range<T> operator/(const Range<T>& a, const Range<T>& b) {
   return chainedCorners(a, b, std::divides{});
 }
-Range<AColor> lesser(const Range<AColor>& a, const Range<AColor>& b) {
+AColor lesser(AColor a, AColor b) { return min(a, b); }
+Range<Channels> lesser(const Range<Channels>& a, const Range<Channels>& b) {
   return {min(a.lo, b.lo), min(a.hi, b.hi)};
 }
-AColor lesser(const AColor& a, const AColor& b) { return min(a, b); }
-Range<AColor> greater(const Range<AColor>& a, const Range<AColor>& b) {
+AColor greater(AColor a, AColor b) { return max(a, b); }
+Range<Channels> greater(const Range<Channels>& a, const Range<Channels>& b) {
   return {max(a.lo, b.lo), max(a.hi, b.hi)};
 }
-AColor greater(const AColor& a, const AColor& b) { return max(a, b); }
 
 /// The colour channels to a power; alpha is never raised.
-AColor raised(const AColor& base, float exponent) {
+AColor raised(AColor base, float exponent) {
   return {powf(base.r, exponent), powf(base.g, exponent), powf(base.b, exponent), base.a};
 }
-Range<AColor> raised(const Range<AColor>& base, const Interval& exponent) {
-  return chainedCorners(base, exponent, [](const AColor& b, float e) { return raised(b, e); });
+Range<Channels> raised(const Range<Channels>& base, const Interval& exponent) {
+  return chainedCorners(base, exponent, [](Channels b, float e) {
+    return Channels{powf(b[0], e), powf(b[1], e), powf(b[2], e), b[3]};
+  });
 }
 
-AColor withAlphaOf(const AColor& result, const AColor& c) { return withAlpha(result, c.a); }
-Range<AColor> withAlphaOf(const Range<AColor>& result, const Range<AColor>& c) {
-  return {withAlpha(result.lo, c.lo.a), withAlpha(result.hi, c.hi.a)};
+AColor withAlphaOf(AColor result, AColor c) { return withAlpha(result, c.a); }
+Range<Channels> withAlphaOf(Range<Channels> result, const Range<Channels>& c) {
+  result.lo[3] = c.lo[3];
+  result.hi[3] = c.hi[3];
+  return result;
 }
 
 // The alpha of a result follows the formula or, as stated, is an unscaled one. Gradients are those
@@ -169,8 +182,8 @@ struct Quotient {  // A / B, not guarded against zero
     const AColor b = cb * mb;
     return withAlpha(a / b, a.a * b.a);  // Kept: alpha is the product of the scaled alphas.
   }
-  static Range<AColor> of(const Interval& ma, const Interval& mb, const Range<AColor>& ca,
-                          const Range<AColor>& cb) {
+  static Range<Channels> of(const Interval& ma, const Interval& mb, const Range<Channels>& ca,
+                            const Range<Channels>& cb) {
     return (ca / cb) * (ma / mb);  // Kept: alpha is bounded as a quotient.
   }
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
@@ -216,18 +229,19 @@ template <class Inputs, class Formula>
 class ColorTex : public OperationTex<TextureInterface, Inputs> {
  public:
   AColor getColor(const ShadingContext& sc) const override {
-    const AColor result = this->inputs.ask(ValueAt{sc}, of);
+    const AColor result =
+        this->inputs.ask(ValueAt{sc}, [](const auto&... values) { return Formula::of(values...); });
     return withAlpha(result, ValueAt{sc}(result_alpha, result.a));
   }
   void getColorBounds(AColor& min, AColor& max) const final {
-    store(this->inputs.ask(Bounds{}, of), min, max);
+    const Range<Channels> result = this->inputs.ask(
+        Bounds{}, [](const auto&... bounds) { return Formula::of(sideBySide(bounds)...); });
+    min = std::bit_cast<AColor>(result.lo);
+    max = std::bit_cast<AColor>(result.hi);
     if (result_alpha != nullptr) result_alpha->getFloatBounds(min.a, max.a);
   }
 
   TextureFloatInterface* result_alpha = nullptr;
-
- private:
-  static constexpr auto of = [](const auto&... answers) { return Formula::of(answers...); };
 };
 
 /// The same with the gradient of `Formula`.
