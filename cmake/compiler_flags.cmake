@@ -3,6 +3,9 @@ add_library(project_flags INTERFACE)
 target_compile_features(project_flags INTERFACE cxx_std_20)
 target_include_directories(project_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "MSVC")
+  message(FATAL_ERROR "This compiler has no vector types; choose the toolset ClangCL: -T ClangCL")
+endif()
 if(MSVC)
   target_compile_options(project_flags INTERFACE /W4 /WX /fp:precise /utf-8
     /wd5030)  # attributes of other compilers

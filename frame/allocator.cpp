@@ -22,8 +22,8 @@ int formatBoundedV(char* buffer, int size, const char* format, std::va_list argu
   return length < 0 || length > size || lost ? -1 : length;
 }
 
-/// Storage for the message of one refusal. Nothing may be allocated here, so the messages of
-/// refusals on different threads take turns in a ring.
+/// Storage for the message of one allocation failure. Nothing may be allocated here, so the
+/// messages of failures on different threads take turns in a ring.
 char* nextMessage() noexcept {
   constexpr std::uint32_t kMessages = 256;
   static char messages[kMessages][kTextSize];
@@ -31,7 +31,7 @@ char* nextMessage() noexcept {
   return messages[taken.fetch_add(1, std::memory_order_relaxed) % kMessages];
 }
 
-[[noreturn]] void refuse(std::size_t size) {
+[[noreturn]] void throwAllocationFailure(std::size_t size) {
   // 32 bits, as the texts have them: signed in the first line, unsigned in the message.
   const auto requested = static_cast<std::uint32_t>(size);
   debugPrint("[operator new] failed (size is %i)\n", static_cast<std::int32_t>(requested));
@@ -55,7 +55,7 @@ char* nextMessage() noexcept {
 
 void* allocate(std::size_t size) {
   if (void* block = platform::heapBlock(size)) return block;
-  refuse(size);
+  throwAllocationFailure(size);
 }
 
 void release(void* block) noexcept { platform::freeHeapBlock(block); }

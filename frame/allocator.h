@@ -6,9 +6,8 @@
 /// `allocate`, so every object of the library lives in the platform's heap.
 namespace samplerinfo {
 
-/// At least `size` bytes; never null. When the heap refuses, writes four lines about the heap to
-/// the debug output and throws a `char*` to a message, which stays readable until 255 further
-/// refusals.
+/// At least `size` bytes; never null. An allocation failure writes four lines about the heap to the
+/// debug output and throws a `char*` to a message, which stays readable until 255 further failures.
 void* allocate(std::size_t size);
 
 /// Gives back a block from `allocate`; null is ignored.

@@ -7,8 +7,8 @@
 /// What this library asks of the system it runs on; one source file per system answers it.
 namespace samplerinfo::platform {
 
-/// A block of `size` bytes from the heap, of its own even for 0; null when the heap refuses it. Any
-/// thread.
+/// A block of `size` bytes from the heap, of its own even for 0; null on allocation failure.
+/// Any thread.
 void* heapBlock(std::size_t size) noexcept;
 void freeHeapBlock(void* block) noexcept;  ///< null is ignored
 

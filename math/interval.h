@@ -38,7 +38,7 @@ constexpr auto chainedCorners(Range<A> a, Range<B> b, Op op) {
 }
 
 /// The extremes of four numbers, compared in two pairs. Differs from a chain in ties between zeros
-/// and where one is not a number.
+/// and where one is NaN.
 template <class T>
 constexpr Range<T> pairedExtremes(T ll, T lh, T hl, T hh) {
   return {min(min(ll, lh), min(hl, hh)), max(max(ll, lh), max(hl, hh))};

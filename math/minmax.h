@@ -3,7 +3,7 @@
 /// In the namespace of the types that the mathematics serves, as all of it.
 namespace QUtils {
 
-/// The smaller of two numbers: the second one when they tie or when either is not a number. The
+/// The smaller of two numbers: the second one when they tie or when either is NaN. The
 /// order of the operands, and of nested calls, is part of every result.
 template <class T>
 constexpr T min(T x, T y) {
