@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Writes the tables of docs/plugins.md anew, from what the library registers.
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+
+document=docs/plugins.md
+marker='# Parameters as registered'
+
+step "packages" scripts/install.sh build
+step "configure release" cmake --preset release
+step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
+tables=$(build/release/preview/samplerinfo-preview list --markdown)
+text=$(sed "/^$marker\$/q" "$document")
+printf '%s\n\n%s\n' "$text" "$tables" >"$document"
