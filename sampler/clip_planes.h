@@ -18,10 +18,10 @@ struct ClipPlaneCache {
   /// threads.
   void beginFrame() { computed.store(0, std::memory_order_relaxed); }
 
-  /// After it the distances hold for the rest of the frame. Any thread; waits for another one that
-  /// is computing. Lets exceptions of the host's scene and log pass.
-  void computeClipPlanes(const ShadingContext& sc) {
-    if (computed.load(std::memory_order_acquire) == 0) computeOnce(sc);
+  /// One of the distances, which hold for the rest of the frame. Any thread; waits for another one
+  /// that is computing. Lets exceptions of the host's scene and log pass.
+  float computeClipPlanes(const ShadingContext& sc, float ClipPlaneCache::*plane) {
+    return computed.load(std::memory_order_acquire) != 0 ? this->*plane : computeOnce(sc, plane);
   }
 
   platform::Lock lock;  ///< held while computing
@@ -30,9 +30,10 @@ struct ClipPlaneCache {
   std::atomic<std::int32_t> computed{0};  ///< 1 once the distances are those of this frame
 
  private:
-  void computeOnce(const ShadingContext& sc) {
+  // Out of line, so that all later samples of the frame read a flag and a field and save nothing.
+  [[gnu::noinline]] float computeOnce(const ShadingContext& sc, float ClipPlaneCache::*plane) {
     const std::lock_guard guard(lock);
-    if (computed.load(std::memory_order_relaxed) != 0) return;
+    if (computed.load(std::memory_order_relaxed) != 0) return this->*plane;
 
     constexpr float kClosest = 0.1F;
     constexpr float kFarthest = 1e30F;
@@ -56,6 +57,7 @@ struct ClipPlaneCache {
       log->print("Auto clipping planes : %.2f %.2f\n", static_cast<double>(nearPlane),
                  static_cast<double>(farPlane));
     }
+    return this->*plane;
   }
 };
 
@@ -65,8 +67,7 @@ template <float ClipPlaneCache::*kPlane>
 class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
  public:
   float getFloat(const ShadingContext& sc) const override {
-    clipPlanes->computeClipPlanes(sc);
-    return clipPlanes->*kPlane;
+    return clipPlanes->computeClipPlanes(sc, kPlane);
   }
 
   ClipPlaneCache* clipPlanes = nullptr;  ///< the plugin's, from `renderBegin` on
