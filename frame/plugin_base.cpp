@@ -1,22 +1,29 @@
 #include "frame/plugin_base.h"
 
+#include <utility>
+
 namespace QUtils {
 
-/// One added interface. Owns the rest of its chain.
+/// One added interface.
 struct InterfaceEntry {
-  ~InterfaceEntry() {
-    delete next;  // the chain is newest first, so the oldest interface is released first
-    if (iface != nullptr && releaseWithOwner != 0) iface->release();
-  }
-
   PluginInterface* iface;
   std::int32_t releaseWithOwner;
   InterfaceEntry* next;
 };
 
+// A released interface may still use the list, which then holds what is yet to be released.
 PluginBase::~PluginBase() {
-  delete interfaces_;
-  interfaces_ = nullptr;
+  InterfaceEntry* oldestFirst = nullptr;
+  while (interfaces_ != nullptr) {
+    InterfaceEntry* entry = std::exchange(interfaces_, interfaces_->next);
+    entry->next = std::exchange(oldestFirst, entry);
+  }
+  interfaces_ = oldestFirst;
+  while (interfaces_ != nullptr) {
+    const InterfaceEntry entry = *interfaces_;
+    delete std::exchange(interfaces_, entry.next);
+    if (entry.iface != nullptr && entry.releaseWithOwner != 0) entry.iface->release();
+  }
 }
 
 PluginInterface* PluginBase::getInterface(InterfaceId id) {
@@ -38,8 +45,6 @@ std::int32_t PluginBase::removeInterface(PluginInterface* iface) {
     InterfaceEntry* entry = *link;
     if (entry->iface != iface) continue;
     *link = entry->next;
-    entry->iface = nullptr;  // so that destroying the entry releases neither it nor the rest
-    entry->next = nullptr;
     delete entry;
     return 1;
   }

@@ -219,6 +219,54 @@ TEST(InterfaceList, ReleasesWhatItWasAskedToOldestFirstAndNothingThatWasRemoved)
   EXPECT_EQ(releases, (std::vector<const Extra*>{&a, &c}));
 }
 
+TEST(InterfaceList, ServesTheInterfacesThatItReleases) {
+  struct Busy final : PluginInterface {
+    PluginBase* owner = nullptr;
+    PluginInterface *removed = nullptr, *added = nullptr, *other = nullptr;
+    int releases = 0;
+    InterfaceId getInterfaceId() const override { return 1; }
+    PluginBase* getPlugin() override { return owner; }
+    void release() override {
+      ++releases;
+      EXPECT_EQ(owner->getInterface(getInterfaceId()), nullptr) << "still in the list";
+      EXPECT_EQ(owner->getInterface(other->getInterfaceId()), other);
+      EXPECT_EQ(owner->removeInterface(removed), 1);
+      EXPECT_EQ(owner->addInterface(added, 1), 1);
+    }
+  } busy;
+  std::vector<const Extra*> releases;
+  Extra removed(2, &releases);
+  Extra other(3, &releases);
+  Extra added(4, &releases);
+  {
+    Instance instance("TexFloatOp");
+    busy.owner = &instance.object();
+    busy.removed = &removed;
+    busy.other = &other;
+    busy.added = &added;
+    for (PluginInterface* iface :
+         {static_cast<PluginInterface*>(&busy), static_cast<PluginInterface*>(&removed),
+          static_cast<PluginInterface*>(&other)}) {
+      instance.object().addInterface(iface, 1);
+    }
+  }
+  EXPECT_EQ(busy.releases, 1);
+  EXPECT_EQ(std::ranges::count(releases, &other), 1);
+  EXPECT_EQ(std::ranges::count(releases, &added), 1);
+  EXPECT_EQ(releases.size(), 2U);
+}
+
+TEST(InterfaceList, MayBeLongerThanTheStackIsDeep) {
+  constexpr std::size_t kEntries = 700000;
+  std::vector<const Extra*> releases;
+  Extra extra(1, &releases);
+  {
+    Instance instance("TexFloatOp");
+    for (std::size_t i = 0; i < kEntries; ++i) instance.object().addInterface(&extra, 1);
+  }
+  EXPECT_EQ(releases.size(), kEntries);
+}
+
 TEST(InterfaceList, TellsTheOwnerOfAnInterfaceThatIsReleased) {
   struct Owner final : PluginBase {
     void releaseInterface(PluginInterface* iface) override { released.push_back(iface); }
