@@ -1,6 +1,8 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,9 +41,22 @@ int formatText(char* buffer, std::size_t size, const char* format,
   return length >= 0 && static_cast<std::size_t>(length) < size ? length : -1;
 }
 
-// One unbuffered write, so that nothing is allocated and lines of several threads do not mix.
+// One unbuffered write, so that nothing is allocated and lines of several threads do not mix. Where
+// nobody reads it raises SIGPIPE, which is taken back unless the thread had one waiting.
 void debugOutput(const char* text) noexcept {
-  [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
+  sigset_t brokenPipe;
+  sigset_t mask;
+  sigset_t waiting;
+  sigemptyset(&brokenPipe);
+  sigaddset(&brokenPipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &brokenPipe, &mask);
+  sigpending(&waiting);
+  const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
+  if (written < 0 && errno == EPIPE && sigismember(&waiting, SIGPIPE) == 0) {
+    constexpr timespec kAtOnce{};
+    sigtimedwait(&brokenPipe, nullptr, &kAtOnce);
+  }
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
 }
 
 static_assert(sizeof(Lock) >= sizeof(std::mutex));
