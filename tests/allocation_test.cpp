@@ -10,6 +10,7 @@
 #include "standin/host_objects.h"
 #include "standin/introspection.h"
 #include "standin/textures.h"
+#include "tests/contract/refusal.h"
 #include "tests/support/fake_platform.h"
 #include "tests/support/library.h"
 
@@ -53,14 +54,9 @@ class AllocationTest : public ::testing::Test {
 TEST_F(AllocationTest, ARefusedRequestDiagnosesTheHeapAndThrowsItsMessage) {
   fakePlatform().total = 4000000000U;
   fakePlatform().walk = {123456, 789, -5};
-  EXPECT_EQ(refusal(3000000000U),
-            "Memory allocation failure; 3000000000 bytes requested; 4000000000 bytes already in "
-            "heap; 123456 bytes free heap space.");
-  EXPECT_EQ(fakePlatform().debugText,
-            "[operator new] failed (size is -1294967296)\n"
-            "[getFreeHeapMemory] Getting free heap memory.\n"
-            "[getFreeHeapMemory] heapstatus=-5\n"
-            "[getFreeHeapMemory] Number of blocks visited: 789\n");
+  const Refusal expected = expectedRefusal(3000000000U, 4000000000U, 123456, 789, -5);
+  EXPECT_EQ(refusal(3000000000U), expected.message);
+  EXPECT_EQ(fakePlatform().debugText, expected.debug);
 }
 
 TEST_F(AllocationTest, ADamagedHeapReplacesTheMessage) {

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "tests/contract/refusal.h"
 #include "tests/support/library.h"
 
 namespace {
@@ -48,18 +49,12 @@ TEST(LinuxHeap, ARefusalIsDiagnosedWithTheFiguresOfTheHeap) {
     }
     return before;
   }();
-  const auto figure = [](std::size_t number) {
-    return std::to_string(static_cast<std::uint32_t>(number));
-  };
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "[operator new] failed (size is 67108865)\n"
-            "[getFreeHeapMemory] Getting free heap memory.\n"
-            "[getFreeHeapMemory] heapstatus=-5\n"
-            "[getFreeHeapMemory] Number of blocks visited: " +
-                figure(heap.ordblks + heap.smblks + heap.hblks) + "\n");
-  EXPECT_EQ(message, "Memory allocation failure; 67108865 bytes requested; " +
-                         figure(heap.arena + heap.hblkhd) + " bytes already in heap; " +
-                         figure(heap.fordblks) + " bytes free heap space.");
+  const Refusal expected =
+      expectedRefusal(kHuge + 1, static_cast<std::uint32_t>(heap.arena + heap.hblkhd),
+                      static_cast<std::uint32_t>(heap.fordblks),
+                      static_cast<std::uint32_t>(heap.ordblks + heap.smblks + heap.hblks), -5);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), expected.debug);
+  EXPECT_EQ(message, expected.message);
 }
 
 }  // namespace

@@ -35,31 +35,39 @@ void* loadLibrary(const char* path) {
   return getLibDesc();
 }
 
-typedef struct {
-  void* const* table;
-  const char* name;
-  void* desc;
-} Finder;
-
-static int32_t METHOD finder_visitPluginDesc(void* self, void* desc) {
-  Finder* finder = self;
-  if (strcmp(PluginDesc_getPluginName(desc), finder->name) != 0) return 1;
-  finder->desc = desc;
-  return 0;
+static int32_t METHOD DescList_visitPluginDesc(void* self, void* desc) {
+  DescList* list = self;
+  if (list->count < DESCS) list->descs[list->count] = desc;
+  return ++list->count != list->stopAt;
 }
-
-static void* const finderTable[] = {
-    [PluginDescVisitor_visitPluginDesc_slot] = finder_visitPluginDesc,
+void* const DescList_table[] = {
+    [PluginDescVisitor_visitPluginDesc_slot] = DescList_visitPluginDesc,
 };
 
 void* findDesc(void* library, const char* name) {
-  Finder finder = {finderTable, name, NULL};
-  PluginLibDesc_enumPluginDescs(library, &finder);
-  if (finder.desc == NULL) {
-    fprintf(stderr, "no plugin is named %s\n", name);
-    exit(2);
+  DescList list = {.table = DescList_table};
+  PluginLibDesc_enumPluginDescs(library, &list);
+  for (int i = 0; i < list.count && i < DESCS; ++i) {
+    if (strcmp(PluginDesc_getPluginName(list.descs[i]), name) == 0) return list.descs[i];
   }
-  return finder.desc;
+  fprintf(stderr, "no plugin is named %s\n", name);
+  exit(2);
+}
+
+/* ---- Checks --------------------------------------------------------------------------------- */
+
+int failures;
+const char* place = "start";
+
+void check(int holds, const char* text, int line) {
+  if (holds) return;
+  ++failures;
+  printf("%d: %s: does not hold: %s\n", line, place, text);
+}
+
+int finish(void) {
+  printf(failures == 0 ? "everything holds\n" : "%d failures\n", failures);
+  return failures != 0;
 }
 
 /* ---- Textures ------------------------------------------------------------------------------- */
@@ -87,65 +95,33 @@ static void METHOD noRelease(void* self) { (void)self; }
     return id;                                  \
   }
 
-IDENTIFIER(floatInput_getInterfaceId, EXT_TEXTURE_FLOAT)
-static float METHOD floatInput_getFloat(void* self, const ShadingContext* sc) {
-  seenContext = sc;
-  return ((FloatInput*)self)->value;
-}
-static void METHOD floatInput_getFloatBounds(void* self, float* min, float* max) {
-  *min = ((FloatInput*)self)->lo;
-  *max = ((FloatInput*)self)->hi;
-}
-static RECORD(Vector) floatInput_getGradient(void* self RESULT(Vector), const ShadingContext* sc) {
-  seenContext = sc;
-  RETURN(((FloatInput*)self)->gradient);
-}
-void* const floatInputTable[] = {
-    INTERFACE_OPERATIONS(floatInput_getInterfaceId),
-    [TextureFloatInterface_getFloat_slot] = floatInput_getFloat,
-    [TextureFloatInterface_getFloatBounds_slot] = floatInput_getFloatBounds,
-    [TextureFloatInterface_getGradient_slot] = floatInput_getGradient,
-};
-
-IDENTIFIER(vectorInput_getInterfaceId, EXT_TEXTURE_VECTOR)
-static RECORD(Vector) vectorInput_getVector(void* self RESULT(Vector), const ShadingContext* sc) {
-  seenContext = sc;
-  RETURN(((VectorInput*)self)->value);
-}
-static void METHOD vectorInput_getVectorBounds(void* self, Vector* min, Vector* max) {
-  *min = ((VectorInput*)self)->lo;
-  *max = ((VectorInput*)self)->hi;
-}
-static RECORD(Vector) vectorInput_getGradient(void* self RESULT(Vector), const ShadingContext* sc) {
-  seenContext = sc;
-  RETURN(((VectorInput*)self)->gradient);
-}
-void* const vectorInputTable[] = {
-    INTERFACE_OPERATIONS(vectorInput_getInterfaceId),
-    [TextureVectorInterface_getVector_slot] = vectorInput_getVector,
-    [TextureVectorInterface_getVectorBounds_slot] = vectorInput_getVectorBounds,
-    [TextureVectorInterface_getGradient_slot] = vectorInput_getGradient,
-};
-
-IDENTIFIER(colorInput_getInterfaceId, EXT_TEXTURE)
-static RECORD(AColor) colorInput_getColor(void* self RESULT(AColor), const ShadingContext* sc) {
-  seenContext = sc;
-  RETURN(((ColorInput*)self)->value);
-}
-static void METHOD colorInput_getColorBounds(void* self, AColor* min, AColor* max) {
-  *min = ((ColorInput*)self)->lo;
-  *max = ((ColorInput*)self)->hi;
-}
-static RECORD(Vector) colorInput_getGradient(void* self RESULT(Vector), const ShadingContext* sc) {
-  seenContext = sc;
-  RETURN(((ColorInput*)self)->gradient);
-}
-void* const colorInputTable[] = {
-    INTERFACE_OPERATIONS(colorInput_getInterfaceId),
-    [TextureInterface_getColor_slot] = colorInput_getColor,
-    [TextureInterface_getColorBounds_slot] = colorInput_getColorBounds,
-    [TextureInterface_getGradient_slot] = colorInput_getGradient,
-};
+/* One kind of input. Its value, a float or a record, is given back in the way of its kind. */
+#define INPUT(Input, Interface, id, get, Value, RESULT_TYPE, RESULT_PARAMETER, GIVE)               \
+  IDENTIFIER(Input##_getInterfaceId, id)                                                           \
+  static RESULT_TYPE Input##_##get(void* self RESULT_PARAMETER, const ShadingContext* sc) {        \
+    seenContext = sc;                                                                              \
+    GIVE(((Input*)self)->value);                                                                   \
+  }                                                                                                \
+  static void METHOD Input##_##get##Bounds(void* self, Value* min, Value* max) {                   \
+    *min = ((Input*)self)->lo;                                                                     \
+    *max = ((Input*)self)->hi;                                                                     \
+  }                                                                                                \
+  static RECORD(Vector) Input##_getGradient(void* self RESULT(Vector), const ShadingContext* sc) { \
+    seenContext = sc;                                                                              \
+    RETURN(((Input*)self)->gradient);                                                              \
+  }                                                                                                \
+  void* const Input##_table[] = {                                                                  \
+      INTERFACE_OPERATIONS(Input##_getInterfaceId),                                                \
+      [Interface##_##get##_slot] = Input##_##get,                                                  \
+      [Interface##_##get##Bounds_slot] = Input##_##get##Bounds,                                    \
+      [Interface##_getGradient_slot] = Input##_getGradient,                                        \
+  };
+INPUT(FloatInput, TextureFloatInterface, EXT_TEXTURE_FLOAT, getFloat, float, float METHOD, ,
+      return )
+INPUT(VectorInput, TextureVectorInterface, EXT_TEXTURE_VECTOR, getVector, Vector, RECORD(Vector),
+      RESULT(Vector), RETURN)
+INPUT(ColorInput, TextureInterface, EXT_TEXTURE, getColor, AColor, RECORD(AColor), RESULT(AColor),
+      RETURN)
 
 int32_t connectInput(void* pluginInterface, const char* name, void* texture) {
   QuorPluginParameter parameter = {name, KIND_INTERFACE, {.iface = texture}};
@@ -161,6 +137,38 @@ int32_t setNumber(void* pluginInterface, const char* name, int32_t kind, int32_t
 void* outputOf(void* pluginInterface, const char* name) {
   QuorPluginParameter* parameter = QuorPluginInterface_getParameter(pluginInterface, name);
   return parameter != NULL && parameter->kind == KIND_INTERFACE ? parameter->value.iface : NULL;
+}
+
+#define ASK(Interface, Value, get)                                                      \
+  do {                                                                                  \
+    Value* values = (Value*)numbers;                                                    \
+    if (question == VALUE) values[0] = Interface##_##get(texture, &host.sc);            \
+    if (question == BOUNDS) Interface##_##get##Bounds(texture, values, &values[1]);     \
+    if (question == GRADIENT) gradient[0] = Interface##_getGradient(texture, &host.sc); \
+    if (question == GRADIENT) return 3;                                                 \
+    return (int)(sizeof(Value) / sizeof(float)) * (question == BOUNDS ? 2 : 1);         \
+  } while (0)
+
+int ask(void* texture, enum TextureKind kind, enum Question question, float* numbers) {
+  Vector* gradient = (Vector*)numbers;
+  int32_t integer;
+  switch (kind) {
+    case COLOR:
+      ASK(TextureInterface, AColor, getColor);
+    case NUMBER:
+      ASK(TextureFloatInterface, float, getFloat);
+    case VECTOR:
+      ASK(TextureVectorInterface, Vector, getVector);
+    case INTEGER:
+      if (question != VALUE) return 0;
+      integer = TextureIntInterface_getInt(texture, &host.sc);
+      memcpy(numbers, &integer, sizeof integer);
+      return 1;
+    default:
+      if (question != VALUE) return 0;
+      *(Transform*)numbers = TextureTransformInterface_getTransform(texture, &host.sc);
+      return 12;
+  }
 }
 
 /* ---- The host's objects --------------------------------------------------------------------- */

@@ -10,30 +10,64 @@
 void* loadLibrary(const char* path);
 void unloadLibrary(void);
 
+/* A visitor that notes the descriptors it is shown, and stops after `stopAt` of them if not 0. */
+enum { DESCS = 16 };
+typedef struct {
+  void* const* table;
+  void* descs[DESCS];
+  int count;
+  int stopAt;
+} DescList;
+extern void* const DescList_table[];
+
 /* The descriptor of a kind of plugin, by name. */
 void* findDesc(void* library, const char* name);
 
-/* ---- Textures: a value, bounds and a gradient of choice ------------------------------------- */
+/* What the stand-in for the host's library keeps of the parameters that a descriptor describes: a
+ * list is, as its compilers lay it out, three pointers. */
+enum {
+  PARAM_INTEGER = 3,
+  PARAM_BOOLEAN = 4,
+  PARAM_OUTPUT = 5
+};                                                              /* inputs, and outputs from 5 on, */
+enum TextureKind { COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM }; /* in this order */
+typedef struct {
+  const char* name;
+  int32_t type, initial, flags;
+  const char *help, *text;
+} ParameterInfo;
+typedef struct {
+  const ParameterInfo *begin, *end, *limit;
+} ParameterInfos;
+static inline const ParameterInfos* parametersOf(void* desc) {
+  return ((void**)desc)[descriptor_parameters];
+}
 
-typedef struct {
-  void* const* table;
-  float value, lo, hi;
-  Vector gradient;
-} FloatInput;
-typedef struct {
-  void* const* table;
-  Vector value, lo, hi;
-  Vector gradient;
-} VectorInput;
-typedef struct {
-  void* const* table;
-  AColor value, lo, hi;
-  Vector gradient;
-} ColorInput;
+/* ---- Checks --------------------------------------------------------------------------------- */
 
-extern void* const floatInputTable[];
-extern void* const vectorInputTable[];
-extern void* const colorInputTable[];
+extern int failures;
+extern const char* place; /* what is being looked at, for the report */
+
+void check(int holds, const char* text, int line);
+#define CHECK(condition) check(!!(condition), #condition, __LINE__)
+
+/* Prints the last line; returns what the program should. */
+int finish(void);
+
+/* ---- Textures ------------------------------------------------------------------------------- */
+
+/* Inputs with a value, bounds and a gradient of choice. */
+#define INPUT_RECORD(Input, Value) \
+  typedef struct {                 \
+    void* const* table;            \
+    Value value, lo, hi;           \
+    Vector gradient;               \
+  } Input;                         \
+  extern void* const Input##_table[];
+INPUT_RECORD(FloatInput, float)
+INPUT_RECORD(VectorInput, Vector)
+INPUT_RECORD(ColorInput, AColor)
+#undef INPUT_RECORD
 
 /* The shading context that the last asked input was given. */
 extern const ShadingContext* seenContext;
@@ -45,6 +79,11 @@ int32_t setNumber(void* pluginInterface, const char* name, int32_t kind, int32_t
 
 /* The texture of an output; null if there is none. */
 void* outputOf(void* pluginInterface, const char* name);
+
+/* Asks a texture in `host.sc`. Returns how many numbers the answer has, at most 12 (that of an
+ * integer has its bits); 0 where there is no such question. */
+enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
+int ask(void* texture, enum TextureKind kind, enum Question question, float* numbers);
 
 /* ---- The host's objects and records, one of each -------------------------------------------- */
 

@@ -7,16 +7,6 @@
 
 #include "c_host.h"
 
-static int failures;
-static const char* place; /* what is being looked at, for the report */
-
-static void check(int holds, const char* text, int line) {
-  if (holds) return;
-  ++failures;
-  printf("%d: %s: does not hold: %s\n", line, place, text);
-}
-#define CHECK(condition) check(!!(condition), #condition, __LINE__)
-
 static void checkNumbers(const float* found, const float* expected, int count, const char* what,
                          int line) {
   for (int i = 0; i < count; ++i) {
@@ -26,12 +16,19 @@ static void checkNumbers(const float* found, const float* expected, int count, c
            expected[i]);
   }
 }
-#define CHECK_NUMBERS(record, ...)                                                            \
-  do {                                                                                        \
-    const float expected_[] = {__VA_ARGS__};                                                  \
-    checkNumbers((const float*)&(record), expected_, sizeof(record) / sizeof(float), #record, \
-                 __LINE__);                                                                   \
-  } while (0)
+
+/* A texture's value, minimum, maximum and gradient. */
+static void checkAnswers(void* texture, enum TextureKind kind, const float* expected, int line) {
+  static const char* const names[] = {"value", "bounds", "gradient"};
+  for (enum Question question = VALUE; question < QUESTIONS; ++question) {
+    float numbers[12];
+    const int count = ask(texture, kind, question, numbers);
+    checkNumbers(numbers, expected, count, names[question], line);
+    expected += count;
+  }
+}
+#define CHECK_ANSWERS(texture, kind, ...) \
+  checkAnswers(texture, kind, (const float[]){__VA_ARGS__}, __LINE__)
 
 static void** words(void* object) { return object; }
 static int sameText(const char* a, const char* b) { return a != NULL && strcmp(a, b) == 0; }
@@ -50,24 +47,8 @@ static const struct {
 };
 enum { KINDS = sizeof kinds / sizeof kinds[0] };
 
-typedef struct {
-  void* const* table;
-  void* descs[KINDS + 1];
-  int count;
-  int stopAt;
-} Visitor;
-
-static int32_t METHOD visitor_visitPluginDesc(void* self, void* desc) {
-  Visitor* visitor = self;
-  if (visitor->count <= KINDS) visitor->descs[visitor->count] = desc;
-  return ++visitor->count != visitor->stopAt;
-}
-static void* const visitorTable[] = {
-    [PluginDescVisitor_visitPluginDesc_slot] = visitor_visitPluginDesc,
-};
-
 static void checkLibrary(void* library) {
-  Visitor stopping = {.table = visitorTable, .stopAt = 3};
+  DescList stopping = {.table = DescList_table, .stopAt = 3};
   place = "library descriptor";
   CHECK(sameText(PluginLibDesc_getLibraryName(library), "SamplerInfo"));
   CHECK(sameText(PluginLibDesc_getLibraryDescription(library),
@@ -96,7 +77,7 @@ static void* const registryTable[] = {
 };
 
 static void checkDescriptors(void* library) {
-  Visitor all = {.table = visitorTable};
+  DescList all = {.table = DescList_table};
   place = "enumeration";
   CHECK(PluginLibDesc_enumPluginDescs(library, &all) == KINDS);
   if (all.count != KINDS) return;
@@ -244,12 +225,10 @@ static void checkOutput(void* texture, uint64_t id, const char* name) {
 }
 
 static void checkFloatTexture(void* library) {
-  FloatInput a = {floatInputTable, 6, 5, 8, {1, 2, 3}};
-  FloatInput b = {floatInputTable, 4, 2, 4, {10, 20, 40}};
+  FloatInput a = {FloatInput_table, 6, 5, 8, {1, 2, 3}};
+  FloatInput b = {FloatInput_table, 4, 2, 4, {10, 20, 40}};
   void* plugin = newPlugin(library, "TexFloatOp");
   void* difference = outputOf(plugin, "difference");
-  float value, min, max;
-  Vector gradient;
 
   checkOutput(difference, EXT_TEXTURE_FLOAT, "EXT_TEXTURE_FLOAT");
   CHECK(connectInput(plugin, "float_a", &a) == 1);
@@ -257,25 +236,18 @@ static void checkFloatTexture(void* library) {
   QuorPluginInterface_frameBegin(plugin, NULL);
   CHECK(words(difference)[output_firstInput] == &a);
 
-  value = TextureFloatInterface_getFloat(difference, &host.sc);
-  CHECK_NUMBERS(value, 2);
+  CHECK_ANSWERS(difference, NUMBER, 2, 1, 6, -9, -18, -37);
   CHECK(seenContext == &host.sc);
-  TextureFloatInterface_getFloatBounds(difference, &min, &max);
-  CHECK_NUMBERS(min, 1);
-  CHECK_NUMBERS(max, 6);
-  gradient = TextureFloatInterface_getGradient(difference, &host.sc);
-  CHECK_NUMBERS(gradient, -9, -18, -37);
   deleteThrough(plugin);
 }
 
 static void checkVectorTexture(void* library) {
-  VectorInput a = {vectorInputTable, {1, 2, 3}, {0, 1, 2}, {2, 3, 4}, {1, 2, 3}};
-  VectorInput b = {vectorInputTable, {4, 5, 6}, {3, 4, 5}, {5, 6, 7}, {2, 4, 8}};
-  FloatInput multA = {floatInputTable, 2, 2, 2, {0, 0, 0}};
-  FloatInput multB = {floatInputTable, 0.5f, 0.5f, 0.5f, {0, 0, 0}};
+  VectorInput a = {VectorInput_table, {1, 2, 3}, {0, 1, 2}, {2, 3, 4}, {1, 2, 3}};
+  VectorInput b = {VectorInput_table, {4, 5, 6}, {3, 4, 5}, {5, 6, 7}, {2, 4, 8}};
+  FloatInput multA = {FloatInput_table, 2, 2, 2, {0, 0, 0}};
+  FloatInput multB = {FloatInput_table, 0.5f, 0.5f, 0.5f, {0, 0, 0}};
   void* plugin = newPlugin(library, "TexVectorOp");
   void* difference = outputOf(plugin, "difference");
-  Vector value, min, max, gradient;
 
   checkOutput(difference, EXT_TEXTURE_VECTOR, "EXT_TEXTURE_VECTOR");
   CHECK(connectInput(plugin, "vector_a", &a) == 1);
@@ -285,36 +257,24 @@ static void checkVectorTexture(void* library) {
   QuorPluginInterface_frameBegin(plugin, NULL);
   CHECK(words(difference)[output_firstInput] == &a);
 
-  value = TextureVectorInterface_getVector(difference, &host.sc);
-  CHECK_NUMBERS(value, 0, 1.5f, 3);
-  TextureVectorInterface_getVectorBounds(difference, &min, &max);
-  CHECK_NUMBERS(min, -2.5f, -1, 0.5f);
-  CHECK_NUMBERS(max, 2.5f, 4, 5.5f);
-  gradient = TextureVectorInterface_getGradient(difference, &host.sc);
-  CHECK_NUMBERS(gradient, 1, 2, 2);
+  CHECK_ANSWERS(difference, VECTOR, 0, 1.5f, 3, -2.5f, -1, 0.5f, 2.5f, 4, 5.5f, 1, 2, 2);
   deleteThrough(plugin);
 }
 
 static void checkColorDifference(void* texture) {
-  AColor value, min, max;
-  Vector gradient;
-  value = TextureInterface_getColor(texture, &host.sc);
-  CHECK_NUMBERS(value, -3.5f, -1.75f, -7, 0.75f);
-  TextureInterface_getColorBounds(texture, &min, &max);
-  CHECK_NUMBERS(min, -4, -2, -8, 0.5f);
-  CHECK_NUMBERS(max, -3, -1, -6, 1);
-  gradient = TextureInterface_getGradient(texture, &host.sc);
-  CHECK_NUMBERS(gradient, -3, -6, -13);
+  CHECK_ANSWERS(texture, COLOR, -3.5f, -1.75f, -7, 0.75f, -4, -2, -8, 0.5f, -3, -1, -6, 1, -3, -6,
+                -13);
 }
 
 static void checkColorTexture(void* library) {
   ColorInput a = {
-      colorInputTable, {0.5f, 0.25f, 1, 0.75f}, {0, 0, 0, 0.5f}, {1, 1, 2, 1}, {1, 2, 3}};
-  ColorInput b = {colorInputTable, {4, 2, 8, 0.5f}, {4, 2, 8, 0.5f}, {4, 2, 8, 0.5f}, {4, 8, 16}};
+      ColorInput_table, {0.5f, 0.25f, 1, 0.75f}, {0, 0, 0, 0.5f}, {1, 1, 2, 1}, {1, 2, 3}};
+  ColorInput b = {ColorInput_table, {4, 2, 8, 0.5f}, {4, 2, 8, 0.5f}, {4, 2, 8, 0.5f}, {4, 8, 16}};
   void* plugin = newPlugin(library, "TexAColorOp");
   void* object = PluginInterface_getPlugin(plugin);
   void* difference = outputOf(plugin, "difference");
   void* red = outputOf(plugin, "red");
+  void** redObject = &words(red)[-RTex_TextureFloatInterface];
   void* intensity = outputOf(plugin, "intensity");
   void* intensityObject = PluginInterface_getPlugin(intensity);
 
@@ -330,7 +290,9 @@ static void checkColorTexture(void* library) {
 
   /* Two outputs are objects as well, one of which says so. */
   checkOutput(red, EXT_TEXTURE_FLOAT, "EXT_TEXTURE_FLOAT");
-  CHECK(words(red)[-RTex_TextureFloatInterface + PluginBase_interfaces] == NULL);
+  CHECK(redObject[0] != NULL && virtualTable(redObject)[PluginBase_addInterface_slot] ==
+                                    virtualTable(object)[PluginBase_addInterface_slot]);
+  CHECK(redObject[PluginBase_interfaces] == NULL);
   CHECK(words(red)[output_firstInput] == &a);
   CHECK(PluginInterface_getInterfaceId(intensity) == EXT_TEXTURE_FLOAT);
   CHECK(intensity == &words(intensityObject)[ITex_TextureFloatInterface]);
@@ -342,14 +304,12 @@ static void checkColorTexture(void* library) {
 }
 
 static void checkBoolean(void* library) {
-  FloatInput r = {floatInputTable, 0.25f, 0, 0.5f, {3, 0, 0}};
-  FloatInput g = {floatInputTable, 0.5f, 0.25f, 0.75f, {0, 6, 0}};
-  FloatInput b = {floatInputTable, 1, 1, 2, {0, 0, 9}};
-  FloatInput alpha = {floatInputTable, 0.375f, 0, 0, {0, 0, 0}};
+  FloatInput r = {FloatInput_table, 0.25f, 0, 0.5f, {3, 0, 0}};
+  FloatInput g = {FloatInput_table, 0.5f, 0.25f, 0.75f, {0, 6, 0}};
+  FloatInput b = {FloatInput_table, 1, 1, 2, {0, 0, 9}};
+  FloatInput alpha = {FloatInput_table, 0.375f, 0, 0, {0, 0, 0}};
   void* plugin = newPlugin(library, "Float3ToAColor");
   void* color = outputOf(plugin, "color");
-  AColor value, min, max;
-  Vector gradient;
 
   connectInput(plugin, "float1", &r);
   connectInput(plugin, "float2", &g);
@@ -357,25 +317,18 @@ static void checkBoolean(void* library) {
   connectInput(plugin, "alpha", &alpha);
   CHECK(setNumber(plugin, "invert", KIND_BOOLEAN, 1) == 1);
   QuorPluginInterface_frameBegin(plugin, NULL);
-  value = TextureInterface_getColor(color, &host.sc);
-  CHECK_NUMBERS(value, 0.75f, 0.5f, 0, 0.375f);
-  TextureInterface_getColorBounds(color, &min, &max);
-  CHECK_NUMBERS(min, 0.5f, 0.25f, -1, 1);
-  CHECK_NUMBERS(max, 1, 0.75f, 0, 1);
-  gradient = TextureInterface_getGradient(color, &host.sc);
-  CHECK_NUMBERS(gradient, -1, -2, -3);
+  CHECK_ANSWERS(color, COLOR, 0.75f, 0.5f, 0, 0.375f, 0.5f, 0.25f, -1, 1, 1, 0.75f, 0, 1, -1, -2,
+                -3);
   deleteThrough(plugin);
 }
 
 /* ---- The shading context and what it leads to ----------------------------------------------- */
 
-enum Kind { FLOAT, VECTOR, INT, TRANSFORM };
-
 /* Every output of the sampler with what it should be in the context of `fillHost`; -1 in `moving`
  * where the motion of the camera does not matter. */
 static const struct {
   const char* output;
-  enum Kind kind;
+  enum TextureKind kind;
   int moving;
   float numbers[12];
 } samples[] = {
@@ -391,13 +344,13 @@ static const struct {
     {"camToWorld", TRANSFORM, 0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 1000.5f, 2000.25f, 3000.125f}},
     {"camToWorld", TRANSFORM, 1, {1, 2, 5, 4, 5, 8, 7, 8, 11, 1000, 2000, 3004}},
     {"view_dir", VECTOR, -1, {0, 3, 4}},
-    {"frame_time", FLOAT, -1, {24.5f}},
-    {"ray_time", FLOAT, -1, {0.25f}},
-    {"facing_ratio", FLOAT, -1, {39}},
-    {"material_id", INT, -1, {77}},
-    {"flipped_normal", FLOAT, -1, {1}},
-    {"cameraNearClipPlane", FLOAT, -1, {10}},
-    {"cameraFarClipPlane", FLOAT, -1, {20}},
+    {"frame_time", NUMBER, -1, {24.5f}},
+    {"ray_time", NUMBER, -1, {0.25f}},
+    {"facing_ratio", NUMBER, -1, {39}},
+    {"material_id", INTEGER, -1, {77}},
+    {"flipped_normal", NUMBER, -1, {1}},
+    {"cameraNearClipPlane", NUMBER, -1, {10}},
+    {"cameraFarClipPlane", NUMBER, -1, {20}},
     {"uvCoord", VECTOR, -1, {0.25f, 0.5f, 0.75f}},
     {"rayDirection", VECTOR, 0, {0.8f, 0, 0.6f}},
     {"pixelCenter", VECTOR, -1, {10.5f, 459.5f, 0}},
@@ -431,31 +384,14 @@ static void fillHost(void) {
   host.surface.materialId = 77;
 }
 
-static int evaluate(void* texture, enum Kind kind, float* numbers) {
-  switch (kind) {
-    case FLOAT:
-      numbers[0] = TextureFloatInterface_getFloat(texture, &host.sc);
-      return 1;
-    case VECTOR:
-      *(Vector*)numbers = TextureVectorInterface_getVector(texture, &host.sc);
-      return 3;
-    case INT:
-      numbers[0] = (float)TextureIntInterface_getInt(texture, &host.sc);
-      return 1;
-    default:
-      *(Transform*)numbers = TextureTransformInterface_getTransform(texture, &host.sc);
-      return 12;
-  }
-}
-
 static void checkSampler(void* library) {
   static const struct {
     uint64_t id;
     const char* name;
   } interfaces[] = {
-      [FLOAT] = {EXT_TEXTURE_FLOAT, "EXT_TEXTURE_FLOAT"},
+      [NUMBER] = {EXT_TEXTURE_FLOAT, "EXT_TEXTURE_FLOAT"},
       [VECTOR] = {EXT_TEXTURE_VECTOR, "EXT_TEXTURE_VECTOR"},
-      [INT] = {EXT_TEXTURE_INT, "EXT_TEXTURE_INT"},
+      [INTEGER] = {EXT_TEXTURE_INT, "EXT_TEXTURE_INT"},
       [TRANSFORM] = {EXT_TEXTURE_TRANSFORM, "EXT_TEXTURE_TRANSFORM"},
   };
   void* plugin = newPlugin(library, "TexSampler");
@@ -472,7 +408,8 @@ static void checkSampler(void* library) {
       place = samples[i].output;
       if (samples[i].moving >= 0 && samples[i].moving != moving) continue;
       checkOutput(texture, interfaces[samples[i].kind].id, interfaces[samples[i].kind].name);
-      count = evaluate(texture, samples[i].kind, numbers);
+      count = ask(texture, samples[i].kind, VALUE, numbers);
+      if (samples[i].kind == INTEGER) numbers[0] = (float)*(const int32_t*)numbers;
       checkNumbers(numbers, samples[i].numbers, count, "value", __LINE__);
     }
     place = "log";
@@ -530,7 +467,7 @@ static void checkShaderSource(void* object, const char* served, const char* decl
 }
 
 static void checkShaderSources(void* library) {
-  ColorInput a = {colorInputTable, {1, 2, 3, 4}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0}};
+  ColorInput a = {ColorInput_table, {1, 2, 3, 4}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0}};
   void* plugin = newPlugin(library, "TexAColorOp");
   connectInput(plugin, "color_a", &a);
   QuorPluginInterface_frameBegin(plugin, NULL);
@@ -559,6 +496,5 @@ int main(int argc, char** argv) {
   checkSampler(library);
   checkShaderSources(library);
   unloadLibrary();
-  printf(failures == 0 ? "everything holds\n" : "%d failures\n", failures);
-  return failures != 0;
+  return finish();
 }
