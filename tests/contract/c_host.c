@@ -38,7 +38,7 @@ void* loadLibrary(const char* path) {
 static int32_t METHOD DescList_visitPluginDesc(void* self, void* desc) {
   DescList* list = self;
   if (list->count < DESCS) list->descs[list->count] = desc;
-  return ++list->count != list->stopAt;
+  return ++list->count != list->stopAt ? 256 : 0; /* anything but 0 goes on */
 }
 void* const DescList_table[] = {
     [PluginDescVisitor_visitPluginDesc_slot] = DescList_visitPluginDesc,

@@ -90,6 +90,7 @@ static void checkDescriptors(void* library) {
     CHECK(PluginDesc_supportsInterface(desc, EXT_QUOR_PLUGIN) == 1);
     CHECK(PluginDesc_supportsInterface(desc, EXT_QUOR_PLUGIN | (uint64_t)1 << 32) == 0);
     CHECK(PluginDesc_supportsInterface(desc, EXT_TEXTURE) == kinds[i].isTexture);
+    CHECK(PluginDesc_supportsInterface(desc, EXT_RTTEX) == 0);
     CHECK(PluginDesc_getExtraInfo(desc) == NULL);
     CHECK(PluginBase_getInterface(desc, EXT_QUOR_PLUGIN) == NULL);
     CHECK(words(desc)[PluginBase_interfaces] == NULL);
@@ -111,14 +112,11 @@ static void checkDescriptors(void* library) {
 /* An interface that counts how often it is released. */
 typedef struct {
   void* const* table;
+  uint64_t id;
   int releases;
 } Added;
 
-enum { ADDED_ID = 0x1234 };
-static uint64_t METHOD added_getInterfaceId(void* self) {
-  (void)self;
-  return (uint64_t)1 << 32 | ADDED_ID;
-}
+static uint64_t METHOD added_getInterfaceId(void* self) { return ((Added*)self)->id; }
 static void METHOD added_release(void* self) { ++((Added*)self)->releases; }
 static void* const addedTable[] = {
     [PluginInterface_getInterfaceId_slot] = added_getInterfaceId,
@@ -132,12 +130,15 @@ static void checkInterface(void* plugin, void* part, uint64_t id, const char* na
   CHECK(PluginInterface_getInterfaceId(part) == id);
   CHECK(sameText(PluginInterface_getInterfaceName(part), name));
   CHECK(PluginInterface_getPlugin(part) == plugin);
+  CHECK(PluginBase_getInterface(plugin, EXT_TEXTURE_FLOAT) == NULL);
   PluginInterface_release(part); /* changes nothing */
   CHECK(PluginBase_getInterface(plugin, id) == part);
 }
 
 static void checkInterfaceList(void* plugin, Added* added) {
-  const uint64_t id = added_getInterfaceId(added);
+  const uint64_t id = added->id;
+  void* quorPart = PluginBase_getInterface(plugin, EXT_QUOR_PLUGIN);
+  Added other = {addedTable, id, 0}, shadowed = {addedTable, EXT_QUOR_PLUGIN, 0};
   void** entry;
   CHECK(words(plugin)[PluginBase_interfaces] == NULL);
   CHECK(PluginBase_getInterface(plugin, id) == NULL);
@@ -145,7 +146,6 @@ static void checkInterfaceList(void* plugin, Added* added) {
   CHECK(PluginBase_addInterface(plugin, added, 0) == 1);
   CHECK(PluginBase_addInterface(plugin, added, 1) == 1);
   CHECK(PluginBase_getInterface(plugin, id) == added);
-  CHECK(PluginBase_getInterface(plugin, ADDED_ID) == NULL);
 
   /* An entry is the interface, the flag and the next entry. */
   entry = words(plugin)[PluginBase_interfaces];
@@ -153,14 +153,25 @@ static void checkInterfaceList(void* plugin, Added* added) {
   CHECK(*(int32_t*)&entry[1] == 1);
   CHECK(entry[2] != NULL && words(entry[2])[0] == added && words(entry[2])[2] == NULL);
 
-  PluginBase_releaseInterface(plugin, added); /* does nothing */
-  CHECK(PluginBase_removeInterface(plugin, added) == 1);
+  /* The newest is found first, the plugin's own parts before the list. */
+  PluginBase_addInterface(plugin, NULL, 1);
+  PluginBase_addInterface(plugin, &other, 0);
+  PluginBase_addInterface(plugin, &shadowed, 0);
+  CHECK(PluginBase_getInterface(plugin, id) == &other);
+  CHECK(PluginBase_getInterface(plugin, EXT_QUOR_PLUGIN) == quorPart);
+  CHECK(PluginBase_removeInterface(plugin, &other) == 1);
+  CHECK(PluginBase_removeInterface(plugin, &shadowed) == 1);
+  CHECK(PluginBase_getInterface(plugin, id) == added);
+
+  PluginBase_releaseInterface(plugin, added);            /* does nothing */
+  CHECK(PluginBase_removeInterface(plugin, added) == 1); /* the one with the flag */
+  CHECK(PluginBase_getInterface(plugin, id) == added);
   CHECK(PluginBase_addInterface(plugin, added, 1) == 1);
   CHECK(added->releases == 0);
 }
 
 static void checkInstance(void* desc, int isTexture, int isShader) {
-  Added added = {addedTable, 0};
+  Added added = {addedTable, EXT_QUOR_PLUGIN | (uint64_t)1 << 32, 0};
   void* plugin = PluginDesc_newPlugin(desc, NULL);
   void** quorPart = &words(plugin)[QuorPlugin_QuorPluginInterface];
   void** texturePart = &words(plugin)[QuorTexture_TextureInterface];
@@ -298,7 +309,6 @@ static void checkColorTexture(void* library) {
   CHECK(intensity == &words(intensityObject)[ITex_TextureFloatInterface]);
   checkInterface(intensityObject, &words(intensityObject)[ITex_RTTexInterface], EXT_RTTEX,
                  "EXT_RTTEX");
-  CHECK(PluginBase_getInterface(intensityObject, EXT_TEXTURE_FLOAT) == NULL);
   CHECK(words(intensityObject)[ITex_RTTexInterface + output_firstInput] == &a);
   deleteThrough(plugin);
 }
