@@ -9,12 +9,12 @@
 #include <iostream>
 #include <optional>
 
-#include "preview/errors.h"
-#include "preview/frame.h"
-#include "preview/plugin_library.h"
+#include "preview/messages/errors.h"
 #include "preview/render_command.h"
 #include "preview/reports.h"
-#include "preview/scene_file.h"
+#include "preview/scene/plugin_library.h"
+#include "preview/scene/scene_file.h"
+#include "preview/world/frame.h"
 
 namespace {
 

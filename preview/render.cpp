@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include "preview/sampling.h"
+#include "preview/world/sampling.h"
 
 namespace preview {
 

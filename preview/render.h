@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "preview/float_image.h"
-#include "preview/frame.h"
-#include "preview/texture.h"
+#include "preview/pictures/float_image.h"
+#include "preview/scene/texture.h"
+#include "preview/world/frame.h"
 
 namespace preview {
 

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "preview/color_map.h"
-#include "preview/contact_sheet.h"
-#include "preview/errors.h"
-#include "preview/frame.h"
-#include "preview/image_files.h"
-#include "preview/network.h"
-#include "preview/number_text.h"
-#include "preview/output_folder.h"
+#include "preview/messages/errors.h"
+#include "preview/messages/number_text.h"
+#include "preview/pictures/color_map.h"
+#include "preview/pictures/contact_sheet.h"
+#include "preview/pictures/image_files.h"
+#include "preview/pictures/output_folder.h"
 #include "preview/render.h"
+#include "preview/scene/network.h"
+#include "preview/world/frame.h"
 
 namespace preview {
 

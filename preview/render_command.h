@@ -4,8 +4,8 @@
 #include <functional>
 
 #include "host/records.h"
-#include "preview/plugin_library.h"
-#include "preview/scene.h"
+#include "preview/scene/plugin_library.h"
+#include "preview/scene/scene.h"
 
 namespace preview {
 

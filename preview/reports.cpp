@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iomanip>
 
-#include "preview/frame.h"
-#include "preview/number_text.h"
+#include "preview/messages/number_text.h"
+#include "preview/world/frame.h"
 #include "standin/introspection.h"
 
 namespace preview {

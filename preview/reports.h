@@ -3,8 +3,8 @@
 #include <ostream>
 
 #include "host/records.h"
-#include "preview/meshes.h"
-#include "preview/network.h"
+#include "preview/scene/network.h"
+#include "preview/world/meshes.h"
 
 /// What the program says in words.
 namespace preview {

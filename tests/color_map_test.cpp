@@ -1,4 +1,4 @@
-#include "preview/color_map.h"
+#include "preview/pictures/color_map.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "preview/contact_sheet.h"
+#include "preview/pictures/contact_sheet.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "preview/image_files.h"
+#include "preview/pictures/image_files.h"
 
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
@@ -11,7 +11,7 @@
 #include <csignal>
 #include <filesystem>
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 #include "support/bits.h"
 
 namespace {

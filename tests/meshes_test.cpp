@@ -1,12 +1,12 @@
-#include "preview/meshes.h"
+#include "preview/world/meshes.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <fstream>
 
-#include "preview/errors.h"
-#include "preview/vectors.h"
+#include "preview/messages/errors.h"
+#include "preview/world/vectors.h"
 
 namespace {
 

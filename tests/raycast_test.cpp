@@ -1,4 +1,4 @@
-#include "preview/raycast.h"
+#include "preview/world/raycast.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <numbers>
 #include <random>
 
-#include "preview/vectors.h"
+#include "preview/world/vectors.h"
 
 namespace {
 

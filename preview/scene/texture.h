@@ -4,7 +4,7 @@
 #include <variant>
 
 #include "frame/texture_interfaces.h"
-#include "preview/scene.h"
+#include "preview/scene/scene.h"
 
 namespace preview {
 

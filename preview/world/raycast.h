@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "host/types.h"
-#include "preview/meshes.h"
-#include "preview/ray.h"
+#include "preview/world/meshes.h"
+#include "preview/world/ray.h"
 
 struct RTCDeviceTy;
 struct RTCSceneTy;

@@ -1,8 +1,8 @@
-#include "preview/plugin_library.h"
+#include "preview/scene/plugin_library.h"
 
 #include <dlfcn.h>
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 
 namespace preview {
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "host/records.h"
-#include "preview/ray.h"
-#include "preview/scene.h"
-#include "preview/vectors.h"
+#include "preview/scene/scene.h"
+#include "preview/world/ray.h"
+#include "preview/world/vectors.h"
 
 namespace preview {
 

@@ -3,10 +3,10 @@
 #include <optional>
 #include <vector>
 
-#include "preview/camera.h"
-#include "preview/meshes.h"
-#include "preview/raycast.h"
-#include "preview/scene.h"
+#include "preview/scene/scene.h"
+#include "preview/world/camera.h"
+#include "preview/world/meshes.h"
+#include "preview/world/raycast.h"
 #include "standin/host_objects.h"
 
 namespace preview {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "preview/float_image.h"
+#include "preview/pictures/float_image.h"
 
 /// How raw values become colours that can be shown.
 namespace preview {

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "preview/float_image.h"
+#include "preview/pictures/float_image.h"
 
 /// Picture files. Each function replaces a file of that name. On failure it throws InputError with
 /// one line that names the file, and leaves no file behind.

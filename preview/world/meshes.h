@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/types.h"
-#include "preview/scene.h"
+#include "preview/scene/scene.h"
 
 /// Triangle meshes of the shapes, in object space.
 namespace preview {

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "frame/plugin.h"
-#include "preview/plugin_library.h"
-#include "preview/scene.h"
-#include "preview/texture.h"
+#include "preview/scene/plugin_library.h"
+#include "preview/scene/scene.h"
+#include "preview/scene/texture.h"
 
 namespace preview {
 

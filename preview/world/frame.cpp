@@ -1,6 +1,6 @@
-#include "preview/frame.h"
+#include "preview/world/frame.h"
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 
 namespace preview {
 

@@ -1,4 +1,4 @@
-#include "preview/camera.h"
+#include "preview/world/camera.h"
 
 #include <ImathMatrix.h>
 #include <ImathMatrixAlgo.h>

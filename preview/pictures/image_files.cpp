@@ -1,4 +1,4 @@
-#include "preview/image_files.h"
+#include "preview/pictures/image_files.h"
 
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
@@ -16,7 +16,7 @@
 #include <system_error>
 #include <vector>
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 
 namespace preview {
 namespace {

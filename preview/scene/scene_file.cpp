@@ -1,4 +1,4 @@
-#include "preview/scene_file.h"
+#include "preview/scene/scene_file.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,8 +11,8 @@
 #include <system_error>
 
 #include "math/vector.h"
-#include "preview/errors.h"
-#include "preview/suggestion.h"
+#include "preview/messages/errors.h"
+#include "preview/messages/suggestion.h"
 
 namespace preview {
 

@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-#include "preview/float_image.h"
+#include "preview/pictures/float_image.h"
 
 namespace preview {
 

@@ -1,4 +1,4 @@
-#include "preview/suggestion.h"
+#include "preview/messages/suggestion.h"
 
 #include <algorithm>
 #include <cctype>

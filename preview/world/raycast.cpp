@@ -1,4 +1,4 @@
-#include "preview/raycast.h"
+#include "preview/world/raycast.h"
 
 #include <embree3/rtcore.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 
 #include "math/vector.h"
-#include "preview/vectors.h"
+#include "preview/world/vectors.h"
 
 namespace preview {
 namespace {

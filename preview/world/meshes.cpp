@@ -1,4 +1,4 @@
-#include "preview/meshes.h"
+#include "preview/world/meshes.h"
 
 #include <tiny_obj_loader.h>
 
@@ -10,8 +10,8 @@
 #include <sstream>
 #include <string>
 
-#include "preview/errors.h"
-#include "preview/vectors.h"
+#include "preview/messages/errors.h"
+#include "preview/world/vectors.h"
 
 namespace preview {
 namespace {

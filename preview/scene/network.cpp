@@ -1,4 +1,4 @@
-#include "preview/network.h"
+#include "preview/scene/network.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,9 +7,9 @@
 #include <optional>
 #include <type_traits>
 
-#include "preview/errors.h"
-#include "preview/scene_file.h"
-#include "preview/suggestion.h"
+#include "preview/messages/errors.h"
+#include "preview/messages/suggestion.h"
+#include "preview/scene/scene_file.h"
 #include "standin/introspection.h"
 #include "standin/textures.h"
 #include "standin/uv_textures.h"

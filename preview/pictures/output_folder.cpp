@@ -1,11 +1,11 @@
-#include "preview/output_folder.h"
+#include "preview/pictures/output_folder.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 
 namespace preview {
 

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "preview/scene.h"
+#include "preview/scene/scene.h"
 
 namespace preview {
 

@@ -1,4 +1,4 @@
-#include "preview/texture.h"
+#include "preview/scene/texture.h"
 
 namespace preview {
 

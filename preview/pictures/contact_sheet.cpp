@@ -1,4 +1,4 @@
-#include "preview/contact_sheet.h"
+#include "preview/pictures/contact_sheet.h"
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -10,7 +10,7 @@
 #include <sstream>
 #include <vector>
 
-#include "preview/errors.h"
+#include "preview/messages/errors.h"
 
 namespace preview {
 namespace {
