@@ -38,9 +38,9 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
     const Sample sample = sampleOf(x, y, index);
     const Shutter& shutter = scene.shutter;
     const double time = shutter.open + (shutter.close - shutter.open) * sample.time;
-    const auto add = [&](const QUtils::ShadingContext& sc, std::size_t /*object*/) {
+    const auto add = [&](const ShadingContext& sc, std::size_t /*object*/) {
       for (std::size_t i = 0; i < sources.size(); ++i) {
-        const Channels values = evaluate(sources[i].texture, sources[i].show, sc);
+        const Channels values = evaluate(*sources[i].texture, sources[i].show, sc);
         for (std::size_t c = 0; c < values.size(); ++c) sums[i][c] += values[c];
       }
     };
@@ -76,7 +76,7 @@ Film renderFrame(const Scene& scene, const Frame& frame, const std::vector<Layer
   const Image& image = scene.image;
   Film film{FloatImage(image.width, image.height, 1), {}};
   for (const LayerSource& source : sources) {
-    film.layers.emplace_back(image.width, image.height, channelCount(source.texture, source.show));
+    film.layers.emplace_back(image.width, image.height, channelCount(*source.texture, source.show));
   }
 
   const std::vector<Tile> tiles = tilesOf(image);

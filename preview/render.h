@@ -13,7 +13,7 @@ namespace preview {
 /// What a layer shows.
 struct LayerSource {
   std::string name;  ///< "facing.facing_ratio", or "facing.facing_ratio.lower" and so on
-  Texture texture;
+  const PluginInterface* texture;
   Show show;
 };
 

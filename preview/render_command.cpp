@@ -34,7 +34,7 @@ Plan planOf(const Scene& scene, const Network& network) {
   Plan plan;
   std::size_t channels = 1;  // the coverage
   for (const Picture& picture : scene.pictures) {
-    const Texture texture = network.find(picture.from, picture.place + ".from");
+    const PluginInterface& texture = network.find(picture.from, picture.place + ".from");
     if (channelCount(texture, picture.show) == 0) {
       throw SceneError(picture.place + ".show", "\"" + picture.from.text() + "\" is of kind " +
                                                     kindName(texture) + ", which has no " +
@@ -45,7 +45,7 @@ Plan planOf(const Scene& scene, const Network& network) {
                                     [&](const LayerSource& source) { return source.name == name; });
     plan.sourceOfPicture.push_back(static_cast<std::size_t>(known - plan.sources.begin()));
     if (known == plan.sources.end()) {
-      plan.sources.push_back({name, texture, picture.show});
+      plan.sources.push_back({name, &texture, picture.show});
       channels += static_cast<std::size_t>(channelCount(texture, picture.show));
     }
   }
@@ -102,7 +102,7 @@ void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const st
 }  // namespace
 
 void renderScene(const Scene& scene, const Frames& frames, const PluginLibrary& library,
-                 QUtils::RenderLog* log, const std::filesystem::path& output,
+                 RenderLog* log, const std::filesystem::path& output,
                  const std::function<void(double)>& progress) {
   Network network(scene.nodes, library);
   const Plan plan = planOf(scene, network);

@@ -14,7 +14,7 @@ namespace preview {
 /// numbers. Everything is checked before rendering starts, and files appear only when all are done.
 /// Throws `SceneError` and `InputError`; `log` may be null.
 void renderScene(const Scene& scene, const Frames& frames, const PluginLibrary& library,
-                 QUtils::RenderLog* log, const std::filesystem::path& output,
+                 RenderLog* log, const std::filesystem::path& output,
                  const std::function<void(double)>& progress);
 
 }  // namespace preview

@@ -4,6 +4,7 @@
 #include <iomanip>
 
 #include "preview/messages/number_text.h"
+#include "preview/scene/texture.h"
 #include "preview/world/frame.h"
 #include "standin/introspection.h"
 
@@ -14,30 +15,8 @@ namespace {
 using standin::ParameterInfo;
 using standin::ParamType;
 
-const char* kindText(ParamType type) {
-  switch (type) {
-    case ParamType::Color:
-      return "color input";
-    case ParamType::Float:
-      return "float input";
-    case ParamType::Vector:
-      return "vector input";
-    case ParamType::Integer:
-      return "integer";
-    case ParamType::Boolean:
-      return "boolean";
-    case ParamType::ColorOutput:
-      return "color output";
-    case ParamType::FloatOutput:
-      return "float output";
-    case ParamType::VectorOutput:
-      return "vector output";
-    case ParamType::IntegerOutput:
-      return "integer output";
-    case ParamType::TransformOutput:
-      return "transform output";
-  }
-  return "";
+std::string kindText(const ParameterInfo& info) {
+  return std::string(info.kind().value) + info.kind().role;
 }
 
 std::string defaultText(const ParameterInfo& info) {
@@ -59,46 +38,47 @@ std::string forMarkdown(const std::string& text) {
 
 void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out) {
   const char* separator = "";
-  for (QUtils::QuorPluginDesc* desc : library.descs()) {
+  for (QuorPluginDesc* desc : library.descs()) {
     out << separator << (markdown ? "## " : "") << desc->getPluginName() << "\n";
     separator = "\n";
     if (markdown) out << "\n| parameter | kind | default | help |\n|---|---|---|---|\n";
     for (const ParameterInfo& info : standin::registeredParameters(desc)) {
       const std::string help = info.help != nullptr ? info.help : "";
       if (markdown) {
-        out << "| `" << info.name << "` | " << kindText(info.type) << " | " << defaultText(info)
-            << " | " << forMarkdown(help) << " |\n";
+        out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
+            << forMarkdown(help) << " |\n";
       } else {
-        out << "  " << std::left << std::setw(20) << info.name << std::setw(18)
-            << kindText(info.type) << std::setw(7) << defaultText(info) << help << "\n";
+        out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
+            << std::setw(7) << defaultText(info) << help << "\n";
       }
     }
   }
 }
 
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network,
-           std::int32_t number, int x, int y, QUtils::RenderLog* log, std::ostream& out) {
+void probe(const Scene& scene, const std::vector<Mesh>& meshes, const Network& network,
+           std::int32_t number, int x, int y, RenderLog* log, std::ostream& out) {
   const auto textures = network.textures();
   std::size_t width = 0;
   for (const auto& [name, texture] : textures) width = std::max(width, name.size());
 
-  const auto report = [&](const QUtils::ShadingContext& sc, std::size_t object) {
-    const QUtils::DVector& p = sc.shadingPoint;
+  const auto report = [&](const ShadingContext& sc, std::size_t object) {
+    const DVector& p = sc.shadingPoint;
     out << "object " << scene.objects[object].name << ", render space (" << text(p.x) << ", "
         << text(p.y) << ", " << text(p.z) << "), ray time " << text(sc.rayTime) << "\n";
     for (const auto& [name, texture] : textures) {
-      const auto shown = [&, &texture = texture](Show show) {
+      const auto shown = [&, &texture = *texture](Show show) {
         const auto values = evaluate(texture, show, sc);
         return text(std::span(values).first(static_cast<std::size_t>(channelCount(texture, show))));
       };
-      out << std::left << std::setw(static_cast<int>(width)) << name << "  " << kindName(texture);
-      if (std::holds_alternative<QUtils::TextureTransformInterface*>(texture)) {
+      out << std::left << std::setw(static_cast<int>(width)) << name << "  " << kindName(*texture);
+      if (texture->getInterfaceId() == EXT_TEXTURE_TRANSFORM) {
         out << "  columns " << shown(Show::Column0) << " " << shown(Show::Column1) << " "
             << shown(Show::Column2) << "  offset " << shown(Show::Offset) << "\n";
         continue;
       }
-      if (const auto* integer = std::get_if<QUtils::TextureIntInterface*>(&texture)) {
-        out << "  value " << (*integer)->getInt(sc) << "\n";
+      if (texture->getInterfaceId() == EXT_TEXTURE_INT) {
+        const auto* integer = static_cast<const TextureIntInterface*>(texture);
+        out << "  value " << integer->getInt(sc) << "\n";
         continue;
       }
       out << "  value " << shown(Show::Value) << "  bounds " << shown(Show::Lower) << " to "

@@ -14,7 +14,7 @@ void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out)
 
 /// Value, bounds and gradient of every texture of the network for the middle of a pixel of frame
 /// `number`, in the middle of the shutter interval.
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, Network& network,
-           std::int32_t number, int x, int y, QUtils::RenderLog* log, std::ostream& out);
+void probe(const Scene& scene, const std::vector<Mesh>& meshes, const Network& network,
+           std::int32_t number, int x, int y, RenderLog* log, std::ostream& out);
 
 }  // namespace preview

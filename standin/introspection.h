@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <span>
 
 #include "frame/plugin_desc.h"
@@ -23,6 +25,27 @@ enum class ParamType : std::int32_t {
   TransformOutput
 };
 
+struct ParamKind {
+  const char* value;            ///< what its values are
+  const char* role;             ///< behind that word; empty for numbers
+  QUtils::InterfaceId texture;  ///< the interface of its textures; 0 for numbers
+};
+
+/// In the order of `ParamType`.
+inline constexpr ParamKind kParamKinds[] = {
+    {"color", " input", QUtils::EXT_TEXTURE},
+    {"float", " input", QUtils::EXT_TEXTURE_FLOAT},
+    {"vector", " input", QUtils::EXT_TEXTURE_VECTOR},
+    {"integer", "", 0},
+    {"boolean", "", 0},
+    {"color", " output", QUtils::EXT_TEXTURE},
+    {"float", " output", QUtils::EXT_TEXTURE_FLOAT},
+    {"vector", " output", QUtils::EXT_TEXTURE_VECTOR},
+    {"integer", " output", QUtils::EXT_TEXTURE_INT},
+    {"transform", " output", QUtils::EXT_TEXTURE_TRANSFORM},
+};
+static_assert(std::size(kParamKinds) == static_cast<std::size_t>(ParamType::TransformOutput) + 1);
+
 /// One add operation with its arguments, as it was called. The texts belong to the caller's
 /// library.
 struct ParameterInfo {
@@ -33,6 +56,7 @@ struct ParameterInfo {
   const char* help;
   const char* text;
 
+  const ParamKind& kind() const { return kParamKinds[static_cast<std::size_t>(type)]; }
   bool isOutput() const { return type >= ParamType::ColorOutput; }
 };
 

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <initializer_list>
-#include <iterator>
-#include <utility>
 #include <vector>
 
 #include "frame/plugin.h"
@@ -28,29 +25,6 @@ struct Registration {
 
 // Lives as long as this library: descriptors of loaded modules go later than a local static would.
 std::vector<Registration> registrations;
-
-/// The interface that a texture of this kind has.
-QUtils::InterfaceId textureId(ParamType type) {
-  switch (type) {
-    case ParamType::Color:
-    case ParamType::ColorOutput:
-      return QUtils::EXT_TEXTURE;
-    case ParamType::Float:
-    case ParamType::FloatOutput:
-      return QUtils::EXT_TEXTURE_FLOAT;
-    case ParamType::Vector:
-    case ParamType::VectorOutput:
-      return QUtils::EXT_TEXTURE_VECTOR;
-    case ParamType::IntegerOutput:
-      return QUtils::EXT_TEXTURE_INT;
-    case ParamType::TransformOutput:
-      return QUtils::EXT_TEXTURE_TRANSFORM;
-    case ParamType::Integer:
-    case ParamType::Boolean:
-      break;
-  }
-  return 0;
-}
 
 }  // namespace
 
@@ -90,63 +64,58 @@ QuorParameterListDesc::~QuorParameterListDesc() {
 
 std::int32_t QuorParameterListDesc::addParamTexture(char* name, std::int32_t flags,
                                                     const char* help, const char* text) {
-  return storage_->add("addParamTexture", {name, ParamType::Color, 0, flags, help, text});
+  return storage_->add(__func__, {name, ParamType::Color, 0, flags, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addParamTextureFloat(char* name, std::int32_t flags,
                                                          const char* help, const char* text) {
-  return storage_->add("addParamTextureFloat", {name, ParamType::Float, 0, flags, help, text});
+  return storage_->add(__func__, {name, ParamType::Float, 0, flags, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addParamTextureVector(char* name, std::int32_t flags,
                                                           const char* help, const char* text) {
-  return storage_->add("addParamTextureVector", {name, ParamType::Vector, 0, flags, help, text});
+  return storage_->add(__func__, {name, ParamType::Vector, 0, flags, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addParamInt(char* name, std::int32_t initial,
                                                 std::int32_t flags, const char* help,
                                                 const char* text) {
-  return storage_->add("addParamInt", {name, ParamType::Integer, initial, flags, help, text});
+  return storage_->add(__func__, {name, ParamType::Integer, initial, flags, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addParamBool(char* name, bool initial, std::int32_t flags,
                                                  const char* help, const char* text) {
-  return storage_->add("addParamBool",
-                       {name, ParamType::Boolean, initial ? 1 : 0, flags, help, text});
+  return storage_->add(__func__, {name, ParamType::Boolean, initial ? 1 : 0, flags, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addOutputParamTexture(char* name, const char* help,
                                                           const char* text) {
-  return storage_->add("addOutputParamTexture", {name, ParamType::ColorOutput, 0, 0, help, text});
+  return storage_->add(__func__, {name, ParamType::ColorOutput, 0, 0, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addOutputParamTextureFloat(char* name, const char* help,
                                                                const char* text) {
-  return storage_->add("addOutputParamTextureFloat",
-                       {name, ParamType::FloatOutput, 0, 0, help, text});
+  return storage_->add(__func__, {name, ParamType::FloatOutput, 0, 0, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addOutputParamTextureVector(char* name, const char* help,
                                                                 const char* text) {
-  return storage_->add("addOutputParamTextureVector",
-                       {name, ParamType::VectorOutput, 0, 0, help, text});
+  return storage_->add(__func__, {name, ParamType::VectorOutput, 0, 0, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addOutputParamTextureInt(char* name, const char* help,
                                                              const char* text) {
-  return storage_->add("addOutputParamTextureInt",
-                       {name, ParamType::IntegerOutput, 0, 0, help, text});
+  return storage_->add(__func__, {name, ParamType::IntegerOutput, 0, 0, help, text});
 }
 
 std::int32_t QuorParameterListDesc::addOutputParamTextureTransform(char* name, const char* help,
                                                                    const char* text) {
-  return storage_->add("addOutputParamTextureTransform",
-                       {name, ParamType::TransformOutput, 0, 0, help, text});
+  return storage_->add(__func__, {name, ParamType::TransformOutput, 0, 0, help, text});
 }
 
 std::int32_t QuorParameterListDesc::registerParameters(QuorPluginHost* /*host*/,
                                                        QuorPluginDesc* desc) {
-  note("registerParameters");
+  note(__func__);
   std::erase_if(registrations,
                 [desc](const Registration& registration) { return registration.desc == desc; });
   registrations.push_back({desc, &storage_->parameters});
@@ -160,6 +129,7 @@ struct QuorParameterList::Storage {
     ParameterInfo info;
     QuorPluginParameter value;
     void* cache;  ///< the plugin's field for an input, or null
+    void (*write)(void* cache, const QuorPluginParameter& value);
   };
   std::vector<Slot> slots;
 
@@ -177,7 +147,7 @@ struct QuorParameterList::Storage {
       } else {
         value.value.iface = nullptr;
       }
-      slots.push_back({info, value, nullptr});
+      slots.push_back({info, value, nullptr, nullptr});
     }
   }
 
@@ -188,50 +158,25 @@ struct QuorParameterList::Storage {
     return nullptr;
   }
 
-  void setCache(const char* name, std::initializer_list<ParamType> types, void* cache) {
-    note("setParamCache", name);
+  Slot* find(const char* name, ParamType type) {
     Slot* slot = find(name);
+    return slot != nullptr && slot->info.type == type ? slot : nullptr;
+  }
+
+  template <class Interface>
+  void setCache(const char* name, ParamType type, Interface** cache) {
+    note("setParamCache", name);
+    Slot* slot = find(name, type);
     if (slot == nullptr) return;
-    if (std::ranges::find(types, slot->info.type) != types.end()) slot->cache = cache;
+    slot->cache = cache;
+    slot->write = [](void* field, const QuorPluginParameter& value) {
+      *static_cast<Interface**>(field) = static_cast<Interface*>(value.value.iface);
+    };
   }
 
   void setOutput(const char* name, ParamType type, PluginInterface* output) {
     note("setOutputParamCache", name);
-    if (Slot* slot = find(name); slot != nullptr && slot->info.type == type) {
-      slot->value.value.iface = output;
-    }
-  }
-
-  /// Writes the current values into the plugin's fields.
-  void writeCaches() const {
-    for (const Slot& slot : slots) {
-      if (slot.cache == nullptr) continue;
-      const QuorPluginParameter::Value& value = slot.value.value;
-      switch (slot.info.type) {
-        case ParamType::Color:
-          write(slot.cache, static_cast<TextureInterface*>(value.iface));
-          break;
-        case ParamType::Float:
-          write(slot.cache, static_cast<TextureFloatInterface*>(value.iface));
-          break;
-        case ParamType::Vector:
-          write(slot.cache, static_cast<TextureVectorInterface*>(value.iface));
-          break;
-        case ParamType::Integer:
-          write(slot.cache, value.integer);
-          break;
-        case ParamType::Boolean:
-          write(slot.cache, std::int32_t{value.boolean});
-          break;
-        default:
-          break;
-      }
-    }
-  }
-
-  template <class T>
-  static void write(void* cache, T value) {
-    *static_cast<T*>(cache) = value;
+    if (Slot* slot = find(name, type)) slot->value.value.iface = output;
   }
 };
 
@@ -252,31 +197,38 @@ PluginInterface* resolve(const QuorPluginParameter::Connection& connection, Inte
 }  // namespace
 
 QuorParameterList* QuorParameterListDesc::newParameterList() {
-  note("newParameterList");
+  note(__func__);
   return new QuorParameterList(new QuorParameterList::Storage(storage_->parameters));
 }
 
 void QuorParameterListDesc::deleteParameterList(QuorParameterList* list) {
-  note("deleteParameterList");
+  note(__func__);
   if (list == nullptr) return;
   delete list->storage_;
   delete list;
 }
 
 void QuorParameterList::setParamCache(char* name, TextureInterface** cache) {
-  storage_->setCache(name, {ParamType::Color}, cache);
+  storage_->setCache(name, ParamType::Color, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, TextureFloatInterface** cache) {
-  storage_->setCache(name, {ParamType::Float}, cache);
+  storage_->setCache(name, ParamType::Float, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, TextureVectorInterface** cache) {
-  storage_->setCache(name, {ParamType::Vector}, cache);
+  storage_->setCache(name, ParamType::Vector, cache);
 }
 
 void QuorParameterList::setParamCache(char* name, std::int32_t* cache) {
-  storage_->setCache(name, {ParamType::Integer, ParamType::Boolean}, cache);
+  note(__func__, name);
+  Storage::Slot* slot = storage_->find(name);
+  if (slot == nullptr || slot->value.kind == ParameterKind::Interface) return;
+  slot->cache = cache;
+  slot->write = [](void* field, const QuorPluginParameter& value) {
+    const bool isInteger = value.kind == ParameterKind::Integer;
+    *static_cast<std::int32_t*>(field) = isInteger ? value.value.integer : value.value.boolean;
+  };
 }
 
 void QuorParameterList::setOutputParamCache(char* name, TextureInterface* output) {
@@ -300,7 +252,7 @@ void QuorParameterList::setOutputParamCache(char* name, TextureTransformInterfac
 }
 
 std::int32_t QuorParameterList::setParameter(QuorPluginParameter* param) {
-  note("setParameter", param->name);
+  note(__func__, param->name);
   Storage::Slot* slot = storage_->find(param->name);
   if (slot == nullptr || slot->info.isOutput()) return 0;
 
@@ -310,7 +262,7 @@ std::int32_t QuorParameterList::setParameter(QuorPluginParameter* param) {
     return 1;
   }
 
-  const InterfaceId id = textureId(slot->info.type);
+  const InterfaceId id = slot->info.kind().texture;
   PluginInterface* texture = nullptr;
   if (param->kind == ParameterKind::Object && param->value.connection.object != nullptr) {
     texture = resolve(param->value.connection, id);
@@ -331,8 +283,11 @@ QuorPluginParameter* QuorParameterList::getParam(char* name) {
 }
 
 void QuorPluginInterface::frameBegin(QuorRenderer* /*renderer*/) {
-  note("frameBegin");
-  if (paramList != nullptr) paramList->storage_->writeCaches();
+  note(__func__);
+  if (paramList == nullptr) return;
+  for (const auto& slot : paramList->storage_->slots) {
+    if (slot.cache != nullptr) slot.write(slot.cache, slot.value);
+  }
 }
 
 }  // namespace QUtils

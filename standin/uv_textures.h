@@ -3,10 +3,11 @@
 #include <cmath>
 
 #include "host/shading_context.h"
-#include "math/minmax.h"
+#include "math/color.h"
+#include "math/interval.h"
 #include "math/vector.h"
 
-/// Textures of the host that vary with the uvw coordinates of channel 0. Where a surface has none,
+/// Sources of textures that vary with the uvw coordinates of channel 0. Where a surface has none,
 /// they are those of uvw = (0, 0, 0), and gradients are zero.
 namespace standin {
 
@@ -20,24 +21,19 @@ inline QUtils::Vector uvwAt(const QUtils::ShadingContext& sc) {
   return source != nullptr ? source->getUVW(sc, 0) : QUtils::Vector{};
 }
 
-/// `f` of the components of two values of the same kind.
-template <class F>
-float combine(float a, float b, F f) {
-  return f(a, b);
+/// From a to b, exact at both.
+inline float mix(float a, float b, float t) { return std::lerp(a, b, t); }
+inline QUtils::Vector mix(QUtils::Vector a, QUtils::Vector b, float t) {
+  return {mix(a.x, b.x, t), mix(a.y, b.y, t), mix(a.z, b.z, t)};
 }
-template <class F>
-QUtils::Vector combine(QUtils::Vector a, QUtils::Vector b, F f) {
-  return {f(a.x, b.x), f(a.y, b.y), f(a.z, b.z)};
-}
-template <class F>
-QUtils::AColor combine(QUtils::AColor a, QUtils::AColor b, F f) {
-  return {f(a.r, b.r), f(a.g, b.g), f(a.b, b.b), f(a.a, b.a)};
+inline QUtils::AColor mix(QUtils::AColor a, QUtils::AColor b, float t) {
+  return {mix(a.r, b.r, t), mix(a.g, b.g, t), mix(a.b, b.b, t), mix(a.a, b.a, t)};
 }
 
 /// The number whose rate of change a gradient is. A vector has none.
 inline float scalar(float value) { return value; }
 inline float scalar(QUtils::Vector /*value*/) { return 0; }
-inline float scalar(QUtils::AColor value) { return ((value.r + value.g) + value.b) / 3.0F; }
+inline float scalar(QUtils::AColor value) { return intensity(value); }
 
 /// From one value to another along `direction` in uvw space: t = uvw · direction, clipped to [0,
 /// 1].
@@ -46,28 +42,25 @@ struct Ramp {
   T from, to;
   QUtils::Vector direction = {1, 0, 0};
 
-  T value(const QUtils::ShadingContext& sc) const {
-    const float t = QUtils::min(QUtils::max(position(sc), 0.0F), 1.0F);
-    return combine(from, to, [t](float a, float b) { return std::lerp(a, b, t); });
+  T valueAt(const QUtils::ShadingContext& sc) const {
+    return mix(from, to, QUtils::min(QUtils::max(along(uvwAt(sc)), 0.0F), 1.0F));
   }
-  T lower() const { return combine(from, to, QUtils::min<float>); }
-  T upper() const { return combine(from, to, QUtils::max<float>); }
+  QUtils::Range<T> bounds() const { return {QUtils::min(from, to), QUtils::max(from, to)}; }
 
   /// The uvw derivatives are the columns of d(uvw)/d(point).
-  QUtils::Vector gradient(const QUtils::ShadingContext& sc) const {
+  QUtils::Vector gradientAt(const QUtils::ShadingContext& sc) const {
     QUtils::UVWSource* source = uvwSource(sc);
-    const float t = position(sc);
+    const float t = along(uvwAt(sc));
     if (source == nullptr || !(t >= 0 && t <= 1)) return {};
     QUtils::Vector a, b, c;
     source->getUVWDerivatives(sc, 0, a, b, c);
-    return QUtils::Vector{dot(a), dot(b), dot(c)} * (scalar(to) - scalar(from));
+    return QUtils::Vector{along(a), along(b), along(c)} * (scalar(to) - scalar(from));
   }
 
  private:
-  float dot(QUtils::Vector v) const {
+  float along(QUtils::Vector v) const {
     return v.x * direction.x + v.y * direction.y + v.z * direction.z;
   }
-  float position(const QUtils::ShadingContext& sc) const { return dot(uvwAt(sc)); }
 };
 
 /// A chessboard of `even` and `odd` squares, `tiles` of them along u and along v; `even` at the
@@ -77,77 +70,13 @@ struct Checker {
   T even, odd;
   float tiles = 8;
 
-  T value(const QUtils::ShadingContext& sc) const {
+  T valueAt(const QUtils::ShadingContext& sc) const {
     const QUtils::Vector uvw = uvwAt(sc);
     const float square = std::floor(uvw.x * tiles) + std::floor(uvw.y * tiles);
     return std::fmod(square, 2.0F) == 0 ? even : odd;
   }
-  T lower() const { return combine(even, odd, QUtils::min<float>); }
-  T upper() const { return combine(even, odd, QUtils::max<float>); }
-  QUtils::Vector gradient(const QUtils::ShadingContext& /*sc*/) const { return {}; }
-};
-
-// A pattern as a texture of its kind.
-
-template <class Pattern>
-class UvFloat final : public QUtils::TextureFloatInterface {
- public:
-  explicit UvFloat(const Pattern& pattern) : pattern_(pattern) {}
-
-  QUtils::PluginBase* getPlugin() override { return nullptr; }
-  float getFloat(const QUtils::ShadingContext& sc) const override { return pattern_.value(sc); }
-  void getFloatBounds(float& min, float& max) const override {
-    min = pattern_.lower();
-    max = pattern_.upper();
-  }
-  QUtils::Vector getGradient(const QUtils::ShadingContext& sc) const override {
-    return pattern_.gradient(sc);
-  }
-
- private:
-  Pattern pattern_;
-};
-
-template <class Pattern>
-class UvVector final : public QUtils::TextureVectorInterface {
- public:
-  explicit UvVector(const Pattern& pattern) : pattern_(pattern) {}
-
-  QUtils::PluginBase* getPlugin() override { return nullptr; }
-  QUtils::Vector getVector(const QUtils::ShadingContext& sc) const override {
-    return pattern_.value(sc);
-  }
-  void getVectorBounds(QUtils::Vector& min, QUtils::Vector& max) const override {
-    min = pattern_.lower();
-    max = pattern_.upper();
-  }
-  QUtils::Vector getGradient(const QUtils::ShadingContext& sc) const override {
-    return pattern_.gradient(sc);
-  }
-
- private:
-  Pattern pattern_;
-};
-
-template <class Pattern>
-class UvColor final : public QUtils::TextureInterface {
- public:
-  explicit UvColor(const Pattern& pattern) : pattern_(pattern) {}
-
-  QUtils::PluginBase* getPlugin() override { return nullptr; }
-  QUtils::AColor getColor(const QUtils::ShadingContext& sc) const override {
-    return pattern_.value(sc);
-  }
-  void getColorBounds(QUtils::AColor& min, QUtils::AColor& max) const override {
-    min = pattern_.lower();
-    max = pattern_.upper();
-  }
-  QUtils::Vector getGradient(const QUtils::ShadingContext& sc) const override {
-    return pattern_.gradient(sc);
-  }
-
- private:
-  Pattern pattern_;
+  QUtils::Range<T> bounds() const { return {QUtils::min(even, odd), QUtils::max(even, odd)}; }
+  QUtils::Vector gradientAt(const QUtils::ShadingContext& /*sc*/) const { return {}; }
 };
 
 }  // namespace standin

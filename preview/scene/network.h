@@ -7,7 +7,6 @@
 #include "frame/plugin.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene.h"
-#include "preview/scene/texture.h"
 
 namespace preview {
 
@@ -15,50 +14,55 @@ namespace preview {
 /// Between `frameBegin` and `frameEnd` its textures may be evaluated from any thread.
 class Network {
  public:
+  using NamedTexture = std::pair<std::string, const PluginInterface*>;
+
   /// Throws `SceneError` if a node, a parameter or a connection is not as its plugin has it, if
   /// the connections form a cycle, or if they are so many that a sample would never end. Both
   /// arguments outlive the network.
   Network(const std::vector<Node>& nodes, const PluginLibrary& library);
 
-  /// Throws `SceneError`, for `place` in the file, if there is no such texture.
-  Texture find(const Reference& reference, const std::string& place) const;
+  /// A texture, which the network owns. Throws `SceneError`, for `place` in the file, if there is
+  /// none.
+  PluginInterface& find(const Reference& reference, const std::string& place) const;
 
   /// Every texture that a reference can name, under that name: the nodes in the order of the file,
   /// outputs in the order of their registration.
-  std::vector<std::pair<std::string, Texture>> textures() const;
+  std::vector<NamedTexture> textures() const;
 
-  void renderBegin();
-  void frameBegin();
-  void frameEnd();
-  void renderEnd();
+  void renderBegin() const { tell(&QuorPluginInterface::renderBegin); }
+  void frameBegin() const { tell(&QuorPluginInterface::frameBegin); }
+  void frameEnd() const { tell(&QuorPluginInterface::frameEnd); }
+  void renderEnd() const { tell(&QuorPluginInterface::renderEnd); }
 
  private:
   struct DeletePlugin {
-    void operator()(QUtils::PluginBase* object) const { desc->deletePlugin(object); }
-    QUtils::QuorPluginDesc* desc;
+    void operator()(PluginBase* object) const { desc->deletePlugin(object); }
+    QuorPluginDesc* desc;
   };
-  using PluginPointer = std::unique_ptr<QUtils::PluginBase, DeletePlugin>;
 
   /// A node with its plugin, or with its texture of the host.
   struct Instance {
     const Node* node;
-    PluginPointer object;
-    QUtils::QuorPluginInterface* plugin;  ///< of `object`
-    std::unique_ptr<QUtils::PluginInterface> hostTexture;
+    std::unique_ptr<PluginBase, DeletePlugin> object;
+    QuorPluginInterface* plugin;  ///< of `object`
+    std::unique_ptr<PluginInterface> hostTexture;
 
     /// The plugin or the texture, if it is a texture that can be named without an output; or null.
-    QUtils::PluginInterface* ownTexture() const;
+    PluginInterface* ownTexture() const;
+
+    /// The names of the plugin's outputs, or of its inputs.
+    std::vector<std::string> parameterNames(bool outputs) const;
+    PluginInterface* output(const std::string& name) const;
   };
 
   static Instance makeInstance(const Node& node, const PluginLibrary& library);
   const Instance& instance(const std::string& name, const std::string& place) const;
-  QUtils::PluginInterface* texture(const Reference& reference, const std::string& place) const;
   void setParameter(const Instance& instance, const Parameter& parameter);
   void checkConnections() const;
-  void tell(void (QUtils::QuorPluginInterface::*event)(QUtils::QuorRenderer*)) const;
+  void tell(void (QuorPluginInterface::*event)(QuorRenderer*)) const;
 
   std::vector<Instance> instances_;
-  std::vector<std::unique_ptr<QUtils::PluginInterface>> constants_;
+  std::vector<std::unique_ptr<PluginInterface>> constants_;
 };
 
 }  // namespace preview

@@ -12,6 +12,8 @@
 /// world space unless said otherwise; world space is right-handed with y up.
 namespace preview {
 
+using namespace QUtils;  // the host's types, for all of the preview
+
 struct Image {
   std::int32_t width = 320, height = 240;  ///< pixels
   std::int32_t samples = 4;                ///< per pixel
@@ -30,9 +32,9 @@ struct Shutter {
 };
 
 struct CameraKey {
-  QUtils::DVector position = {0, 0, 5};
-  QUtils::DVector target = {0, 0, 0};
-  QUtils::Vector up = {0, 1, 0};
+  DVector position = {0, 0, 5};
+  DVector target = {0, 0, 0};
+  Vector up = {0, 1, 0};
 };
 
 /// A camera that looks down its negative z axis. It stands at the first key at ray time 0 of the
@@ -65,7 +67,7 @@ struct Object {
   std::string name;
   std::string place;  ///< in the file, as in "objects.ball"
   Shape shape;
-  QUtils::PreciseTransform toWorld;  ///< object space to world space, invertible
+  PreciseTransform toWorld;  ///< object space to world space, invertible
   std::int32_t materialId = 0;
 
   // What the object and its surface offer to textures.
@@ -81,15 +83,18 @@ struct Reference {
   std::string text() const { return output.empty() ? node : node + "." + output; }
 };
 
+using ParameterValue = std::variant<bool, double, Vector, AColor, Reference>;
+
 struct Parameter {
   std::string name;
-  std::variant<bool, double, std::vector<double>, Reference> value;
+  std::string place;  ///< in the file, as in "nodes.tint.params.mode"
+  ParameterValue value;
 };
 
 struct Node {
   std::string name;
   std::string place;   ///< in the file, as in "nodes.tint"
-  std::string plugin;  ///< a kind of plugin, or a texture of the host: constant, checker, ramp
+  std::string plugin;  ///< a kind of plugin, or a texture of the host
   std::vector<Parameter> parameters;
 };
 
@@ -118,7 +123,7 @@ struct Scene {
   Frames frames;
   Shutter shutter;
   Camera camera;
-  QUtils::DVector worldOffset = {};  ///< world position of the origin of render space
+  DVector worldOffset = {};  ///< world position of the origin of render space
   std::vector<Object> objects;
   std::vector<Node> nodes;
   std::vector<Picture> pictures;

@@ -20,11 +20,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMaxLength = 1e6;        // of world space
-constexpr double kMaxPosition = 1e9;      // of world space
-constexpr std::size_t kMaxName = 64;      // letters
-constexpr std::size_t kMaxCaption = 400;  // bytes
-constexpr std::size_t kMaxNodes = 1000;   // an evaluation may go through all of them
+constexpr double kMinLength = 1e-6;             // of world space: shapes, the camera and its target
+constexpr double kMaxLength = 1e6;              // of world space
+constexpr double kMaxPosition = 1e9;            // of world space
+constexpr double kMinScale = 1e-6;              // of objects
+constexpr double kMinSine = 1e-6;               // of the angle between a camera's view and "up"
+constexpr double kMinFov = 0.1, kMaxFov = 170;  // degrees
+constexpr std::size_t kMaxName = 64;            // letters
+constexpr std::size_t kMaxCaption = 400;        // bytes
+constexpr std::size_t kMaxNodes = 1000;         // an evaluation may go through all of them
 constexpr std::size_t kMaxObjects = 10'000;
 constexpr std::size_t kMaxPictures = 1000;  // all of them are on the contact sheet
 constexpr double kLargestFloat = std::numeric_limits<float>::max();
@@ -129,8 +133,8 @@ class Item {
     return result;
   }
 
-  QUtils::DVector dvector(double limit) const {
-    const std::vector<double> v = numbers(kVectorSize, limit);
+  DVector dvector(double limit) const {
+    const std::vector<double> v = numbers(3, limit);
     return {v[0], v[1], v[2]};
   }
 
@@ -143,20 +147,11 @@ class Item {
 class DuplicateCheck {
  public:
   bool operator()(int /*depth*/, Json::parse_event_t event, const Json& parsed) {
-    switch (event) {
-      case Json::parse_event_t::object_start:
-        open_.emplace_back();
-        break;
-      case Json::parse_event_t::object_end:
-        open_.pop_back();
-        break;
-      case Json::parse_event_t::key: {
-        open_.back().current = parsed.get<std::string>();
-        if (!open_.back().seen.insert(open_.back().current).second) fail();
-        break;
-      }
-      default:
-        break;
+    if (event == Json::parse_event_t::object_start) open_.emplace_back();
+    if (event == Json::parse_event_t::object_end) open_.pop_back();
+    if (event == Json::parse_event_t::key) {
+      open_.back().current = parsed.get<std::string>();
+      if (!open_.back().seen.insert(open_.back().current).second) fail();
     }
     return true;
   }
@@ -230,16 +225,16 @@ CameraKey readCameraKey(const Item& item) {
   CameraKey key;
   item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
              {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
-             {"up", [&](const Item& v) { key.up = QUtils::toFloat(v.dvector(kMaxLength)); }}});
-  const QUtils::DVector& p = key.position;
-  const QUtils::DVector& t = key.target;
-  const QUtils::DVector view = {t.x - p.x, t.y - p.y, t.z - p.z};
-  const QUtils::Vector& up = key.up;
+             {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxLength)); }}});
+  const DVector& p = key.position;
+  const DVector& t = key.target;
+  const DVector view = {t.x - p.x, t.y - p.y, t.z - p.z};
+  const Vector& up = key.up;
   const double length = std::hypot(view.x, view.y, view.z);
   const double across = std::hypot(view.y * up.z - view.z * up.y, view.z * up.x - view.x * up.z,
                                    view.x * up.y - view.y * up.x);
-  if (length < 1e-6) item.fail("the camera stands at its target");
-  if (across < 1e-6 * length * std::hypot(up.x, up.y, up.z) || across == 0) {
+  if (length < kMinLength) item.fail("the camera stands at its target");
+  if (across < kMinSine * length * std::hypot(up.x, up.y, up.z) || across == 0) {
     item.fail(R"("up" is zero or along the view)");
   }
   return key;
@@ -254,7 +249,7 @@ std::vector<CameraKey> readCameraKeys(const Item& item) {
 
 Camera readCamera(const Item& item) {
   Camera camera;
-  item.read({{"fov", [&](const Item& v) { camera.fov = v.number(0.1, 170); }},
+  item.read({{"fov", [&](const Item& v) { camera.fov = v.number(kMinFov, kMaxFov); }},
              {"keys", [&](const Item& v) { camera.keys = readCameraKeys(v); }}});
   return camera;
 }
@@ -269,36 +264,29 @@ ObjFile readObjFile(const Item& item, const std::filesystem::path& folder) {
 }
 
 Shape readShape(const Item& item, const std::filesystem::path& folder) {
-  const auto into = [](double& length) {
-    return [&length](const Item& v) { length = v.number(1e-6, kMaxLength); };
-  };
   if (item.members().size() != 1) item.fail("expected one shape");
   Shape shape;
+  const auto into = [](double& length) {
+    return [&length](const Item& v) { length = v.number(kMinLength, kMaxLength); };
+  };
   item.read({{"sphere",
               [&](const Item& v) {
-                Sphere sphere;
-                v.read({{"radius", into(sphere.radius)}});
-                shape = sphere;
+                v.read({{"radius", into(shape.emplace<Sphere>().radius)}});
               }},
              {"plane",
               [&](const Item& v) {
-                Plane plane;
-                v.read({{"width", into(plane.width)}, {"depth", into(plane.depth)}});
-                shape = plane;
+                auto& [width, depth] = shape.emplace<Plane>();
+                v.read({{"width", into(width)}, {"depth", into(depth)}});
               }},
              {"box",
               [&](const Item& v) {
-                Box box;
-                v.read({{"width", into(box.width)},
-                        {"height", into(box.height)},
-                        {"depth", into(box.depth)}});
-                shape = box;
+                auto& [width, height, depth] = shape.emplace<Box>();
+                v.read({{"width", into(width)}, {"height", into(height)}, {"depth", into(depth)}});
               }},
              {"torus",
               [&](const Item& v) {
-                Torus torus;
-                v.read({{"radius", into(torus.radius)}, {"tube", into(torus.tube)}});
-                shape = torus;
+                auto& [radius, tube] = shape.emplace<Torus>();
+                v.read({{"radius", into(radius)}, {"tube", into(tube)}});
               }},
              {"obj", [&](const Item& v) { shape = readObjFile(v, folder); }}});
   return shape;
@@ -306,17 +294,17 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
 
 /// Scales, then turns around the x, the y and the z axis, then moves.
 struct Placement {
-  QUtils::DVector scale = {1, 1, 1};
-  QUtils::DVector degrees = {};
-  QUtils::DVector translation = {};
+  DVector scale = {1, 1, 1};
+  DVector degrees = {};
+  DVector translation = {};
 
-  QUtils::PreciseTransform toTransform() const {
+  PreciseTransform toTransform() const {
     const auto radians = [](double angle) { return angle * std::numbers::pi / 180; };
     const double sx = std::sin(radians(degrees.x)), cx = std::cos(radians(degrees.x));
     const double sy = std::sin(radians(degrees.y)), cy = std::cos(radians(degrees.y));
     const double sz = std::sin(radians(degrees.z)), cz = std::cos(radians(degrees.z));
     const auto column = [](double x, double y, double z, double factor) {
-      return QUtils::toFloat({x * factor, y * factor, z * factor});
+      return toFloat({x * factor, y * factor, z * factor});
     };
     return {column(cz * cy, sz * cy, -sy, scale.x),
             column(cz * sy * sx - sz * cx, sz * sy * sx + cz * cx, cy * sx, scale.y),
@@ -324,18 +312,17 @@ struct Placement {
   }
 };
 
-QUtils::DVector readScale(const Item& item) {
-  constexpr double kSmallest = 1e-6;
+DVector readScale(const Item& item) {
   if (!item.isList()) {
-    const double factor = item.number(kSmallest, kMaxLength);
+    const double factor = item.number(kMinScale, kMaxLength);
     return {factor, factor, factor};
   }
-  const QUtils::DVector scale = item.dvector(kMaxLength);
-  if (std::min({scale.x, scale.y, scale.z}) < kSmallest) item.fail("expected positive numbers");
+  const DVector scale = item.dvector(kMaxLength);
+  if (std::min({scale.x, scale.y, scale.z}) < kMinScale) item.fail("expected positive numbers");
   return scale;
 }
 
-QUtils::PreciseTransform readTransform(const Item& item) {
+PreciseTransform readTransform(const Item& item) {
   Placement placement;
   item.read(
       {{"scale", [&](const Item& v) { placement.scale = readScale(v); }},
@@ -375,16 +362,19 @@ Reference readReference(const Item& item) {
   return reference;
 }
 
-Parameter readParameter(const std::string& name, const Item& item) {
-  if (item.isBoolean()) return {name, item.boolean()};
-  if (item.isNumber()) return {name, item.number(-kLargestFloat, kLargestFloat)};
-  if (item.isText()) return {name, readReference(item)};
+ParameterValue readValue(const Item& item) {
+  if (item.isBoolean()) return item.boolean();
+  if (item.isNumber()) return item.number(-kLargestFloat, kLargestFloat);
+  if (item.isText()) return readReference(item);
   if (!item.isList()) {
     item.failExpecting(R"(a number, true or false, a list of numbers, "node" or "node.output")");
   }
   const std::size_t count = item.elements().size();
-  if (count != kVectorSize && count != kColorSize) item.failExpecting("a list of 3 or 4 numbers");
-  return {name, item.numbers(count, kLargestFloat)};
+  if (count != 3 && count != 4) item.failExpecting("a list of 3 or 4 numbers");
+  const std::vector<double> numbers = item.numbers(count, kLargestFloat);
+  const std::vector<float> v(numbers.begin(), numbers.end());
+  if (count == 3) return Vector{v[0], v[1], v[2]};
+  return AColor{v[0], v[1], v[2], v[3]};
 }
 
 Node readNode(const std::string& name, const Item& item) {
@@ -394,7 +384,7 @@ Node readNode(const std::string& name, const Item& item) {
   item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
              {"params", [&](const Item& v) {
                 for (const auto& [parameter, content] : v.members()) {
-                  node.parameters.push_back(readParameter(parameter, content));
+                  node.parameters.push_back({parameter, content.place(), readValue(content)});
                 }
               }}});
   item.require("plugin");
@@ -403,10 +393,9 @@ Node readNode(const std::string& name, const Item& item) {
 
 Show readShow(const Item& item) {
   const std::string text = item.text("what to show");
-  const auto name = std::find(std::begin(kShowNames), std::end(kShowNames), text);
+  const auto* const name = std::ranges::find(kShowNames, text);
   if (name == std::end(kShowNames)) {
-    item.fail("cannot show \"" + shortened(text) + "\"" +
-              suggestion(text, {std::begin(kShowNames), std::end(kShowNames)}));
+    item.fail(unknown("cannot show", text, {std::begin(kShowNames), std::end(kShowNames)}));
   }
   return static_cast<Show>(name - std::begin(kShowNames));
 }

@@ -11,10 +11,6 @@ inline constexpr int kMaxImageSide = 8192;  ///< pixels
 inline constexpr int kMaxSamples = 4096;    ///< per pixel
 inline constexpr int kMaxFrame = 999999;
 
-/// The sizes of the lists of numbers that are vectors (x, y, z) and colours (r, g, b, a).
-inline constexpr std::size_t kVectorSize = 3;
-inline constexpr std::size_t kColorSize = 4;
-
 /// Reads a scene file: JSON with comments. Checks everything that needs no plugin; the kinds and
 /// the parameters of nodes, and what pictures show of them, are checked by `Network`. Paths in the
 /// file are relative to its folder. Throws `SceneError`.

@@ -44,12 +44,12 @@ FrameCamera::Pose FrameCamera::pose(double rayTime) const {
           orientation.rotateVector({0, 0, 1}), position - wide(worldOffset_)};
 }
 
-QUtils::PreciseTransform FrameCamera::cameraToWorld() const {
+PreciseTransform FrameCamera::cameraToWorld() const {
   const Pose& c = poseOfFrame_;
   return {toVector(c.x), toVector(c.y), toVector(c.z), toDVector(c.position)};
 }
 
-QUtils::PreciseTransform FrameCamera::worldToCamera() const {
+PreciseTransform FrameCamera::worldToCamera() const {
   const Pose& c = poseOfFrame_;
   return {toVector(c.vectorToCamera({1, 0, 0})), toVector(c.vectorToCamera({0, 1, 0})),
           toVector(c.vectorToCamera({0, 0, 1})), toDVector(c.pointToCamera(V3d(0)))};
@@ -61,22 +61,22 @@ Ray FrameCamera::primaryRay(double imageX, double imageY, double rayTime) const 
   return {toDVector(c.position), toVector(c.vectorToRender(direction.normalized()))};
 }
 
-QUtils::DVector TwoKeyCameraMotion::pointToRayTime(const QUtils::DVector& point, double rayTime) {
+DVector TwoKeyCameraMotion::pointToRayTime(const DVector& point, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().pointToCamera(wide(point));
   return toDVector(camera_.pose(rayTime).pointToRender(inCamera));
 }
 
-QUtils::Vector TwoKeyCameraMotion::vectorToRayTime(const QUtils::Vector& vector, double rayTime) {
+Vector TwoKeyCameraMotion::vectorToRayTime(const Vector& vector, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().vectorToCamera(wide(vector));
   return toVector(camera_.pose(rayTime).vectorToRender(inCamera));
 }
 
-QUtils::DVector TwoKeyCameraMotion::pointFromRayTime(const QUtils::DVector& point, double rayTime) {
+DVector TwoKeyCameraMotion::pointFromRayTime(const DVector& point, double rayTime) {
   const V3d inCamera = camera_.pose(rayTime).pointToCamera(wide(point));
   return toDVector(camera_.poseOfFrame().pointToRender(inCamera));
 }
 
-QUtils::Vector TwoKeyCameraMotion::vectorFromRayTime(const QUtils::Vector& vector, double rayTime) {
+Vector TwoKeyCameraMotion::vectorFromRayTime(const Vector& vector, double rayTime) {
   const V3d inCamera = camera_.pose(rayTime).vectorToCamera(wide(vector));
   return toVector(camera_.poseOfFrame().vectorToRender(inCamera));
 }

@@ -6,7 +6,6 @@
 
 #include "host/records.h"
 #include "preview/scene/scene.h"
-#include "preview/world/ray.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
@@ -40,9 +39,9 @@ class FrameCamera {
   FrameCamera(const Scene& scene, std::int32_t frame);
 
   bool moves() const { return moves_; }
-  const QUtils::DVector& worldOffset() const { return worldOffset_; }
-  QUtils::PreciseTransform cameraToWorld() const;  ///< camera space to render space
-  QUtils::PreciseTransform worldToCamera() const;  ///< render space to camera space
+  const DVector& worldOffset() const { return worldOffset_; }
+  PreciseTransform cameraToWorld() const;  ///< camera space to render space
+  PreciseTransform worldToCamera() const;  ///< render space to camera space
 
   Pose pose(double rayTime) const;
   const Pose& poseOfFrame() const { return poseOfFrame_; }  ///< that of ray time 0
@@ -63,7 +62,7 @@ class FrameCamera {
   double beginOfFrame_, partPerFrame_;  ///< of the way between the keys
   double width_, height_;               ///< pixels
   double pixelSize_;                    ///< at distance 1
-  QUtils::DVector worldOffset_;
+  DVector worldOffset_;
   Pose poseOfFrame_;
 };
 
@@ -71,14 +70,14 @@ class FrameCamera {
 /// render space at ray time t, "from" is C(0) C(t)⁻¹ and "to" is its inverse, C(t) C(0)⁻¹. As C(0)
 /// keeps the origin of a moving camera's render space in its place, C(t) C(0)⁻¹ takes the origin to
 /// the camera's position at t, and the columns of C(0) to those of C(t).
-class TwoKeyCameraMotion final : public QUtils::CameraMotion {
+class TwoKeyCameraMotion final : public CameraMotion {
  public:
   explicit TwoKeyCameraMotion(const FrameCamera& camera) : camera_(camera) {}
 
-  QUtils::DVector pointToRayTime(const QUtils::DVector& point, double rayTime) override;
-  QUtils::Vector vectorToRayTime(const QUtils::Vector& vector, double rayTime) override;
-  QUtils::DVector pointFromRayTime(const QUtils::DVector& point, double rayTime) override;
-  QUtils::Vector vectorFromRayTime(const QUtils::Vector& vector, double rayTime) override;
+  DVector pointToRayTime(const DVector& point, double rayTime) override;
+  Vector vectorToRayTime(const Vector& vector, double rayTime) override;
+  DVector pointFromRayTime(const DVector& point, double rayTime) override;
+  Vector vectorFromRayTime(const Vector& vector, double rayTime) override;
 
  private:
   const FrameCamera& camera_;

@@ -29,7 +29,7 @@ std::vector<Mesh> makeMeshes(const Scene& scene) {
 }
 
 Frame::Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number,
-             QUtils::RenderLog* log)
+             RenderLog* log)
     : scene_(scene),
       camera_(scene, number),
       motion_(camera_),
@@ -52,9 +52,8 @@ Frame::Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t n
   }
 }
 
-QUtils::ShadingContext Frame::contextOf(const Ray& ray, const Hit& hit, double rayTime,
-                                        double imageX, double imageY,
-                                        standin::SurfacePoint& surface) const {
+ShadingContext Frame::contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
+                                double imageY, standin::SurfacePoint& surface) const {
   const Object& object = scene_.objects[hit.object];
   surface.hasUvw = object.hasUvw && hit.hasUvw;
   surface.uvw = hit.uvw;

@@ -20,8 +20,7 @@ std::vector<Mesh> makeMeshes(const Scene& scene);
 class Frame {
  public:
   /// `number` is one of the scene's frames; `log` may be null and is not owned.
-  Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number,
-        QUtils::RenderLog* log);
+  Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number, RenderLog* log);
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -38,19 +37,19 @@ class Frame {
   }
 
  private:
-  QUtils::ShadingContext contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
-                                   double imageY, standin::SurfacePoint& surface) const;
+  ShadingContext contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
+                           double imageY, standin::SurfacePoint& surface) const;
 
   const Scene& scene_;
   FrameCamera camera_;
   TwoKeyCameraMotion motion_;
   Raycaster raycaster_;
   standin::BoxScene box_;
-  QUtils::QuorFrameData frameData_;
-  QUtils::RenderServices services_;
+  QuorFrameData frameData_;
+  RenderServices services_;
 
   // A shading context leads to these by pointers that are not to const.
-  mutable QUtils::RenderContext context_;
+  mutable RenderContext context_;
   mutable std::vector<standin::SceneObject> objects_;
 };
 

@@ -13,10 +13,10 @@ namespace preview {
 
 /// A vertex carries what is interpolated over its triangles.
 struct Vertex {
-  QUtils::Vector position;
-  QUtils::Vector normal;      ///< smooth, unit length
-  QUtils::Vector uvw;         ///< w is 0
-  QUtils::Vector dPdu, dPdv;  ///< change of position per unit of u and of v; 0 where undefined
+  Vector position;
+  Vector normal;      ///< smooth, unit length
+  Vector uvw;         ///< w is 0
+  Vector dPdu, dPdv;  ///< change of position per unit of u and of v; 0 where undefined
 };
 
 /// Three vertices, counter-clockwise as seen from the front.

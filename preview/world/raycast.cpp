@@ -13,12 +13,12 @@
 namespace preview {
 namespace {
 
-V3d applyMatrix(const QUtils::PreciseTransform& t, const V3d& v) {
+V3d applyMatrix(const PreciseTransform& t, const V3d& v) {
   return wide(t.c0) * v.x + wide(t.c1) * v.y + wide(t.c2) * v.z;
 }
 
 /// Position of the object's origin in render space.
-V3d originOf(const QUtils::PreciseTransform& toWorld, const QUtils::DVector& worldOffset) {
+V3d originOf(const PreciseTransform& toWorld, const DVector& worldOffset) {
   return wide(toWorld.offset) - wide(worldOffset);
 }
 
@@ -29,7 +29,7 @@ class Barycentric {
       : corners_{&vertices[triangle[0]], &vertices[triangle[1]], &vertices[triangle[2]]},
         weights_{1 - u - v, u, v} {}
 
-  V3d operator()(QUtils::Vector Vertex::*member) const {
+  V3d operator()(Vector Vertex::*member) const {
     return wide(corners_[0]->*member) * weights_[0] + wide(corners_[1]->*member) * weights_[1] +
            wide(corners_[2]->*member) * weights_[2];
   }
@@ -47,7 +47,7 @@ class Barycentric {
 
 }  // namespace
 
-Raycaster::Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector& worldOffset)
+Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
     : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
   checkDevice();
   scene_.reset(rtcNewScene(device_.get()));
@@ -57,7 +57,7 @@ Raycaster::Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector&
     geometries_.push_back(place(object, worldOffset));
     attach(geometries_.back(), static_cast<unsigned int>(geometries_.size() - 1));
     for (const Vertex& vertex : geometries_.back().vertices) {
-      const QUtils::Vector& p = vertex.position;
+      const Vector& p = vertex.position;
       if (first) bounds_ = {p, p};
       first = false;
       bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
@@ -67,8 +67,8 @@ Raycaster::Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector&
   checkDevice();
 }
 
-Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const QUtils::DVector& worldOffset) {
-  const QUtils::PreciseTransform& t = object.toWorld;
+Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const DVector& worldOffset) {
+  const PreciseTransform& t = object.toWorld;
   const V3d origin = originOf(t, worldOffset);
   const V3d x = wide(t.c0);
   const V3d y = wide(t.c1);
@@ -93,9 +93,9 @@ Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const QUtils::DVe
 void Raycaster::attach(const Geometry& geometry, unsigned int id) {
   const std::unique_ptr<RTCGeometryTy, void (*)(RTCGeometry)> handle(
       rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_TRIANGLE), rtcReleaseGeometry);
-  auto* positions = static_cast<QUtils::Vector*>(
+  auto* positions = static_cast<Vector*>(
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
-                              sizeof(QUtils::Vector), geometry.vertices.size()));
+                              sizeof(Vector), geometry.vertices.size()));
   auto* triangles = static_cast<Triangle*>(
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
                               sizeof(Triangle), geometry.triangles.size()));
@@ -114,7 +114,7 @@ void Raycaster::checkDevice() const {
 }
 
 std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
-  const QUtils::Vector origin = QUtils::toFloat(ray.origin);
+  const Vector origin = toFloat(ray.origin);
   RTCRayHit query = {};
   query.ray.org_x = origin.x;
   query.ray.org_y = origin.y;
@@ -155,19 +155,15 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
              .c = toVector({du.z, dv.z, dw.z})};
 }
 
-ObjectSpace objectSpace(const QUtils::PreciseTransform& toWorld,
-                        const QUtils::DVector& worldOffset) {
+ObjectSpace objectSpace(const PreciseTransform& toWorld, const DVector& worldOffset) {
   const auto [rx, ry, rz] = inverseRows(wide(toWorld.c0), wide(toWorld.c1), wide(toWorld.c2));
   const V3d origin = originOf(toWorld, worldOffset);
   // The inverse transpose of the inverse is the transpose: its columns are the rows of `toWorld`.
-  const auto row = [&](auto m) {
-    return QUtils::Vector{toWorld.c0.*m, toWorld.c1.*m, toWorld.c2.*m};
-  };
-  return {
-      .point = {toVector({rx.x, ry.x, rz.x}), toVector({rx.y, ry.y, rz.y}),
-                toVector({rx.z, ry.z, rz.z}),
-                toVector({-rx.dot(origin), -ry.dot(origin), -rz.dot(origin)})},
-      .normal = {row(&QUtils::Vector::x), row(&QUtils::Vector::y), row(&QUtils::Vector::z), {}}};
+  const auto row = [&](auto m) { return Vector{toWorld.c0.*m, toWorld.c1.*m, toWorld.c2.*m}; };
+  return {.point = {toVector({rx.x, ry.x, rz.x}), toVector({rx.y, ry.y, rz.y}),
+                    toVector({rx.z, ry.z, rz.z}),
+                    toVector({-rx.dot(origin), -ry.dot(origin), -rz.dot(origin)})},
+          .normal = {row(&Vector::x), row(&Vector::y), row(&Vector::z), {}}};
 }
 
 }  // namespace preview

@@ -8,7 +8,7 @@
 
 #include "host/types.h"
 #include "preview/world/meshes.h"
-#include "preview/world/ray.h"
+#include "preview/world/vectors.h"
 
 struct RTCDeviceTy;
 struct RTCSceneTy;
@@ -21,35 +21,35 @@ namespace preview {
 /// built.
 struct PlacedMesh {
   const Mesh* mesh;
-  QUtils::PreciseTransform toWorld;  ///< object space to world space, invertible
+  PreciseTransform toWorld;  ///< object space to world space, invertible
 };
 
 /// What a ray meets first. Both normals have unit length and are turned towards the viewer: where
 /// the back of a face is seen they are the opposites of those that were modelled.
 struct Hit {
-  std::size_t object;              ///< index of the placed mesh
-  QUtils::DVector point;           ///< render space
-  QUtils::Vector normal;           ///< smooth; the axes of render space
-  QUtils::Vector geometricNormal;  ///< of the flat triangle; the axes of render space
-  bool backfacing;                 ///< the triangle is seen clockwise, from its back
-  bool hasUvw;                     ///< where false, the following are 0
-  QUtils::Vector uvw;
+  std::size_t object;      ///< index of the placed mesh
+  DVector point;           ///< render space
+  Vector normal;           ///< smooth; the axes of render space
+  Vector geometricNormal;  ///< of the flat triangle; the axes of render space
+  bool backfacing;         ///< the triangle is seen clockwise, from its back
+  bool hasUvw;             ///< where false, the following are 0
+  Vector uvw;
   /// The changes of uvw per unit of x, of y and of z of render space, w being measured along the
   /// normal: the columns of the inverse of the matrix with the columns dP/du, dP/dv, normal. All 0
   /// where that matrix is singular.
-  QUtils::Vector a, b, c;
+  Vector a, b, c;
 };
 
 /// The smallest box around all vertices, in render space; without vertices a point at the origin.
 struct Bounds {
-  QUtils::Vector lo = {}, hi = {};
+  Vector lo = {}, hi = {};
 };
 
 /// The objects of a scene in Embree's hands. After construction any number of threads may use it.
 class Raycaster {
  public:
   /// Throws std::runtime_error when Embree fails.
-  Raycaster(std::span<const PlacedMesh> objects, const QUtils::DVector& worldOffset);
+  Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;
   const Bounds& bounds() const { return bounds_; }
@@ -61,7 +61,7 @@ class Raycaster {
     std::vector<Triangle> triangles;
     bool hasUvw;
   };
-  static Geometry place(const PlacedMesh& object, const QUtils::DVector& worldOffset);
+  static Geometry place(const PlacedMesh& object, const DVector& worldOffset);
   void attach(const Geometry& geometry, unsigned int id);
   void checkDevice() const;
 
@@ -73,10 +73,9 @@ class Raycaster {
 
 /// The transforms from render space to an object's own space.
 struct ObjectSpace {
-  QUtils::Transform point;
-  QUtils::Transform normal;  ///< inverse transpose of the former's matrix; the offset is 0
+  Transform point;
+  Transform normal;  ///< inverse transpose of the former's matrix; the offset is 0
 };
-ObjectSpace objectSpace(const QUtils::PreciseTransform& toWorld,
-                        const QUtils::DVector& worldOffset);
+ObjectSpace objectSpace(const PreciseTransform& toWorld, const DVector& worldOffset);
 
 }  // namespace preview

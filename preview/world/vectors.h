@@ -17,6 +17,12 @@ inline V3d wide(const QUtils::DVector& v) { return {v.x, v.y, v.z}; }
 inline QUtils::DVector toDVector(const V3d& v) { return {v.x, v.y, v.z}; }
 inline QUtils::Vector toVector(const V3d& v) { return QUtils::toFloat(toDVector(v)); }
 
+/// A ray in render space; the direction has unit length.
+struct Ray {
+  QUtils::DVector origin;
+  QUtils::Vector direction;
+};
+
 /// The rows of the inverse of the matrix with the columns a, b, c, which are also the columns of
 /// its inverse transpose. All zero for a singular matrix.
 inline std::array<V3d, 3> inverseRows(const V3d& a, const V3d& b, const V3d& c) {

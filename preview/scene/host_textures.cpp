@@ -1,0 +1,124 @@
+#include "preview/scene/host_textures.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+#include "preview/messages/errors.h"
+#include "preview/messages/suggestion.h"
+#include "standin/textures.h"
+#include "standin/uv_textures.h"
+
+namespace preview {
+
+namespace {
+
+using TexturePointer = std::unique_ptr<PluginInterface>;
+using TextureValue = std::variant<float, Vector, AColor>;
+
+std::optional<TextureValue> textureValue(const ParameterValue& value) {
+  if (const auto* number = std::get_if<double>(&value)) return static_cast<float>(*number);
+  if (const auto* vector = std::get_if<Vector>(&value)) return *vector;
+  if (const auto* color = std::get_if<AColor>(&value)) return *color;
+  return std::nullopt;
+}
+
+template <class Source>
+TexturePointer textureOf(const Source& source) {
+  return std::make_unique<standin::TextureOf<Source>>(source);
+}
+
+/// The parameters of a node, which has no others than `names`.
+class Parameters {
+ public:
+  Parameters(const Node& node, const std::vector<std::string>& names) : node_(node) {
+    for (const Parameter& parameter : node.parameters) {
+      if (std::ranges::find(names, parameter.name) == names.end()) {
+        throw SceneError(parameter.place,
+                         unknown(node.plugin + " has no parameter", parameter.name, names));
+      }
+    }
+  }
+
+  template <class T>
+  T valueOr(const std::string& name, T initial, const char* expected) const {
+    const Parameter* parameter = find(name);
+    if (parameter == nullptr) return initial;
+    const auto value = textureValue(parameter->value);
+    if (value && std::holds_alternative<T>(*value)) return std::get<T>(*value);
+    throw SceneError(parameter->place, expected);
+  }
+
+  /// The texture of the source that `make` makes of two values of the same kind.
+  template <class Make>
+  TexturePointer makeOf(const std::string& a, const std::string& b, Make make) const {
+    const Parameter &first = require(a), &second = require(b);
+    const auto v = textureValue(first.value), w = textureValue(second.value);
+    if (!v) throw SceneError(first.place, "expected a number, [x, y, z] or [r, g, b, a]");
+    if (!w || w->index() != v->index()) {
+      throw SceneError(second.place, "expected numbers as \"" + a + "\" has them: one, 3 or 4");
+    }
+    return std::visit(
+        [&]<class T>(const T& value) { return textureOf(make(value, std::get<T>(*w))); }, *v);
+  }
+
+ private:
+  const Parameter* find(const std::string& name) const {
+    const auto found = std::ranges::find(node_.parameters, name, &Parameter::name);
+    return found != node_.parameters.end() ? &*found : nullptr;
+  }
+
+  const Parameter& require(const std::string& name) const {
+    if (const Parameter* parameter = find(name)) return *parameter;
+    throw SceneError(node_.place + ".params", "\"" + name + "\" is missing");
+  }
+
+  const Node& node_;
+};
+
+TexturePointer makeConstant(const Node& node) {
+  return Parameters(node, {"value"}).makeOf("value", "value", [](auto value, auto /*same*/) {
+    return standin::Constant(value);
+  });
+}
+
+TexturePointer makeChecker(const Node& node) {
+  const Parameters parameters(node, {"even", "odd", "tiles"});
+  const float tiles = parameters.valueOr("tiles", 8.0F, "expected a number");
+  return parameters.makeOf("even", "odd", [tiles]<class T>(T even, T odd) {
+    return standin::Checker<T>{even, odd, tiles};
+  });
+}
+
+TexturePointer makeRamp(const Node& node) {
+  const Parameters parameters(node, {"from", "to", "direction"});
+  const Vector direction =
+      parameters.valueOr("direction", Vector{1, 0, 0}, "expected a list of 3 numbers");
+  return parameters.makeOf("from", "to", [direction]<class T>(T from, T to) {
+    return standin::Ramp<T>{from, to, direction};
+  });
+}
+
+const std::map<std::string, TexturePointer (*)(const Node&)> kKinds = {
+    {"constant", makeConstant}, {"checker", makeChecker}, {"ramp", makeRamp}};
+
+}  // namespace
+
+std::vector<std::string> hostTextureNames() {
+  std::vector<std::string> names;
+  for (const auto& [name, make] : kKinds) names.push_back(name);
+  return names;
+}
+
+TexturePointer makeHostTexture(const Node& node) {
+  const auto kind = kKinds.find(node.plugin);
+  return kind != kKinds.end() ? kind->second(node) : nullptr;
+}
+
+TexturePointer constantTexture(const ParameterValue& value) {
+  const auto constant = textureValue(value);
+  if (!constant) return nullptr;
+  return std::visit([](const auto& v) { return textureOf(standin::Constant(v)); }, *constant);
+}
+
+}  // namespace preview

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "frame/texture_interfaces.h"
+#include "preview/scene/scene.h"
+
+/// The textures of the host that a scene file can have as nodes beside plugins.
+namespace preview {
+
+/// What such nodes give for their plugin.
+std::vector<std::string> hostTextureNames();
+
+/// The texture of a node, or null if its plugin is none of those. Throws `SceneError` if a
+/// parameter is not as the texture has it.
+std::unique_ptr<PluginInterface> makeHostTexture(const Node& node);
+
+/// A constant texture: a float, a vector or a color. Null if the value is none of these.
+std::unique_ptr<PluginInterface> constantTexture(const ParameterValue& value);
+
+}  // namespace preview
