@@ -3,13 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <iostream>
 #include <optional>
 
+#include "preview/interruption.h"
 #include "preview/messages/errors.h"
+#include "preview/progress_bar.h"
 #include "preview/render_command.h"
 #include "preview/reports.h"
 #include "preview/scene/plugin_library.h"
@@ -24,7 +25,7 @@ constexpr const char* kProgram = "samplerinfo-preview";
 constexpr int kExitBadInput = 2;
 constexpr int kMaxThreads = 1024;
 
-class ErrorStreamLog final : public QUtils::RenderLog {
+class ErrorStreamLog final : public RenderLog {
  public:
   void print(const char* format, ...) override {
     std::va_list arguments;
@@ -34,55 +35,51 @@ class ErrorStreamLog final : public QUtils::RenderLog {
   }
 };
 
-volatile std::sig_atomic_t interrupted = 0;
+// Pairs of whole numbers on the command line, as CLI11 looks for their readers.
 
-/// Shows how much is done, and ends the render when the user interrupts it.
-class Progress {
- public:
-  explicit Progress(bool visible) : visible_(visible) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-      std::signal(signal, [](int again) {
-        interrupted = again;
-        std::signal(again, SIG_DFL);  // the second one ends the program at once
-      });
-    }
-  }
-  ~Progress() {
-    if (visible_) std::fputs("\r\033[K", stderr);
-  }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void show(double part) {
-    if (interrupted != 0) throw std::runtime_error("interrupted");
-    const int percent = static_cast<int>(part * 100);
-    if (!visible_ || percent == shown_) return;
-    shown_ = percent;
-    constexpr int kPercentPerMark = 2;
-    const std::string done(static_cast<std::size_t>(percent / kPercentPerMark), '#');
-    std::fprintf(stderr, "\r[%-50s] %3d %%", done.c_str(), percent);
-  }
-
- private:
-  bool visible_;
-  int shown_ = -1;
+struct Size {
+  int width, height;
+};
+struct Pixel {
+  int x, y;
+};
+struct FrameRange {
+  int first, last;
 };
 
-/// Two whole numbers with a separator between them, as in "640x480".
-std::optional<std::pair<int, int>> parsePair(const std::string& text, char separator) {
-  std::pair<int, int> pair;
+bool readPair(const std::string& text, char separator, int& first, int& second) {
   const char* end = text.data() + text.size();
-  const auto first = std::from_chars(text.data(), end, pair.first);
-  if (first.ec != std::errc() || first.ptr == end || *first.ptr != separator) return std::nullopt;
-  const auto second = std::from_chars(first.ptr + 1, end, pair.second);
-  if (second.ec != std::errc() || second.ptr != end) return std::nullopt;
-  return pair;
+  const auto [middle, error] = std::from_chars(text.data(), end, first);
+  if (error != std::errc() || middle == end || *middle != separator) return false;
+  const auto [rest, secondError] = std::from_chars(middle + 1, end, second);
+  return secondError == std::errc() && rest == end;
+}
+
+bool lexical_cast(const std::string& text, Size& size) {
+  return readPair(text, 'x', size.width, size.height);
+}
+bool lexical_cast(const std::string& text, Pixel& pixel) {
+  return readPair(text, ',', pixel.x, pixel.y);
+}
+bool lexical_cast(const std::string& text, FrameRange& frames) {
+  const bool isOne = text.find('-') == std::string::npos;
+  return readPair(isOne ? text + "-" + text : text, '-', frames.first, frames.last);
+}
+
+/// Refuses what cannot be read as a `T`.
+template <class T>
+void expect(CLI::Option* option, const std::string& form) {
+  option->type_name("TEXT")->check([form](const std::string& text) {
+    T value;
+    return lexical_cast(text, value) ? "" : "expected " + form;
+  });
 }
 
 struct Options {
   std::filesystem::path plugin, scene, output;
-  std::optional<std::string> size, frames;
-  std::string pixel;
+  std::optional<Size> size;
+  std::optional<FrameRange> frames;
+  Pixel pixel = {};
   std::optional<int> frame;
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
@@ -90,39 +87,33 @@ struct Options {
   bool markdown = false;
 };
 
-void applySize(const std::string& text, Image& image) {
-  const auto size = parsePair(text, 'x');
-  if (!size) throw InputError("--size: expected WIDTHxHEIGHT, as in 640x480");
-  if (std::min(size->first, size->second) < 1 ||
-      std::max(size->first, size->second) > kMaxImageSide) {
+/// The scene, in the size that is asked for.
+Scene sceneOf(const Options& options) {
+  Scene scene = readScene(options.scene);
+  if (!options.size) return scene;
+  const auto [width, height] = *options.size;
+  if (std::min(width, height) < 1 || std::max(width, height) > kMaxImageSide) {
     throw InputError("--size: width and height lie from 1 to " + std::to_string(kMaxImageSide));
   }
-  image.width = size->first;
-  image.height = size->second;
+  scene.image.width = width;
+  scene.image.height = height;
+  return scene;
 }
 
-std::string framesText(const Frames& all) {
-  return "the scene has the frames " + std::to_string(all.first) + " to " +
-         std::to_string(all.last);
-}
-
-/// The frames of the scene to render.
-Frames chosenFrames(const std::string& text, const Frames& all) {
-  const auto range = parsePair(text.find('-') == std::string::npos ? text + "-" + text : text, '-');
-  if (!range) throw InputError("--frames: expected FIRST-LAST or one frame, as in 1-3 or 2");
-  const Frames chosen{range->first, range->second};
-  if (chosen.first < all.first || chosen.last > all.last || chosen.last < chosen.first) {
-    throw InputError("--frames: " + framesText(all));
-  }
-  return chosen;
+/// Refuses frames, asked for by `option`, that the scene does not have.
+void checkFrames(const char* option, int first, int last, const Frames& all) {
+  if (first >= all.first && first <= last && last <= all.last) return;
+  throw InputError(std::string(option) + ": the scene has the frames " + std::to_string(all.first) +
+                   " to " + std::to_string(all.last));
 }
 
 void runRender(const Options& options) {
   const PluginLibrary library(options.plugin);
-  Scene scene = readScene(options.scene);
-  if (options.size) applySize(*options.size, scene.image);
+  Scene scene = sceneOf(options);
   if (options.samples != 0) scene.image.samples = options.samples;
-  const Frames frames = options.frames ? chosenFrames(*options.frames, scene.frames) : scene.frames;
+  const auto [first, last] =
+      options.frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
+  checkFrames("--frames", first, last, scene.frames);
 
   std::optional<tbb::global_control> threads;
   if (options.threads != 0) {
@@ -130,29 +121,28 @@ void runRender(const Options& options) {
                     static_cast<std::size_t>(options.threads));
   }
   ErrorStreamLog log;
-  Progress progress(!options.log && isatty(STDERR_FILENO) != 0);
-  renderScene(scene, frames, library, options.log ? &log : nullptr, options.output,
-              [&](double part) { progress.show(part); });
+  ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
+  noteInterruptions();
+  renderScene(scene, {first, last}, library, options.log ? &log : nullptr, options.output,
+              [&](double part) {
+                if (interruption != 0) throw std::runtime_error("interrupted");
+                bar.show(part);
+              });
 }
 
 void runProbe(const Options& options) {
   const PluginLibrary library(options.plugin);
-  Scene scene = readScene(options.scene);
-  if (options.size) applySize(*options.size, scene.image);
-  const auto pixel = parsePair(options.pixel, ',');
-  if (!pixel) throw InputError("--pixel: expected X,Y, as in 160,120");
-  if (std::min(pixel->first, pixel->second) < 0 || pixel->first >= scene.image.width ||
-      pixel->second >= scene.image.height) {
-    throw InputError("--pixel: the image has " + std::to_string(scene.image.width) + " x " +
-                     std::to_string(scene.image.height) + " pixels, counted from 0,0");
+  const Scene scene = sceneOf(options);
+  const auto [x, y] = options.pixel;
+  const Image& image = scene.image;
+  if (x < 0 || y < 0 || x >= image.width || y >= image.height) {
+    throw InputError("--pixel: the image has " + std::to_string(image.width) + " x " +
+                     std::to_string(image.height) + " pixels, counted from 0,0");
   }
   const int frame = options.frame.value_or(scene.frames.first);
-  if (frame < scene.frames.first || frame > scene.frames.last) {
-    throw InputError("--frame: " + framesText(scene.frames));
-  }
+  checkFrames("--frame", frame, frame, scene.frames);
   ErrorStreamLog log;
-  Network network(scene.nodes, library);
-  probe(scene, makeMeshes(scene), network, frame, pixel->first, pixel->second,
+  probe(scene, makeMeshes(scene), Network(scene.nodes, library), frame, x, y,
         options.log ? &log : nullptr, std::cout);
 }
 
@@ -185,7 +175,9 @@ int run(int argc, char** argv, Options& options) {
     command->add_option("SCENE", options.scene, "The scene file")
         ->required()
         ->check(CLI::ExistingFile);
-    command->add_option("--size", options.size, "WIDTHxHEIGHT instead of the scene's, in pixels");
+    expect<Size>(command->add_option("--size", options.size,
+                                     "WIDTHxHEIGHT instead of the scene's, in pixels"),
+                 "WIDTHxHEIGHT, as in 640x480");
     command->add_flag("--log", options.log, "Print the log of the render on the error stream");
   };
   CLI::App* render = app.add_subcommand("render", "Render the pictures of a scene");
@@ -193,7 +185,9 @@ int run(int argc, char** argv, Options& options) {
   render->add_option("-o,--output", options.output, "The folder for the pictures")->required();
   render->add_option("--samples", options.samples, "Samples per pixel instead of the scene's")
       ->check(CLI::Range(1, kMaxSamples));
-  render->add_option("--frames", options.frames, "Render only FIRST-LAST, or one frame");
+  expect<FrameRange>(
+      render->add_option("--frames", options.frames, "Render only FIRST-LAST, or one frame"),
+      "FIRST-LAST or one frame, as in 1-3 or 2");
   render->add_option("--threads", options.threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
 
@@ -202,7 +196,9 @@ int run(int argc, char** argv, Options& options) {
 
   CLI::App* probe = app.add_subcommand("probe", "Print value, bounds and gradient at one pixel");
   addCommon(probe);
-  probe->add_option("--pixel", options.pixel, "X,Y from the top left corner")->required();
+  expect<Pixel>(
+      probe->add_option("--pixel", options.pixel, "X,Y from the top left corner")->required(),
+      "X,Y, as in 160,120");
   probe->add_option("--frame", options.frame, "Which frame instead of the first");
 
   try {
@@ -229,6 +225,6 @@ int main(int argc, char** argv) {
     return fail(kProgram, e, kExitBadInput);
   } catch (const std::exception& e) {
     constexpr int kExitOfSignals = 128;
-    return fail(kProgram, e, interrupted != 0 ? kExitOfSignals + interrupted : 1);
+    return fail(kProgram, e, interruption != 0 ? kExitOfSignals + interruption : 1);
   }
 }
