@@ -1,8 +1,8 @@
 #include "preview/render.h"
 
+#include <oneapi/tbb/blocked_range2d.h>
 #include <oneapi/tbb/parallel_for.h>
 
-#include <algorithm>
 #include <mutex>
 
 #include "preview/world/sampling.h"
@@ -12,21 +12,7 @@ namespace preview {
 namespace {
 
 constexpr int kTileSize = 32;  // pixels
-
-struct Tile {
-  int x0, y0, x1, y1;
-};
-
-std::vector<Tile> tilesOf(const Image& image) {
-  std::vector<Tile> tiles;
-  for (int y = 0; y < image.height; y += kTileSize) {
-    for (int x = 0; x < image.width; x += kTileSize) {
-      tiles.push_back(
-          {x, y, std::min(x + kTileSize, image.width), std::min(y + kTileSize, image.height)});
-    }
-  }
-  return tiles;
-}
+using Tile = tbb::blocked_range2d<int>;
 
 using Sums = std::vector<std::array<double, std::tuple_size_v<Channels>>>;
 
@@ -52,8 +38,8 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
 void renderTile(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
                 const Tile& tile, Film& film) {
   Sums sums(sources.size());
-  for (int y = tile.y0; y < tile.y1; ++y) {
-    for (int x = tile.x0; x < tile.x1; ++x) {
+  for (int y = tile.rows().begin(); y < tile.rows().end(); ++y) {
+    for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
       sums.assign(sources.size(), {});
       const int seen = addSamples(scene, frame, sources, x, y, sums);
       if (seen == 0) continue;
@@ -79,15 +65,16 @@ Film renderFrame(const Scene& scene, const Frame& frame, const std::vector<Layer
     film.layers.emplace_back(image.width, image.height, channelCount(*source.texture, source.show));
   }
 
-  const std::vector<Tile> tiles = tilesOf(image);
   std::mutex mutex;
-  std::size_t done = 0;
-  tbb::parallel_for(std::size_t{0}, tiles.size(), [&](std::size_t i) {
-    renderTile(scene, frame, sources, tiles[i], film);
+  std::size_t done = 0;  // pixels
+  const auto render = [&](const Tile& tile) {
+    renderTile(scene, frame, sources, tile, film);
     const std::lock_guard lock(mutex);
-    ++done;
-    progress(static_cast<double>(done) / static_cast<double>(tiles.size()));
-  });
+    done += tile.rows().size() * tile.cols().size();
+    progress(static_cast<double>(done) / static_cast<double>(film.coverage.pixels()));
+  };
+  tbb::parallel_for(Tile(0, image.height, kTileSize, 0, image.width, kTileSize), render,
+                    tbb::simple_partitioner());
   return film;
 }
 

@@ -6,22 +6,6 @@
 
 namespace preview {
 
-namespace {
-
-class Registration final : public QUtils::PluginDescVisitor {
- public:
-  explicit Registration(QUtils::QuorPluginHost& host) : host_(host) {}
-  std::int32_t visitPluginDesc(QUtils::PluginDesc* desc) override {
-    desc->registerPlugin(&host_);
-    return 1;
-  }
-
- private:
-  QUtils::QuorPluginHost& host_;
-};
-
-}  // namespace
-
 void PluginLibrary::Close::operator()(void* handle) const { dlclose(handle); }
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
@@ -33,12 +17,16 @@ PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
   if (getLibDesc == nullptr) {
     throw InputError("\"" + file.string() + "\" is no plugin library: it has no getLibDesc");
   }
-  Registration registration(registry_);
-  getLibDesc()->enumPluginDescs(&registration);
+  getLibDesc()->enumPluginDescs(this);
 }
 
 PluginLibrary::~PluginLibrary() {
-  while (!registry_.descs.empty()) registry_.descs.back()->unregisterPlugin(&registry_);
+  while (!descs_.empty()) descs_.back()->unregisterPlugin(this);
+}
+
+std::int32_t PluginLibrary::visitPluginDesc(QUtils::PluginDesc* desc) {
+  desc->registerPlugin(this);
+  return 1;
 }
 
 std::filesystem::path defaultPluginLibrary() {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/types.h"
+#include "math/interval.h"
 #include "preview/world/meshes.h"
 #include "preview/world/vectors.h"
 
@@ -40,11 +41,6 @@ struct Hit {
   Vector a, b, c;
 };
 
-/// The smallest box around all vertices, in render space; without vertices a point at the origin.
-struct Bounds {
-  Vector lo = {}, hi = {};
-};
-
 /// The objects of a scene in Embree's hands. After construction any number of threads may use it.
 class Raycaster {
  public:
@@ -52,7 +48,9 @@ class Raycaster {
   Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;
-  const Bounds& bounds() const { return bounds_; }
+
+  /// The smallest box around all vertices, in render space; without vertices a point at the origin.
+  const Range<Vector>& bounds() const { return bounds_; }
 
  private:
   /// An object in render space.
@@ -66,7 +64,7 @@ class Raycaster {
   void checkDevice() const;
 
   std::vector<Geometry> geometries_;
-  Bounds bounds_;
+  Range<Vector> bounds_ = {};
   std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
   std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)> scene_;
 };
