@@ -35,7 +35,7 @@ class ErrorStreamLog final : public RenderLog {
   }
 };
 
-// Pairs of whole numbers on the command line, as CLI11 looks for their readers.
+// Pairs of whole numbers on the command line; CLI11 finds the `lexical_cast` for each.
 
 struct Size {
   int width, height;

@@ -41,8 +41,7 @@ Plan planOf(const Scene& scene, const Network& network) {
                                                     nameOf(picture.show));
     }
     const std::string name = layerName(picture);
-    const auto known = std::find_if(plan.sources.begin(), plan.sources.end(),
-                                    [&](const LayerSource& source) { return source.name == name; });
+    const auto known = std::ranges::find(plan.sources, name, &LayerSource::name);
     plan.sourceOfPicture.push_back(static_cast<std::size_t>(known - plan.sources.begin()));
     if (known == plan.sources.end()) {
       plan.sources.push_back({name, &texture, picture.show});

@@ -15,10 +15,6 @@ namespace {
 using standin::ParameterInfo;
 using standin::ParamType;
 
-std::string kindText(const ParameterInfo& info) {
-  return std::string(info.kind().value) + info.kind().role;
-}
-
 std::string defaultText(const ParameterInfo& info) {
   if (info.type == ParamType::Integer) return std::to_string(info.initial);
   if (info.type == ParamType::Boolean) return info.initial != 0 ? "true" : "false";
@@ -43,12 +39,13 @@ void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out)
     separator = "\n";
     if (markdown) out << "\n| parameter | kind | default | help |\n|---|---|---|---|\n";
     for (const ParameterInfo& info : standin::registeredParameters(desc)) {
+      const std::string kind = std::string(info.kind().value) + info.kind().role;
       const std::string help = info.help != nullptr ? info.help : "";
       if (markdown) {
-        out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
+        out << "| `" << info.name << "` | " << kind << " | " << defaultText(info) << " | "
             << forMarkdown(help) << " |\n";
       } else {
-        out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
+        out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kind
             << std::setw(7) << defaultText(info) << help << "\n";
       }
     }

@@ -1,6 +1,5 @@
 #include "host/parameters.h"
 
-#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -56,9 +55,8 @@ struct QuorParameterListDesc::Storage {
 QuorParameterListDesc::QuorParameterListDesc() : storage_(new Storage) {}
 
 QuorParameterListDesc::~QuorParameterListDesc() {
-  std::erase_if(registrations, [this](const Registration& registration) {
-    return registration.parameters == &storage_->parameters;
-  });
+  std::erase_if(registrations,
+                [this](const Registration& r) { return r.parameters == &storage_->parameters; });
   delete storage_;
 }
 
@@ -116,8 +114,7 @@ std::int32_t QuorParameterListDesc::addOutputParamTextureTransform(char* name, c
 std::int32_t QuorParameterListDesc::registerParameters(QuorPluginHost* /*host*/,
                                                        QuorPluginDesc* desc) {
   note(__func__);
-  std::erase_if(registrations,
-                [desc](const Registration& registration) { return registration.desc == desc; });
+  std::erase_if(registrations, [desc](const Registration& r) { return r.desc == desc; });
   registrations.push_back({desc, &storage_->parameters});
   return 1;
 }

@@ -1,6 +1,7 @@
 #include "preview/scene/host_textures.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <optional>
 
@@ -106,7 +107,7 @@ const std::map<std::string, TexturePointer (*)(const Node&)> kKinds = {
 
 std::vector<std::string> hostTextureNames() {
   std::vector<std::string> names;
-  for (const auto& [name, make] : kKinds) names.push_back(name);
+  std::ranges::transform(kKinds, std::back_inserter(names), [](const auto& k) { return k.first; });
   return names;
 }
 

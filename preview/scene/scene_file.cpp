@@ -65,8 +65,7 @@ class Item {
   /// Reads the members of an object, all of them optional.
   void read(const Readers& readers) const {
     for (const auto& [key, item] : members()) {
-      const auto reader = std::find_if(readers.begin(), readers.end(),
-                                       [&key = key](const auto& r) { return r.first == key; });
+      const auto reader = std::ranges::find(readers, key, &Readers::value_type::first);
       if (reader == readers.end()) {
         std::vector<std::string> keys;
         for (const auto& [known, read] : readers) keys.push_back(known);
@@ -230,9 +229,9 @@ CameraKey readCameraKey(const Item& item) {
   const DVector& t = key.target;
   const DVector view = {t.x - p.x, t.y - p.y, t.z - p.z};
   const Vector& up = key.up;
+  const DVector side = cross(view, toDouble(up));
   const double length = std::hypot(view.x, view.y, view.z);
-  const double across = std::hypot(view.y * up.z - view.z * up.y, view.z * up.x - view.x * up.z,
-                                   view.x * up.y - view.y * up.x);
+  const double across = std::hypot(side.x, side.y, side.z);
   if (length < kMinLength) item.fail("the camera stands at its target");
   if (across < kMinSine * length * std::hypot(up.x, up.y, up.z) || across == 0) {
     item.fail(R"("up" is zero or along the view)");

@@ -26,8 +26,16 @@ Channels evaluateAs(const PluginInterface& texture,
 }
 
 Vector columnOf(const Transform& transform, Show show) {
-  if (show == Show::Offset) return transform.offset;
-  return show == Show::Column0 ? transform.c0 : show == Show::Column1 ? transform.c1 : transform.c2;
+  switch (show) {
+    case Show::Column0:
+      return transform.c0;
+    case Show::Column1:
+      return transform.c1;
+    case Show::Column2:
+      return transform.c2;
+    default:
+      return transform.offset;
+  }
 }
 
 }  // namespace

@@ -45,29 +45,8 @@ class Barycentric {
   double weights_[3];
 };
 
-}  // namespace
-
-Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
-    : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
-  checkDevice();
-  scene_.reset(rtcNewScene(device_.get()));
-  rtcSetSceneFlags(scene_.get(), RTC_SCENE_FLAG_ROBUST);
-  bool first = true;
-  for (const PlacedMesh& object : objects) {
-    geometries_.push_back(place(object, worldOffset));
-    attach(geometries_.back(), static_cast<unsigned int>(geometries_.size() - 1));
-    for (const Vertex& vertex : geometries_.back().vertices) {
-      const Vector& p = vertex.position;
-      if (first) bounds_ = {p, p};
-      first = false;
-      bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
-    }
-  }
-  rtcCommitScene(scene_.get());
-  checkDevice();
-}
-
-Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const DVector& worldOffset) {
+/// A mesh in render space.
+Mesh place(const PlacedMesh& object, const DVector& worldOffset) {
   const PreciseTransform& t = object.toWorld;
   const V3d origin = originOf(t, worldOffset);
   const V3d x = wide(t.c0);
@@ -75,7 +54,7 @@ Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const DVector& wo
   const V3d z = wide(t.c2);
   const std::array<V3d, 3> normals = inverseRows(x, y, z);
 
-  Geometry placed{object.mesh->vertices, object.mesh->triangles, object.mesh->hasUvw};
+  Mesh placed = *object.mesh;
   for (Vertex& vertex : placed.vertices) {
     const V3d n = wide(vertex.normal);
     vertex.position = toVector(applyMatrix(t, wide(vertex.position)) + origin);
@@ -90,18 +69,40 @@ Raycaster::Geometry Raycaster::place(const PlacedMesh& object, const DVector& wo
   return placed;
 }
 
-void Raycaster::attach(const Geometry& geometry, unsigned int id) {
+}  // namespace
+
+Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
+    : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
+  checkDevice();
+  scene_.reset(rtcNewScene(device_.get()));
+  rtcSetSceneFlags(scene_.get(), RTC_SCENE_FLAG_ROBUST);
+  bool first = true;
+  for (const PlacedMesh& object : objects) {
+    meshes_.push_back(place(object, worldOffset));
+    attach(meshes_.back(), static_cast<unsigned int>(meshes_.size() - 1));
+    for (const Vertex& vertex : meshes_.back().vertices) {
+      const Vector& p = vertex.position;
+      if (first) bounds_ = {p, p};
+      first = false;
+      bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
+    }
+  }
+  rtcCommitScene(scene_.get());
+  checkDevice();
+}
+
+void Raycaster::attach(const Mesh& mesh, unsigned int id) {
   const std::unique_ptr<RTCGeometryTy, void (*)(RTCGeometry)> handle(
       rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_TRIANGLE), rtcReleaseGeometry);
   auto* positions = static_cast<Vector*>(
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
-                              sizeof(Vector), geometry.vertices.size()));
+                              sizeof(Vector), mesh.vertices.size()));
   auto* triangles = static_cast<Triangle*>(
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
-                              sizeof(Triangle), geometry.triangles.size()));
+                              sizeof(Triangle), mesh.triangles.size()));
   checkDevice();
-  std::ranges::transform(geometry.vertices, positions, &Vertex::position);
-  std::ranges::copy(geometry.triangles, triangles);
+  std::ranges::transform(mesh.vertices, positions, &Vertex::position);
+  std::ranges::copy(mesh.triangles, triangles);
   rtcCommitGeometry(handle.get());
   rtcAttachGeometryByID(scene_.get(), handle.get(), id);
 }
@@ -131,9 +132,8 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
   rtcIntersect1(scene_.get(), &context, &query);
   if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
 
-  const Geometry& geometry = geometries_[query.hit.geomID];
-  const Barycentric at(geometry.vertices, geometry.triangles[query.hit.primID], query.hit.u,
-                       query.hit.v);
+  const Mesh& mesh = meshes_[query.hit.geomID];
+  const Barycentric at(mesh.vertices, mesh.triangles[query.hit.primID], query.hit.u, query.hit.v);
   V3d geometricNormal = at.faceNormal();
   V3d normal = at(&Vertex::normal).normalized();
   if (normal == V3d(0)) normal = geometricNormal;  // opposite normals at the corners cancel out
@@ -148,7 +148,7 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
              .normal = toVector(normal),
              .geometricNormal = toVector(geometricNormal),
              .backfacing = backfacing,
-             .hasUvw = geometry.hasUvw,
+             .hasUvw = mesh.hasUvw,
              .uvw = toVector(at(&Vertex::uvw)),
              .a = toVector({du.x, dv.x, dw.x}),
              .b = toVector({du.y, dv.y, dw.y}),

@@ -53,17 +53,10 @@ class Raycaster {
   const Range<Vector>& bounds() const { return bounds_; }
 
  private:
-  /// An object in render space.
-  struct Geometry {
-    std::vector<Vertex> vertices;
-    std::vector<Triangle> triangles;
-    bool hasUvw;
-  };
-  static Geometry place(const PlacedMesh& object, const DVector& worldOffset);
-  void attach(const Geometry& geometry, unsigned int id);
+  void attach(const Mesh& mesh, unsigned int id);
   void checkDevice() const;
 
-  std::vector<Geometry> geometries_;
+  std::vector<Mesh> meshes_;  ///< in render space
   Range<Vector> bounds_ = {};
   std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
   std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)> scene_;
