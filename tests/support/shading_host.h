@@ -1,36 +1,21 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstdio>
 #include <functional>
-#include <string>
-#include <vector>
+#include <initializer_list>
 
-#include "host/shading_context.h"
-#include "tests/support/bits.h"
-#include "tests/support/library.h"
+#include "tests/support/recording.h"
 
 /// A host around one shading context. What evaluations ask of it is written down, in order; its
 /// answers are simple functions of the questions, so that a wrong argument shows in the result.
 namespace test {
 
-using namespace QUtils;
-
-// What the camera's motion answers.
-inline DVector pointTo(const DVector& p, double t) { return {p.y + t, p.z - 7 * t, p.x + 1.7}; }
-inline Vector vectorTo(const Vector& v, double t) {
-  return {v.z, v.x + static_cast<float>(t), v.y};
-}
-inline DVector pointFrom(const DVector& p, double t) { return {p.z - t, p.x + 3 * t, p.y * 1.1}; }
-inline Vector vectorFrom(const Vector& v, double t) {
-  return {v.y, v.z - static_cast<float>(t), v.x + 0.3F};
-}
-
 struct ShadingHost {
-  std::vector<std::string> calls;  ///< such as "vectorToRayTime(1)", with x of the argument
-  void note(const char* operation, double argument) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%s(%.10g)", operation, argument);
-    calls.emplace_back(text);
+  Log* log = nullptr;  ///< where the calls are written down
+  void note(const char* owner, const char* operation, const void* argument,
+            std::initializer_list<double> numbers) {
+    if (log != nullptr) log->push_back({owner, operation, argument, {numbers}});
   }
 
   struct Part {
@@ -40,44 +25,49 @@ struct ShadingHost {
 
   struct Motion final : CameraMotion, Part {
     using Part::Part;
-    DVector pointToRayTime(const DVector& point, double t) override {
-      host.note("pointToRayTime", point.x);
-      return pointTo(point, t);
+    DVector pointToRayTime(const DVector& p, double t) override {
+      host.note("motion", "pointToRayTime", nullptr, {p.x, p.y, p.z, t});
+      return {p.y + t, p.z - 7 * t, p.x + 1.7};
     }
-    Vector vectorToRayTime(const Vector& vector, double t) override {
-      host.note("vectorToRayTime", static_cast<double>(vector.x));
-      return vectorTo(vector, t);
+    Vector vectorToRayTime(const Vector& v, double t) override {
+      noteVector("vectorToRayTime", v, t);
+      return {v.z, v.x + static_cast<float>(t), v.y};
     }
-    DVector pointFromRayTime(const DVector& point, double t) override {
-      host.note("pointFromRayTime", point.x);
-      return pointFrom(point, t);
+    DVector pointFromRayTime(const DVector& p, double t) override {
+      host.note("motion", "pointFromRayTime", nullptr, {p.x, p.y, p.z, t});
+      return {p.z - t, p.x + 3 * t, p.y * 1.1};
     }
-    Vector vectorFromRayTime(const Vector& vector, double t) override {
-      host.note("vectorFromRayTime", static_cast<double>(vector.x));
-      return vectorFrom(vector, t);
+    Vector vectorFromRayTime(const Vector& v, double t) override {
+      noteVector("vectorFromRayTime", v, t);
+      return {v.y, v.z - static_cast<float>(t), v.x + 0.3F};
+    }
+    void noteVector(const char* operation, const Vector& v, double t) {
+      const DVector wide = {v.x, v.y, v.z};
+      host.note("motion", operation, nullptr, {wide.x, wide.y, wide.z, t});
     }
   };
 
-  /// Offers the interfaces that it is given.
+  /// Offers one interface or none, whatever it is asked for.
   struct Object final : PluginBase, Part {
     using Part::Part;
     PluginInterface* getInterface(InterfaceId id) override {
-      host.note("getInterface", static_cast<double>(id));
-      return PluginBase::getInterface(id);
+      host.note("object", "getInterface", this, {static_cast<double>(id)});
+      return offers ? PluginBase::getInterface(id) : nullptr;
     }
+    bool offers = true;
   };
 
   struct Mapping final : ObjectSpaceMapping, Part {
     using Part::Part;
     PluginBase* getPlugin() override { return &host.object; }
     Vector worldToObjectNormal(const ShadingContext& context, const Vector& n) override {
-      EXPECT_EQ(&context, &host.sc);
-      host.note("worldToObjectNormal", static_cast<double>(n.x));
+      const DVector wide = {n.x, n.y, n.z};
+      host.note("mapping", "worldToObjectNormal", &context, {wide.x, wide.y, wide.z});
       return {n.y, n.z, n.x};
     }
     Vector worldToObjectPoint(const ShadingContext& context, const Vector& p) override {
-      EXPECT_EQ(&context, &host.sc);
-      host.note("worldToObjectPoint", static_cast<double>(p.x));
+      const DVector wide = {p.x, p.y, p.z};
+      host.note("mapping", "worldToObjectPoint", &context, {wide.x, wide.y, wide.z});
       return {p.z, p.x, p.y};
     }
   };
@@ -87,15 +77,13 @@ struct ShadingHost {
     PluginBase* getPlugin() override { return &host.surface; }
     void getUVWDerivatives(const ShadingContext& context, std::int32_t channel, Vector& outA,
                            Vector& outB, Vector& outC) override {
-      EXPECT_EQ(&context, &host.sc);
-      host.note("getUVWDerivatives", channel);
+      host.note("uvw", "getUVWDerivatives", &context, {static_cast<double>(channel)});
       outA = a;
       outB = b;
       outC = c;
     }
     Vector getUVW(const ShadingContext& context, std::int32_t channel) override {
-      EXPECT_EQ(&context, &host.sc);
-      host.note("getUVW", channel);
+      host.note("uvw", "getUVW", &context, {static_cast<double>(channel)});
       return uvw;
     }
     Vector a{}, b{}, c{}, uvw{};
@@ -105,15 +93,16 @@ struct ShadingHost {
     using Part::Part;
     PluginBase* getPlugin() override { return &host.surface; }
     std::int32_t getMaterialId(const ShadingContext& context) override {
-      EXPECT_EQ(&context, &host.sc);
-      host.note("getMaterialId", 0);
+      host.note("materialId", "getMaterialId", &context, {});
       return id;
     }
     std::int32_t id = 0;
   };
 
-  struct Scene final : SceneInfo {
+  struct Scene final : SceneInfo, Part {
+    using Part::Part;
     void getBoundingBox(Vector& outLo, Vector& outHi) override {
+      host.note("scene", "getBoundingBox", nullptr, {});
       if (whileAsked) whileAsked();
       outLo = lo;
       outHi = hi;
@@ -122,13 +111,19 @@ struct ShadingHost {
     std::function<void()> whileAsked;
   };
 
-  struct Log final : RenderLog {
+  struct Printer final : RenderLog, Part {
+    using Part::Part;
     void print(const char* format, ...) override {
       char text[128];
       std::va_list arguments;
       va_start(arguments, format);
       std::vsnprintf(text, sizeof text, format, arguments);
       va_end(arguments);
+      va_start(arguments, format);
+      const double first = va_arg(arguments, double);
+      const double second = va_arg(arguments, double);
+      va_end(arguments);
+      host.note("log", "print", nullptr, {first, second});
       lines.emplace_back(text);
       if (whilePrinting) whilePrinting();
     }
@@ -137,86 +132,28 @@ struct ShadingHost {
   };
 
   Motion motion{*this};
-  Object object{*this};
-  Object surface{*this};
+  Object object{*this}, surface{*this};
   Mapping mapping{*this};
   Uvw uvw{*this};
   MaterialId materialId{*this};
-  Scene scene;
-  Log log;
-  RenderServices services{&log, &scene, &motion, 0};
+  Scene scene{*this};
+  Printer printer{*this};
+  RenderServices services{&printer, &scene, &motion, 0};
   QuorFrameData frame;
   RenderContext render{&services, &frame};
   ShadingContext sc{};
 
-  /// The camera is at the origin and does not move; no object, no surface.
+  /// The camera is at the origin and does not move; object and surface offer all they can.
   ShadingHost() {
     frame.worldToCamera = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}};
     frame.cameraToWorld = frame.worldToCamera;
     sc.renderContext = &render;
-  }
-
-  void offerAll() {
     sc.object = &object;
     sc.surface = &surface;
     object.addInterface(&mapping, 0);
     surface.addInterface(&uvw, 0);
     surface.addInterface(&materialId, 0);
   }
-};
-
-/// A sampler as a host uses it, in its first frame.
-class Sampler : public Instance {
- public:
-  Sampler() : Instance("TexSampler") {
-    plugin().renderBegin(nullptr);
-    frameBegin();
-  }
-  float number(const char* name, const ShadingContext& sc) {
-    return output<TextureFloatInterface>(name).getFloat(sc);
-  }
-  Vector vector(const char* name, const ShadingContext& sc) {
-    return output<TextureVectorInterface>(name).getVector(sc);
-  }
-  Transform transform(const char* name, const ShadingContext& sc) {
-    return output<TextureTransformInterface>(name).getTransform(sc);
-  }
-  std::int32_t integer(const char* name, const ShadingContext& sc) {
-    return output<TextureIntInterface>(name).getInt(sc);
-  }
-};
-
-/// Seeded numbers in double precision; one in 32 is one of `kSpecials`.
-class RandomReals {
- public:
-  explicit RandomReals(std::uint32_t seed) : engine_(seed) {}
-
-  double real() {
-    if (engine_() % 32 == 0) {
-      return static_cast<double>(kSpecials[engine_() % std::size(kSpecials)]);
-    }
-    return std::ldexp(std::uniform_real_distribution<>(-1, 1)(engine_),
-                      static_cast<int>(engine_() % 9) - 4);
-  }
-  Vector vector() {
-    const DVector v = precise();
-    return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
-  }
-  DVector precise() {
-    const double x = real();
-    const double y = real();
-    return {x, y, real()};
-  }
-  PreciseTransform transform() {
-    const Vector c0 = vector();
-    const Vector c1 = vector();
-    const Vector c2 = vector();
-    return {c0, c1, c2, precise()};
-  }
-  std::int32_t below(unsigned n) { return static_cast<std::int32_t>(engine_() % n); }
-
- private:
-  std::mt19937 engine_;
 };
 
 }  // namespace test

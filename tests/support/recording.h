@@ -1,0 +1,90 @@
+#pragma once
+
+#include <string>
+
+#include "tests/support/answers.h"
+
+namespace test {
+
+/// One call of something that a host owns: an input texture, an object, the camera's motion.
+struct Call {
+  const char* owner;
+  const char* operation;
+  const void* argument;  ///< the context, or the place of the bounds
+  Answer numbers;        ///< the other arguments
+
+  bool operator==(const Call& other) const {
+    return owner == other.owner && operation == other.operation && argument == other.argument &&
+           numbers == other.numbers;
+  }
+};
+using Log = std::vector<Call>;
+
+inline std::ostream& operator<<(std::ostream& out, const Log& log) {
+  for (const Call& call : log) {
+    out << "\n  " << call.owner << '.' << call.operation << '(' << call.argument << ") "
+        << call.numbers;
+  }
+  return out;
+}
+
+/// An input that answers what it is told to, as a texture of any of the three kinds, and writes
+/// down each question.
+class Input final : public TextureInterface,
+                    public TextureFloatInterface,
+                    public TextureVectorInterface {
+ public:
+  explicit Input(std::string inputName, Log* record = nullptr)
+      : name(std::move(inputName)), log(record) {}
+
+  /// As the kind of texture that an input of this name takes.
+  PluginInterface* texture() {
+    if (name.starts_with("color")) return static_cast<TextureInterface*>(this);
+    if (name.starts_with("vector")) return static_cast<TextureVectorInterface*>(this);
+    return static_cast<TextureFloatInterface*>(this);
+  }
+
+  PluginBase* getPlugin() override { return nullptr; }
+  AColor getColor(const ShadingContext& sc) const override { return note("value", &sc), value; }
+  float getFloat(const ShadingContext& sc) const override { return note("value", &sc), value.r; }
+  Vector getVector(const ShadingContext& sc) const override {
+    return note("value", &sc), Vector{value.r, value.g, value.b};
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    return note("gradient", &sc), gradient;
+  }
+  void getColorBounds(AColor& min, AColor& max) const override {
+    note("bounds", nullptr);
+    min = lo;
+    max = hi;
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    note("bounds", name == "result_alpha" ? &min : nullptr);
+    min = lo.r;
+    max = hi.r;
+  }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    note("bounds", nullptr);
+    min = {lo.r, lo.g, lo.b};
+    max = {hi.r, hi.g, hi.b};
+  }
+
+  std::string name;
+  Log* log;
+  AColor value = {}, lo = {}, hi = {};
+  Vector gradient = {};
+
+ private:
+  void note(const char* question, const void* argument) const {
+    if (log != nullptr) log->push_back({name.c_str(), question, argument, {}});
+  }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Input& input) {
+  Answer numbers;
+  numbers.add(input.value), numbers.add(input.lo), numbers.add(input.hi);
+  numbers.add(input.gradient);
+  return out << "\n  " << input.name << ": " << numbers;
+}
+
+}  // namespace test

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include "tests/support/library.h"
+#include "tests/support/recording.h"
+#include "tests/twins/pairs.h"
+
+namespace test {
+
+/// Whether an output of the library answers as its twin, after the same calls.
+inline testing::AssertionResult agree(const twins::Pair& pair, PluginInterface& output,
+                                      Question question, const ShadingContext& sc, Log& log) {
+  log.clear();
+  const Answer expected = ask(*pair.twin, question, sc);
+  const Log expectedCalls = std::exchange(log, {});
+  const Answer got = ask(output, question, sc);
+  if (got == expected && log == expectedCalls) return testing::AssertionSuccess();
+  return testing::AssertionFailure()
+         << pair.name() << ", " << kQuestionNames[static_cast<int>(question)] << "\ngot      "
+         << got << log << "\nexpected " << expected << expectedCalls;
+}
+
+/// An output of a plugin instance and its twin, between the same inputs.
+class Subject {
+ public:
+  explicit Subject(twins::Pair subject) : pair(std::move(subject)), plugin(pair.plugin) {
+    for (const std::string& name : pair.inputs) {
+      inputs.push_back(std::make_unique<Input>(name, &log));
+    }
+    if (pair.setting == "mode") plugin.set("mode", pair.setTo);
+    if (pair.setting == "invert") plugin.set("invert", pair.setTo != 0);
+  }
+
+  PluginInterface& output() {
+    if (!pair.output.empty()) return plugin.output<PluginInterface>(pair.output.c_str());
+    return *plugin.object().getInterface(EXT_TEXTURE);
+  }
+
+  std::string describe() const {
+    std::ostringstream text;
+    text << pair.name();
+    for (const auto& input : inputs) text << *input;
+    return text.str();
+  }
+
+  /// Tells the instance that the inputs whose bits are set are connected, and no others. Its
+  /// outputs see it from the next frame on.
+  void connect(unsigned which) {
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+      PluginInterface* texture = (which >> i & 1U) != 0 ? inputs[i]->texture() : nullptr;
+      EXPECT_TRUE(plugin.connect(pair.inputs[i].c_str(), texture));
+    }
+  }
+  void connectTwin(unsigned which) {
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+      pair.connect(i, (which >> i & 1U) != 0 ? inputs[i]->texture() : nullptr);
+    }
+  }
+
+  testing::AssertionResult agree(Question question, const ShadingContext& sc) {
+    return test::agree(pair, output(), question, sc, log);
+  }
+
+  twins::Pair pair;
+  Instance plugin;
+  Log log;
+  std::vector<std::unique_ptr<Input>> inputs;
+};
+
+}  // namespace test

@@ -1,0 +1,119 @@
+#pragma once
+
+#include "tests/twins/twin.h"
+
+namespace twins {
+
+struct FloatPair {
+  TextureFloatInterface *float_a = nullptr, *float_b = nullptr;
+  auto inputs() { return std::tie(float_a, float_b); }
+};
+using FloatTwin = Twin<TextureFloatInterface, FloatPair>;
+
+/// `Op` of both numbers, bounded by its corners.
+template <class Op, int kAbsentB>
+class CornersTwin : public FloatTwin {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, kAbsentB);
+    return Op()(a, b);
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    const Interval a = boundsOf(float_a, 0), b = boundsOf(float_b, kAbsentB);
+    const Interval range = chainedCorners(a, b, Op());
+    min = range.lo;
+    max = range.hi;
+  }
+};
+
+class ProdTex final : public CornersTwin<Times, 0> {
+  Vector getGradient(const ShadingContext& sc) const override {
+    valueOf(float_a, sc, 0);
+    const float b = valueOf(float_b, sc, 0);
+    const Vector da = gradientOf(float_a, sc);
+    gradientOf(float_b, sc);
+    return da * b + da * b;
+  }
+};
+
+class RatioTex final : public CornersTwin<Over, 1> {
+  float getFloat(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
+    return b == 0 ? 0 : a / b;
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0);
+    if (float_b == nullptr) return {};
+    const float b = float_b->getFloat(sc);
+    if (b == 0) return {};
+    const Vector da = gradientOf(float_a, sc), db = float_b->getGradient(sc);
+    return (da * b - db * a) / (b * b);
+  }
+};
+
+class FloatAddTex final : public CornersTwin<Plus, 0> {
+  Vector getGradient(const ShadingContext& sc) const override {
+    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
+    return da + db;
+  }
+};
+
+class FloatSubTex final : public CornersTwin<Minus, 0> {
+  Vector getGradient(const ShadingContext& sc) const override {
+    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
+    return da - db;
+  }
+};
+
+class FloatPowTex final : public CornersTwin<Power, 1> {};
+
+/// A function of the product, and its derivative, both in double precision.
+template <class Wave>
+class WaveTwin final : public FloatTwin {
+  float getFloat(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
+    return static_cast<float>(Wave::of(static_cast<double>(a * b)));
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    min = -1;
+    max = 1;
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
+    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
+    return (da * b + db * a) * static_cast<float>(Wave::derivative(static_cast<double>(a * b)));
+  }
+};
+struct Sine {
+  static double of(double p) { return std::sin(p); }
+  static double derivative(double p) { return std::cos(p); }
+};
+struct Cosine {
+  static double of(double p) { return std::cos(p); }
+  static double derivative(double p) { return 0 - std::sin(p); }
+};
+using FloatSinTex = WaveTwin<Sine>;
+using FloatCosTex = WaveTwin<Cosine>;
+
+/// One of the two numbers, bounded by the hull of both.
+template <class ChoosesA>
+class ChoiceTwin final : public FloatTwin {
+  float getFloat(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
+    return ChoosesA()(a, b) ? a : b;
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    const Interval a = boundsOf(float_a, 0), b = boundsOf(float_b, 1);
+    const Interval range = chained(b.hi, a.hi, b.lo, a.lo);
+    min = range.lo;
+    max = range.hi;
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
+    return ChoosesA()(a, b) ? gradientOf(float_a, sc) : gradientOf(float_b, sc);
+  }
+};
+using FloatMinTex = ChoiceTwin<std::less<float>>;
+using FloatMaxTex = ChoiceTwin<std::greater<float>>;
+
+}  // namespace twins

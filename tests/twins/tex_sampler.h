@@ -1,0 +1,218 @@
+#pragma once
+
+#include <atomic>
+#include <limits>
+#include <mutex>
+
+#include "tests/twins/twin.h"
+
+namespace twins {
+
+struct NoInputs {};
+
+/// Textures of the value that a function reads from the context, within fixed bounds.
+template <float (*kValue)(const ShadingContext&), std::int64_t kLo, std::int64_t kHi>
+class FloatFromContext final : public Twin<TextureFloatInterface, NoInputs> {
+  float getFloat(const ShadingContext& sc) const override { return kValue(sc); }
+  void getFloatBounds(float& min, float& max) const override {
+    min = static_cast<float>(kLo);
+    max = static_cast<float>(kHi);
+  }
+};
+template <Vector (*kValue)(const ShadingContext&), std::int64_t kBound>
+class VectorFromContext final : public Twin<TextureVectorInterface, NoInputs> {
+  Vector getVector(const ShadingContext& sc) const override { return kValue(sc); }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    constexpr float kHi = static_cast<float>(kBound);
+    min = {-kHi, -kHi, -kHi};
+    max = {kHi, kHi, kHi};
+  }
+};
+
+inline float narrow(double x) { return static_cast<float>(x); }
+inline Vector narrow(const DVector& v) { return {narrow(v.x), narrow(v.y), narrow(v.z)}; }
+
+inline Vector applyMatrix(const PreciseTransform& t, const Vector& v) {
+  return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
+}
+
+inline Vector directionToCamera(const ShadingContext& sc, Vector v) {
+  const RenderContext& render = *sc.renderContext;
+  if (render.services->cameraMoving != 0) {
+    v = render.services->cameraMotion->vectorFromRayTime(v, sc.rayTime);
+  }
+  return applyMatrix(render.frameData->worldToCamera, v);
+}
+
+inline Vector guardedNormalize(const Vector& v) {
+  const float len = std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z);
+  return len < 1e-6F ? v : v / len;
+}
+
+template <class Interface>
+Interface* offered(PluginBase* object) {
+  if (object == nullptr) return nullptr;
+  return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
+}
+
+inline Vector point(const ShadingContext& sc) {
+  const DVector &p = sc.shadingPoint, &origin = sc.renderContext->frameData->worldOffset;
+  return narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z});
+}
+
+inline Vector pointObject(const ShadingContext& sc) {
+  auto* const mapping = offered<ObjectSpaceMapping>(sc.object);
+  const Vector p = narrow(sc.shadingPoint);
+  return mapping != nullptr ? mapping->worldToObjectPoint(sc, p) : p;
+}
+
+inline Vector pointCamera(const ShadingContext& sc) {
+  const RenderContext& render = *sc.renderContext;
+  DVector q = sc.shadingPoint;
+  if (render.services->cameraMoving != 0) {
+    q = render.services->cameraMotion->pointFromRayTime(q, sc.rayTime);
+  }
+  const PreciseTransform& t = render.frameData->worldToCamera;
+  return applyMatrix(t, narrow(q)) + narrow(t.offset);
+}
+
+inline Vector normal(const ShadingContext& sc) { return sc.normal; }
+
+inline Vector normalObject(const ShadingContext& sc) {
+  auto* const mapping = offered<ObjectSpaceMapping>(sc.object);
+  return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
+}
+
+inline Vector normalCamera(const ShadingContext& sc) { return directionToCamera(sc, sc.normal); }
+
+inline Vector geometricNormal(const ShadingContext& sc) { return sc.geometricNormal; }
+
+class CamToWorldTex final : public Twin<TextureTransformInterface, NoInputs> {
+  Transform getTransform(const ShadingContext& sc) const override {
+    const RenderContext& render = *sc.renderContext;
+    const PreciseTransform& t = render.frameData->cameraToWorld;
+    const DVector& origin = render.frameData->worldOffset;
+    if (render.services->cameraMoving == 0) {
+      return {t.c0, t.c1, t.c2, narrow(origin) + narrow(t.offset)};
+    }
+    CameraMotion& motion = *render.services->cameraMotion;
+    const Vector c0 = motion.vectorToRayTime(t.c0, sc.rayTime);
+    const Vector c1 = motion.vectorToRayTime(t.c1, sc.rayTime);
+    const Vector c2 = motion.vectorToRayTime(t.c2, sc.rayTime);
+    const DVector p = motion.pointToRayTime({0, 0, 0}, sc.rayTime);
+    return {c0, c1, c2, narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z})};
+  }
+};
+
+inline Vector viewDirection(const ShadingContext& sc) { return sc.rayDirection; }
+
+inline float frameTime(const ShadingContext& sc) {
+  return narrow(sc.renderContext->frameData->frameTime);
+}
+
+inline float rayTime(const ShadingContext& sc) { return narrow(sc.rayTime); }
+
+inline float facingRatio(const ShadingContext& sc) {
+  const DVector n = {sc.normal.x, sc.normal.y, sc.normal.z};
+  const DVector d = {sc.rayDirection.x, sc.rayDirection.y, sc.rayDirection.z};
+  return std::fabs(narrow((n.x * d.x + n.y * d.y) + n.z * d.z));
+}
+
+class MtlIDTex final : public Twin<TextureIntInterface, NoInputs> {
+  std::int32_t getInt(const ShadingContext& sc) const override {
+    auto* const source = offered<MaterialIdSource>(sc.surface);
+    return source != nullptr ? source->getMaterialId(sc) : 0;
+  }
+};
+
+inline float flippedNormal(const ShadingContext& sc) { return static_cast<float>(sc.backfacing); }
+
+/// The planes of one frame, computed by its first sample.
+struct ClipPlanes {
+  void compute(const ShadingContext& sc) {
+    const std::lock_guard guard(lock);
+    if (computed != 0) return;
+    Vector lo{}, hi{};
+    sc.renderContext->services->scene->getBoundingBox(lo, hi);
+    const PreciseTransform& t = sc.renderContext->frameData->worldToCamera;
+    nearPlane = 1e30F;
+    farPlane = 0.1F;
+    for (unsigned i = 0; i < 8; ++i) {
+      const Vector corner = {(i & 1U) != 0 ? hi.x : lo.x, (i & 2U) != 0 ? hi.y : lo.y,
+                             (i & 4U) != 0 ? hi.z : lo.z};
+      const float zc = applyMatrix(t, corner).z + narrow(t.offset.z);
+      const float depth = greater(0 - zc, 0.1F);
+      nearPlane = lesser(nearPlane, depth);
+      farPlane = greater(farPlane, depth);
+    }
+    computed.store(1, std::memory_order_release);
+    if (RenderLog* const log = sc.renderContext->services->log) {
+      log->print("Auto clipping planes : %.2f %.2f\n", static_cast<double>(nearPlane),
+                 static_cast<double>(farPlane));
+    }
+  }
+
+  std::mutex lock;
+  float nearPlane = 0, farPlane = 0;
+  std::atomic<std::int32_t> computed{0};
+};
+
+struct OfClipPlanes {
+  ClipPlanes* clipPlanes = nullptr;
+};
+
+template <float ClipPlanes::*kPlane>
+class ClipPlaneTwin final : public Twin<TextureFloatInterface, OfClipPlanes> {
+  float getFloat(const ShadingContext& sc) const override {
+    if (clipPlanes->computed.load(std::memory_order_acquire) == 0) clipPlanes->compute(sc);
+    return clipPlanes->*kPlane;
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    min = 0;
+    max = 1e9F;
+  }
+};
+
+inline Vector uvCoord(const ShadingContext& sc) {
+  auto* const source = offered<UVWSource>(sc.surface);
+  return source != nullptr ? source->getUVW(sc, 0) : Vector{};
+}
+
+inline Vector rayDirection(const ShadingContext& sc) {
+  return guardedNormalize(directionToCamera(sc, sc.rayDirection));
+}
+
+inline float cellCenter(float x) {
+  constexpr float kBeyond = 0x1p31F;
+  std::int32_t cell = std::numeric_limits<std::int32_t>::min();  // the processor's for all others
+  if (x >= -kBeyond && x < kBeyond) cell = static_cast<std::int32_t>(x);
+  if (static_cast<float>(cell) > x) {
+    cell = static_cast<std::int32_t>(static_cast<std::uint32_t>(cell) - 1U);
+  }
+  return static_cast<float>(cell) + 0.5F;
+}
+
+inline Vector pixelCenter(const ShadingContext& sc) {
+  const double height = sc.renderContext->frameData->imageHeight;
+  return {cellCenter(narrow(sc.imageX)), cellCenter(narrow(height - sc.imageY)), 0};
+}
+
+template <int kAxis>
+Vector tangentCamera(const ShadingContext& sc) {
+  auto* const source = offered<UVWSource>(sc.surface);
+  if (source == nullptr) return {};
+  Vector fa{}, fb{}, fc{};
+  source->getUVWDerivatives(sc, 0, fa, fb, fc);
+  const DVector a = {fa.x, fa.y, fa.z}, b = {fb.x, fb.y, fb.z}, c = {fc.x, fc.y, fc.z};
+  const double det = ((a.y * b.z - b.y * a.z) * c.x + (a.z * b.x - b.z * a.x) * c.y) +
+                     (b.y * a.x - a.y * b.x) * c.z;
+  Vector v{};
+  if (det != 0 && kAxis == 0) {
+    v = narrow({b.y * c.z - b.z * c.y, c.y * a.z - c.z * a.y, a.y * b.z - a.z * b.y}) / narrow(det);
+  } else if (det != 0) {
+    v = narrow({b.z * c.x - b.x * c.z, c.z * a.x - c.x * a.z, a.z * b.x - a.x * b.z}) / narrow(det);
+  }
+  return guardedNormalize(directionToCamera(sc, guardedNormalize(v)));
+}
+
+}  // namespace twins

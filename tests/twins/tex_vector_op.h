@@ -1,0 +1,155 @@
+#pragma once
+
+#include "tests/twins/twin.h"
+
+namespace twins {
+
+struct VectorPair {
+  TextureVectorInterface *vector_a = nullptr, *vector_b = nullptr;
+  TextureFloatInterface *mult_a = nullptr, *mult_b = nullptr;
+  auto inputs() { return std::tie(vector_a, vector_b, mult_a, mult_b); }
+};
+struct ScaledVector {
+  TextureVectorInterface* vector = nullptr;
+  TextureFloatInterface* mult = nullptr;
+  auto inputs() { return std::tie(vector, mult); }
+};
+
+inline float length(const Vector& v) { return std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z); }
+inline DVector wide(const Vector& v) { return {v.x, v.y, v.z}; }
+
+inline double dot(const Vector& p, const Vector& q) {
+  const DVector a = wide(p), b = wide(q);
+  return (a.x * b.x + a.y * b.y) + a.z * b.z;
+}
+inline Vector cross(const Vector& p, const Vector& q) {
+  const DVector a = wide(p), b = wide(q);
+  return {static_cast<float>(a.y * b.z - b.y * a.z), static_cast<float>(a.z * b.x - b.z * a.x),
+          static_cast<float>(a.x * b.y - b.x * a.y)};
+}
+
+/// `f` of each component, which is a range.
+template <class F>
+void storeComponents(Vector& min, Vector& max, F f) {
+  const Interval x = f(&Vector::x), y = f(&Vector::y), z = f(&Vector::z);
+  min = {x.lo, y.lo, z.lo};
+  max = {x.hi, y.hi, z.hi};
+}
+
+class DotProdTex final : public Twin<TextureFloatInterface, VectorPair> {
+  float getFloat(const ShadingContext& sc) const override {
+    const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
+    const Vector va = valueOf(vector_a, sc), vb = valueOf(vector_b, sc);
+    return static_cast<float>(static_cast<double>(ma * mb) * dot(va, vb));
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
+    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
+    const Range<double> d =
+        chained(dot(va.hi, vb.hi), dot(va.hi, vb.lo), dot(va.lo, vb.hi), dot(va.lo, vb.lo));
+    const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
+    const Interval range = chainedCorners(chainedCorners(ma, mb, Times()), rounded, Times());
+    min = range.lo;
+    max = range.hi;
+  }
+};
+
+class CrossProdTex final : public Twin<TextureVectorInterface, VectorPair> {
+  Vector getVector(const ShadingContext& sc) const override {
+    const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
+    const Vector va = valueOf(vector_a, sc), vb = valueOf(vector_b, sc);
+    return cross(va, vb) * (ma * mb);
+  }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
+    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
+    const Interval m = chainedCorners(ma, mb, Times());
+    const Vector ll = cross(va.lo, vb.lo), lh = cross(va.lo, vb.hi);
+    const Vector hl = cross(va.hi, vb.lo), hh = cross(va.hi, vb.hi);
+    storeComponents(min, max, [&](float Vector::*c) {
+      return pairedCorners(m, paired(ll.*c, lh.*c, hl.*c, hh.*c), Times());
+    });
+  }
+};
+
+/// `Op` of both scaled vectors.
+template <class Op>
+class VectorOpTwin final : public Twin<TextureVectorInterface, VectorPair> {
+  Vector getVector(const ShadingContext& sc) const override {
+    const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
+    const Vector va = valueOf(vector_a, sc), vb = valueOf(vector_b, sc);
+    return Op()(va * ma, vb * mb);
+  }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
+    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
+    storeComponents(min, max, [&](float Vector::*c) {
+      return pairedCorners(pairedCorners(at(va, c), ma, Times()),
+                           pairedCorners(at(vb, c), mb, Times()), Op());
+    });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
+    const float a = length(valueOf(vector_a, sc)), b = length(valueOf(vector_b, sc));
+    const Vector dma = gradientOf(mult_a, sc), dmb = gradientOf(mult_b, sc);
+    const Vector da = gradientOf(vector_a, sc), db = gradientOf(vector_b, sc);
+    return Op()(da * ma + dma * a, db * mb + dmb * b);
+  }
+};
+struct Sum : Plus {
+  using Plus::operator();
+  Vector operator()(const Vector& a, const Vector& b) const { return a + b; }
+};
+struct Difference : Minus {
+  using Minus::operator();
+  Vector operator()(const Vector& a, const Vector& b) const { return a - b; }
+};
+using AddTex = VectorOpTwin<Sum>;
+using SubTex = VectorOpTwin<Difference>;
+
+class MulTex final : public Twin<TextureVectorInterface, ScaledVector> {
+  Vector getVector(const ShadingContext& sc) const override {
+    const float m = valueOf(mult, sc, 1);
+    return valueOf(vector, sc) * m;
+  }
+  void getVectorBounds(Vector& min, Vector& max) const override {
+    const Interval m = boundsOf(mult, 1);
+    const Range<Vector> v = boundsOf(vector);
+    storeComponents(min, max,
+                    [&](float Vector::*c) { return pairedCorners(at(v, c), m, Times()); });
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float m = valueOf(mult, sc, 1);
+    const float len = length(valueOf(vector, sc));
+    const Vector dm = gradientOf(mult, sc), dv = gradientOf(vector, sc);
+    return dm * len + dv * m;
+  }
+};
+
+/// A component of the scaled vector. Its corner of `hi` and `lo` takes x, whatever the component.
+template <float Vector::*kComponent>
+class ComponentTwin final : public Twin<TextureFloatInterface, ScaledVector> {
+  float getFloat(const ShadingContext& sc) const override {
+    const float m = valueOf(mult, sc, 1);
+    return m * (valueOf(vector, sc).*kComponent);
+  }
+  void getFloatBounds(float& min, float& max) const override {
+    const Interval m = boundsOf(mult, 1);
+    const Range<Vector> v = boundsOf(vector);
+    const Interval c = at(v, kComponent);
+    const Interval range = paired(c.lo * m.lo, c.lo * m.hi, v.hi.x * m.lo, c.hi * m.hi);
+    min = range.lo;
+    max = range.hi;
+  }
+  Vector getGradient(const ShadingContext& sc) const override {
+    const float m = valueOf(mult, sc, 1);
+    const float component = valueOf(vector, sc).*kComponent;
+    const Vector dm = gradientOf(mult, sc), dv = gradientOf(vector, sc);
+    return dm * component + dv * m;
+  }
+};
+using XTex = ComponentTwin<&Vector::x>;
+using YTex = ComponentTwin<&Vector::y>;
+using ZTex = ComponentTwin<&Vector::z>;
+
+}  // namespace twins

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cmath>
+#include <functional>
+#include <tuple>
+
+#include "host/shading_context.h"
+
+/// The outputs of the plugins written a second time, each as the plainest class that gives its
+/// answers: one rounded step after the other, the inputs asked in their order. Tests compare the
+/// library with them, benchmarks measure against them; they share no line with it.
+namespace twins {
+
+using namespace QUtils;
+
+/// A texture that belongs to no object, with its inputs as public members.
+template <class Interface, class Inputs>
+class Twin : public Interface, public Inputs {
+ public:
+  PluginBase* getPlugin() override { return nullptr; }
+};
+
+template <class T>
+struct Range {
+  T lo, hi;
+};
+using Interval = Range<float>;
+
+/// The range of one component or channel.
+template <class T>
+Interval at(const Range<T>& range, float T::*part) {
+  return {range.lo.*part, range.hi.*part};
+}
+
+// What an input answers. An absent vector or colour is zero, and so is every absent gradient.
+inline float valueOf(const TextureFloatInterface* input, const ShadingContext& sc, float absent) {
+  return input != nullptr ? input->getFloat(sc) : absent;
+}
+inline Vector valueOf(const TextureVectorInterface* input, const ShadingContext& sc) {
+  return input != nullptr ? input->getVector(sc) : Vector{};
+}
+inline AColor valueOf(const TextureInterface* input, const ShadingContext& sc) {
+  return input != nullptr ? input->getColor(sc) : AColor{};
+}
+inline Vector gradientOf(const auto* input, const ShadingContext& sc) {
+  return input != nullptr ? input->getGradient(sc) : Vector{};
+}
+inline Interval boundsOf(const TextureFloatInterface* input, float absent) {
+  float lo = absent, hi = absent;
+  if (input != nullptr) input->getFloatBounds(lo, hi);
+  return {lo, hi};
+}
+inline Range<Vector> boundsOf(const TextureVectorInterface* input) {
+  Vector lo{}, hi{};
+  if (input != nullptr) input->getVectorBounds(lo, hi);
+  return {lo, hi};
+}
+inline Range<AColor> boundsOf(const TextureInterface* input) {
+  AColor lo{}, hi{};
+  if (input != nullptr) input->getColorBounds(lo, hi);
+  return {lo, hi};
+}
+
+inline Vector operator+(const Vector& a, const Vector& b) {
+  return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vector operator-(const Vector& a, const Vector& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vector operator*(const Vector& v, float s) { return {v.x * s, v.y * s, v.z * s}; }
+inline Vector operator/(const Vector& v, float s) { return {v.x / s, v.y / s, v.z / s}; }
+
+// The second one when they tie or when either is NaN.
+template <class T>
+T lesser(T x, T y) {
+  return x < y ? x : y;
+}
+template <class T>
+T greater(T x, T y) {
+  return x > y ? x : y;
+}
+
+/// The extremes of four numbers, compared from the last one on.
+template <class T>
+Range<T> chained(T p, T q, T r, T s) {
+  return {lesser(p, lesser(q, lesser(r, s))), greater(p, greater(q, greater(r, s)))};
+}
+/// The same, compared in two pairs.
+inline Interval paired(float p, float q, float r, float s) {
+  return {lesser(lesser(p, q), lesser(r, s)), greater(greater(p, q), greater(r, s))};
+}
+
+/// `Op` at the corners.
+template <class Op>
+Interval chainedCorners(const Interval& a, const Interval& b, Op op) {
+  return chained(op(a.hi, b.hi), op(a.hi, b.lo), op(a.lo, b.hi), op(a.lo, b.lo));
+}
+template <class Op>
+Interval pairedCorners(const Interval& a, const Interval& b, Op op) {
+  return paired(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
+}
+
+using Times = std::multiplies<float>;
+using Over = std::divides<float>;
+using Plus = std::plus<float>;
+using Minus = std::minus<float>;
+struct Power {
+  float operator()(float base, float exponent) const { return powf(base, exponent); }
+};
+
+}  // namespace twins
