@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <random>
 
 #include "preview/messages/errors.h"
 #include "support/bits.h"

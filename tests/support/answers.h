@@ -1,21 +1,17 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <ostream>
 #include <vector>
 
 #include "host/shading_context.h"
+#include "tests/support/bits.h"
 
 /// Textures of any kind, asked any question. Answers are compared as bits: signs of zero count, any
 /// NaN equals any other.
 namespace test {
 
 using namespace QUtils;
-
-inline constexpr float kInf = std::numeric_limits<float>::infinity();
-inline constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 enum class Question { Value, Bounds, Gradient };
 inline constexpr Question kQuestions[] = {Question::Value, Question::Bounds, Question::Gradient};
@@ -32,9 +28,6 @@ struct Answer {
   void add(const Transform& t) { add(t.c0), add(t.c1), add(t.c2), add(t.offset); }
 };
 
-inline bool sameBits(double a, double b) {
-  return (std::isnan(a) && std::isnan(b)) || (a == b && std::signbit(a) == std::signbit(b));
-}
 inline bool operator==(const Answer& a, const Answer& b) {
   return std::equal(a.numbers.begin(), a.numbers.end(), b.numbers.begin(), b.numbers.end(),
                     [](double x, double y) { return sameBits(x, y); });

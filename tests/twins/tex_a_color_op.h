@@ -29,8 +29,8 @@ inline float intensity(const AColor& c) { return ((c.r + c.g) + c.b) / 3.0F; }
 
 /// `f` of red, green and blue, which is a range, and `alpha`, unless `result_alpha` writes its own.
 template <class F>
-void storeChannels(AColor& min, AColor& max, F f, const Interval& alpha,
-                   const TextureFloatInterface* result_alpha) {
+TWIN_INLINE inline void storeChannels(AColor& min, AColor& max, F f, const Interval& alpha,
+                                      const TextureFloatInterface* result_alpha) {
   const Interval r = f(&AColor::r), g = f(&AColor::g), b = f(&AColor::b);
   min = {r.lo, g.lo, b.lo, alpha.lo};
   max = {r.hi, g.hi, b.hi, alpha.hi};
@@ -50,10 +50,11 @@ class ColorPairTwin final : public Twin<TextureInterface, ColorPair> {
             Formula::value(a.b, ma, b.b, mb), Formula::finalAlpha(alpha)};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
-    const Range<AColor> a = boundsOf(color_a), b = boundsOf(color_b);
+    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
+    const ColorBounds a(color_a), b(color_b);
     storeChannels(
-        min, max, [&](float AColor::*c) { return Formula::bounds(at(a, c), ma, at(b, c), mb); },
+        min, max,
+        [&](float AColor::*c) TWIN_INLINE { return Formula::bounds(at(a, c), ma, at(b, c), mb); },
         Formula::alphaBounds(at(a, &AColor::a), ma, at(b, &AColor::a), mb), result_alpha);
   }
   Vector getGradient(const ShadingContext& sc) const override {
@@ -70,7 +71,8 @@ template <class Formula>
 struct AlphaAsColor {
   static float alpha(float a, float ma, float b, float mb) { return Formula::value(a, ma, b, mb); }
   static float finalAlpha(float alpha) { return alpha; }
-  static Interval alphaBounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval alphaBounds(const Interval& a, const Interval& ma, const Interval& b,
+                                          const Interval& mb) {
     return Formula::bounds(a, ma, b, mb);
   }
 };
@@ -79,12 +81,16 @@ struct AlphaAsColor {
 struct FirstAlpha {
   static float alpha(float a, float, float, float) { return a; }
   static float finalAlpha(float alpha) { return alpha; }
-  static Interval alphaBounds(Interval a, Interval, Interval, Interval) { return a; }
+  static Interval alphaBounds(const Interval& a, const Interval&, const Interval&,
+                              const Interval&) {
+    return a;
+  }
 };
 
 struct ColorProduct : AlphaAsColor<ColorProduct> {
   static float value(float a, float ma, float b, float mb) { return (a * b) * (ma * mb); }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     return chainedCorners(chainedCorners(a, b, Times()), chainedCorners(ma, mb, Times()), Times());
   }
   static Vector gradient(float, float sa, Vector da, float, float sb, Vector db) {
@@ -95,7 +101,8 @@ struct ColorProduct : AlphaAsColor<ColorProduct> {
 struct ColorQuotient : AlphaAsColor<ColorQuotient> {
   static float value(float a, float ma, float b, float mb) { return (a * ma) / (b * mb); }
   static float alpha(float a, float ma, float b, float mb) { return (a * ma) * (b * mb); }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     return chainedCorners(chainedCorners(a, b, Over()), chainedCorners(ma, mb, Over()), Times());
   }
   static Vector gradient(float, float sa, Vector da, float, float sb, Vector db) {
@@ -106,7 +113,8 @@ struct ColorQuotient : AlphaAsColor<ColorQuotient> {
 
 struct ColorMinimum : AlphaAsColor<ColorMinimum> {
   static float value(float a, float ma, float b, float mb) { return lesser(a * ma, b * mb); }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
     return {lesser(p.lo, q.lo), lesser(p.hi, q.hi)};
   }
@@ -117,7 +125,8 @@ struct ColorMinimum : AlphaAsColor<ColorMinimum> {
 
 struct ColorMaximum : AlphaAsColor<ColorMaximum> {
   static float value(float a, float ma, float b, float mb) { return greater(a * ma, b * mb); }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
     return {greater(p.lo, q.lo), greater(p.hi, q.hi)};
   }
@@ -128,7 +137,8 @@ struct ColorMaximum : AlphaAsColor<ColorMaximum> {
 
 struct ColorSum : FirstAlpha {
   static float value(float a, float ma, float b, float mb) { return a * ma + b * mb; }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Plus());
   }
   static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
@@ -138,7 +148,8 @@ struct ColorSum : FirstAlpha {
 
 struct ColorDifference : FirstAlpha {
   static float value(float a, float ma, float b, float mb) { return a * ma - b * mb; }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Minus());
   }
   static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
@@ -150,7 +161,8 @@ struct ColorDifference : FirstAlpha {
 struct AbsoluteDifference : ColorDifference {
   static float value(float a, float ma, float b, float mb) { return std::fabs(a * ma - b * mb); }
   static float finalAlpha(float alpha) { return std::fabs(alpha); }
-  static Interval bounds(Interval a, Interval ma, Interval b, Interval mb) {
+  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
+                                     const Interval& mb) {
     const Interval d = ColorDifference::bounds(a, ma, b, mb);
     return d.lo < 0 ? Interval{0, greater(-d.lo, d.hi)} : d;
   }
@@ -174,10 +186,11 @@ class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
     return {c.r * m, c.g * m, c.b * m, valueOf(result_alpha, sc, c.a)};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const Interval m = boundsOf(mult, 1);
-    const Range<AColor> c = boundsOf(color);
+    const FloatBounds m(mult, 1);
+    const ColorBounds c(color);
     storeChannels(
-        min, max, [&](float AColor::*k) { return chainedCorners(at(c, k), m, Times()); },
+        min, max,
+        [&](float AColor::*k) TWIN_INLINE { return chainedCorners(at(c, k), m, Times()); },
         at(c, &AColor::a), result_alpha);
   }
   Vector getGradient(const ShadingContext& sc) const override {
@@ -196,11 +209,11 @@ class ColorPowTex final : public Twin<TextureInterface, ColorAndExponent> {
     return {powf(c.r * ma, mb), powf(c.g * ma, mb), powf(c.b * ma, mb), alpha};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
-    const Range<AColor> c = boundsOf(color_a);
+    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
+    const ColorBounds c(color_a);
     storeChannels(
         min, max,
-        [&](float AColor::*k) {
+        [&](float AColor::*k) TWIN_INLINE {
           return chainedCorners(chainedCorners(at(c, k), ma, Times()), mb, Power());
         },
         at(c, &AColor::a), result_alpha);
@@ -215,8 +228,8 @@ class ColorNumberTwin : public Twin<TextureFloatInterface, ColorAndMult> {
     return Formula::value(valueOf(color, sc), m);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const Interval m = boundsOf(mult, 1);
-    const Range<AColor> c = boundsOf(color);
+    const FloatBounds m(mult, 1);
+    const ColorBounds c(color);
     const Interval range = chainedCorners({Formula::of(c.lo), Formula::of(c.hi)}, m, Times());
     min = range.lo;
     max = range.hi;

@@ -19,7 +19,7 @@ class CornersTwin : public FloatTwin {
     return Op()(a, b);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const Interval a = boundsOf(float_a, 0), b = boundsOf(float_b, kAbsentB);
+    const FloatBounds a(float_a, 0), b(float_b, kAbsentB);
     const Interval range = chainedCorners(a, b, Op());
     min = range.lo;
     max = range.hi;
@@ -103,7 +103,7 @@ class ChoiceTwin final : public FloatTwin {
     return ChoosesA()(a, b) ? a : b;
   }
   void getFloatBounds(float& min, float& max) const override {
-    const Interval a = boundsOf(float_a, 0), b = boundsOf(float_b, 1);
+    const FloatBounds a(float_a, 0), b(float_b, 1);
     const Interval range = chained(b.hi, a.hi, b.lo, a.lo);
     min = range.lo;
     max = range.hi;

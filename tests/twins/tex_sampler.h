@@ -129,7 +129,7 @@ inline float flippedNormal(const ShadingContext& sc) { return static_cast<float>
 
 /// The planes of one frame, computed by its first sample.
 struct ClipPlanes {
-  void compute(const ShadingContext& sc) {
+  __attribute__((noinline)) void compute(const ShadingContext& sc) {
     const std::lock_guard guard(lock);
     if (computed != 0) return;
     Vector lo{}, hi{};
@@ -198,7 +198,7 @@ inline Vector pixelCenter(const ShadingContext& sc) {
 }
 
 template <int kAxis>
-Vector tangentCamera(const ShadingContext& sc) {
+TWIN_INLINE inline Vector tangentCamera(const ShadingContext& sc) {
   auto* const source = offered<UVWSource>(sc.surface);
   if (source == nullptr) return {};
   Vector fa{}, fb{}, fc{};

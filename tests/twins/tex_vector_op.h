@@ -30,7 +30,7 @@ inline Vector cross(const Vector& p, const Vector& q) {
 
 /// `f` of each component, which is a range.
 template <class F>
-void storeComponents(Vector& min, Vector& max, F f) {
+TWIN_INLINE inline void storeComponents(Vector& min, Vector& max, F f) {
   const Interval x = f(&Vector::x), y = f(&Vector::y), z = f(&Vector::z);
   min = {x.lo, y.lo, z.lo};
   max = {x.hi, y.hi, z.hi};
@@ -43,8 +43,8 @@ class DotProdTex final : public Twin<TextureFloatInterface, VectorPair> {
     return static_cast<float>(static_cast<double>(ma * mb) * dot(va, vb));
   }
   void getFloatBounds(float& min, float& max) const override {
-    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
-    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
+    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
+    const VectorBounds va(vector_a), vb(vector_b);
     const Range<double> d =
         chained(dot(va.hi, vb.hi), dot(va.hi, vb.lo), dot(va.lo, vb.hi), dot(va.lo, vb.lo));
     const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
@@ -61,12 +61,12 @@ class CrossProdTex final : public Twin<TextureVectorInterface, VectorPair> {
     return cross(va, vb) * (ma * mb);
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
-    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
+    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
+    const VectorBounds va(vector_a), vb(vector_b);
     const Interval m = chainedCorners(ma, mb, Times());
     const Vector ll = cross(va.lo, vb.lo), lh = cross(va.lo, vb.hi);
     const Vector hl = cross(va.hi, vb.lo), hh = cross(va.hi, vb.hi);
-    storeComponents(min, max, [&](float Vector::*c) {
+    storeComponents(min, max, [&](float Vector::*c) TWIN_INLINE {
       return pairedCorners(m, paired(ll.*c, lh.*c, hl.*c, hh.*c), Times());
     });
   }
@@ -81,9 +81,9 @@ class VectorOpTwin final : public Twin<TextureVectorInterface, VectorPair> {
     return Op()(va * ma, vb * mb);
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const Interval ma = boundsOf(mult_a, 1), mb = boundsOf(mult_b, 1);
-    const Range<Vector> va = boundsOf(vector_a), vb = boundsOf(vector_b);
-    storeComponents(min, max, [&](float Vector::*c) {
+    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
+    const VectorBounds va(vector_a), vb(vector_b);
+    storeComponents(min, max, [&](float Vector::*c) TWIN_INLINE {
       return pairedCorners(pairedCorners(at(va, c), ma, Times()),
                            pairedCorners(at(vb, c), mb, Times()), Op());
     });
@@ -113,10 +113,11 @@ class MulTex final : public Twin<TextureVectorInterface, ScaledVector> {
     return valueOf(vector, sc) * m;
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const Interval m = boundsOf(mult, 1);
-    const Range<Vector> v = boundsOf(vector);
-    storeComponents(min, max,
-                    [&](float Vector::*c) { return pairedCorners(at(v, c), m, Times()); });
+    const FloatBounds m(mult, 1);
+    const VectorBounds v(vector);
+    storeComponents(min, max, [&](float Vector::*c) TWIN_INLINE {
+      return pairedCorners(at(v, c), m, Times());
+    });
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float m = valueOf(mult, sc, 1);
@@ -134,8 +135,8 @@ class ComponentTwin final : public Twin<TextureFloatInterface, ScaledVector> {
     return m * (valueOf(vector, sc).*kComponent);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const Interval m = boundsOf(mult, 1);
-    const Range<Vector> v = boundsOf(vector);
+    const FloatBounds m(mult, 1);
+    const VectorBounds v(vector);
     const Interval c = at(v, kComponent);
     const Interval range = paired(c.lo * m.lo, c.lo * m.hi, v.hi.x * m.lo, c.hi * m.hi);
     min = range.lo;

@@ -13,6 +13,9 @@ namespace twins {
 
 using namespace QUtils;
 
+/// Leaves no call behind, however large it is.
+#define TWIN_INLINE __attribute__((always_inline))
+
 /// A texture that belongs to no object, with its inputs as public members.
 template <class Interface, class Inputs>
 class Twin : public Interface, public Inputs {
@@ -28,7 +31,7 @@ using Interval = Range<float>;
 
 /// The range of one component or channel.
 template <class T>
-Interval at(const Range<T>& range, float T::*part) {
+TWIN_INLINE inline Interval at(const Range<T>& range, float T::*part) {
   return {range.lo.*part, range.hi.*part};
 }
 
@@ -45,21 +48,24 @@ inline AColor valueOf(const TextureInterface* input, const ShadingContext& sc) {
 inline Vector gradientOf(const auto* input, const ShadingContext& sc) {
   return input != nullptr ? input->getGradient(sc) : Vector{};
 }
-inline Interval boundsOf(const TextureFloatInterface* input, float absent) {
-  float lo = absent, hi = absent;
-  if (input != nullptr) input->getFloatBounds(lo, hi);
-  return {lo, hi};
-}
-inline Range<Vector> boundsOf(const TextureVectorInterface* input) {
-  Vector lo{}, hi{};
-  if (input != nullptr) input->getVectorBounds(lo, hi);
-  return {lo, hi};
-}
-inline Range<AColor> boundsOf(const TextureInterface* input) {
-  AColor lo{}, hi{};
-  if (input != nullptr) input->getColorBounds(lo, hi);
-  return {lo, hi};
-}
+
+// The bounds of an input, which writes them where they stay: a record that is copied after its two
+// halves were written would have to wait for both.
+struct FloatBounds : Interval {
+  FloatBounds(const TextureFloatInterface* input, float absent) : Interval{absent, absent} {
+    if (input != nullptr) input->getFloatBounds(lo, hi);
+  }
+};
+struct VectorBounds : Range<Vector> {
+  explicit VectorBounds(const TextureVectorInterface* input) : Range{} {
+    if (input != nullptr) input->getVectorBounds(lo, hi);
+  }
+};
+struct ColorBounds : Range<AColor> {
+  explicit ColorBounds(const TextureInterface* input) : Range{} {
+    if (input != nullptr) input->getColorBounds(lo, hi);
+  }
+};
 
 inline Vector operator+(const Vector& a, const Vector& b) {
   return {a.x + b.x, a.y + b.y, a.z + b.z};
@@ -82,21 +88,21 @@ T greater(T x, T y) {
 
 /// The extremes of four numbers, compared from the last one on.
 template <class T>
-Range<T> chained(T p, T q, T r, T s) {
+TWIN_INLINE inline Range<T> chained(T p, T q, T r, T s) {
   return {lesser(p, lesser(q, lesser(r, s))), greater(p, greater(q, greater(r, s)))};
 }
 /// The same, compared in two pairs.
-inline Interval paired(float p, float q, float r, float s) {
+TWIN_INLINE inline Interval paired(float p, float q, float r, float s) {
   return {lesser(lesser(p, q), lesser(r, s)), greater(greater(p, q), greater(r, s))};
 }
 
 /// `Op` at the corners.
 template <class Op>
-Interval chainedCorners(const Interval& a, const Interval& b, Op op) {
+TWIN_INLINE inline Interval chainedCorners(const Interval& a, const Interval& b, Op op) {
   return chained(op(a.hi, b.hi), op(a.hi, b.lo), op(a.lo, b.hi), op(a.lo, b.lo));
 }
 template <class Op>
-Interval pairedCorners(const Interval& a, const Interval& b, Op op) {
+TWIN_INLINE inline Interval pairedCorners(const Interval& a, const Interval& b, Op op) {
   return paired(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
 }
 
