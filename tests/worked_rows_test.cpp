@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
+#include <cstdlib>
+#include <sstream>
 
 #include "standin/shader_source.h"
 #include "tests/support/shading_host.h"
@@ -13,362 +14,218 @@ namespace {
 
 using namespace test;
 
-constexpr auto kValue = Question::Value;
-constexpr auto kBounds = Question::Bounds;
-constexpr auto kGradient = Question::Gradient;
-
 /// What the host does by itself: the plugin's fields get their values, its outputs do not.
 void writeFieldsOnly(Instance& plugin) { plugin.plugin().QuorPluginInterface::frameBegin(nullptr); }
 
-/// A number, a vector or a colour.
-struct Numbers {
-  float x = 0, y = 0, z = 0, a = 0;
-  AColor color() const { return {x, y, z, a}; }
-};
-
-/// An input that is connected, or a setting.
-struct Given {
-  const char* name;
-  Numbers value, lo, hi, gradient;
-};
-Given value(const char* name, Numbers v, Numbers gradient = {}) {
-  return {name, v, {}, {}, gradient};
+/// The next word, if it is a number in the notation of C.
+bool readNumber(std::istream& row, double& number) {
+  const auto place = row.tellg();
+  std::string word;
+  row >> word;
+  char* end = nullptr;
+  number = std::strtod(word.c_str(), &end);
+  if (end != word.c_str() && *end == '\0') return true;
+  row.clear();
+  row.seekg(place);
+  return false;
 }
-Given range(const char* name, Numbers lo, Numbers hi) { return {name, {}, lo, hi, {}}; }
 
-struct Row {
-  const char* plugin;
-  const char* output;  ///< empty: the texture that the plugin itself is
-  Question question;
-  std::vector<Given> given;  ///< all other inputs are absent
-  std::vector<double> expected;
-};
+/// As many numbers as there are.
+template <class... T>
+void readNumbers(std::istream& row, T&... numbers) {
+  double number = 0;
+  ((readNumber(row, number) && ((numbers = static_cast<T>(number)), true)) && ...);
+}
 
-void expectRow(const Row& row) {
-  std::ostringstream trace;
-  trace << row.plugin << '.' << row.output << ", "
-        << kQuestionNames[static_cast<int>(row.question)];
-  Instance plugin(row.plugin);
+Answer readAnswer(std::istream& row) {
+  Answer answer;
+  for (double number = 0; readNumber(row, number);) answer.numbers.push_back(number);
+  return answer;
+}
+
+/// A row is "PLUGIN OUTPUT QUESTION INPUT NUMBERS ... = ANSWER"; the output "itself" is the
+/// plugin's own texture. The numbers of an input are its value, after "to" its upper bound (they
+/// are then the lower one), after "slope" its gradient. Inputs that are not named are absent.
+void expectRow(const char* text) {
+  std::istringstream row(text);
+  std::string plugin, output, question, name;
+  row >> plugin >> output >> question;
+  Instance instance(plugin);
   std::vector<std::unique_ptr<Input>> inputs;
-  for (const Given& given : row.given) {
-    const std::string name = given.name;
-    if (name == "mode") {
-      EXPECT_TRUE(plugin.set("mode", static_cast<std::int32_t>(given.value.x)));
-    } else if (name == "invert") {
-      EXPECT_TRUE(plugin.set("invert", given.value.x != 0));
+  while (row >> name && name != "=") {
+    if (name == "mode" || name == "invert") {
+      std::int32_t number = 0;
+      row >> number;
+      EXPECT_TRUE(name == "mode" ? instance.set("mode", number)
+                                 : instance.set("invert", number != 0));
+    } else if (name == "to") {
+      AColor& hi = inputs.back()->hi;
+      readNumbers(row, hi.r, hi.g, hi.b, hi.a);
+    } else if (name == "slope") {
+      Vector& gradient = inputs.back()->gradient;
+      readNumbers(row, gradient.x, gradient.y, gradient.z);
     } else {
       Input& input = *inputs.emplace_back(std::make_unique<Input>(name));
-      input.value = given.value.color();
-      input.lo = given.lo.color();
-      input.hi = given.hi.color();
-      input.gradient = {given.gradient.x, given.gradient.y, given.gradient.z};
-      EXPECT_TRUE(plugin.connect(given.name, input.texture()));
-      trace << input;
+      readNumbers(row, input.value.r, input.value.g, input.value.b, input.value.a);
+      input.lo = input.value;
+      EXPECT_TRUE(instance.connect(name.c_str(), input.texture())) << text;
     }
   }
-  plugin.frameBegin();
-  PluginInterface& output = *row.output != '\0' ? plugin.output<PluginInterface>(row.output)
-                                                : *plugin.object().getInterface(EXT_TEXTURE);
-  EXPECT_EQ(ask(output, row.question, {}), Answer{row.expected}) << trace.str();
+  instance.frameBegin();
+  const PluginInterface& texture = output == "itself"
+                                       ? *instance.object().getInterface(EXT_TEXTURE)
+                                       : instance.output<PluginInterface>(output.c_str());
+  const auto* const asked = std::ranges::find(kQuestionNames, question);
+  const auto which = static_cast<Question>(asked - kQuestionNames);
+  EXPECT_EQ(ask(texture, which, {}), readAnswer(row)) << text;
 }
 
-TEST(WorkedRows, OfNumbers) {
-  const char* const f = "TexFloatOp";
-  const double inf = std::numeric_limits<double>::infinity();
-  const Row rows[] = {
+TEST(WorkedRows, OfInputs) {
+  const char* const rows[] = {
       // Absent numbers count as 0, but the second one as 1 where 0 would leave nothing.
-      {f, "product", kValue, {value("float_a", {5})}, {0}},
-      {f, "sum", kValue, {value("float_a", {5})}, {5}},
-      {f, "difference", kBounds, {range("float_a", {5}, {6})}, {5, 6}},
-      {f, "ratio", kValue, {value("float_a", {5})}, {5}},
-      {f, "power", kBounds, {range("float_a", {5}, {6})}, {5, 6}},
-      {f, "sin", kValue, {}, {0}},
-      {f, "cos", kValue, {}, {1}},
-      {f, "min", kValue, {value("float_a", {5})}, {1}},
-      {f, "max", kValue, {}, {1}},
-      {f, "max", kBounds, {}, {0, 1}},
+      "TexFloatOp product value float_a 5 = 0",
+      "TexFloatOp sum value float_a 5 = 5",
+      "TexFloatOp difference bounds float_a 5 to 6 = 5 6",
+      "TexFloatOp ratio value float_a 5 = 5",
+      "TexFloatOp power bounds float_a 5 to 6 = 5 6",
+      "TexFloatOp sin value = 0",
+      "TexFloatOp cos value = 1",
+      "TexFloatOp min value float_a 5 = 1",
+      "TexFloatOp max bounds = 0 1",
       // The gradient of a product doubles the first half, and not before it is multiplied.
-      {f,
-       "product",
-       kGradient,
-       {value("float_a", {2}, {1}), value("float_b", {3}, {9})},
-       {6, 0, 0}},
-      {f,
-       "product",
-       kGradient,
-       {value("float_a", {2}, {1, 0.25F}), value("float_b", {0x1p127F})},
-       {inf, 0x1p126, 0}},
-      {f, "ratio", kValue, {value("float_a", {5}), value("float_b", {-0.0F})}, {0}},
-      {f, "ratio", kGradient, {value("float_a", {5}, {1}), value("float_b", {0}, {1})}, {0, 0, 0}},
-      {f, "ratio", kGradient, {value("float_a", {5}, {1, 2, 3})}, {0, 0, 0}},
-      {f,
-       "ratio",
-       kGradient,
-       {value("float_a", {6}, {1, 0, 2}), value("float_b", {2}, {0, 1, 1})},
-       {0.5, -1.5, -0.5}},
+      "TexFloatOp product gradient float_a 2 slope 1 0 0 float_b 3 slope 9 9 9 = 6 0 0",
+      "TexFloatOp product gradient float_a 2 slope 1 0.25 0 float_b 0x1p127 = inf 0x1p126 0",
+      "TexFloatOp ratio value float_a 5 float_b -0 = 0",
+      "TexFloatOp ratio gradient float_a 5 slope 1 1 1 float_b 0 slope 1 1 1 = 0 0 0",
+      "TexFloatOp ratio gradient float_a 5 slope 1 2 3 = 0 0 0",
+      "TexFloatOp ratio gradient float_a 6 slope 1 0 2 float_b 2 slope 0 1 1 = 0.5 -1.5 -0.5",
       // A divisor range around zero is not treated specially.
-      {f, "ratio", kBounds, {range("float_a", {1}, {1}), range("float_b", {0}, {2})}, {0.5, inf}},
-      {f, "ratio", kBounds, {range("float_a", {1}, {1}), range("float_b", {-1}, {1})}, {-1, 1}},
-      {f, "power", kGradient, {value("float_a", {2}, {1}), value("float_b", {3}, {1})}, {0, 0, 0}},
-      {f, "sin", kBounds, {range("float_a", {0}, {0})}, {-1, 1}},
-      // Bounded by the hull of both ranges.
-      {f, "min", kBounds, {range("float_a", {2}, {3}), range("float_b", {5}, {7})}, {2, 7}},
-      {f, "min", kGradient, {value("float_a", {3}, {1}), value("float_b", {3}, {2})}, {2, 0, 0}},
-      {f, "max", kGradient, {value("float_a", {kNaN}, {1}), value("float_b", {3}, {2})}, {2, 0, 0}},
-  };
-  for (const Row& row : rows) expectRow(row);
-}
+      "TexFloatOp ratio bounds float_a 1 to 1 float_b 0 to 2 = 0.5 inf",
+      "TexFloatOp ratio bounds float_a 1 to 1 float_b -1 to 1 = -1 1",
+      "TexFloatOp power gradient float_a 2 slope 1 1 1 float_b 3 slope 1 1 1 = 0 0 0",
+      "TexFloatOp min bounds float_a 2 to 3 float_b 5 to 7 = 2 7",
+      "TexFloatOp min gradient float_a 3 slope 1 1 1 float_b 3 slope 2 2 2 = 2 2 2",
+      "TexFloatOp max gradient float_a nan slope 1 1 1 float_b 3 slope 2 2 2 = 2 2 2",
 
-TEST(WorkedRows, OfVectors) {
-  const char* const v = "TexVectorOp";
-  const std::vector<Given> four = {value("vector_a", {1, 2, 3}), value("vector_b", {4, 5, 6}),
-                                   value("mult_a", {2}), value("mult_b", {0.5F})};
-  // The numbers of one b, for all components.
-  const auto corners = [](Numbers lo, Numbers hi, float b, const Given& ma, const Given& mb) {
-    return std::vector{range("vector_a", lo, hi), range("vector_b", {b, b, b}, {b, b, b}), ma, mb};
-  };
-  const Given ma1 = range("mult_a", {1}, {1});
-  const Given mb1 = range("mult_b", {1}, {1});
-  const Row rows[] = {
-      {v, "dot_product", kValue, four, {32}},
-      {v, "cross_product", kValue, four, {-3, 6, -3}},
-      {v, "sum", kValue, four, {4, 6.5, 9}},
-      {v, "difference", kValue, four, {0, 1.5, 3}},
-      {v, "result_a", kValue, four, {2, 4, 6}},
-      {v, "result_b", kValue, four, {2, 2.5, 3}},
-      {v, "x", kValue, four, {2}},
-      {v, "y", kValue, four, {4}},
-      {v, "z", kValue, four, {6}},
-      {v, "difference", kValue, {value("vector_a", {1, 2, 3})}, {1, 2, 3}},
-      {v, "dot_product", kBounds, {}, {0, 0}},
+      "TexVectorOp dot_product value vector_a 1 2 3 vector_b 4 5 6 mult_a 2 mult_b 0.5 = 32",
+      "TexVectorOp cross_product value vector_a 1 2 3 vector_b 4 5 6 mult_a 2 = -6 12 -6",
+      "TexVectorOp sum value vector_a 1 2 3 vector_b 4 5 6 mult_a 2 mult_b 0.5 = 4 6.5 9",
+      "TexVectorOp difference value vector_a 1 2 3 vector_b 4 5 6 mult_b 0.5 = -1 -0.5 0",
+      "TexVectorOp result_b value vector_a 1 2 3 vector_b 4 5 6 mult_a 2 mult_b 0.5 = 2 2.5 3",
+      "TexVectorOp z value vector_a 1 2 3 mult_a 2 = 6",
       // The sum of the dot product runs from x to z, in double precision.
-      {v,
-       "dot_product",
-       kValue,
-       {value("vector_a", {0x1p50F, -0x1p50F, 1}), value("vector_b", {4, 4, 32})},
-       {32}},
-      {v,
-       "result_a",
-       kGradient,
-       {value("vector_a", {3, 4, 0}, {0, 1, 0}), value("mult_a", {2}, {1, 0, 0})},
-       {5, 2, 0}},
+      "TexVectorOp dot_product value vector_a 0x1p50 -0x1p50 1 vector_b 4 4 32 = 32",
+      "TexVectorOp dot_product gradient vector_a 1 2 3 slope 1 1 1 vector_b 4 5 6 = 0 0 0",
+      "TexVectorOp result_a gradient vector_a 3 4 0 slope 0 1 0 mult_a 2 slope 1 0 0 = 5 2 0",
       // The upper corner of "y" and "z" takes the x component of the vector.
-      {v, "y", kBounds, {range("vector_a", {0, 1, 2}, {10, 2, 3})}, {1, 10}},
-      {v, "z", kBounds, {range("vector_a", {0, 1, 2}, {10, 2, 3})}, {2, 10}},
+      "TexVectorOp y bounds vector_a 0 1 2 to 10 2 3 = 1 10",
+      "TexVectorOp z bounds vector_a 0 1 2 to 10 2 3 = 2 10",
       // Bounds from whole corner vectors leave out the value 0 that mixed corners reach.
-      {v,
-       "dot_product",
-       kBounds,
-       {range("vector_a", {1, -1}, {2, 1}), range("vector_b", {2, 1}, {2, 1})},
-       {1, 5}},
+      "TexVectorOp dot_product bounds vector_a 1 -1 to 2 1 vector_b 2 1 to 2 1 = 1 5",
       // Corners far below the smallest float: compared as doubles, they do not tie.
-      {v, "dot_product", kBounds, corners({1e-40F}, {-1e-40F}, 1e-40F, ma1, mb1), {-0.0, -0.0}},
-      // -1 · -0 comes after 0 · -1, among the products of multiplier and dot product
-      {v,
-       "dot_product",
-       kBounds,
-       corners({-1}, {-0.0F, -0.0F, -0.0F}, 1, range("mult_a", {-1}, {0}), mb1),
-       {0, 1}},
-      // ... and among those of the two multipliers.
-      {v,
-       "dot_product",
-       kBounds,
-       corners({1}, {1}, 1, range("mult_a", {-1}, {0}), range("mult_b", {-1}, {-0.0F})),
-       {0, 1}},
-  };
-  for (const Row& row : rows) expectRow(row);
-}
+      "TexVectorOp dot_product bounds vector_a 1e-40 to -1e-40 vector_b 1e-40 to 1e-40 = -0 -0",
 
-TEST(WorkedRows, OfColors) {
-  const char* const c = "TexAColorOp";
-  const char* const n = "Float3ToAColor";
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const double inf = std::numeric_limits<double>::infinity();
-  const std::vector<Given> scaled = {value("color_a", {0.5F, 0.25F, 0.125F, 0.75F}),
-                                     value("mult_a", {2})};
-  // Intensities 0.5 and 0.125, scaled 0.5 and 1.25.
-  const std::vector<Given> choice = {value("color_a", {0.5F, 0.5F, 0.5F, 9}, {1, 0, 0}),
-                                     value("color_b", {0.125F, 0.125F, 0.125F, 9}, {0, 1, 0}),
-                                     value("mult_b", {10})};
-  const Given mode9 = value("mode", {9});
-  const Given invert = value("invert", {1});
-  const auto mode9Bounds = [&](float lo, float hi) {
-    return std::vector{mode9, range("color_a", {lo, 0, lo, lo}, {hi, 1, hi, hi})};
-  };
-  const std::vector<Given> slopes = {
-      value("float1", {1.5F}, {3, 0, 0}), value("float2", {-0.25F}, {0, 3, 0}),
-      value("float3", {kNaN}, {0, 0, 3}), value("alpha", {0.25F}, {9, 9, 9})};
-  std::vector<Given> inverted = slopes;
-  inverted.push_back(invert);
-  const Row rows[] = {
-      {c, "product", kValue, {}, {0, 0, 0, 0}},
-      {c, "power", kValue, {}, {0, 0, 0, 0}},
-      {c, "division", kValue, {}, {nan, nan, nan, 0}},
-      {c, "division", kGradient, {value("color_a", {1, 1, 1, 1}, {1})}, {0, 0, 0}},
-      {c, "intensity", kValue, {}, {0}},
-      {c, "result_a", kValue, scaled, {1, 0.5, 0.25, 0.75}},
-      {c, "sum", kValue, scaled, {1, 0.5, 0.25, 0.75}},
-      {c, "minimum", kValue, scaled, {0, 0, 0, 0}},
-      {c, "maximum", kValue, scaled, {1, 0.5, 0.25, 1.5}},
-      {c, "alpha", kValue, scaled, {1.5}},
-      {c, "intensity", kValue, scaled, {1.75F / 3}},
-      {c,
-       "division",
-       kValue,
-       {value("color_a", {1, 1, 1, 1}), value("color_b", {2, 4, 0, 0.5F})},
-       {0.5, 0.25, inf, 0.5}},
-      {c,
-       "power",
-       kValue,
-       {value("color_a", {-1, 4, 0, 1}), value("mult_b", {0.5F})},
-       {nan, 2, 0, 1}},
-      {c,
-       "green",
-       kBounds,
-       {range("color_a", {0, -1, 0, 0}, {1, 1, 1, 1}), range("mult_a", {-2}, {3})},
-       {-3, 3}},
-      {c,
-       "intensity",
-       kBounds,
-       {range("color_a", {0, -3, 0, 0}, {1, 1, 1, 1}), range("mult_a", {-2}, {3})},
-       {-3, 3}},
+      "TexAColorOp sum value = 0 0 0 0",
+      "TexAColorOp power value = 0 0 0 0",
+      "TexAColorOp division value = nan nan nan 0",
+      "TexAColorOp division gradient color_a 1 1 1 1 slope 1 1 1 = 0 0 0",
+      "TexAColorOp result_a value color_a 0.5 0.25 0.125 0.75 mult_a 2 = 1 0.5 0.25 0.75",
+      "TexAColorOp maximum value color_a 0.5 0.25 0.125 0.75 mult_a 2 = 1 0.5 0.25 1.5",
+      "TexAColorOp minimum value color_a 0.5 0.25 0.125 0.75 mult_a 2 = 0 0 0 0",
+      "TexAColorOp alpha value color_a 0.5 0.25 0.125 0.75 mult_a 2 = 1.5",
+      "TexAColorOp division value color_a 1 1 1 1 color_b 2 4 0 0.5 = 0.5 0.25 inf 0.5",
+      "TexAColorOp power value color_a -1 4 0 1 mult_b 0.5 = nan 2 0 1",
+      "TexAColorOp green bounds color_a 0 -1 0 0 to 1 1 1 1 mult_a -2 to 3 = -3 3",
+      "TexAColorOp intensity bounds color_a 0 -3 0 0 to 1 1 1 1 mult_a -2 to 3 = -3 3",
       // Minimum and maximum choose by the intensities without multipliers, mode 9 with them.
-      {c, "minimum", kGradient, choice, {0, 10, 0}},
-      {c, "maximum", kGradient, choice, {1, 0, 0}},
-      {c, "", kGradient, {mode9, choice[0], choice[1], choice[2]}, {-1, 10, 0}},
+      "TexAColorOp minimum gradient color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 slope 0 1 0 "
+      "mult_b 10 = 0 10 0",
+      "TexAColorOp itself gradient mode 9 color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 "
+      "slope 0 1 0 mult_b 10 = -1 10 0",
       // No sign of alpha gets through the absolute difference.
-      {c, "difference", kValue, {value("result_alpha", {-0.25F})}, {0, 0, 0, -0.25}},
-      {c, "", kValue, {mode9, value("result_alpha", {-0.25F})}, {0, 0, 0, 0.25}},
-      {c, "", kValue, {mode9, value("result_alpha", {-0.0F})}, {0, 0, 0, 0}},
-      {c, "", kBounds, mode9Bounds(-2, 1), {0, 0, 0, -2, 2, 1, 2, 1}},
-      {c, "", kBounds, mode9Bounds(-1, 3), {0, 0, 0, -1, 3, 1, 3, 3}},
-      {c, "", kBounds, mode9Bounds(0.5F, 4), {0.5, 0, 0.5, 0.5, 4, 1, 4, 4}},
-      {c, "", kBounds, mode9Bounds(-3, -2), {0, 0, 0, -3, 3, 1, 3, -2}},
-      {n, "color", kValue, {}, {1, 1, 1, 1}},
-      {n, "color", kBounds, {invert}, {0, 0, 0, 1, 0, 0, 0, 1}},
-      // Inverted values are clamped from below only, and bounds not at all.
-      {n, "color", kValue, slopes, {1.5, -0.25, nan, 0.25}},
-      {n, "", kValue, inverted, {0, 1.25, nan, 0.25}},
-      {n, "color", kGradient, slopes, {1, 1, 1}},
-      {n, "", kGradient, inverted, {-1, -1, -1}},
-      {n,
-       "color",
-       kBounds,
-       {invert, range("float1", {0.25F}, {1.5F}), range("alpha", {0}, {0})},
-       {-0.5, 0, 0, 1, 0.75, 0, 0, 1}},
-  };
-  for (const Row& row : rows) expectRow(row);
-}
+      "TexAColorOp difference value result_alpha -0.25 = 0 0 0 -0.25",
+      "TexAColorOp itself value mode 9 result_alpha -0.25 = 0 0 0 0.25",
+      "TexAColorOp itself value mode 9 result_alpha -0 = 0 0 0 0",
+      "TexAColorOp itself bounds mode 9 color_a -2 0 -1 -2 to 1 1 3 1 = 0 0 0 -2 2 1 3 1",
+      "TexAColorOp itself bounds mode 9 color_a 0.5 -3 0 1 to 4 -2 0 2 = 0.5 0 0 1 4 3 0 2",
 
-// ------------------------------------------------------------------------------------------------
+      "Float3ToAColor color value = 1 1 1 1",
+      "Float3ToAColor itself bounds invert 1 = 0 0 0 1 0 0 0 1",
+      // Inverted values are clamped from below only, and bounds not at all.
+      "Float3ToAColor color value float1 1.5 float2 -0.25 float3 nan alpha 3 = 1.5 -0.25 nan 3",
+      "Float3ToAColor itself value invert 1 float1 1.5 float2 -0.25 float3 nan alpha 3 = "
+      "0 1.25 nan 3",
+      "Float3ToAColor color bounds invert 1 float1 0.25 to 1.5 alpha 0 to 0 = "
+      "-0.5 0 0 1 0.75 0 0 1",
+      "Float3ToAColor color gradient float1 0 slope 3 0 0 float3 0 slope 0 0 3 = 1 0 1",
+  };
+  for (const char* row : rows) expectRow(row);
+}
 
 TEST(WorkedRows, OfTheContext) {
-  struct ContextRow {
-    const char* output;
-    void (*prepare)(ShadingHost& host);
-    std::vector<double> expected;
-  };
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const double inf = std::numeric_limits<double>::infinity();
-  const auto fallbacks = [](ShadingHost& h) {
-    h.frame.worldOffset = {1000, 0, 0};
-    h.sc.shadingPoint = {1, 2, 3};
-    h.sc.normal = {0.5F, 0.25F, 1};
-    h.uvw.uvw = {1, 2, 3};
-    h.uvw.a = {1, 0, 0}, h.uvw.b = {0, 1, 0}, h.uvw.c = {0, 0, 1};
-    h.materialId.id = 7;
-    h.sc.object = nullptr;
-    h.surface.offers = false;
-  };
-  // A limit in 32 bits: its square has itself as the root.
-  const auto shortest = [](ShadingHost& h) { h.sc.rayDirection = {0, -1e-6F, 0}; };
-  const auto tooShort = [](ShadingHost& h) {
-    h.sc.rayDirection = {std::nextafter(1e-6F, 0.0F), 0, 0};
-  };
-  const auto scaledAxes = [](ShadingHost& h) {
-    h.uvw.a = {2, 0, 0}, h.uvw.b = {0, 4, 0}, h.uvw.c = {0, 0, 1};
-  };
-  // A determinant of 1e-60 rounds to zero: the axes are infinite, and their lengths too.
-  const auto tinyAxes = [](ShadingHost& h) {
-    h.uvw.a = {1e-20F, 0, 0}, h.uvw.b = {0, 1e-20F, 0}, h.uvw.c = {0, 0, 1e-20F};
-  };
-  const auto beyondIntegers = [](ShadingHost& h) {
-    h.sc.imageX = 0x1p31;
-    h.sc.imageY = 1e300;
-  };
-  const ContextRow rows[] = {
-      {"point", fallbacks, {1001, 2, 3}},
-      {"pointObject", fallbacks, {1, 2, 3}},
-      {"normalObject", fallbacks, {0.5, 0.25, 1}},
-      {"uvCoord", fallbacks, {0, 0, 0}},
-      {"material_id", fallbacks, {0}},
-      {"tangentUCamera", fallbacks, {0, 0, 0}},
-      {"frame_time", [](ShadingHost& h) { h.frame.frameTime = 1 / 3.0; }, {1 / 3.0F}},
-      {"pointCamera",
-       [](ShadingHost& h) {
-         h.sc.shadingPoint = {1, 2, 3};
-         h.frame.worldToCamera.offset = {0, 0, -5};
-         h.frame.worldOffset = {1000, 0, 0};
-       },
-       {1, 2, -2}},
-      {"rayDirection", shortest, {0, -1, 0}},
-      {"rayDirection", tooShort, {static_cast<double>(std::nextafter(1e-6F, 0.0F)), 0, 0}},
-      {"rayDirection",
-       [](ShadingHost& h) {
-         h.sc.rayDirection = {3e38F, 1, 0};
-       },
-       {0, 0, 0}},
-      {"tangentUCamera", scaledAxes, {1, 0, 0}},
-      {"tangentVCamera", scaledAxes, {0, 1, 0}},
-      {"tangentUCamera", tinyAxes, {nan, nan, nan}},
-      {"tangentVCamera",
-       [](ShadingHost& h) {
-         h.uvw.a = h.uvw.b = {1, 2, 3};
-       },
-       {0, 0, 0}},
+  // "OUTPUT QUANTITY NUMBERS ... = ANSWER"; all other quantities are zero, matrices the identity.
+  const char* const rows[] = {
+      "point worldOffset 1000 0 0 shadingPoint 1 2 3 = 1001 2 3",
+      "pointCamera worldOffset 1000 0 0 shadingPoint 1 2 3 cameraOffset 0 0 -5 = 1 2 -2",
+      // What is not offered: render space, and zero.
+      "pointObject offers 0 worldOffset 1000 0 0 shadingPoint 1 2 3 = 1 2 3",
+      "normalObject offers 0 normal 1 2 3 = 1 2 3",
+      "uvCoord offers 0 uvw 1 2 3 = 0 0 0",
+      "material_id offers 0 materialId 7 = 0",
+      "tangentUCamera offers 0 a 1 0 0 b 0 1 0 c 0 0 1 = 0 0 0",
+      "material_id offers 1 materialId 7 = 7",
+      // 1e-6 in 32 bits, and the number below.
+      "rayDirection rayDirection 0 -0x1.0c6f7ap-20 0 = 0 -1 0",
+      "rayDirection rayDirection 0x1.0c6f78p-20 0 0 = 0x1.0c6f78p-20 0 0",
+      "rayDirection rayDirection 3e38 1 0 = 0 0 0",
+      "tangentUCamera a 2 0 0 b 0 4 0 c 0 0 1 = 1 0 0",
+      "tangentVCamera a 2 0 0 b 0 4 0 c 0 0 1 = 0 1 0",
+      "tangentVCamera a 1 2 3 b 1 2 3 c 0 0 1 = 0 0 0",
+      // A determinant of 1e-60 rounds to zero: the axes are infinite, and their lengths too.
+      "tangentUCamera a 1e-20 0 0 b 0 1e-20 0 c 0 0 1e-20 = nan nan nan",
       // The motion of the camera makes a direction even of singular derivatives.
-      {"tangentUCamera", [](ShadingHost& h) { h.services.cameraMoving = 1; }, {0, 0, 1}},
-      {"facing_ratio",
-       [](ShadingHost& h) {
-         h.sc.normal = {0, 0, 1}, h.sc.rayDirection = {0, 0, -2};
-       },
-       {2}},
-      {"facing_ratio",
-       [](ShadingHost& h) {
-         h.sc.normal = {1, 1, 1}, h.sc.rayDirection = {-0.0F, -0.0F, -0.0F};
-       },
-       {0}},
-      {"facing_ratio",  // 0 in 32 bits
-       [](ShadingHost& h) {
-         h.sc.normal = {1, 1, 1}, h.sc.rayDirection = {0x1p30F, 1, -0x1p30F};
-       },
-       {1}},
-      {"facing_ratio",
-       [](ShadingHost& h) {
-         h.sc.normal = h.sc.rayDirection = {1e30F, 0, 0};
-       },
-       {inf}},
-      {"flipped_normal", [](ShadingHost& h) { h.sc.backfacing = 1; }, {1}},
-      {"pixelCenter",
-       [](ShadingHost& h) { h.sc.imageX = 10.7, h.sc.imageY = 20.2, h.frame.imageHeight = 480; },
-       {10.5, 459.5, 0}},
-      {"pixelCenter", [](ShadingHost& h) { h.sc.imageX = -0.3, h.sc.imageY = 2; }, {-0.5, -1.5, 0}},
-      {"pixelCenter",  // rounded to 32 bits first, but for the height
-       [](ShadingHost& h) {
-         h.sc.imageX = 10.999999999, h.sc.imageY = 2.5, h.frame.imageHeight = 16777219;
-       },
-       {11.5, 16777216, 0}},
+      "tangentUCamera moving 1 = 0 0 1",
+      "facing_ratio normal 0 0 1 rayDirection 0 0 -2 = 2",
+      "facing_ratio normal 1 1 1 rayDirection -0 -0 -0 = 0",
+      "facing_ratio normal 1 1 1 rayDirection 0x1p30 1 -0x1p30 = 1",  // 0 in 32 bits
+      "facing_ratio normal 1e30 0 0 rayDirection -1e30 0 0 = inf",
+      "flipped_normal backfacing 1 = 1",
+      "pixelCenter imageX 10.7 imageY 20.2 imageHeight 480 = 10.5 459.5 0",
+      "pixelCenter imageX -0.3 imageY 2 = -0.5 -1.5 0",
+      // Rounded to 32 bits first, but for the height.
+      "pixelCenter imageX 10.999999999 imageY 2.5 imageHeight 16777219 = 11.5 16777216 0",
       // What no integer holds becomes the lowest one; one step further down is the highest.
-      {"pixelCenter", beyondIntegers, {-0x1p31, 0x1p31, 0}},
+      "pixelCenter imageX 0x1p31 imageY 1e300 = -0x1p31 0x1p31 0",
   };
   Instance sampler("TexSampler");
   sampler.frameBegin();
-  for (const ContextRow& row : rows) {
-    ShadingHost host;
-    row.prepare(host);
-    EXPECT_EQ(ask(sampler.output<PluginInterface>(row.output), kValue, host.sc),
-              Answer{row.expected})
-        << row.output << ", row " << &row - rows;
+  for (const char* text : rows) {
+    std::istringstream row(text);
+    std::string output, name;
+    row >> output;
+    ShadingHost h;
+    while (row >> name && name != "=") {
+      const auto vector = [&](auto& v) { readNumbers(row, v.x, v.y, v.z); };
+      if (name == "offers") readNumbers(row, h.object.offers);
+      if (name == "moving") readNumbers(row, h.services.cameraMoving);
+      if (name == "worldOffset") vector(h.frame.worldOffset);
+      if (name == "cameraOffset") vector(h.frame.worldToCamera.offset);
+      if (name == "shadingPoint") vector(h.sc.shadingPoint);
+      if (name == "rayDirection") vector(h.sc.rayDirection);
+      if (name == "normal") vector(h.sc.normal);
+      if (name == "backfacing") readNumbers(row, h.sc.backfacing);
+      if (name == "imageX") readNumbers(row, h.sc.imageX);
+      if (name == "imageY") readNumbers(row, h.sc.imageY);
+      if (name == "imageHeight") readNumbers(row, h.frame.imageHeight);
+      if (name == "materialId") readNumbers(row, h.materialId.id);
+      if (name == "uvw") vector(h.uvw.uvw);
+      if (name == "a") vector(h.uvw.a);
+      if (name == "b") vector(h.uvw.b);
+      if (name == "c") vector(h.uvw.c);
+    }
+    h.surface.offers = h.object.offers;
+    auto& texture = sampler.output<PluginInterface>(output.c_str());
+    EXPECT_EQ(ask(texture, Question::Value, h.sc), readAnswer(row)) << text;
   }
 }
 

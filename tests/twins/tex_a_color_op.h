@@ -37,6 +37,8 @@ TWIN_INLINE inline void storeChannels(AColor& min, AColor& max, F f, const Inter
   if (result_alpha != nullptr) result_alpha->getFloatBounds(min.a, max.a);
 }
 
+using In = const Interval&;
+
 /// Two scaled colours. A formula has the value and the bounds of a channel and those of alpha, from
 /// both colours and their multipliers, and the gradient, from the intensities (`ia`), the scaled
 /// intensities (`sa`) and their gradients (`da`).
@@ -71,8 +73,7 @@ template <class Formula>
 struct AlphaAsColor {
   static float alpha(float a, float ma, float b, float mb) { return Formula::value(a, ma, b, mb); }
   static float finalAlpha(float alpha) { return alpha; }
-  TWIN_INLINE static Interval alphaBounds(const Interval& a, const Interval& ma, const Interval& b,
-                                          const Interval& mb) {
+  TWIN_INLINE static Interval alphaBounds(In a, In ma, In b, In mb) {
     return Formula::bounds(a, ma, b, mb);
   }
 };
@@ -81,19 +82,15 @@ struct AlphaAsColor {
 struct FirstAlpha {
   static float alpha(float a, float, float, float) { return a; }
   static float finalAlpha(float alpha) { return alpha; }
-  static Interval alphaBounds(const Interval& a, const Interval&, const Interval&,
-                              const Interval&) {
-    return a;
-  }
+  static Interval alphaBounds(In a, In, In, In) { return a; }
 };
 
 struct ColorProduct : AlphaAsColor<ColorProduct> {
   static float value(float a, float ma, float b, float mb) { return (a * b) * (ma * mb); }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     return chainedCorners(chainedCorners(a, b, Times()), chainedCorners(ma, mb, Times()), Times());
   }
-  static Vector gradient(float, float sa, Vector da, float, float sb, Vector db) {
+  static Vector gradient(float, float sa, const Vector& da, float, float sb, const Vector& db) {
     return da * sb + db * sa;
   }
 };
@@ -101,11 +98,10 @@ struct ColorProduct : AlphaAsColor<ColorProduct> {
 struct ColorQuotient : AlphaAsColor<ColorQuotient> {
   static float value(float a, float ma, float b, float mb) { return (a * ma) / (b * mb); }
   static float alpha(float a, float ma, float b, float mb) { return (a * ma) * (b * mb); }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     return chainedCorners(chainedCorners(a, b, Over()), chainedCorners(ma, mb, Over()), Times());
   }
-  static Vector gradient(float, float sa, Vector da, float, float sb, Vector db) {
+  static Vector gradient(float, float sa, const Vector& da, float, float sb, const Vector& db) {
     if (sb == 0) return {};
     return (da * sb - db * sa) / (sb * sb);
   }
@@ -113,8 +109,7 @@ struct ColorQuotient : AlphaAsColor<ColorQuotient> {
 
 struct ColorMinimum : AlphaAsColor<ColorMinimum> {
   static float value(float a, float ma, float b, float mb) { return lesser(a * ma, b * mb); }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
     return {lesser(p.lo, q.lo), lesser(p.hi, q.hi)};
   }
@@ -125,8 +120,7 @@ struct ColorMinimum : AlphaAsColor<ColorMinimum> {
 
 struct ColorMaximum : AlphaAsColor<ColorMaximum> {
   static float value(float a, float ma, float b, float mb) { return greater(a * ma, b * mb); }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
     return {greater(p.lo, q.lo), greater(p.hi, q.hi)};
   }
@@ -137,8 +131,7 @@ struct ColorMaximum : AlphaAsColor<ColorMaximum> {
 
 struct ColorSum : FirstAlpha {
   static float value(float a, float ma, float b, float mb) { return a * ma + b * mb; }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Plus());
   }
   static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
@@ -148,8 +141,7 @@ struct ColorSum : FirstAlpha {
 
 struct ColorDifference : FirstAlpha {
   static float value(float a, float ma, float b, float mb) { return a * ma - b * mb; }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Minus());
   }
   static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
@@ -161,8 +153,7 @@ struct ColorDifference : FirstAlpha {
 struct AbsoluteDifference : ColorDifference {
   static float value(float a, float ma, float b, float mb) { return std::fabs(a * ma - b * mb); }
   static float finalAlpha(float alpha) { return std::fabs(alpha); }
-  TWIN_INLINE static Interval bounds(const Interval& a, const Interval& ma, const Interval& b,
-                                     const Interval& mb) {
+  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     const Interval d = ColorDifference::bounds(a, ma, b, mb);
     return d.lo < 0 ? Interval{0, greater(-d.lo, d.hi)} : d;
   }
