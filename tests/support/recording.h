@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "tests/support/answers.h"
 
@@ -8,8 +9,8 @@ namespace test {
 
 /// One call of something that a host owns: an input texture, an object, the camera's motion.
 struct Call {
-  const char* owner;
-  const char* operation;
+  std::string_view owner;
+  std::string_view operation;
   const void* argument;  ///< the context, or the place of the bounds
   Answer numbers;        ///< the other arguments
 
@@ -76,7 +77,7 @@ class Input final : public TextureInterface,
 
  private:
   void note(const char* question, const void* argument) const {
-    if (log != nullptr) log->push_back({name.c_str(), question, argument, {}});
+    if (log != nullptr) log->push_back({name, question, argument, {}});
   }
 };
 
