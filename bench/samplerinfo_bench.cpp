@@ -1,5 +1,7 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+
 #include "tests/support/shading_host.h"
 #include "tests/support/subject.h"
 
@@ -85,10 +87,8 @@ void link(Subject& to, std::size_t input, Subject& from) {
 /// plugin itself is.
 Subject& addNetwork(Subjects& subjects) {
   const auto made = [&](const std::string& name) -> Subject& {
-    for (const twins::Pair& pair : twins::pairs()) {
-      if (pair.name() == name) return add(subjects, pair);
-    }
-    throw std::invalid_argument("no pair " + name);
+    const std::vector<twins::Pair> pairs = twins::pairs();
+    return add(subjects, *std::ranges::find(pairs, name, &twins::Pair::name));
   };
   Subject& color = made("Float3ToAColor.color (invert 0)");
   link(color, 0, made("TexSampler.facing_ratio"));

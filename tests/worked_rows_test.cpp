@@ -138,10 +138,10 @@ TEST(WorkedRows, OfInputs) {
       "TexAColorOp green bounds color_a 0 -1 0 0 to 1 1 1 1 mult_a -2 to 3 = -3 3",
       "TexAColorOp intensity bounds color_a 0 -3 0 0 to 1 1 1 1 mult_a -2 to 3 = -3 3",
       // Minimum and maximum choose by the intensities without multipliers, mode 9 with them.
-      "TexAColorOp minimum gradient color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 slope 0 1 0 "
-      "mult_b 10 = 0 10 0",
-      "TexAColorOp itself gradient mode 9 color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 "
-      "slope 0 1 0 mult_b 10 = -1 10 0",
+      ("TexAColorOp minimum gradient color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 slope 0 1 0 "
+       "mult_b 10 = 0 10 0"),
+      ("TexAColorOp itself gradient mode 9 color_a 1 1 1 slope 1 0 0 color_b 0.5 0.5 0.5 "
+       "slope 0 1 0 mult_b 10 = -1 10 0"),
       // No sign of alpha gets through the absolute difference.
       "TexAColorOp difference value result_alpha -0.25 = 0 0 0 -0.25",
       "TexAColorOp itself value mode 9 result_alpha -0.25 = 0 0 0 0.25",
@@ -153,10 +153,10 @@ TEST(WorkedRows, OfInputs) {
       "Float3ToAColor itself bounds invert 1 = 0 0 0 1 0 0 0 1",
       // Inverted values are clamped from below only, and bounds not at all.
       "Float3ToAColor color value float1 1.5 float2 -0.25 float3 nan alpha 3 = 1.5 -0.25 nan 3",
-      "Float3ToAColor itself value invert 1 float1 1.5 float2 -0.25 float3 nan alpha 3 = "
-      "0 1.25 nan 3",
-      "Float3ToAColor color bounds invert 1 float1 0.25 to 1.5 alpha 0 to 0 = "
-      "-0.5 0 0 1 0.75 0 0 1",
+      ("Float3ToAColor itself value invert 1 float1 1.5 float2 -0.25 float3 nan alpha 3 = "
+       "0 1.25 nan 3"),
+      ("Float3ToAColor color bounds invert 1 float1 0.25 to 1.5 alpha 0 to 0 = "
+       "-0.5 0 0 1 0.75 0 0 1"),
       "Float3ToAColor color gradient float1 0 slope 3 0 0 float3 0 slope 0 0 3 = 1 0 1",
   };
   for (const char* row : rows) expectRow(row);
