@@ -1,118 +1,463 @@
-#include <benchmark/benchmark.h>
+// What an answer of the loaded library costs beside the same answer of its twin, the leanest class
+// that asks the same inputs and gives the same bits. Time is taken in short blocks of one and the
+// other by turns; instructions are counted by callgrind, which this program starts on itself. Input
+// textures are constants, whose instructions do not count.
 
+#include <unistd.h>
+#include <valgrind/callgrind.h>
+
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
+#include <cctype>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <thread>
 
-#include "tests/support/shading_host.h"
-#include "tests/support/subject.h"
-
-// What an answer of the loaded library costs, beside the same answer of its twin: the leanest class
-// that asks the same inputs and gives the same bits ("twin"). Both are asked through one virtual
-// call of the same interface. A comparison whose answers differ is reported as an error.
+#include "bench/network.h"
+#include "standin/host_objects.h"
+#include "tests/support/answers.h"
 
 namespace {
 
-using namespace test;
+using namespace bench;
+using test::kQuestions;
+using test::Question;
 
-/// A render with a camera that does not move and writes nothing down.
-ShadingHost host;
+// ---- Asking ------------------------------------------------------------------------------------
 
-void measure(benchmark::State& state, const PluginInterface& texture, Question question) {
-  visit(texture, [&](const auto& typed) {
+/// The compiler neither knows where `pointer` points nor drops what is written behind it.
+template <class T>
+void opaque(T*& pointer) {
+  asm volatile("" : "+r"(pointer) : : "memory");
+}
+
+/// Asks `times` times.
+void repeat(const PluginInterface& texture, Question question, const ShadingContext& sc,
+            int times) {
+  test::visit(texture, [&](const auto& typed) {
     const auto* asked = &typed;
-    benchmark::DoNotOptimize(asked);
+    using T = decltype(test::value(typed, sc));
+    T lo{}, hi{};
+    T* result = &lo;
+    Vector gradient{};
+    Vector* slope = &gradient;
     if (question == Question::Value) {
-      for (auto _ : state) benchmark::DoNotOptimize(value(*asked, host.sc));
-    }
-    if constexpr (requires { asked->getGradient(host.sc); }) {
-      decltype(value(*asked, host.sc)) lo, hi;
-      if (question == Question::Bounds) {
-        for (auto _ : state) {
-          bounds(*asked, lo, hi);
-          benchmark::DoNotOptimize(lo);
-          benchmark::DoNotOptimize(hi);
-        }
+      for (int i = 0; i < times; ++i) {
+        opaque(asked);
+        *result = test::value(*asked, sc);
+        opaque(result);
       }
-      if (question == Question::Gradient) {
-        for (auto _ : state) benchmark::DoNotOptimize(asked->getGradient(host.sc));
+    }
+    if constexpr (requires { typed.getGradient(sc); }) {
+      for (int i = 0; question == Question::Bounds && i < times; ++i) {
+        opaque(asked);
+        test::bounds(*asked, lo, hi);
+        opaque(result);
+      }
+      for (int i = 0; question == Question::Gradient && i < times; ++i) {
+        opaque(asked);
+        *slope = asked->getGradient(sc);
+        opaque(slope);
       }
     }
   });
 }
 
-/// The textures live as long as the program.
-void compare(const std::string& name, const PluginInterface& library, const PluginInterface& twin) {
-  for (const Question question : kQuestions) {
-    const Answer answer = ask(twin, question, host.sc);
-    if (answer.numbers.empty()) continue;
-    const std::string full = name + "/" + kQuestionNames[static_cast<int>(question)];
-    const bool agree = ask(library, question, host.sc) == answer;
-    const auto run = [agree, question](benchmark::State& state, const PluginInterface* texture) {
-      if (!agree) state.SkipWithError("the answers differ");
-      measure(state, *texture, question);
-    };
-    benchmark::RegisterBenchmark(full.c_str(), run, &library);
-    benchmark::RegisterBenchmark((full + "/twin").c_str(), run, &twin);
+// ---- Rows --------------------------------------------------------------------------------------
+
+/// A host whose camera moves or not, and which writes nothing down.
+struct Host {
+  explicit Host(bool moving) {
+    services.cameraMoving = moving ? 1 : 0;
+    frame.worldToCamera = {{0.8F, 0, -0.6F}, {0, 1, 0}, {0.6F, 0, 0.8F}, {1, 2, -9}};
+    frame.cameraToWorld = {{0.8F, 0, 0.6F}, {0, 1, 0}, {-0.6F, 0, 0.8F}, {5, -2, 7}};
+    frame.imageHeight = 480;
+    scene.lo = {-1, -1, -1};
+    scene.hi = {1, 1, 1};
+    surface.hasUvw = surface.hasMaterialId = true;
+    surface.uvw = {0.25F, 0.5F, 0};
+    surface.a = {2, 0, 0.5F};
+    surface.b = {0, 4, 0};
+    surface.c = {0, 0.25F, 1};
+    object.hasMapping = true;
+    sc.renderContext = &render;
+    sc.rayDirection = {0.6F, 0, -0.8F};
+    sc.rayTime = 0.25;
+    sc.imageX = 100.5;
+    sc.imageY = 20.25;
+    sc.object = &object;
+    sc.surface = &surface;
+    sc.shadingPoint = {1, 2, 3};
+    sc.normal = sc.geometricNormal = {0, 0.6F, 0.8F};
   }
-}
 
-using Subjects = std::vector<std::unique_ptr<Subject>>;
-
-/// A subject with all its inputs connected.
-Subject& add(Subjects& subjects, const twins::Pair& pair) {
-  Subject& subject = *subjects.emplace_back(std::make_unique<Subject>(pair));
-  float next = 0.5F;
-  for (const auto& input : subject.inputs) {
-    next += 0.25F;
-    input->log = nullptr;
-    input->value = {next, next + 1, next + 2, 1};
-    input->lo = {-next, 0, 1, 0};
-    input->hi = {next, next + 2, 4, 1};
-    input->gradient = {next, 3, 2};
-  }
-  subject.connect(~0U);
-  subject.connectTwin(~0U);
-  subject.plugin.plugin().renderBegin(nullptr);
-  subject.plugin.frameBegin();
-  return subject;
-}
-
-/// Connects output to input, and twin to twin.
-void link(Subject& to, std::size_t input, Subject& from) {
-  to.plugin.connect(to.pair.inputs[input].c_str(), &from.output());
-  to.pair.connect(input, from.pair.twin.get());
-  to.plugin.frameBegin();
-}
-
-/// A tinted facing ratio: colour of three numbers, times a ratio, through the texture that the
-/// plugin itself is.
-Subject& addNetwork(Subjects& subjects) {
-  const auto made = [&](const std::string& name) -> Subject& {
-    const std::vector<twins::Pair> pairs = twins::pairs();
-    return add(subjects, *std::ranges::find(pairs, name, &twins::Pair::name));
+  struct Motion final : CameraMotion {
+    DVector pointToRayTime(const DVector& p, double t) override { return {p.x + t, p.y, p.z}; }
+    Vector vectorToRayTime(const Vector& v, double /*t*/) override { return v; }
+    DVector pointFromRayTime(const DVector& p, double t) override { return {p.x - t, p.y, p.z}; }
+    Vector vectorFromRayTime(const Vector& v, double /*t*/) override { return v; }
   };
-  Subject& color = made("Float3ToAColor.color (invert 0)");
-  link(color, 0, made("TexSampler.facing_ratio"));
-  Subject& tinted = made("TexAColorOp (mode 3)");
-  link(tinted, 0, color);
-  link(tinted, 2, made("TexFloatOp.ratio"));
-  return tinted;
+
+  Motion motion;
+  standin::BoxScene scene;
+  standin::SurfacePoint surface;
+  standin::SceneObject object;
+  RenderServices services{nullptr, &scene, &motion, 0};
+  QuorFrameData frame;
+  RenderContext render{&services, &frame};
+  ShadingContext sc{};
+};
+
+constexpr int kNone = Node::kAbsent;
+constexpr int kConst = Node::kConstant;
+
+/// Every output by itself: its inputs all connected, every second one, none.
+std::vector<std::vector<Node>> singles() {
+  std::vector<std::vector<Node>> result;
+  for (const twins::Pair& pair : twins::pairs()) {
+    if (pair.setting == "mode" && (pair.setTo < 1 || pair.setTo > 9)) continue;  // all result_a
+    std::vector<int> all(pair.inputs.size(), kConst);
+    result.push_back({{pair.name(), all}});
+    if (all.empty()) continue;
+    for (std::size_t i = 1; i < all.size(); i += 2) all[i] = kNone;
+    result.push_back({{pair.name(), all}});
+    result.push_back({{pair.name(), std::vector<int>(all.size(), kNone)}});
+  }
+  return result;
+}
+
+std::vector<Node> chain(int links) {
+  std::vector<Node> nodes = {{"TexFloatOp.sum", {kConst, kConst}}};
+  for (int i = 1; i < links; ++i) nodes.push_back({"TexFloatOp.sum", {i - 1, kConst}});
+  return nodes;
+}
+
+/// A shaded surface with a rim, of twelve outputs of all five plugins.
+const std::vector<Node> kMixed = {
+    {"TexSampler.facing_ratio", {}},
+    {"TexSampler.normal", {}},
+    {"TexSampler.rayDirection", {}},
+    {"TexVectorOp.dot_product", {1, 2, kNone, 0}},
+    {"TexVectorOp.sum", {1, 2, 0, 3}},
+    {"TexVectorOp.y", {4, kConst}},
+    {"TexFloatOp.product", {3, 5}},
+    {"TexFloatOp.max", {6, kConst}},
+    {"Float3ToAColor.color (invert 0)", {0, 5, 7, kNone}},
+    {"TexAColorOp.sum", {8, kConst, 7, kConst, kNone}},
+    {"TexAColorOp.minimum", {9, 8, kNone, 0, kNone}},
+    {"TexAColorOp (mode 3)", {10, 9, 0, kConst, kNone}},
+};
+
+struct Row {
+  std::string name;
+  std::shared_ptr<Network> network;
+  Question question;
+  const ShadingContext* sc;
+};
+
+std::string nameOf(const std::vector<Node>& nodes) {
+  if (nodes.size() > 1) {
+    const bool isChain = nodes[1].pair == nodes[0].pair;
+    return (isChain ? "chain of " : "network of ") + std::to_string(nodes.size());
+  }
+  std::string name = nodes[0].pair;
+  const auto absent = std::ranges::count(nodes[0].sources, kNone);
+  if (absent != 0) name += ", " + std::to_string(absent) + " absent";
+  return name;
+}
+
+std::vector<Row> rows(const Library& library, const Host& still, const Host& moving,
+                      const std::string& only) {
+  std::vector<std::vector<Node>> networks = singles();
+  for (const int links : {1, 4, 16, 64}) networks.push_back(chain(links));
+  networks.push_back(kMixed);
+  std::vector<Row> result;
+  for (const std::vector<Node>& nodes : networks) {
+    const auto network = std::make_shared<Network>(library, nodes);
+    for (const Host* host : {&still, &moving}) {
+      if (host == &moving && !nodes[0].pair.starts_with("TexSampler")) continue;
+      for (const Question question : kQuestions) {
+        if (test::ask(*network->twin, question, host->sc).numbers.empty()) continue;
+        const std::string name = nameOf(nodes) + (host == &moving ? ", moving" : "") + ": " +
+                                 test::kQuestionNames[static_cast<int>(question)];
+        if (name.find(only) == std::string::npos) continue;
+        result.push_back({name, network, question, &host->sc});
+      }
+    }
+  }
+  return result;
+}
+
+// ---- Time --------------------------------------------------------------------------------------
+
+double threadSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double lowerQuartile(std::vector<double> values) {
+  const auto quartile = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 4);
+  std::ranges::nth_element(values, quartile);
+  return *quartile;
+}
+
+/// Nanoseconds per answer, of the library and of the twin.
+std::pair<double, double> time(const Row& row) {
+  constexpr int kRounds = 41;
+  constexpr double kBlock = 20e-6;
+  int answers = 16;
+  for (;;) {  // as many as fill a block
+    const double start = threadSeconds();
+    repeat(*row.network->library, row.question, *row.sc, answers);
+    if (threadSeconds() - start > kBlock || answers > 1 << 20) break;
+    answers *= 2;
+  }
+  std::vector<double> library, twin;
+  for (int round = 0; round < kRounds; ++round) {
+    for (const bool ofTwin : {round % 2 != 0, round % 2 == 0}) {
+      const PluginInterface& texture = ofTwin ? *row.network->twin : *row.network->library;
+      const double start = threadSeconds();
+      repeat(texture, row.question, *row.sc, answers);
+      (ofTwin ? twin : library).push_back((threadSeconds() - start) / answers * 1e9);
+    }
+  }
+  return {lowerQuartile(library), lowerQuartile(twin)};
+}
+
+// ---- Instructions ------------------------------------------------------------------------------
+
+constexpr int kCounted = 16;
+
+/// Under callgrind: a dump per row and side.
+void runCounted(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    for (const PluginInterface* texture : {row.network->library, row.network->twin}) {
+      repeat(*texture, row.question, *row.sc, 1);  // symbols are resolved, planes computed
+      CALLGRIND_START_INSTRUMENTATION;
+      CALLGRIND_ZERO_STATS;
+      repeat(*texture, row.question, *row.sc, kCounted);
+      CALLGRIND_DUMP_STATS;
+      CALLGRIND_STOP_INSTRUMENTATION;
+    }
+  }
+}
+
+/// Instructions per answer that one dump has in the library and in the twins.
+double instructionsIn(const std::filesystem::path& dump) {
+  std::ifstream in(dump);
+  double sum = 0;
+  bool counts = false, ofModule = false, isCallee = false;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("ob=")) ofModule = line.ends_with("SamplerInfo.so");
+    if (line.starts_with("fn=")) counts = ofModule || line.find("twins::") != std::string::npos;
+    if (!line.empty() && std::isdigit(static_cast<unsigned char>(line[0])) != 0) {
+      if (counts && !isCallee) sum += std::strtod(line.c_str() + line.find(' '), nullptr);
+      isCallee = false;
+    }
+    if (line.starts_with("calls=")) isCallee = true;  // the next line is the callee's
+  }
+  return sum / kCounted;
+}
+
+/// Starts this program under callgrind; the instructions of each row, of the library and the twin.
+std::vector<std::pair<double, double>> countInstructions(const std::string& only,
+                                                         std::size_t rows) {
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("samplerinfo-bench-" + std::to_string(getpid()));
+  std::filesystem::create_directory(folder);
+  const std::string out = (folder / "counts").string();
+  const std::string command =
+      "valgrind -q --tool=callgrind --instr-atstart=no --compress-strings=no --compress-pos=no "
+      "--callgrind-out-file='" +
+      out + "' '" + std::filesystem::read_symlink("/proc/self/exe").string() +
+      "' --counted --only '" + only + "'";
+  if (std::system(command.c_str()) != 0) throw std::runtime_error("valgrind failed");
+  std::vector<std::pair<double, double>> counts(rows);
+  for (std::size_t row = 0; row < rows; ++row) {
+    counts[row] = {instructionsIn(out + "." + std::to_string(2 * row + 1)),
+                   instructionsIn(out + "." + std::to_string(2 * row + 2))};
+  }
+  std::filesystem::remove_all(folder);
+  return counts;
+}
+
+// ---- What is not a row -------------------------------------------------------------------------
+
+/// Nanoseconds of one `action`, the lower quartile of many.
+template <class Action>
+double timeOf(int rounds, Action action) {
+  std::vector<double> times;
+  for (int i = 0; i < rounds; ++i) {
+    const double start = threadSeconds();
+    action();
+    times.push_back((threadSeconds() - start) * 1e9);
+  }
+  return lowerQuartile(std::move(times));
+}
+
+/// How many times faster `threads` threads answer than one.
+double scaling(const PluginInterface& texture, const ShadingContext& sc, unsigned threads) {
+  const auto answersOf = [&](unsigned count) {
+    std::atomic<bool> stop = false;
+    std::atomic<long> answers = 0;
+    std::vector<std::thread> running;
+    for (unsigned i = 0; i < count; ++i) {
+      running.emplace_back([&] {
+        long own = 0;
+        for (; !stop; own += 1000) repeat(texture, Question::Value, sc, 1000);
+        answers += own;
+      });
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    stop = true;
+    for (std::thread& thread : running) thread.join();
+    return static_cast<double>(answers);
+  };
+  const double one = answersOf(1);
+  return answersOf(threads) / one;
+}
+
+/// Nanoseconds to load the library, enumerate its plugins and unload it; nobody else has it loaded.
+double loadingTime() {
+  return timeOf(21, [] {
+    if (Library().plugins() == 0) std::abort();
+  });
+}
+
+void printExtras(const Library& library, const Host& still, double loading) {
+  const auto mixed = std::make_shared<Network>(library, kMixed);
+  Network planes(library, {{"TexSampler.cameraNearClipPlane", {}}});
+  std::printf("\nload, enumerate, unload     %9.3f ms\n", loading * 1e-6);
+  std::printf("frameBegin of 12 plugins    %9.0f ns\n", timeOf(1001, [&] { mixed->frameBegin(); }));
+  std::printf("a frame's first plane       %9.0f ns\n", timeOf(1001, [&] {
+                planes.frameBegin();
+                repeat(*planes.library, Question::Value, still.sc, 1);
+              }));
+  std::printf("2 threads, network of 12    %9.2f times one; the twin %.2f\n",
+              scaling(*mixed->library, still.sc, 2), scaling(*mixed->twin, still.sc, 2));
+}
+
+// ---- The table ---------------------------------------------------------------------------------
+
+struct Figures {
+  double instructions, twinInstructions;
+  double nanoseconds, twinNanoseconds;
+  double instructionRatio, timeRatio;
+};
+
+double ratio(double library, double twin) { return twin == 0 ? 1 : library / twin; }
+
+void printTable(const std::vector<Row>& table, const std::vector<Figures>& figures) {
+  std::vector<std::size_t> order(table.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::ranges::sort(order, std::greater{}, [&](std::size_t i) { return figures[i].timeRatio; });
+  std::printf("%-52s %28s %28s\n", "", "instructions, twin's, ratio", "ns, twin's, ratio");
+  for (const std::size_t i : order) {
+    const Figures& f = figures[i];
+    std::printf("%-52s %10.1f %10.1f %6.2f %10.2f %10.2f %6.2f\n", table[i].name.c_str(),
+                f.instructions, f.twinInstructions, f.instructionRatio, f.nanoseconds,
+                f.twinNanoseconds, f.timeRatio);
+  }
+  const auto above = [&](double Figures::*figure, double bar) {
+    return std::ranges::count_if(figures, [=](const Figures& f) { return f.*figure > bar; });
+  };
+  for (const auto& [what, figure] : {std::pair{"instructions", &Figures::instructionRatio},
+                                     std::pair{"time", &Figures::timeRatio}}) {
+    std::vector<double> ratios;
+    for (const Figures& f : figures) ratios.push_back(f.*figure);
+    std::ranges::sort(ratios);
+    std::printf("%-13s %zu rows, %td above 1.10, %td above 1.25, median %.2f, worst %.2f\n", what,
+                ratios.size(), above(figure, 1.1), above(figure, 1.25), ratios[ratios.size() / 2],
+                ratios.back());
+  }
+}
+
+void printJson(const std::vector<Row>& table, const std::vector<Figures>& figures) {
+  auto json = nlohmann::ordered_json::array();
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const Figures& f = figures[i];
+    json.push_back({{"name", table[i].name},
+                    {"instructions", f.instructions},
+                    {"twin_instructions", f.twinInstructions},
+                    {"ns", f.nanoseconds},
+                    {"twin_ns", f.twinNanoseconds}});
+  }
+  std::printf("%s\n", json.dump(1).c_str());
+}
+
+/// How many rows have other bits than their twins; each is named.
+int differences(const std::vector<Row>& table) {
+  int count = 0;
+  for (const Row& row : table) {
+    if (test::ask(*row.network->library, row.question, *row.sc) ==
+        test::ask(*row.network->twin, row.question, *row.sc)) {
+      continue;
+    }
+    std::fprintf(stderr, "%s: the twin answers otherwise\n", row.name.c_str());
+    ++count;
+  }
+  return count;
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Measures every output of the library against its twin.");
+  std::string only;
+  bool check = false;
+  bool counted = false;
+  bool json = false;
+  app.add_option("--only", only, "Rows whose names contain this");
+  app.add_flag("--check", check, "Compare the answers and measure nothing");
+  app.add_flag("--json", json, "Print all figures as JSON");
+  app.add_flag("--counted", counted, "What callgrind is started on")->group("");
+  CLI11_PARSE(app, argc, argv);
+
+  const double loading = loadingTime();
+  const Library library;
+  const Host still(false);
+  const Host moving(true);
+  const std::vector<Row> table = rows(library, still, moving, only);
+  if (counted) {
+    runCounted(table);
+    return 0;
+  }
+  if (differences(table) != 0) return 1;
+  if (check || table.empty()) return 0;
+
+  const auto counts = countInstructions(only, table.size());
+  std::vector<Figures> figures;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    // Noise only ever adds: the best of three runs counts.
+    std::pair<double, double> best = time(table[i]);
+    for (int again = 0; again < 2; ++again) {
+      const auto next = time(table[i]);
+      if (ratio(next.first, next.second) < ratio(best.first, best.second)) best = next;
+    }
+    figures.push_back({counts[i].first, counts[i].second, best.first, best.second,
+                       ratio(counts[i].first, counts[i].second), ratio(best.first, best.second)});
+  }
+  if (json) {
+    printJson(table, figures);
+  } else {
+    printTable(table, figures);
+    printExtras(library, still, loading);
+  }
+  return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-
-  // The check of the answers is the frame's first evaluation: what is measured are the later ones.
-  Subjects subjects;
-  for (const twins::Pair& pair : twins::pairs()) {
-    compare(pair.name(), add(subjects, pair).output(), *pair.twin);
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "samplerinfo-bench: %s\n", error.what());
+    return 1;
   }
-  Subject& network = addNetwork(subjects);
-  compare("network", network.output(), *network.pair.twin);
-
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
 }

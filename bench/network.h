@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frame/plugin.h"
+#include "standin/textures.h"
+#include "tests/twins/pairs.h"
+
+/// Networks of the loaded library's plugins, built a second time of twins.
+namespace bench {
+
+using namespace QUtils;
+
+/// The library, loaded as a host loads it, until the object is gone.
+class Library {
+ public:
+  Library();
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  /// The descriptor of that name, which exists.
+  QuorPluginDesc& descriptor(const std::string& plugin) const;
+  std::int32_t plugins() const;
+
+ private:
+  void* module_;
+  PluginLibDesc* desc_;
+};
+
+/// One output of a network: by its pair, and where its inputs come from.
+struct Node {
+  static constexpr int kAbsent = -1;
+  static constexpr int kConstant = -2;
+
+  std::string pair;          ///< `Pair::name()`
+  std::vector<int> sources;  ///< per input the index of an earlier node, or one of the above
+};
+
+/// In its first frame, with constants at its constant inputs.
+class Network {
+ public:
+  Network(const Library& library, const std::vector<Node>& nodes);
+  ~Network();
+  Network(const Network&) = delete;
+  Network& operator=(const Network&) = delete;
+
+  void frameBegin();
+
+  const PluginInterface* library = nullptr;  ///< the last node's texture
+  const PluginInterface* twin = nullptr;
+
+ private:
+  struct Instance {
+    QuorPluginDesc* desc;
+    PluginBase* object;
+    QuorPluginInterface* plugin;
+    PluginInterface* texture;
+    twins::Pair pair;
+  };
+  PluginInterface* constantFor(const std::string& input);
+
+  std::vector<Instance> instances_;
+  std::vector<std::unique_ptr<PluginInterface>> constants_;
+};
+
+/// The pair of that name, which exists, with a twin of its own.
+twins::Pair pairNamed(const std::string& name);
+
+}  // namespace bench
