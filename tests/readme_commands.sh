@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Runs the commands in README.md's blocks of shell code, as they are written there, up to the first that fails.
+set -euo pipefail
+. "$(dirname "$0")/../scripts/common.sh"
+
+mapfile -t commands < <(awk '/^```/ { inside = $0 == "```sh"; next } inside' README.md)
+((${#commands[@]} > 0)) || fail "README.md has no block of shell code"
+for command in "${commands[@]}"; do step "${command%%  *}" bash -eu -c "$command"; done
