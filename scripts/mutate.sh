@@ -63,10 +63,11 @@ apply() {
 
 # build COPY [TARGET...] and tests COPY [CTEST-OPTION...] write a log into the copy.
 build() {
-  nice cmake --build "$1/build" --parallel 1 ${2:+--target "${@:2}"} >"$1/log" 2>&1
+  nice cmake --build "$1/build/release" --parallel 1 ${2:+--target "${@:2}"} >"$1/log" 2>&1
 }
 tests() {
-  TEST_TMPDIR=$PWD/$1/tmp nice ctest --test-dir "$1/build" --stop-on-failure --timeout 60 "${@:2}" >"$1/log" 2>&1
+  TEST_TMPDIR=$PWD/$1/tmp nice ctest --test-dir "$1/build/release" --stop-on-failure --timeout 60 --output-on-failure \
+    "${@:2}" >"$1/log" 2>&1
 }
 
 # Prints what notices the edit in a copy, or nothing. The contract comes first: it needs the fewest rebuilt files
@@ -83,12 +84,12 @@ killer() {
   fi
 }
 compiler() { echo "the build: $(grep -m 1 -E 'error|Error|FAILED' "$1/log" || tail -n 1 "$1/log")"; }
-failed_test() { sed -n 's/^[[:space:]]*[0-9]* - //p' "$1/log" | head -n 1; }
+failed_test() { sed -n 's/^[[:space:]]*[0-9]* - //p' "$1/log" | tail -n 1; }
 
 make_copy() {
   mkdir -p "$1/tmp"
   git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$1"
-  cmake -S "$1" -B "$1/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DSAMPLERINFO_BENCH=OFF >"$1/log" 2>&1
+  cmake -S "$1" --preset release -DSAMPLERINFO_BENCH=OFF >"$1/log" 2>&1
   if ! { build "$1" && tests "$1"; }; then
     cat "$1/log"
     fail "without any edit it does not build or does not pass"
@@ -104,6 +105,7 @@ work_in() {
     killed=$(killer "$copy")
     cp "${files[i]}" "$copy/${files[i]}"
     echo "$killed" >"$work/taken-$i/killer"
+    cp "$copy/log" "$work/taken-$i/log"
     echo "${titles[i]} -- ${killed:-SURVIVES}"
   done
 }
@@ -124,7 +126,7 @@ fi
 
 step "packages" scripts/install.sh build
 if command -v ccache >/dev/null; then
-  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$PWD
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
 fi
 rm -rf "$work"
 each_copy() { # each_copy COMMAND: runs it for one copy per core, all at once
