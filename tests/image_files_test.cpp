@@ -8,9 +8,11 @@
 #include <png.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <random>
+#include <system_error>
 
 #include "preview/messages/errors.h"
 #include "support/bits.h"
@@ -23,14 +25,16 @@ namespace fs = std::filesystem;
 /// A folder of its own for each test.
 class ImageFiles : public testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(folder_); }
+  void SetUp() override {
+    std::string name = testing::TempDir() + "image_files_test-XXXXXX";
+    folder_ = mkdtemp(name.data());
+  }
   void TearDown() override { fs::remove_all(folder_); }
 
   fs::path path(const std::string& name) const { return folder_ / name; }
 
  private:
-  fs::path folder_ =
-      fs::path(testing::TempDir()) / testing::UnitTest::GetInstance()->current_test_info()->name();
+  fs::path folder_;
 };
 
 void set(FloatImage& image, int x, int y, std::initializer_list<float> values) {
@@ -125,7 +129,8 @@ TEST_F(ImageFiles, ErrorsNameTheFile) {
       if (name.ends_with("png")) preview::writePng(path(name), image);
       if (name.ends_with("exr")) preview::writeExr(path(name), {&layer, 1});
     });
-    EXPECT_EQ(error, path(name).string() + ": cannot be written: No such file or directory");
+    EXPECT_EQ(error, path(name).string() +
+                         ": cannot be written: " + std::generic_category().message(ENOENT));
   }
 }
 
