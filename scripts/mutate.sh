@@ -24,6 +24,7 @@ titles=() files=() olds=() news=() reasons=()
 # as the file has them.
 add_line() {
   local -n texts=$1
+  ((last >= 0)) || fail "$list:$number: no \"FILE: NAME\" before it"
   if [[ -n ${texts[last]} ]]; then
     texts[last]+=$'\n'$2
   else
