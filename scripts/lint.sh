@@ -23,7 +23,7 @@ analyse() {
     report=$(clang-tidy --quiet -p "$0" "$1" 2>&1) || { echo "$report"; exit 1; }' "$build"
 }
 
-step "packages" scripts/install.sh build clang lint
+step "packages" scripts/install.sh build bench clang lint
 step "clang-format" format
-step "configure clang-release" cmake --preset clang-release
+step "configure clang-release" cmake --preset clang-release -DSAMPLERINFO_BENCH=ON
 step "clang-tidy" analyse
