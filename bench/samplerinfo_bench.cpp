@@ -16,6 +16,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -371,7 +372,7 @@ void printTable(const std::vector<Row>& table, const std::vector<Figures>& figur
   for (const auto& [what, figure] : {std::pair{"instructions", &Figures::instructionRatio},
                                      std::pair{"time", &Figures::timeRatio}}) {
     std::vector<double> ratios;
-    for (const Figures& f : figures) ratios.push_back(f.*figure);
+    std::ranges::transform(figures, std::back_inserter(ratios), figure);
     std::ranges::sort(ratios);
     std::printf("%-13s %zu rows, %td above 1.10, %td above 1.25, median %.2f, worst %.2f\n", what,
                 ratios.size(), above(figure, 1.1), above(figure, 1.25), ratios[ratios.size() / 2],
@@ -432,6 +433,7 @@ int run(int argc, char** argv) {
 
   const auto counts = countInstructions(only, table.size());
   std::vector<Figures> figures;
+  figures.reserve(table.size());
   for (std::size_t i = 0; i < table.size(); ++i) {
     // Noise only ever adds: the best of three runs counts.
     std::pair<double, double> best = time(table[i]);
