@@ -17,12 +17,18 @@ namespace {
 
 // ---- Inputs ------------------------------------------------------------------------------------
 
-/// A scaled colour as gradients see it: a number.
+/// Values as gradients see them: a colour is a number, its intensity.
+struct IntensityAt : ValueAt {
+  using ValueAt::operator();
+  float operator()(const TextureInterface* input) const {
+    return intensity(ValueAt::operator()(input));
+  }
+};
+
+/// A scaled intensity.
 struct ScaledIntensity {
-  ScaledIntensity(const AColor& c, float m, const Vector& dc, const Vector& dm)
-      : unscaled(intensity(c)),
-        scaled(m * unscaled),
-        gradient(productGradient(unscaled, dc, m, dm)) {}
+  ScaledIntensity(float i, float m, const Vector& di, const Vector& dm)
+      : unscaled(i), scaled(m * i), gradient(productGradient(i, di, m, dm)) {}
 
   float unscaled;   ///< the intensity of the colour alone
   float scaled;     ///< times the multiplier
@@ -44,10 +50,10 @@ struct ScaledColor {
 
   template <class Use>
   Vector askIntensity(const ShadingContext& sc, const Use& use) const {
-    return askWithGradients(*this, sc,
-                            [&](float m, const AColor& c, const Vector& dm, const Vector& dc) {
-                              return use(ScaledIntensity(c, m, dc, dm));
-                            });
+    return askWithGradients<IntensityAt>(*this, sc,
+                                         [&](float m, float i, const Vector& dm, const Vector& di) {
+                                           return use(ScaledIntensity(i, m, di, dm));
+                                         });
   }
 };
 
@@ -69,11 +75,11 @@ struct ColorPair {
 
   template <class Use>
   Vector askIntensity(const ShadingContext& sc, const Use& use) const {
-    return askWithGradients(
+    return askWithGradients<IntensityAt>(
         *this, sc,
-        [&](float ma, float mb, const AColor& ca, const AColor& cb, const Vector& dma,
-            const Vector& dmb, const Vector& dca, const Vector& dcb) {
-          return use(ScaledIntensity(ca, ma, dca, dma), ScaledIntensity(cb, mb, dcb, dmb));
+        [&](float ma, float mb, float ia, float ib, const Vector& dma, const Vector& dmb,
+            const Vector& dia, const Vector& dib) {
+          return use(ScaledIntensity(ia, ma, dia, dma), ScaledIntensity(ib, mb, dib, dmb));
         });
   }
 };

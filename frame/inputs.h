@@ -57,10 +57,11 @@ struct GradientAt {
   }
 };
 
-/// Hands `use` the values of all inputs, then their gradients.
-template <class Inputs, class Use>
+/// Hands `use` the values of all inputs, or what else `Question` asks at a point, then their
+/// gradients.
+template <class Question = ValueAt, class Inputs, class Use>
 auto askWithGradients(const Inputs& inputs, const ShadingContext& sc, const Use& use) {
-  return inputs.ask(ValueAt{sc}, [&](const auto&... values) {
+  return inputs.ask(Question{sc}, [&](const auto&... values) {
     return inputs.ask(GradientAt{sc},
                       [&](const auto&... gradients) { return use(values..., gradients...); });
   });

@@ -110,11 +110,10 @@ class PixelCenterTex final : public FixedBoundsVectorTex<kAnywhere> {
   /// there wraps around.
   static std::int32_t floorToInt(float x) {
     constexpr float kLimit = 0x1p31F;
-    const bool fits = std::fabs(x) < kLimit;
-    const std::int32_t truncated =
-        fits ? static_cast<std::int32_t>(x) : std::numeric_limits<std::int32_t>::min();
-    const std::uint32_t step = static_cast<float>(truncated) > x ? 1U : 0U;
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(truncated) - step);
+    std::int32_t whole = std::numeric_limits<std::int32_t>::min();
+    if (x > -kLimit && x < kLimit) whole = static_cast<std::int32_t>(x);
+    if (!(static_cast<float>(whole) > x)) return whole;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole) - 1U);
   }
 };
 
