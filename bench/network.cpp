@@ -33,6 +33,9 @@ QuorPluginDesc& Library::descriptor(const std::string& plugin) const {
   return *finder.found;
 }
 
+namespace {
+
+/// The pair of that name, which exists, with a twin of its own.
 twins::Pair pairNamed(const std::string& name) {
   std::vector<twins::Pair> pairs = twins::pairs();
   const auto found = std::ranges::find(pairs, name, &twins::Pair::name);
@@ -40,10 +43,12 @@ twins::Pair pairNamed(const std::string& name) {
   return *found;
 }
 
-Network::Network(const Library& library_, const std::vector<Node>& nodes) {
+}  // namespace
+
+Network::Network(const Library& library, const std::vector<Node>& nodes) {
   for (const Node& node : nodes) {
     twins::Pair pair = pairNamed(node.pair);
-    QuorPluginDesc& desc = library_.descriptor(pair.plugin);
+    QuorPluginDesc& desc = library.descriptor(pair.plugin);
     PluginBase* object = desc.newPlugin(nullptr);
     auto* plugin = static_cast<QuorPluginInterface*>(object->getInterface(EXT_QUOR_PLUGIN));
     if (!pair.setting.empty()) {
@@ -73,8 +78,8 @@ Network::Network(const Library& library_, const std::vector<Node>& nodes) {
         pair.output.empty() ? object->getInterface(EXT_TEXTURE)
                             : plugin->getParameter(modifiable(pair.output.c_str()))->value.iface;
     plugin->renderBegin(nullptr);
-    library = texture;
-    twin = pair.twin.get();
+    libraryTexture = texture;
+    twinTexture = pair.twin.get();
     instances_.push_back({&desc, object, plugin, texture, std::move(pair)});
   }
   frameBegin();

@@ -49,8 +49,8 @@ class Network {
 
   void frameBegin();
 
-  const PluginInterface* library = nullptr;  ///< the last node's texture
-  const PluginInterface* twin = nullptr;
+  const PluginInterface* libraryTexture = nullptr;  ///< of the last node
+  const PluginInterface* twinTexture = nullptr;
 
  private:
   struct Instance {
@@ -65,8 +65,5 @@ class Network {
   std::vector<Instance> instances_;
   std::vector<std::unique_ptr<PluginInterface>> constants_;
 };
-
-/// The pair of that name, which exists, with a twin of its own.
-twins::Pair pairNamed(const std::string& name);
 
 }  // namespace bench

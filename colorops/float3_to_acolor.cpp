@@ -1,5 +1,7 @@
 // Makes a colour with alpha of four numbers. As a texture the plugin answers what its output does.
 
+#include <array>
+
 #include "frame/inputs.h"
 #include "frame/plugin_kind.h"
 #include "math/vector.h"

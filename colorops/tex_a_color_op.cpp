@@ -2,6 +2,7 @@
 // result is an output; one of them, chosen by `mode`, is also what the plugin itself answers as a
 // texture. The GPU renderer is given `color_a`.
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -107,7 +108,7 @@ using Channels = float __attribute__((vector_size(sizeof(AColor))));
 Range<Channels> sideBySide(const Range<AColor>& c) {
   return {std::bit_cast<Channels>(c.lo), std::bit_cast<Channels>(c.hi)};
 }
-const Interval& sideBySide(const Interval& m) { return m; }
+const Interval& sideBySide(const Interval& m) { return m; }  // serves all channels
 
 // Ranges of numbers and of channels compare their corners in a chain.
 template <class A, class B>
@@ -125,14 +126,6 @@ Range<T> operator-(const Range<T>& a, const Range<T>& b) {
 template <class T>
 Range<T> operator/(const Range<T>& a, const Range<T>& b) {
   return chainedCorners(a, b, std::divides{});
-}
-AColor lesser(AColor a, AColor b) { return min(a, b); }
-Range<Channels> lesser(const Range<Channels>& a, const Range<Channels>& b) {
-  return {min(a.lo, b.lo), min(a.hi, b.hi)};
-}
-AColor greater(AColor a, AColor b) { return max(a, b); }
-Range<Channels> greater(const Range<Channels>& a, const Range<Channels>& b) {
-  return {max(a.lo, b.lo), max(a.hi, b.hi)};
 }
 
 /// The colour channels to a power; alpha is never raised.
@@ -200,7 +193,7 @@ struct Quotient {  // A / B, not guarded against zero
 
 struct Minimum {
   static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
-    return lesser(ca * ma, cb * mb);
+    return min(ca * ma, cb * mb);
   }
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
     return b.unscaled > a.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
@@ -209,7 +202,7 @@ struct Minimum {
 
 struct Maximum {
   static auto of(const auto& ma, const auto& mb, const auto& ca, const auto& cb) {
-    return greater(ca * ma, cb * mb);
+    return max(ca * ma, cb * mb);
   }
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
     return a.unscaled > b.unscaled ? a.gradient : b.gradient;  // Kept: ignores the multipliers.
@@ -461,7 +454,8 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
   }
 };
 
-// Kept: there is no row for the absolute difference; `mode` 9 alone reaches it.
+// Kept: there is no row for the absolute difference, which `mode` 9 alone reaches; the ")" of
+// "result_alpha".
 constexpr std::array kParameters = {
     param<&TexAColorOp::color_a>("color_a", "The first color"),
     param<&TexAColorOp::color_b>("color_b", "The second color"),

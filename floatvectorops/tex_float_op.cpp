@@ -1,5 +1,6 @@
 // Combines two numbers, a and b. Not a texture itself: each result is an output.
 
+#include <array>
 #include <cmath>
 #include <functional>
 
@@ -10,7 +11,7 @@
 namespace samplerinfo {
 namespace {
 
-/// An absent `float_a` counts as 0; an absent `float_b` as 0 or 1, as the output has it.
+/// An absent `float_a` counts as 0. Kept: an absent `float_b` as 0 or 1, as the output has it.
 template <int kAbsentB>
 struct FloatPair {
   TextureFloatInterface* float_a = nullptr;
@@ -160,7 +161,7 @@ class TexFloatOp final : public QuorPlugin {
   FloatMaxTex max;
 };
 
-// Described and bound in this order. "float_b" carries the help text of "float_a".
+// Described and bound in this order. Kept: "float_b" carries the help text of "float_a".
 constexpr std::array kParameters = {
     param<&TexFloatOp::float_a>("float_a", "The first number"),
     param<&TexFloatOp::float_b>("float_b", "The first number"),

@@ -1,5 +1,6 @@
 // Combines two vectors, each scaled by a number. Not a texture itself: each result is an output.
 
+#include <array>
 #include <functional>
 
 #include "frame/inputs.h"
@@ -59,8 +60,8 @@ Vector roundedCross(const Vector& a, const Vector& b) {
   return toFloat(cross(toDouble(a), toDouble(b)));
 }
 
-/// (va · vb) · (ma · mb); its gradient is zero. Bounded by the products of whole corner vectors,
-/// which do not enclose every value.
+/// (va · vb) · (ma · mb); its gradient is zero. Kept: bounded by the products of whole corner
+/// vectors, which do not enclose every value.
 class DotProdTex final : public OperationTex<TextureFloatInterface, VectorPair> {
  public:
   float getFloat(const ShadingContext& sc) const override {
@@ -100,8 +101,8 @@ struct Difference {
   static auto of(const auto& a, const auto& b) { return a - b; }
 };
 
-/// va · ma + vb · mb, or their difference. Here and below the gradient of a vector input stands for
-/// that of the vector's length.
+/// va · ma + vb · mb, or their difference. Kept: here and below the gradient of a vector input
+/// stands for that of the vector's length.
 template <class Formula>
 class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> {
  public:
@@ -205,7 +206,7 @@ class TexVectorOp final : public QuorPlugin {
   ZTex z;
 };
 
-// Described and bound in this order. "vector_b" carries the help text of "vector_a".
+// Described and bound in this order. Kept: "vector_b" carries the help text of "vector_a".
 constexpr std::array kParameters = {
     param<&TexVectorOp::vector_a>("vector_a", "The first vector"),
     param<&TexVectorOp::vector_b>("vector_b", "The first vector"),

@@ -7,7 +7,8 @@
 namespace samplerinfo {
 
 /// At least `size` bytes; never null. An allocation failure writes four lines about the heap to the
-/// debug output and throws a `char*` to a message, which stays readable until 255 further failures.
+/// debug output and throws a `char*` to a message, which stays readable until the 256th further
+/// failure.
 void* allocate(std::size_t size);
 
 /// Gives back a block from `allocate`; null is ignored.

@@ -4,7 +4,7 @@
 #include "math/interval.h"
 
 /// The three questions to an input that may be absent: a null texture is not asked, its substitute
-/// counts. An absent vector or colour is zero, every gradient of an absent input is.
+/// counts. An absent vector or colour is zero, and so is every gradient of an absent input.
 ///
 /// A set of inputs is a record with a function `ask(question, use)`. It puts the question to the
 /// inputs, in the one order in which they are always asked, and hands the answers to `use` as
@@ -25,8 +25,8 @@ struct ValueAt {
   }
 };
 
-// The input writes to variables of their own: of a pair that was written in halves and is read as
-// one, the processor cannot forward the stores.
+// Each bound is a variable of its own: a pair that is written in halves and read whole defeats the
+// processor's store forwarding.
 struct Bounds {
   Interval operator()(const TextureFloatInterface* input, float substitute) const {
     float lo = substitute;

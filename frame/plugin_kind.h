@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <concepts>
 #include <span>
 #include <string_view>
@@ -41,7 +40,7 @@ struct ParamRow {
 
 namespace detail {
 
-// What the host does not ask of this library's parameters: no flags, no further text.
+// What every parameter of this library passes for the two further arguments of the host.
 inline constexpr std::int32_t kFlags = -1;
 inline constexpr const char* kText = nullptr;
 

@@ -5,10 +5,10 @@
 
 /// The interfaces through which the host evaluates textures.
 ///
-/// Value and gradient are asked at a shading point; the bounds hold for every shading point and are
-/// written through two references, the lower one first. All three may be called from any number of
-/// threads at once, between the owning plugin's `frameBegin` and its `frameEnd`.
-/// The order of the virtual operations is part of the contract with the host.
+/// Value and gradient are asked at a shading point; the bounds are for all shading points at once,
+/// not known to enclose every value, and written through two references, the lower one first. All
+/// three may be called from any number of threads at once, between the owning plugin's `frameBegin`
+/// and its `frameEnd`. The order of the virtual operations is part of the contract with the host.
 namespace QUtils {
 
 struct ShadingContext;

@@ -16,7 +16,7 @@ struct DVector {
   double x, y, z;
 };
 
-/// A linear colour with alpha; this library neither multiplies nor divides by the alpha.
+/// A linear colour with alpha. Not premultiplied: no colour channel is scaled by the alpha.
 struct AColor {
   float r, g, b, a;
 };

@@ -14,12 +14,6 @@ struct Range {
 
 using Interval = Range<float>;
 
-/// Both bounds the same.
-template <class T>
-constexpr Range<T> exactly(T value) {
-  return {value, value};
-}
-
 template <class T>
 constexpr void store(Range<T> range, T& min, T& max) {
   min = range.lo;
@@ -49,6 +43,16 @@ constexpr Range<T> pairedExtremes(T ll, T lh, T hl, T hh) {
 template <class A, class B, class Op>
 constexpr auto pairedCorners(Range<A> a, Range<B> b, Op op) {
   return pairedExtremes(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
+}
+
+/// The lesser, or the greater, of both lower and of both upper bounds.
+template <class T>
+constexpr Range<T> min(Range<T> a, Range<T> b) {
+  return {min(a.lo, b.lo), min(a.hi, b.hi)};
+}
+template <class T>
+constexpr Range<T> max(Range<T> a, Range<T> b) {
+  return {max(a.lo, b.lo), max(a.hi, b.hi)};
 }
 
 /// The range from the least to the greatest of all four bounds.

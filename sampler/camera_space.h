@@ -1,6 +1,5 @@
 #pragma once
 
-#include "frame/output_tex.h"
 #include "math/vector.h"
 #include "sampler/shading_queries.h"
 

@@ -1,24 +1,22 @@
 #pragma once
 
+#include "frame/output_tex.h"
 #include "host/shading_context.h"
-#include "math/vector.h"
 
 /// What the outputs reach from a shading context, whose render context is never null.
 namespace samplerinfo {
 
-using QUtils::ShadingContext;
-
-inline const QUtils::RenderServices& services(const ShadingContext& sc) {
+inline const RenderServices& services(const ShadingContext& sc) {
   return *sc.renderContext->services;
 }
 
-inline const QUtils::QuorFrameData& frameData(const ShadingContext& sc) {
+inline const QuorFrameData& frameData(const ShadingContext& sc) {
   return *sc.renderContext->frameData;
 }
 
 /// The interface of this class that `object`, which may be null, offers, or null.
 template <class Interface>
-Interface* offered(QUtils::PluginBase* object) {
+Interface* offered(PluginBase* object) {
   if (object == nullptr) return nullptr;
   return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
 }

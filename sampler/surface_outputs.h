@@ -12,6 +12,7 @@
 namespace samplerinfo {
 
 /// The absolute cosine of the angle between smooth normal and ray, both taken to have unit length.
+/// Kept: bounded by -1, although it is never negative.
 class FacingRatioTex final : public FixedBoundsFloatTex<kMinusOneToOne> {
  public:
   float getFloat(const ShadingContext& sc) const override {

@@ -1,6 +1,8 @@
 // Gives data of the shading point as textures. Has no inputs and is not a texture itself: each
 // quantity is an output, in one of the headers of this folder.
 
+#include <array>
+
 #include "frame/plugin_kind.h"
 #include "sampler/clip_planes.h"
 #include "sampler/position_outputs.h"

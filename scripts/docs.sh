@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# usage: scripts/docs.sh
 # Writes the tables of docs/plugins.md anew, from what the library registers.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
@@ -6,6 +7,7 @@ set -euo pipefail
 document=docs/plugins.md
 marker='# Parameters as registered'
 
+grep -qxF "$marker" "$document" || fail "no line \"$marker\" in $document"
 step "packages" scripts/install.sh build
 step "configure release" cmake --preset release
 step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# usage: scripts/lint.sh
 # Checks the format of every C and C++ file and analyses every one that is compiled on this system.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"

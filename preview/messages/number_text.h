@@ -7,7 +7,7 @@
 
 namespace preview {
 
-/// The shortest text that reads back as the same number. A not-a-number has no sign.
+/// The shortest text that reads back as the same number. A NaN has no sign.
 template <class T>
 std::string text(T number) {
   if (std::isnan(number)) return "nan";

@@ -23,7 +23,7 @@ struct ColorImage {
 
 /// `low` becomes black and `high` white, what lies outside is clipped. One channel gives grey; of
 /// three or four channels each colour has its own, and alpha is not shown. A pixel is magenta if
-/// any of its values, alpha included, is not a number, or else white if any is plus infinity, or
+/// any of its values, alpha included, is NaN, or else white if any is plus infinity, or
 /// else black if any is minus infinity. `coverage` has one channel: the part of each pixel that has
 /// a value at all. The rest is grey.
 ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,

@@ -21,7 +21,7 @@
 namespace preview {
 namespace {
 
-/// IEC 61966-2-1. What is not a number becomes 0.
+/// IEC 61966-2-1. What is NaN becomes 0.
 std::uint8_t encodeSrgb(float linear) {
   if (!(linear > 0)) return 0;
   if (linear >= 1) return 255;
