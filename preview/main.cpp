@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include "preview/interruption.h"
 #include "preview/messages/errors.h"
@@ -123,8 +124,8 @@ void runRender(const Options& options) {
   ErrorStreamLog log;
   ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
   noteInterruptions();
-  renderScene(scene, {first, last}, library, options.log ? &log : nullptr, options.output,
-              [&](double part) {
+  renderScene(std::move(scene), {first, last}, library, options.log ? &log : nullptr,
+              options.output, [&](double part) {
                 if (interruption != 0) throw std::runtime_error("interrupted");
                 bar.show(part);
               });

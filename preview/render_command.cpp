@@ -24,6 +24,35 @@ std::string layerName(const Picture& picture) {
   return picture.show == Show::Value ? name : name + "." + nameOf(picture.show);
 }
 
+/// The pictures of a scene. One from "node.*" becomes a picture of each output of the node that no
+/// other is from, as far as the output has what is to be shown.
+std::vector<Picture> picturesOf(const Scene& scene, const Network& network) {
+  std::vector<Picture> pictures;
+  const auto add = [&](const Picture& picture) {
+    if (std::ranges::find(pictures, picture.name, &Picture::name) != pictures.end()) {
+      throw SceneError(picture.place, "another picture is named \"" + picture.name + "\"");
+    }
+    pictures.push_back(picture);
+  };
+  for (const Picture& picture : scene.pictures) {
+    if (picture.from.output != kEveryOutput) {
+      add(picture);
+      continue;
+    }
+    const std::string place = picture.place + ".from";
+    for (const std::string& output : network.outputs(picture.from.node, place)) {
+      Picture one = picture;
+      one.name += "_" + output;
+      one.from.output = output;
+      const bool known = std::ranges::any_of(scene.pictures, [&](const Picture& other) {
+        return other.from.text() == one.from.text();
+      });
+      if (!known && channelCount(network.find(one.from, place), one.show) != 0) add(one);
+    }
+  }
+  return pictures;
+}
+
 /// The pictures of a scene and the layers that they show; a layer may serve several pictures.
 struct Plan {
   std::vector<LayerSource> sources;
@@ -100,10 +129,10 @@ void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const st
 
 }  // namespace
 
-void renderScene(const Scene& scene, const Frames& frames, const PluginLibrary& library,
-                 RenderLog* log, const std::filesystem::path& output,
-                 const std::function<void(double)>& progress) {
+void renderScene(Scene scene, const Frames& frames, const PluginLibrary& library, RenderLog* log,
+                 const std::filesystem::path& output, const std::function<void(double)>& progress) {
   Network network(scene.nodes, library);
+  scene.pictures = picturesOf(scene, network);
   const Plan plan = planOf(scene, network);
   const std::vector<Mesh> meshes = makeMeshes(scene);
   OutputFolder folder(output);

@@ -13,8 +13,7 @@ namespace preview {
 /// values in one EXR per frame. Where the scene has several frames, file names end in their
 /// numbers. Everything is checked before rendering starts, and files appear only when all are done.
 /// Throws `SceneError` and `InputError`; `log` may be null.
-void renderScene(const Scene& scene, const Frames& frames, const PluginLibrary& library,
-                 RenderLog* log, const std::filesystem::path& output,
-                 const std::function<void(double)>& progress);
+void renderScene(Scene scene, const Frames& frames, const PluginLibrary& library, RenderLog* log,
+                 const std::filesystem::path& output, const std::function<void(double)>& progress);
 
 }  // namespace preview

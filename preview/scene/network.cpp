@@ -84,6 +84,12 @@ const Network::Instance& Network::instance(const std::string& name,
   throw SceneError(place, unknown("no node", name, names));
 }
 
+std::vector<std::string> Network::outputs(const std::string& node, const std::string& place) const {
+  const Instance& from = instance(node, place);
+  if (from.plugin == nullptr) throw SceneError(place, from.node->plugin + " has no outputs");
+  return from.parameterNames(true);
+}
+
 PluginInterface& Network::find(const Reference& reference, const std::string& place) const {
   const Instance& from = instance(reference.node, place);
   const std::string& kind = from.node->plugin;
@@ -92,8 +98,7 @@ PluginInterface& Network::find(const Reference& reference, const std::string& pl
     throw SceneError(place, kind + " is not itself a texture; name one of its outputs: \"" +
                                 reference.node + ".OUTPUT\"");
   }
-  if (from.plugin == nullptr) throw SceneError(place, kind + " has no outputs");
-  const std::vector<std::string> names = from.parameterNames(true);
+  const std::vector<std::string> names = outputs(reference.node, place);
   if (std::ranges::find(names, reference.output) == names.end()) {
     throw SceneError(place, unknown(kind + " has no output", reference.output, names));
   }

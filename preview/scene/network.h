@@ -25,6 +25,9 @@ class Network {
   /// none.
   PluginInterface& find(const Reference& reference, const std::string& place) const;
 
+  /// The names of a node's outputs. Throws `SceneError`, for `place` in the file, if it has none.
+  std::vector<std::string> outputs(const std::string& node, const std::string& place) const;
+
   /// Every texture that a reference can name, under that name: the nodes in the order of the file,
   /// outputs in the order of their registration.
   std::vector<NamedTexture> textures() const;

@@ -105,8 +105,11 @@ inline constexpr const char* kShowNames[] = {"value",   "lower",   "upper",   "g
 
 inline const char* nameOf(Show show) { return kShowNames[static_cast<std::size_t>(show)]; }
 
+/// In the place of an output's name in a picture: those that the other pictures leave out.
+inline constexpr const char* kEveryOutput = "*";
+
 struct Picture {
-  std::string name;   ///< the name of its file
+  std::string name;   ///< the name of its file; of every output: what the names begin with
   std::string place;  ///< in the file, as in "pictures.facing"
   Reference from;
   Show show = Show::Value;
