@@ -1,18 +1,18 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
 #include "frame/allocator.h"
-#include "host/shading_context.h"
-#include "standin/host_objects.h"
+#include "frame/platform.h"
 #include "standin/introspection.h"
 #include "standin/textures.h"
-#include "tests/contract/refusal.h"
-#include "tests/support/fake_platform.h"
 #include "tests/support/library.h"
+#include "tests/support/shading_host.h"
 
 extern "C" QUtils::PluginLibDesc* getLibDesc();
 
@@ -26,75 +26,120 @@ QUtils::PluginLibDesc& library() { return *getLibDesc(); }
 
 namespace {
 
+constexpr int kUnlimited = -1;
+
+/// A system that refuses memory on demand and counts what is asked of it. Nothing here allocates.
+struct FakePlatform {
+  int grants = kUnlimited;  ///< how many blocks the heap still gives
+  bool heapIntact = true;
+  std::uint32_t total = 0;
+  samplerinfo::platform::HeapWalk walk;
+  char debugText[1024] = "";  ///< all that was written to the debug output
+  int blocks = 0, freed = 0;
+  int locks = 0, held = 0;
+} fake;
+
+}  // namespace
+
+namespace samplerinfo::platform {
+
+void* heapBlock(std::size_t size) noexcept {
+  if (fake.grants == 0) return nullptr;
+  if (fake.grants != kUnlimited) --fake.grants;
+  ++fake.blocks;
+  return std::malloc(size);
+}
+void freeHeapBlock(void* block) noexcept {
+  if (block != nullptr) ++fake.freed;
+  std::free(block);
+}
+
+std::uint32_t heapTotal() noexcept { return fake.total; }
+HeapWalk walkHeap() noexcept { return fake.walk; }
+bool heapIsIntact() noexcept { return fake.heapIntact; }
+void debugOutput(const char* text) noexcept { std::strcat(fake.debugText, text); }
+
+// As the oldest systems have it: no terminator for a text that fills the buffer.
+int formatText(char* buffer, std::size_t size, const char* format,
+               std::va_list arguments) noexcept {
+  char text[1024];
+  const int length = std::vsnprintf(text, sizeof(text), format, arguments);
+  std::memcpy(buffer, text, std::min(size, static_cast<std::size_t>(length) + 1));
+  return static_cast<std::size_t>(length) <= size ? length : -1;
+}
+
+// Counts instead of excluding: the one thread would wait for itself for ever if it took a lock
+// twice.
+Lock::Lock() noexcept { storage_[0] = std::byte{0}; }
+Lock::~Lock() = default;
+void Lock::lock() {
+  if (std::exchange(storage_[0], std::byte{1}) != std::byte{0}) std::abort();
+  ++fake.locks;
+  ++fake.held;
+}
+void Lock::unlock() {
+  storage_[0] = std::byte{0};
+  --fake.held;
+}
+
+}  // namespace samplerinfo::platform
+
+namespace {
+
 using namespace test;
 using namespace QUtils;
 
-constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
-
-/// The text that a refused request of `size` bytes throws.
-std::string refusal(std::size_t size) {
-  fakePlatform().grants = 0;
-  void* block = nullptr;
-  char* message = nullptr;
+/// What `call` throws after so many granted blocks; null if nothing.
+template <class Call>
+const char* thrownAfter(int grants, const Call& call) {
+  fake.grants = grants;
+  const char* message = nullptr;
   try {
-    block = samplerinfo::allocate(size);
+    call();
   } catch (char* text) {
     message = text;
   }
-  fakePlatform().grants = kUnlimited;
-  EXPECT_EQ(block, nullptr);
-  return message != nullptr ? message : "(nothing thrown)";
+  fake.grants = kUnlimited;
+  return message;
 }
 
 class AllocationTest : public ::testing::Test {
  protected:
-  void SetUp() override { fakePlatform() = {}; }
+  void SetUp() override { fake = {}; }
 };
 
 TEST_F(AllocationTest, ARefusedRequestDiagnosesTheHeapAndThrowsItsMessage) {
-  fakePlatform().total = 4000000000U;
-  fakePlatform().walk = {123456, 789, -5};
-  const Refusal expected = expectedRefusal(3000000000U, 4000000000U, 123456, 789, -5);
-  EXPECT_EQ(refusal(3000000000U), expected.message);
-  EXPECT_EQ(fakePlatform().debugText, expected.debug);
-}
-
-TEST_F(AllocationTest, ADamagedHeapReplacesTheMessage) {
-  fakePlatform().heapIntact = false;
-  EXPECT_EQ(refusal(16), " Heap is reported damaged.\n");
-  EXPECT_NE(fakePlatform().debugText.find("(size is 16)"), std::string::npos);
+  fake.total = 4000000000U;
+  fake.walk = {123456, 789, -5};
+  const auto request = [] { samplerinfo::release(samplerinfo::allocate(3000000000U)); };
+  EXPECT_STREQ(thrownAfter(0, request),
+               "Memory allocation failure; 3000000000 bytes requested; 4000000000 bytes already in "
+               "heap; 123456 bytes free heap space.");
+  EXPECT_STREQ(fake.debugText,
+               "[operator new] failed (size is -1294967296)\n"
+               "[getFreeHeapMemory] Getting free heap memory.\n"
+               "[getFreeHeapMemory] heapstatus=-5\n"
+               "[getFreeHeapMemory] Number of blocks visited: 789\n");
+  fake.heapIntact = false;
+  EXPECT_STREQ(thrownAfter(0, request), " Heap is reported damaged.\n") << "in its place";
 }
 
 TEST_F(AllocationTest, EveryFormOfNewAndDeleteUsesTheOneAllocator) {
-  fakePlatform().grants = 0;
-  char* one = nullptr;
-  char* array = nullptr;
-  try {
-    ::operator delete(::operator new(8));
-  } catch (char* text) {
-    one = text;
-  }
-  try {
-    ::operator delete[](::operator new[](0));
-  } catch (char* text) {
-    array = text;
-  }
-  fakePlatform().grants = kUnlimited;
-  ASSERT_NE(one, nullptr);
-  ASSERT_NE(array, nullptr);
+  const char* one = thrownAfter(0, [] { ::operator delete(::operator new(8)); });
+  const char* array = thrownAfter(0, [] { ::operator delete[](::operator new[](0)); });
   EXPECT_NE(std::strstr(one, " 8 bytes requested"), nullptr) << "overwritten by the next message";
   EXPECT_NE(std::strstr(array, " 0 bytes requested"), nullptr);
 
-  fakePlatform() = {};
+  fake = {};
   ::operator delete(::operator new(8));
   ::operator delete[](::operator new[](8));
   ::operator delete (::operator new(8), std::size_t{8});
   ::operator delete[](::operator new[](8), std::size_t{8});
   samplerinfo::release(samplerinfo::allocate(0));
   samplerinfo::release(nullptr);
-  EXPECT_EQ(fakePlatform().blocks, 5U);
-  EXPECT_EQ(fakePlatform().freed, 5U);
-  EXPECT_EQ(fakePlatform().debugText, "");
+  EXPECT_EQ(fake.blocks, 5);
+  EXPECT_EQ(fake.freed, 5);
+  EXPECT_STREQ(fake.debugText, "");
 }
 
 TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {
@@ -124,133 +169,65 @@ TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {
 
 TEST_F(AllocationTest, DebugPrintCutsAtFiveHundredAndElevenCharacters) {
   samplerinfo::debugPrint("%s", std::string(511, 'x').c_str());
-  EXPECT_EQ(fakePlatform().debugText, std::string(511, 'x'));
-  fakePlatform().debugText.clear();
   samplerinfo::debugPrint("%s", std::string(600, 'y').c_str());
-  EXPECT_EQ(fakePlatform().debugText, std::string(511, 'y'));
+  EXPECT_EQ(fake.debugText, std::string(511, 'x') + std::string(511, 'y'));
 }
 
 TEST_F(AllocationTest, APluginThatCannotBeMadeLeavesNothingBehind) {
   QuorPluginDesc& desc = descriptor("TexFloatOp");
-  int refusals = 0;
   PluginBase* plugin = nullptr;
-  for (std::uint64_t grants = 0; plugin == nullptr; ++grants) {
-    fakePlatform() = {};
-    fakePlatform().grants = grants;
-    const char* message = nullptr;
-    try {
-      plugin = desc.newPlugin(nullptr);
-    } catch (char* text) {
-      message = text;
-    }
-    fakePlatform().grants = kUnlimited;
-    if (plugin != nullptr) break;
-    ++refusals;
-    ASSERT_NE(message, nullptr);
+  int grants = 0;
+  for (;; ++grants) {
+    fake = {};
+    const char* message = thrownAfter(grants, [&] { plugin = desc.newPlugin(nullptr); });
+    if (message == nullptr) break;
     EXPECT_EQ(std::strncmp(message, "Memory allocation failure; ", 27), 0);
-    EXPECT_EQ(fakePlatform().freed, grants);
+    EXPECT_EQ(fake.freed, grants);
   }
   desc.deletePlugin(plugin);
   // The later ones come from inside the constructor, if the host's library shares the allocator.
-  EXPECT_GE(refusals, 1);
+  EXPECT_GE(grants, 1);
 }
 
 TEST_F(AllocationTest, MessagesStayReadableThroughManyMoreRefusals) {
-  fakePlatform().grants = 0;
-  char* messages[256] = {};
-  for (std::size_t size = 1; size <= std::size(messages); ++size) {
-    try {
-      samplerinfo::release(samplerinfo::allocate(size));
-    } catch (char* text) {
-      messages[size - 1] = text;
-    }
+  const char* messages[256];
+  std::size_t size = 0;
+  for (const char*& message : messages) {
+    ++size;
+    fake.debugText[0] = '\0';
+    message = thrownAfter(0, [size] { samplerinfo::release(samplerinfo::allocate(size)); });
   }
-  fakePlatform().grants = kUnlimited;
-  for (std::size_t size = 1; size <= std::size(messages); ++size) {
+  for (size = 1; size <= std::size(messages); ++size) {
     const std::string expected = "; " + std::to_string(size) + " bytes requested;";
     ASSERT_NE(std::string(messages[size - 1]).find(expected), std::string::npos);
   }
 }
 
-/// Asks a texture of any kind everything there is to ask.
-void evaluate(PluginInterface& texture, const ShadingContext& sc) {
-  switch (texture.getInterfaceId()) {
-    case EXT_TEXTURE: {
-      auto& color = static_cast<TextureInterface&>(texture);
-      AColor lo{};
-      AColor hi{};
-      color.getColor(sc);
-      color.getColorBounds(lo, hi);
-      color.getGradient(sc);
-      break;
+/// Asks a texture everything there is to ask.
+void evaluate(const PluginInterface& texture, const ShadingContext& sc) {
+  visit(texture, [&](const auto& t) {
+    auto lo = value(t, sc);
+    if constexpr (requires { t.getGradient(sc); }) {
+      auto hi = lo;
+      bounds(t, lo, hi);
+      t.getGradient(sc);
     }
-    case EXT_TEXTURE_FLOAT: {
-      auto& number = static_cast<TextureFloatInterface&>(texture);
-      float lo = 0;
-      float hi = 0;
-      number.getFloat(sc);
-      number.getFloatBounds(lo, hi);
-      number.getGradient(sc);
-      break;
-    }
-    case EXT_TEXTURE_VECTOR: {
-      auto& vector = static_cast<TextureVectorInterface&>(texture);
-      Vector lo{};
-      Vector hi{};
-      vector.getVector(sc);
-      vector.getVectorBounds(lo, hi);
-      vector.getGradient(sc);
-      break;
-    }
-    case EXT_TEXTURE_INT:
-      static_cast<TextureIntInterface&>(texture).getInt(sc);
-      break;
-    case EXT_TEXTURE_TRANSFORM:
-      static_cast<TextureTransformInterface&>(texture).getTransform(sc);
-      break;
-    default:
-      ADD_FAILURE() << "not a texture";
-  }
+  });
 }
 
-/// A host around a shading context: a still camera, a scene of one box, a log that counts its lines
-/// and how many of them were written under a lock.
-struct Host {
-  struct Log final : RenderLog {
-    int lines = 0;
-    std::uint64_t underLock = 0;
-    void print(const char* /*format*/, ...) override {
-      ++lines;
-      underLock += fakePlatform().held;
-    }
-  };
-  struct Motion final : CameraMotion {
-    DVector pointToRayTime(const DVector& point, double) override { return point; }
-    Vector vectorToRayTime(const Vector& vector, double) override { return vector; }
-    DVector pointFromRayTime(const DVector& point, double) override { return point; }
-    Vector vectorFromRayTime(const Vector& vector, double) override { return vector; }
-  };
-
-  standin::BoxScene scene;
-  Motion motion;
-  Log log;
-  RenderServices services{&log, &scene, &motion, 1};
-  QuorFrameData frameData;
-  RenderContext renderContext{&services, &frameData};
-  standin::SurfacePoint surface;
-  standin::SceneObject object;
-  ShadingContext sc{};
-
-  Host() {
-    surface.hasUvw = surface.hasMaterialId = object.hasMapping = true;
-    sc.renderContext = &renderContext;
-    sc.surface = &surface;
-    sc.object = &object;
+/// Counts its lines and how many of them were written under a lock.
+struct CountingLog final : RenderLog {
+  int lines = 0, underLock = 0;
+  void print(const char* /*format*/, ...) override {
+    ++lines;
+    underLock += fake.held;
   }
 };
 
 TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClippingPlanes) {
-  const Host host;
+  ShadingHost host;
+  CountingLog log;
+  host.services = {&log, &host.scene, &host.motion, 1};
   standin::ConstantFloat number(0.5F);
   standin::ConstantVector vector({1, 2, 3});
   standin::ConstantColor color({0.1F, 0.2F, 0.3F, 0.4F});
@@ -263,25 +240,23 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
       if (info.type == standin::ParamType::Color) instance.connect(info.name, &color);
       if (info.type == standin::ParamType::Float) instance.connect(info.name, &number);
       if (info.type == standin::ParamType::Vector) instance.connect(info.name, &vector);
-      if (!info.isOutput()) continue;
-      textures.push_back(instance.plugin().getParameter(modifiable(info.name))->value.iface);
+      if (info.isOutput()) textures.push_back(&instance.output<PluginInterface>(info.name));
     }
     if (PluginInterface* own = instance.object().getInterface(EXT_TEXTURE)) textures.push_back(own);
     instance.plugin().renderBegin(nullptr);
     instance.frameBegin();
 
     const bool hasClipPlanes = std::strcmp(desc->getPluginName(), "TexSampler") == 0;
-    for (const std::uint64_t locks : {hasClipPlanes ? 1U : 0U, 0U}) {
-      const std::uint64_t blocksBefore = fakePlatform().blocks;
-      const std::uint64_t locksBefore = fakePlatform().locks;
-      for (PluginInterface* texture : textures) evaluate(*texture, host.sc);
-      EXPECT_EQ(fakePlatform().blocks, blocksBefore);
-      EXPECT_EQ(fakePlatform().locks - locksBefore, locks);
-      EXPECT_EQ(fakePlatform().held, 0U);
+    for (const int locks : {hasClipPlanes ? 1 : 0, 0}) {
+      fake = {};
+      for (const PluginInterface* texture : textures) evaluate(*texture, host.sc);
+      EXPECT_EQ(fake.blocks, 0);
+      EXPECT_EQ(fake.locks, locks);
+      EXPECT_EQ(fake.held, 0);
     }
   }
-  EXPECT_EQ(host.log.lines, 1);
-  EXPECT_EQ(host.log.underLock, 1U);
+  EXPECT_EQ(log.lines, 1);
+  EXPECT_EQ(log.underLock, 1);
 }
 
 }  // namespace

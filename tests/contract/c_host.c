@@ -13,12 +13,14 @@ static HMODULE module;
 static void* openModule(const char* path) { return module = LoadLibraryA(path); }
 static void* symbol(const char* name) { return (void*)GetProcAddress(module, name); }
 void unloadLibrary(void) { FreeLibrary(module); }
+int isLoaded(const char* path) { return GetModuleHandleA(path) != NULL; }
 #else
 #include <dlfcn.h>
 static void* module;
 static void* openModule(const char* path) { return module = dlopen(path, RTLD_NOW | RTLD_LOCAL); }
 static void* symbol(const char* name) { return dlsym(module, name); }
 void unloadLibrary(void) { dlclose(module); }
+int isLoaded(const char* path) { return dlopen(path, RTLD_NOW | RTLD_NOLOAD) != NULL; }
 #endif
 
 void* loadLibrary(const char* path) {
@@ -72,56 +74,33 @@ int finish(void) {
 
 /* ---- Textures ------------------------------------------------------------------------------- */
 
-const ShadingContext* seenContext;
-
-static void* METHOD noPlugin(void* self) {
-  (void)self;
-  return NULL;
-}
-static const char* METHOD noName(void* self) {
-  (void)self;
-  return NULL;
-}
-static void METHOD noRelease(void* self) { (void)self; }
-
-#define INTERFACE_OPERATIONS(getInterfaceId)                                                     \
-  [PluginInterface_getInterfaceId_slot] = getInterfaceId,                                        \
-  [PluginInterface_getPlugin_slot] = noPlugin, [PluginInterface_getInterfaceName_slot] = noName, \
-  [PluginInterface_release_slot] = noRelease
-
-#define IDENTIFIER(function, id)                \
-  static uint64_t METHOD function(void* self) { \
-    (void)self;                                 \
-    return id;                                  \
-  }
-
 /* One kind of input. Its value, a float or a record, is given back in the way of its kind. */
-#define INPUT(Input, Interface, id, get, Value, RESULT_TYPE, RESULT_PARAMETER, GIVE)               \
-  IDENTIFIER(Input##_getInterfaceId, id)                                                           \
-  static RESULT_TYPE Input##_##get(void* self RESULT_PARAMETER, const ShadingContext* sc) {        \
-    seenContext = sc;                                                                              \
-    GIVE(((Input*)self)->value);                                                                   \
-  }                                                                                                \
-  static void METHOD Input##_##get##Bounds(void* self, Value* min, Value* max) {                   \
-    *min = ((Input*)self)->lo;                                                                     \
-    *max = ((Input*)self)->hi;                                                                     \
-  }                                                                                                \
-  static RECORD(Vector) Input##_getGradient(void* self RESULT(Vector), const ShadingContext* sc) { \
-    seenContext = sc;                                                                              \
-    RETURN(((Input*)self)->gradient);                                                              \
-  }                                                                                                \
-  void* const Input##_table[] = {                                                                  \
-      INTERFACE_OPERATIONS(Input##_getInterfaceId),                                                \
-      [Interface##_##get##_slot] = Input##_##get,                                                  \
-      [Interface##_##get##Bounds_slot] = Input##_##get##Bounds,                                    \
-      [Interface##_getGradient_slot] = Input##_getGradient,                                        \
+#define INPUT(Kind, Interface, id, get, Value, RESULT_TYPE, RESULT_PARAMETER, GIVE)               \
+  static uint64_t METHOD Kind##_getInterfaceId(void* self) { return id; }                         \
+  static Value* Kind##_values(void* self) { return (Value*)((Input*)self)->numbers; }             \
+  static RESULT_TYPE Kind##_##get(void* self RESULT_PARAMETER, const ShadingContext* sc) {        \
+    GIVE(*Kind##_values(self));                                                                   \
+  }                                                                                               \
+  static void METHOD Kind##_##get##Bounds(void* self, Value* min, Value* max) {                   \
+    *min = Kind##_values(self)[1];                                                                \
+    *max = Kind##_values(self)[2];                                                                \
+  }                                                                                               \
+  static RECORD(Vector) Kind##_getGradient(void* self RESULT(Vector), const ShadingContext* sc) { \
+    RETURN(*(Vector*)&Kind##_values(self)[3]);                                                    \
+  }                                                                                               \
+  void* const Kind##_table[] = {                                                                  \
+      [PluginInterface_getInterfaceId_slot] = Kind##_getInterfaceId,                              \
+      [Interface##_##get##_slot] = Kind##_##get,                                                  \
+      [Interface##_##get##Bounds_slot] = Kind##_##get##Bounds,                                    \
+      [Interface##_getGradient_slot] = Kind##_getGradient,                                        \
   };
+INPUT(ColorInput, TextureInterface, EXT_TEXTURE, getColor, AColor, RECORD(AColor), RESULT(AColor),
+      RETURN)
 INPUT(FloatInput, TextureFloatInterface, EXT_TEXTURE_FLOAT, getFloat, float, float METHOD, ,
       return )
 INPUT(VectorInput, TextureVectorInterface, EXT_TEXTURE_VECTOR, getVector, Vector, RECORD(Vector),
       RESULT(Vector), RETURN)
-INPUT(ColorInput, TextureInterface, EXT_TEXTURE, getColor, AColor, RECORD(AColor), RESULT(AColor),
-      RETURN)
+void* const* const inputTables[] = {ColorInput_table, FloatInput_table, VectorInput_table};
 
 int32_t connectInput(void* pluginInterface, const char* name, void* texture) {
   QuorPluginParameter parameter = {name, KIND_INTERFACE, {.iface = texture}};
@@ -175,7 +154,6 @@ int ask(void* texture, enum TextureKind kind, enum Question question, float* num
 
 static void log_print(void* self, const char* format, ...) {
   va_list arguments;
-  (void)self;
   va_start(arguments, format);
   vsnprintf(host.log.text, sizeof host.log.text, format, arguments);
   va_end(arguments);
@@ -184,7 +162,6 @@ static void log_print(void* self, const char* format, ...) {
 static void* const logTable[] = {[RenderLog_print_slot] = log_print};
 
 static void METHOD scene_getBoundingBox(void* self, Vector* lo, Vector* hi) {
-  (void)self;
   *lo = host.scene.lo;
   *hi = host.scene.hi;
 }
@@ -192,26 +169,18 @@ static void* const sceneTable[] = {[SceneInfo_getBoundingBox_slot] = scene_getBo
 
 static RECORD(DVector)
     motion_pointToRayTime(void* self RESULT(DVector), const DVector* p, double t) {
-  const DVector moved = {p->x, p->y, p->z + 16 * t};
-  (void)self;
-  RETURN(moved);
+  RETURN((DVector){p->x, p->y, p->z + 16 * t});
 }
 static RECORD(Vector) motion_vectorToRayTime(void* self RESULT(Vector), const Vector* v, double t) {
-  const Vector moved = {v->x, v->y, v->z + 8 * (float)t};
-  (void)self;
-  RETURN(moved);
+  RETURN((Vector){v->x, v->y, v->z + 8 * (float)t});
 }
 static RECORD(DVector)
     motion_pointFromRayTime(void* self RESULT(DVector), const DVector* p, double t) {
-  const DVector moved = {p->x + 100 * t, p->y, p->z};
-  (void)self;
-  RETURN(moved);
+  RETURN((DVector){p->x + 100 * t, p->y, p->z});
 }
 static RECORD(Vector)
     motion_vectorFromRayTime(void* self RESULT(Vector), const Vector* v, double t) {
-  const Vector moved = {v->x, v->y + 4 * (float)t, v->z};
-  (void)self;
-  RETURN(moved);
+  RETURN((Vector){v->x, v->y + 4 * (float)t, v->z});
 }
 static void* const cameraMotionTable[] = {
     [CameraMotion_pointToRayTime_slot] = motion_pointToRayTime,
@@ -220,40 +189,27 @@ static void* const cameraMotionTable[] = {
     [CameraMotion_vectorFromRayTime_slot] = motion_vectorFromRayTime,
 };
 
-IDENTIFIER(mapping_getInterfaceId, EXT_OBJECT_SPACE_MAPPING)
 static RECORD(Vector) mapping_worldToObjectNormal(void* self RESULT(Vector),
                                                   const ShadingContext* sc, const Vector* n) {
-  const Vector mapped = {-n->x, -n->y, -n->z};
-  (void)self;
-  seenContext = sc;
-  RETURN(mapped);
+  RETURN((Vector){-n->x, -n->y, -n->z});
 }
 static RECORD(Vector) mapping_worldToObjectPoint(void* self RESULT(Vector),
                                                  const ShadingContext* sc, const Vector* p) {
-  const Vector mapped = {2 * p->x, 2 * p->y, 2 * p->z};
-  (void)self;
-  seenContext = sc;
-  RETURN(mapped);
+  RETURN((Vector){2 * p->x, 2 * p->y, 2 * p->z});
 }
 static void* const mappingTable[] = {
-    INTERFACE_OPERATIONS(mapping_getInterfaceId),
     [ObjectSpaceMapping_worldToObjectNormal_slot] = mapping_worldToObjectNormal,
     [ObjectSpaceMapping_worldToObjectPoint_slot] = mapping_worldToObjectPoint,
 };
-static struct { void* const* table; } mapping = {mappingTable};
+static void* const* mapping = mappingTable;
 
 static void* METHOD object_getInterface(void* self, uint64_t id) {
-  (void)self;
   return id == EXT_OBJECT_SPACE_MAPPING ? &mapping : NULL;
 }
 static void* const objectTable[] = {[PluginBase_getInterface_slot] = object_getInterface};
 
-IDENTIFIER(uvwSource_getInterfaceId, EXT_UVW_SOURCE)
 static void METHOD uvwSource_getUVWDerivatives(void* self, const ShadingContext* sc,
                                                int32_t channel, Vector* a, Vector* b, Vector* c) {
-  (void)self;
-  (void)channel;
-  seenContext = sc;
   *a = host.surface.a;
   *b = host.surface.b;
   *c = host.surface.c;
@@ -261,32 +217,24 @@ static void METHOD uvwSource_getUVWDerivatives(void* self, const ShadingContext*
 static RECORD(Vector)
     uvwSource_getUVW(void* self RESULT(Vector), const ShadingContext* sc, int32_t channel) {
   Vector uvw = host.surface.uvw;
-  (void)self;
-  seenContext = sc;
   uvw.z += (float)channel;
   RETURN(uvw);
 }
 static void* const uvwSourceTable[] = {
-    INTERFACE_OPERATIONS(uvwSource_getInterfaceId),
     [UVWSource_getUVWDerivatives_slot] = uvwSource_getUVWDerivatives,
     [UVWSource_getUVW_slot] = uvwSource_getUVW,
 };
-static struct { void* const* table; } uvwSource = {uvwSourceTable};
+static void* const* uvwSource = uvwSourceTable;
 
-IDENTIFIER(materialIdSource_getInterfaceId, EXT_MATERIAL_ID_SOURCE)
 static int32_t METHOD materialIdSource_getMaterialId(void* self, const ShadingContext* sc) {
-  (void)self;
-  seenContext = sc;
   return host.surface.materialId;
 }
 static void* const materialIdSourceTable[] = {
-    INTERFACE_OPERATIONS(materialIdSource_getInterfaceId),
     [MaterialIdSource_getMaterialId_slot] = materialIdSource_getMaterialId,
 };
-static struct { void* const* table; } materialIdSource = {materialIdSourceTable};
+static void* const* materialIdSource = materialIdSourceTable;
 
 static void* METHOD surface_getInterface(void* self, uint64_t id) {
-  (void)self;
   if (id == EXT_UVW_SOURCE) return &uvwSource;
   if (id == EXT_MATERIAL_ID_SOURCE) return &materialIdSource;
   return NULL;
@@ -296,8 +244,8 @@ static void* const surfaceTable[] = {[PluginBase_getInterface_slot] = surface_ge
 Host host = {
     .log = {.table = logTable},
     .scene = {.table = sceneTable},
-    .cameraMotion = {.table = cameraMotionTable},
-    .object = {.table = objectTable},
+    .cameraMotion = cameraMotionTable,
+    .object = objectTable,
     .surface = {.table = surfaceTable},
     .services = {.log = &host.log, .scene = &host.scene, .cameraMotion = &host.cameraMotion},
     .renderContext = {.services = &host.services, .frameData = &host.frameData},

@@ -9,6 +9,7 @@
 /* The library's descriptor. Ends the program if it cannot be had. */
 void* loadLibrary(const char* path);
 void unloadLibrary(void);
+int isLoaded(const char* path);
 
 /* A visitor that notes the descriptors it is shown, and stops after `stopAt` of them if not 0. */
 enum { DESCS = 16 };
@@ -56,21 +57,16 @@ int finish(void);
 
 /* ---- Textures ------------------------------------------------------------------------------- */
 
-/* Inputs with a value, bounds and a gradient of choice. */
-#define INPUT_RECORD(Input, Value) \
-  typedef struct {                 \
-    void* const* table;            \
-    Value value, lo, hi;           \
-    Vector gradient;               \
-  } Input;                         \
-  extern void* const Input##_table[];
-INPUT_RECORD(FloatInput, float)
-INPUT_RECORD(VectorInput, Vector)
-INPUT_RECORD(ColorInput, AColor)
-#undef INPUT_RECORD
-
-/* The shading context that the last asked input was given. */
-extern const ShadingContext* seenContext;
+/* An input of one of the first three kinds: its value, lower bound and upper bound, each with as
+ * many numbers as the kind has, and its gradient. */
+typedef struct {
+  void* const* table;
+  float numbers[15];
+} Input;
+extern void* const ColorInput_table[];
+extern void* const FloatInput_table[];
+extern void* const VectorInput_table[];
+extern void* const* const inputTables[]; /* of each kind */
 
 /* Connects an input of a plugin's `QuorPluginInterface`, or sets a number of `kind`; returns what
  * the plugin answers. */
@@ -97,16 +93,10 @@ typedef struct {
     void* const* table;
     Vector lo, hi;
   } scene;
+  void* const* cameraMotion;
+  void* const* object;
   struct {
     void* const* table;
-  } cameraMotion;
-  struct {
-    void* const* table;
-    void* interfaces;
-  } object;
-  struct {
-    void* const* table;
-    void* interfaces;
     Vector a, b, c; /* the uvw derivatives */
     Vector uvw;
     int32_t materialId;

@@ -49,15 +49,11 @@
 #ifdef _WIN32
 #define RECORD(record) record* METHOD
 #define RESULT(record) , record* result
-#define RETURN(value)  \
-  do {                 \
-    *result = (value); \
-    return result;     \
-  } while (0)
+#define RETURN(...) return *result = (__VA_ARGS__), result
 #else
 #define RECORD(record) record
 #define RESULT(record)
-#define RETURN(value) return (value)
+#define RETURN(...) return (__VA_ARGS__)
 #endif
 
 static inline void* const* virtualTable(void* object) { return *(void* const**)object; }
@@ -132,58 +128,13 @@ typedef struct {
   } value;
 } QuorPluginParameter;
 
-/* Where each field lies: on 32-bit Windows, and on a 64-bit system. */
-#define OFFSET(record, field, windows, other)                                       \
-  _Static_assert(offsetof(record, field) == (sizeof(void*) == 4 ? windows : other), \
-                 #record "." #field);
+/* Where the two layouts differ: pointers, and doubles that no compiler may pack. `layouts.txt` has
+ * each field of the first one. */
 #define SIZE(record, windows, other) \
-  _Static_assert(sizeof(record) == (sizeof(void*) == 4 ? windows : other), #record);
-
-SIZE(Vector, 12, 12)
-SIZE(DVector, 24, 24)
-SIZE(AColor, 16, 16)
-SIZE(Transform, 48, 48)
-OFFSET(Transform, c1, 12, 12)
-OFFSET(Transform, c2, 24, 24)
-OFFSET(Transform, offset, 36, 36)
-SIZE(PreciseTransform, 64, 64)
-OFFSET(PreciseTransform, c1, 12, 12)
-OFFSET(PreciseTransform, c2, 24, 24)
-OFFSET(PreciseTransform, offset, 40, 40)
-
-OFFSET(QuorFrameData, interfaces, 4, 8)
-OFFSET(QuorFrameData, frameTime, 8, 16)
-OFFSET(QuorFrameData, worldToCamera, 16, 24)
-OFFSET(QuorFrameData, cameraToWorld, 80, 88)
-OFFSET(QuorFrameData, imageHeight, 144, 152)
-OFFSET(QuorFrameData, worldOffset, 152, 160)
-
-OFFSET(RenderServices, log, 0, 0)
-OFFSET(RenderServices, scene, 4, 8)
-OFFSET(RenderServices, cameraMotion, 8, 16)
-OFFSET(RenderServices, cameraMoving, 12, 24)
-
-OFFSET(RenderContext, services, 0, 0)
-OFFSET(RenderContext, frameData, 4, 8)
-
-OFFSET(ShadingContext, renderContext, 0, 0)
-OFFSET(ShadingContext, rayDirection, 4, 8)
-OFFSET(ShadingContext, rayTime, 16, 24)
-OFFSET(ShadingContext, imageX, 24, 32)
-OFFSET(ShadingContext, imageY, 32, 40)
-OFFSET(ShadingContext, object, 40, 48)
-OFFSET(ShadingContext, surface, 44, 56)
-OFFSET(ShadingContext, shadingPoint, 48, 64)
-OFFSET(ShadingContext, normal, 72, 88)
-OFFSET(ShadingContext, geometricNormal, 84, 100)
-OFFSET(ShadingContext, backfacing, 96, 112)
-SIZE(ShadingContext, 104, 120)
-
-OFFSET(QuorPluginParameter, name, 0, 0)
-OFFSET(QuorPluginParameter, kind, 4, 8)
-OFFSET(QuorPluginParameter, value, 8, 16)
-OFFSET(QuorPluginParameter, value.connection.output, 12, 24)
-SIZE(QuorPluginParameter, 16, 32)
+  _Static_assert(sizeof(record) == (sizeof(void*) == 4 ? windows : other), #record)
+SIZE(QuorFrameData, 176, 184);
+SIZE(ShadingContext, 104, 120);
+SIZE(QuorPluginParameter, 16, 32);
 
 /* ---- Objects: what lies how many pointers from their beginning ------------------------------ */
 
