@@ -24,17 +24,12 @@ int isLoaded(const char* path) { return dlopen(path, RTLD_NOW | RTLD_NOLOAD) != 
 #endif
 
 void* loadLibrary(const char* path) {
-  void* (*getLibDesc)(void);
-  if (openModule(path) == NULL) {
-    fprintf(stderr, "cannot load %s\n", path);
-    exit(2);
-  }
-  getLibDesc = (void* (*)(void))symbol("getLibDesc");
-  if (getLibDesc == NULL) {
-    fprintf(stderr, "%s does not export getLibDesc\n", path);
-    exit(2);
-  }
-  return getLibDesc();
+  void* (*getLibDesc)(void) = NULL;
+  if (path != NULL && openModule(path) != NULL) getLibDesc = (void* (*)(void))symbol("getLibDesc");
+  if (getLibDesc != NULL) return getLibDesc();
+  fprintf(stderr, "%s: cannot be loaded, or does not export getLibDesc\n",
+          path ? path : "no library");
+  exit(2);
 }
 
 static int32_t METHOD DescList_visitPluginDesc(void* self, void* desc) {
@@ -43,7 +38,7 @@ static int32_t METHOD DescList_visitPluginDesc(void* self, void* desc) {
   return ++list->count != list->stopAt ? 256 : 0; /* anything but 0 goes on */
 }
 void* const DescList_table[] = {
-    [PluginDescVisitor_visitPluginDesc_slot] = DescList_visitPluginDesc,
+    DescList_visitPluginDesc,
 };
 
 void* findDesc(void* library, const char* name) {
@@ -152,6 +147,9 @@ int ask(void* texture, enum TextureKind kind, enum Question question, float* num
 
 /* ---- The host's objects --------------------------------------------------------------------- */
 
+/* Tables of objects, in the order of their operations. Those of log, scene and motion have no
+ * destructor. A log takes any number of arguments, so that `self` is an ordinary first one. */
+
 static void log_print(void* self, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
@@ -159,13 +157,13 @@ static void log_print(void* self, const char* format, ...) {
   va_end(arguments);
   ++host.log.lines;
 }
-static void* const logTable[] = {[RenderLog_print_slot] = log_print};
+static void* const logTable[] = {log_print};
 
 static void METHOD scene_getBoundingBox(void* self, Vector* lo, Vector* hi) {
   *lo = host.scene.lo;
   *hi = host.scene.hi;
 }
-static void* const sceneTable[] = {[SceneInfo_getBoundingBox_slot] = scene_getBoundingBox};
+static void* const sceneTable[] = {scene_getBoundingBox};
 
 static RECORD(DVector)
     motion_pointToRayTime(void* self RESULT(DVector), const DVector* p, double t) {
@@ -183,10 +181,10 @@ static RECORD(Vector)
   RETURN((Vector){v->x, v->y + 4 * (float)t, v->z});
 }
 static void* const cameraMotionTable[] = {
-    [CameraMotion_pointToRayTime_slot] = motion_pointToRayTime,
-    [CameraMotion_vectorToRayTime_slot] = motion_vectorToRayTime,
-    [CameraMotion_pointFromRayTime_slot] = motion_pointFromRayTime,
-    [CameraMotion_vectorFromRayTime_slot] = motion_vectorFromRayTime,
+    motion_pointToRayTime,
+    motion_vectorToRayTime,
+    motion_pointFromRayTime,
+    motion_vectorFromRayTime,
 };
 
 static RECORD(Vector) mapping_worldToObjectNormal(void* self RESULT(Vector),
@@ -198,8 +196,8 @@ static RECORD(Vector) mapping_worldToObjectPoint(void* self RESULT(Vector),
   RETURN((Vector){2 * p->x, 2 * p->y, 2 * p->z});
 }
 static void* const mappingTable[] = {
-    [ObjectSpaceMapping_worldToObjectNormal_slot] = mapping_worldToObjectNormal,
-    [ObjectSpaceMapping_worldToObjectPoint_slot] = mapping_worldToObjectPoint,
+    [SLOT(6)] = mapping_worldToObjectNormal,
+    mapping_worldToObjectPoint,
 };
 static void* const* mapping = mappingTable;
 
@@ -221,8 +219,8 @@ static RECORD(Vector)
   RETURN(uvw);
 }
 static void* const uvwSourceTable[] = {
-    [UVWSource_getUVWDerivatives_slot] = uvwSource_getUVWDerivatives,
-    [UVWSource_getUVW_slot] = uvwSource_getUVW,
+    [SLOT(6)] = uvwSource_getUVWDerivatives,
+    uvwSource_getUVW,
 };
 static void* const* uvwSource = uvwSourceTable;
 
@@ -230,7 +228,7 @@ static int32_t METHOD materialIdSource_getMaterialId(void* self, const ShadingCo
   return host.surface.materialId;
 }
 static void* const materialIdSourceTable[] = {
-    [MaterialIdSource_getMaterialId_slot] = materialIdSource_getMaterialId,
+    [SLOT(6)] = materialIdSource_getMaterialId,
 };
 static void* const* materialIdSource = materialIdSourceTable;
 

@@ -2,8 +2,9 @@
 #define TESTS_CONTRACT_CONTRACT_H
 
 /* The binary contract with the host, in C: slots of the virtual tables, parts of the objects,
- * layouts of the records. It is a list of its own and includes nothing of the library, so that a
- * change of the library's headers cannot change it along. */
+ * layouts of the records; `c_host.c` has the tables of what a host offers. It is a list of its own
+ * and includes nothing of the library, so that a change of the library's headers cannot change it
+ * along. */
 
 #include <stddef.h>
 #include <stdint.h>
@@ -244,31 +245,5 @@ OPERATION(void, RTTexInterface, setShaderInfo, SLOT(7), ARGS(info), void* info)
 OPERATION(int32_t, RTTexInterface, getShaderSource, SLOT(8),
           ARGS(outputName, secondName, descriptorKind, source, oclData), const char* outputName,
           const char* secondName, const char* descriptorKind, void* source, void* oclData)
-
-/* Tables of the host's objects, which are made here and called by the library. Those without a
- * destructor begin with their first operation. */
-enum {
-  PluginDescVisitor_visitPluginDesc_slot = 0,
-
-  QuorPluginHost_registerPluginDesc_slot = 0,
-  QuorPluginHost_unregisterPluginDesc_slot = 1,
-
-  RenderLog_print_slot = 0, /* takes any number of arguments, so `self` is an ordinary first one */
-
-  SceneInfo_getBoundingBox_slot = 0,
-
-  CameraMotion_pointToRayTime_slot = 0,
-  CameraMotion_vectorToRayTime_slot = 1,
-  CameraMotion_pointFromRayTime_slot = 2,
-  CameraMotion_vectorFromRayTime_slot = 3,
-
-  ObjectSpaceMapping_worldToObjectNormal_slot = SLOT(6),
-  ObjectSpaceMapping_worldToObjectPoint_slot = SLOT(7),
-
-  UVWSource_getUVWDerivatives_slot = SLOT(6),
-  UVWSource_getUVW_slot = SLOT(7),
-
-  MaterialIdSource_getMaterialId_slot = SLOT(6),
-};
 
 #endif

@@ -32,32 +32,19 @@ Instance::Instance(const std::string& pluginName)
 
 Instance::~Instance() { desc_.deletePlugin(object_); }
 
-bool Instance::setParameter(QuorPluginParameter parameter) {
+bool Instance::connect(const char* name, PluginInterface* texture) {
+  QuorPluginParameter parameter{name, ParameterKind::Interface, {.iface = texture}};
   return plugin_->setParameter(&parameter) != 0;
 }
 
-bool Instance::connect(const char* name, PluginInterface* texture) {
-  QuorPluginParameter parameter{name, ParameterKind::Interface, {}};
-  parameter.value.iface = texture;
-  return setParameter(parameter);
-}
-
 bool Instance::set(const char* name, std::int32_t value) {
-  QuorPluginParameter parameter{name, ParameterKind::Integer, {}};
-  parameter.value.integer = value;
-  return setParameter(parameter);
+  QuorPluginParameter parameter{name, ParameterKind::Integer, {.integer = value}};
+  return plugin_->setParameter(&parameter) != 0;
 }
 
 bool Instance::set(const char* name, bool value) {
-  QuorPluginParameter parameter{name, ParameterKind::Boolean, {}};
-  parameter.value.boolean = value;
-  return setParameter(parameter);
-}
-
-PluginInterface* Instance::outputInterface(const char* name) {
-  const QuorPluginParameter* parameter = plugin_->getParameter(modifiable(name));
-  if (parameter == nullptr || parameter->kind != ParameterKind::Interface) return nullptr;
-  return parameter->value.iface;
+  QuorPluginParameter parameter{name, ParameterKind::Boolean, {.boolean = value}};
+  return plugin_->setParameter(&parameter) != 0;
 }
 
 }  // namespace test

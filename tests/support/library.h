@@ -41,15 +41,12 @@ class Instance {
   /// The output of that name, which exists and has that interface.
   template <class Interface>
   Interface& output(const char* name) {
-    QUtils::PluginInterface* iface = outputInterface(name);
-    EXPECT_NE(iface, nullptr) << name;
-    return *static_cast<Interface*>(iface);
+    const QUtils::QuorPluginParameter* output = plugin_->getParameter(QUtils::modifiable(name));
+    EXPECT_NE(output, nullptr) << name;
+    return *static_cast<Interface*>(output->value.iface);
   }
 
  private:
-  QUtils::PluginInterface* outputInterface(const char* name);
-  bool setParameter(QUtils::QuorPluginParameter parameter);
-
   QUtils::QuorPluginDesc& desc_;
   QUtils::PluginBase* object_;
   QUtils::QuorPluginInterface* plugin_;

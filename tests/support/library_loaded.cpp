@@ -1,4 +1,8 @@
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 #include <stdexcept>
 
@@ -7,13 +11,15 @@
 namespace test {
 
 QUtils::PluginLibDesc& library() {
-  static QUtils::PluginLibDesc* const lib = [] {
-    void* module = dlopen(SAMPLERINFO_MODULE, RTLD_NOW | RTLD_LOCAL);
-    if (module == nullptr) throw std::runtime_error(dlerror());
-    using GetLibDesc = QUtils::PluginLibDesc* (*)();
-    return reinterpret_cast<GetLibDesc>(dlsym(module, "getLibDesc"))();
-  }();
-  return *lib;
+#ifdef _WIN32
+  static HMODULE const module = LoadLibraryA(SAMPLERINFO_MODULE);
+  const auto symbol = reinterpret_cast<void*>(GetProcAddress(module, "getLibDesc"));
+#else
+  static void* const module = dlopen(SAMPLERINFO_MODULE, RTLD_NOW | RTLD_LOCAL);
+  void* const symbol = dlsym(module, "getLibDesc");
+#endif
+  if (symbol == nullptr) throw std::runtime_error("cannot load " SAMPLERINFO_MODULE);
+  return *reinterpret_cast<QUtils::PluginLibDesc* (*)()>(symbol)();
 }
 
 }  // namespace test
