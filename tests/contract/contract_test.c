@@ -305,6 +305,10 @@ static void checkShaderSource(void* object, const char* kind, void* texture) {
   ShaderRequest* request;
   RTTexInterface_setShaderInfo(shader, &request);
   CHECK(RTTexInterface_getShaderInfo(shader) == NULL);
+  CHECK(RTTexInterface_getShaderSource(shader, kind, "second", "materialDescriptor", &shaderSource,
+                                       &oclData) == 0);
+  CHECK(RTTexInterface_getShaderSource(shader, "vector", "second", "MaterialDescriptor",
+                                       &shaderSource, &oclData) == 0);
   CHECK(RTTexInterface_getShaderSource(shader, kind, "second", "MaterialDescriptor", &shaderSource,
                                        &oclData) == 1);
   CHECK(oclData.requests == before + 1);
