@@ -7,8 +7,7 @@
 #include "host/shading_context.h"
 #include "tests/support/bits.h"
 
-/// Textures of any kind, asked any question. Answers are compared as bits: signs of zero count, any
-/// NaN equals any other.
+/// Textures of any kind, asked any question. Answers are compared as bits.
 namespace test {
 
 using namespace QUtils;
@@ -17,20 +16,25 @@ enum class Question { Value, Bounds, Gradient };
 inline constexpr Question kQuestions[] = {Question::Value, Question::Bounds, Question::Gradient};
 inline constexpr const char* kQuestionNames[] = {"value", "bounds", "gradient"};
 
-/// The numbers of an answer in their order, widened; of bounds first the lower one's.
+/// Numbers in their order, widened; of bounds first the lower one's.
 struct Answer {
   std::vector<double> numbers;
 
-  void add(float x) { numbers.push_back(static_cast<double>(x)); }
-  void add(std::int32_t x) { numbers.push_back(x); }
+  void add(auto x) { numbers.push_back(static_cast<double>(x)); }
   void add(const Vector& v) { add(v.x), add(v.y), add(v.z); }
+  void add(const DVector& v) { add(v.x), add(v.y), add(v.z); }
   void add(const AColor& c) { add(c.r), add(c.g), add(c.b), add(c.a); }
   void add(const Transform& t) { add(t.c0), add(t.c1), add(t.c2), add(t.offset); }
 };
 
+inline Answer numbersOf(const auto&... parts) {
+  Answer all;
+  (all.add(parts), ...);
+  return all;
+}
+
 inline bool operator==(const Answer& a, const Answer& b) {
-  return std::equal(a.numbers.begin(), a.numbers.end(), b.numbers.begin(), b.numbers.end(),
-                    [](double x, double y) { return sameBits(x, y); });
+  return std::ranges::equal(a.numbers, b.numbers, same<double>);
 }
 inline std::ostream& operator<<(std::ostream& out, const Answer& answer) {
   const auto digits = out.precision(9);
@@ -40,44 +44,30 @@ inline std::ostream& operator<<(std::ostream& out, const Answer& answer) {
 }
 
 // The kinds of textures under the same names.
-inline AColor value(const TextureInterface& t, const ShadingContext& sc) { return t.getColor(sc); }
-inline float value(const TextureFloatInterface& t, const ShadingContext& sc) {
-  return t.getFloat(sc);
+auto value(const auto& texture, const ShadingContext& sc) {
+  if constexpr (requires { texture.getColor(sc); }) return texture.getColor(sc);
+  if constexpr (requires { texture.getFloat(sc); }) return texture.getFloat(sc);
+  if constexpr (requires { texture.getVector(sc); }) return texture.getVector(sc);
+  if constexpr (requires { texture.getInt(sc); }) return texture.getInt(sc);
+  if constexpr (requires { texture.getTransform(sc); }) return texture.getTransform(sc);
 }
-inline Vector value(const TextureVectorInterface& t, const ShadingContext& sc) {
-  return t.getVector(sc);
-}
-inline std::int32_t value(const TextureIntInterface& t, const ShadingContext& sc) {
-  return t.getInt(sc);
-}
-inline Transform value(const TextureTransformInterface& t, const ShadingContext& sc) {
-  return t.getTransform(sc);
-}
-inline void bounds(const TextureInterface& t, AColor& lo, AColor& hi) { t.getColorBounds(lo, hi); }
-inline void bounds(const TextureFloatInterface& t, float& lo, float& hi) {
-  t.getFloatBounds(lo, hi);
-}
-inline void bounds(const TextureVectorInterface& t, Vector& lo, Vector& hi) {
-  t.getVectorBounds(lo, hi);
+void bounds(const auto& texture, auto& lo, auto& hi) {
+  if constexpr (requires { texture.getColorBounds(lo, hi); }) texture.getColorBounds(lo, hi);
+  if constexpr (requires { texture.getFloatBounds(lo, hi); }) texture.getFloatBounds(lo, hi);
+  if constexpr (requires { texture.getVectorBounds(lo, hi); }) texture.getVectorBounds(lo, hi);
 }
 
+template <class Kind>
+void visitIf(InterfaceId kind, const PluginInterface& texture, auto f) {
+  if (texture.getInterfaceId() == kind) f(static_cast<const Kind&>(texture));
+}
 /// Calls `f` with the texture as what it is.
-template <class F>
-void visit(const PluginInterface& texture, F f) {
-  switch (texture.getInterfaceId()) {
-    case EXT_TEXTURE:
-      return f(static_cast<const TextureInterface&>(texture));
-    case EXT_TEXTURE_FLOAT:
-      return f(static_cast<const TextureFloatInterface&>(texture));
-    case EXT_TEXTURE_VECTOR:
-      return f(static_cast<const TextureVectorInterface&>(texture));
-    case EXT_TEXTURE_INT:
-      return f(static_cast<const TextureIntInterface&>(texture));
-    case EXT_TEXTURE_TRANSFORM:
-      return f(static_cast<const TextureTransformInterface&>(texture));
-    default:
-      break;
-  }
+void visit(const PluginInterface& texture, auto f) {
+  visitIf<TextureInterface>(EXT_TEXTURE, texture, f);
+  visitIf<TextureFloatInterface>(EXT_TEXTURE_FLOAT, texture, f);
+  visitIf<TextureVectorInterface>(EXT_TEXTURE_VECTOR, texture, f);
+  visitIf<TextureIntInterface>(EXT_TEXTURE_INT, texture, f);
+  visitIf<TextureTransformInterface>(EXT_TEXTURE_TRANSFORM, texture, f);
 }
 
 /// Empty where the texture has no such question. Bounds are always written to the same place, so
@@ -91,8 +81,7 @@ inline Answer ask(const PluginInterface& texture, Question question, const Shadi
       if (question != Question::Bounds) return;
       static decltype(value(t, sc)) lo, hi;
       bounds(t, lo, hi);
-      answer.add(lo);
-      answer.add(hi);
+      answer = numbersOf(lo, hi);
     }
   });
   return answer;

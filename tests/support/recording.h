@@ -12,12 +12,9 @@ struct Call {
   std::string_view owner;
   std::string_view operation;
   const void* argument;  ///< the context, or the place of the bounds
-  Answer numbers;        ///< the other arguments
+  Answer numbers;        ///< the other arguments of the host's, the answer of an input
 
-  bool operator==(const Call& other) const {
-    return owner == other.owner && operation == other.operation && argument == other.argument &&
-           numbers == other.numbers;
-  }
+  bool operator==(const Call& other) const = default;
 };
 using Log = std::vector<Call>;
 
@@ -35,8 +32,7 @@ class Input final : public TextureInterface,
                     public TextureFloatInterface,
                     public TextureVectorInterface {
  public:
-  explicit Input(std::string inputName, Log* record = nullptr)
-      : name(std::move(inputName)), log(record) {}
+  Input(std::string inputName, Log& record) : name(std::move(inputName)), log(record) {}
 
   /// As the kind of texture that an input of this name takes.
   PluginInterface* texture() {
@@ -46,46 +42,40 @@ class Input final : public TextureInterface,
   }
 
   PluginBase* getPlugin() override { return nullptr; }
-  AColor getColor(const ShadingContext& sc) const override { return note("value", &sc), value; }
-  float getFloat(const ShadingContext& sc) const override { return note("value", &sc), value.r; }
+  AColor getColor(const ShadingContext& sc) const override {
+    return note("value", &sc, value), value;
+  }
+  float getFloat(const ShadingContext& sc) const override {
+    return note("value", &sc, value.r), value.r;
+  }
   Vector getVector(const ShadingContext& sc) const override {
-    return note("value", &sc), Vector{value.r, value.g, value.b};
+    const Vector v = {value.r, value.g, value.b};
+    return note("value", &sc, v), v;
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return note("gradient", &sc), gradient;
+    return note("gradient", &sc, gradient), gradient;
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    note("bounds", nullptr);
-    min = lo;
-    max = hi;
+    note("bounds", nullptr, min = lo, max = hi);
   }
   void getFloatBounds(float& min, float& max) const override {
-    note("bounds", name == "result_alpha" ? &min : nullptr);
-    min = lo.r;
-    max = hi.r;
+    note("bounds", name == "result_alpha" ? &min : nullptr, min = lo.r, max = hi.r);
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    note("bounds", nullptr);
     min = {lo.r, lo.g, lo.b};
     max = {hi.r, hi.g, hi.b};
+    note("bounds", nullptr, min, max);
   }
 
   std::string name;
-  Log* log;
+  Log& log;
   AColor value = {}, lo = {}, hi = {};
   Vector gradient = {};
 
  private:
-  void note(const char* question, const void* argument) const {
-    if (log != nullptr) log->push_back({name, question, argument, {}});
+  void note(const char* question, const void* argument, const auto&... answer) const {
+    log.push_back({name, question, argument, numbersOf(answer...)});
   }
 };
-
-inline std::ostream& operator<<(std::ostream& out, const Input& input) {
-  Answer numbers;
-  numbers.add(input.value), numbers.add(input.lo), numbers.add(input.hi);
-  numbers.add(input.gradient);
-  return out << "\n  " << input.name << ": " << numbers;
-}
 
 }  // namespace test

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdarg>
-#include <cstdio>
 #include <functional>
-#include <initializer_list>
 
 #include "tests/support/recording.h"
 
@@ -11,134 +9,29 @@
 /// answers are simple functions of the questions, so that a wrong argument shows in the result.
 namespace test {
 
-struct ShadingHost {
-  Log* log = nullptr;  ///< where the calls are written down
-  void note(const char* owner, const char* operation, const void* argument,
-            std::initializer_list<double> numbers) {
-    if (log != nullptr) log->push_back({owner, operation, argument, {numbers}});
-  }
-
-  struct Part {
-    explicit Part(ShadingHost& owner) : host(owner) {}
-    ShadingHost& host;
-  };
-
-  struct Motion final : CameraMotion, Part {
-    using Part::Part;
-    DVector pointToRayTime(const DVector& p, double t) override {
-      host.note("motion", "pointToRayTime", nullptr, {p.x, p.y, p.z, t});
-      return {p.y + t, p.z - 7 * t, p.x + 1.7};
-    }
-    Vector vectorToRayTime(const Vector& v, double t) override {
-      noteVector("vectorToRayTime", v, t);
-      return {v.z, v.x + static_cast<float>(t), v.y};
-    }
-    DVector pointFromRayTime(const DVector& p, double t) override {
-      host.note("motion", "pointFromRayTime", nullptr, {p.x, p.y, p.z, t});
-      return {p.z - t, p.x + 3 * t, p.y * 1.1};
-    }
-    Vector vectorFromRayTime(const Vector& v, double t) override {
-      noteVector("vectorFromRayTime", v, t);
-      return {v.y, v.z - static_cast<float>(t), v.x + 0.3F};
-    }
-    void noteVector(const char* operation, const Vector& v, double t) {
-      const DVector wide = {v.x, v.y, v.z};
-      host.note("motion", operation, nullptr, {wide.x, wide.y, wide.z, t});
-    }
-  };
-
+struct ShadingHost final : CameraMotion,
+                           ObjectSpaceMapping,
+                           UVWSource,
+                           MaterialIdSource,
+                           SceneInfo,
+                           RenderLog {
   /// Offers one interface or none, whatever it is asked for.
-  struct Object final : PluginBase, Part {
-    using Part::Part;
+  struct Object final : PluginBase {
     PluginInterface* getInterface(InterfaceId id) override {
-      host.note("object", "getInterface", this, {static_cast<double>(id)});
+      host->note("getInterface", this, id);
       return offers ? PluginBase::getInterface(id) : nullptr;
     }
+    ShadingHost* host = nullptr;
     bool offers = true;
   };
 
-  struct Mapping final : ObjectSpaceMapping, Part {
-    using Part::Part;
-    PluginBase* getPlugin() override { return &host.object; }
-    Vector worldToObjectNormal(const ShadingContext& context, const Vector& n) override {
-      const DVector wide = {n.x, n.y, n.z};
-      host.note("mapping", "worldToObjectNormal", &context, {wide.x, wide.y, wide.z});
-      return {n.y, n.z, n.x};
-    }
-    Vector worldToObjectPoint(const ShadingContext& context, const Vector& p) override {
-      const DVector wide = {p.x, p.y, p.z};
-      host.note("mapping", "worldToObjectPoint", &context, {wide.x, wide.y, wide.z});
-      return {p.z, p.x, p.y};
-    }
-  };
-
-  struct Uvw final : UVWSource, Part {
-    using Part::Part;
-    PluginBase* getPlugin() override { return &host.surface; }
-    void getUVWDerivatives(const ShadingContext& context, std::int32_t channel, Vector& outA,
-                           Vector& outB, Vector& outC) override {
-      host.note("uvw", "getUVWDerivatives", &context, {static_cast<double>(channel)});
-      outA = a;
-      outB = b;
-      outC = c;
-    }
-    Vector getUVW(const ShadingContext& context, std::int32_t channel) override {
-      host.note("uvw", "getUVW", &context, {static_cast<double>(channel)});
-      return uvw;
-    }
-    Vector a{}, b{}, c{}, uvw{};
-  };
-
-  struct MaterialId final : MaterialIdSource, Part {
-    using Part::Part;
-    PluginBase* getPlugin() override { return &host.surface; }
-    std::int32_t getMaterialId(const ShadingContext& context) override {
-      host.note("materialId", "getMaterialId", &context, {});
-      return id;
-    }
-    std::int32_t id = 0;
-  };
-
-  struct Scene final : SceneInfo, Part {
-    using Part::Part;
-    void getBoundingBox(Vector& outLo, Vector& outHi) override {
-      host.note("scene", "getBoundingBox", nullptr, {});
-      if (whileAsked) whileAsked();
-      outLo = lo;
-      outHi = hi;
-    }
-    Vector lo{}, hi{};
-    std::function<void()> whileAsked;
-  };
-
-  struct Printer final : RenderLog, Part {
-    using Part::Part;
-    void print(const char* format, ...) override {
-      char text[128];
-      std::va_list arguments;
-      va_start(arguments, format);
-      std::vsnprintf(text, sizeof text, format, arguments);
-      va_end(arguments);
-      va_start(arguments, format);
-      const double first = va_arg(arguments, double);
-      const double second = va_arg(arguments, double);
-      va_end(arguments);
-      host.note("log", "print", nullptr, {first, second});
-      lines.emplace_back(text);
-      if (whilePrinting) whilePrinting();
-    }
-    std::vector<std::string> lines;
-    std::function<void()> whilePrinting;
-  };
-
-  Motion motion{*this};
-  Object object{*this}, surface{*this};
-  Mapping mapping{*this};
-  Uvw uvw{*this};
-  MaterialId materialId{*this};
-  Scene scene{*this};
-  Printer printer{*this};
-  RenderServices services{&printer, &scene, &motion, 0};
+  Log* log = nullptr;  ///< where the calls are written down
+  Vector uvw{}, uvwA{}, uvwB{}, uvwC{}, boxLo{}, boxHi{};
+  std::int32_t materialId = 0;
+  int printed = 0;  ///< lines of the log
+  std::function<void()> whileBoxIsAsked, whilePrinting;
+  Object object, surface;
+  RenderServices services{this, this, this, 0};
   QuorFrameData frame;
   RenderContext render{&services, &frame};
   ShadingContext sc{};
@@ -150,9 +43,72 @@ struct ShadingHost {
     sc.renderContext = &render;
     sc.object = &object;
     sc.surface = &surface;
-    object.addInterface(&mapping, 0);
-    surface.addInterface(&uvw, 0);
-    surface.addInterface(&materialId, 0);
+    object.host = surface.host = this;
+    object.addInterface(static_cast<ObjectSpaceMapping*>(this), 0);
+    surface.addInterface(static_cast<UVWSource*>(this), 0);
+    surface.addInterface(static_cast<MaterialIdSource*>(this), 0);
+  }
+
+  void note(const char* operation, const void* argument, const auto&... numbers) {
+    if (log != nullptr) log->push_back({"host", operation, argument, numbersOf(numbers...)});
+  }
+
+  PluginBase* getPlugin() override { return nullptr; }
+
+  DVector pointToRayTime(const DVector& p, double t) override {
+    note("pointToRayTime", nullptr, p, t);
+    return {p.y + t, p.z - 7 * t, p.x + 1.7};
+  }
+  Vector vectorToRayTime(const Vector& v, double t) override {
+    note("vectorToRayTime", nullptr, v, t);
+    return {v.z, v.x + static_cast<float>(t), v.y};
+  }
+  DVector pointFromRayTime(const DVector& p, double t) override {
+    note("pointFromRayTime", nullptr, p, t);
+    return {p.z - t, p.x + 3 * t, p.y * 1.1};
+  }
+  Vector vectorFromRayTime(const Vector& v, double t) override {
+    note("vectorFromRayTime", nullptr, v, t);
+    return {v.y, v.z - static_cast<float>(t), v.x + 0.3F};
+  }
+
+  Vector worldToObjectNormal(const ShadingContext& context, const Vector& n) override {
+    note("worldToObjectNormal", &context, n);
+    return {n.y, n.z, n.x};
+  }
+  Vector worldToObjectPoint(const ShadingContext& context, const Vector& p) override {
+    note("worldToObjectPoint", &context, p);
+    return {p.z, p.x, p.y};
+  }
+
+  void getUVWDerivatives(const ShadingContext& context, std::int32_t channel, Vector& a, Vector& b,
+                         Vector& c) override {
+    note("getUVWDerivatives", &context, channel);
+    a = uvwA;
+    b = uvwB;
+    c = uvwC;
+  }
+  Vector getUVW(const ShadingContext& context, std::int32_t channel) override {
+    return note("getUVW", &context, channel), uvw;
+  }
+  std::int32_t getMaterialId(const ShadingContext& context) override {
+    return note("getMaterialId", &context), materialId;
+  }
+
+  void getBoundingBox(Vector& lo, Vector& hi) override {
+    note("getBoundingBox", nullptr);
+    if (whileBoxIsAsked) whileBoxIsAsked();
+    lo = boxLo;
+    hi = boxHi;
+  }
+  void print(const char* format, ...) override {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const double first = va_arg(arguments, double);
+    note(format, nullptr, first, va_arg(arguments, double));
+    va_end(arguments);
+    ++printed;
+    if (whilePrinting) whilePrinting();
   }
 };
 

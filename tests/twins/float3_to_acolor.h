@@ -18,7 +18,7 @@ class Float3ToAColorTex final : public Twin<TextureInterface, FourFloats> {
     return {greater(0.0F, 1 - r), greater(0.0F, 1 - g), greater(0.0F, 1 - b), a};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const FloatBounds r(float1, 1), g(float2, 1), b(float3, 1);
+    const Bounds r(float1, 1), g(float2, 1), b(float3, 1);
     if (invert == 0) {
       min = {r.lo, g.lo, b.lo, 1};
       max = {r.hi, g.hi, b.hi, 1};

@@ -26,21 +26,7 @@ Pair pair(const char* plugin, const char* output, Names inputs = {}, const char*
     };
   }
   if constexpr (requires { twin->invert; }) twin->invert = setTo;
-  if constexpr (requires { twin->clipPlanes; }) twin->clipPlanes = &clipPlanes();
   return result;
-}
-
-template <Vector (*kValue)(const ShadingContext&)>
-Pair position(const char* output) {
-  return pair<VectorFromContext<kValue, 1'000'000'000'000'000'000>>("TexSampler", output);
-}
-template <Vector (*kValue)(const ShadingContext&)>
-Pair direction(const char* output) {
-  return pair<VectorFromContext<kValue, 1>>("TexSampler", output);
-}
-template <float (*kValue)(const ShadingContext&), std::int64_t kLo, std::int64_t kHi>
-Pair number(const char* output) {
-  return pair<FloatFromContext<kValue, kLo, kHi>>("TexSampler", output);
 }
 
 }  // namespace
@@ -52,10 +38,7 @@ std::string Pair::name() const {
   return result;
 }
 
-ClipPlanes& clipPlanes() {
-  static ClipPlanes planes;
-  return planes;
-}
+ClipPlanes& clipPlanes() { return planesOfTwins; }
 
 std::vector<Pair> pairs() {
   constexpr std::int64_t kFar = 1'000'000'000'000'000'000;
@@ -70,7 +53,7 @@ std::vector<Pair> pairs() {
   const Names colors = {"color_a", "color_b", "mult_a", "mult_b", "result_alpha"};
   const Names colorA = {"color_a", "mult_a", "result_alpha"};
   const Names colorB = {"color_b", "mult_b", "result_alpha"};
-  const Names power = {"color_a", "mult_a", "mult_b", "result_alpha"};
+  const Names power = {"color_a", "mult_a", "result_alpha", "mult_b"};
   const Names scaled = {"color_a", "mult_a"};
   const char* const n = "Float3ToAColor";
   const Names numbers = {"float1", "float2", "float3", "alpha"};
@@ -78,38 +61,38 @@ std::vector<Pair> pairs() {
   return {
       pair<ProdTex>(f, "product", ab),
       pair<RatioTex>(f, "ratio", ab),
-      pair<FloatAddTex>(f, "sum", ab),
-      pair<FloatSubTex>(f, "difference", ab),
-      pair<FloatPowTex>(f, "power", ab),
-      pair<FloatSinTex>(f, "sin", ab),
-      pair<FloatCosTex>(f, "cos", ab),
-      pair<FloatMinTex>(f, "min", ab),
-      pair<FloatMaxTex>(f, "max", ab),
+      pair<FloatOpTwin<Plus>>(f, "sum", ab),
+      pair<FloatOpTwin<Minus>>(f, "difference", ab),
+      pair<CornersTwin<Power, 1>>(f, "power", ab),
+      pair<WaveTwin<Sine>>(f, "sin", ab),
+      pair<WaveTwin<Cosine>>(f, "cos", ab),
+      pair<ChoiceTwin<Less>>(f, "min", ab),
+      pair<ChoiceTwin<Greater>>(f, "max", ab),
 
       pair<DotProdTex>(v, "dot_product", vectors),
       pair<CrossProdTex>(v, "cross_product", vectors),
-      pair<AddTex>(v, "sum", vectors),
-      pair<SubTex>(v, "difference", vectors),
+      pair<VectorOpTwin<Plus>>(v, "sum", vectors),
+      pair<VectorOpTwin<Minus>>(v, "difference", vectors),
       pair<MulTex>(v, "result_a", vectorA),
       pair<MulTex>(v, "result_b", vectorB),
-      pair<XTex>(v, "x", vectorA),
-      pair<YTex>(v, "y", vectorA),
-      pair<ZTex>(v, "z", vectorA),
+      pair<ComponentTwin<&Vector::x>>(v, "x", vectorA),
+      pair<ComponentTwin<&Vector::y>>(v, "y", vectorA),
+      pair<ComponentTwin<&Vector::z>>(v, "z", vectorA),
 
-      pair<ColorProdTex>(c, "product", colors),
-      pair<ColorDivTex>(c, "division", colors),
-      pair<ColorMinTex>(c, "minimum", colors),
-      pair<ColorMaxTex>(c, "maximum", colors),
-      pair<ColorAddTex>(c, "sum", colors),
-      pair<ColorSubTex>(c, "difference", colors),
+      pair<ColorPairTwin<ColorProduct>>(c, "product", colors),
+      pair<ColorPairTwin<ColorOp<Plus>>>(c, "sum", colors),
+      pair<ColorPairTwin<ColorOp<Minus>>>(c, "difference", colors),
       pair<ColorMulTex>(c, "result_a", colorA),
       pair<ColorMulTex>(c, "result_b", colorB),
-      pair<RTex>(c, "red", scaled),
-      pair<GTex>(c, "green", scaled),
-      pair<BTex>(c, "blue", scaled),
-      pair<ATex>(c, "alpha", scaled),
-      pair<ITex>(c, "intensity", scaled),
       pair<ColorPowTex>(c, "power", power),
+      pair<ColorPairTwin<ColorQuotient>>(c, "division", colors),
+      pair<ColorPairTwin<ColorChoice<Less>>>(c, "minimum", colors),
+      pair<ColorPairTwin<ColorChoice<Greater>>>(c, "maximum", colors),
+      pair<ColorNumberTwin<Channel<&AColor::r>>>(c, "red", scaled),
+      pair<ColorNumberTwin<Channel<&AColor::g>>>(c, "green", scaled),
+      pair<ColorNumberTwin<Channel<&AColor::b>>>(c, "blue", scaled),
+      pair<ATex>(c, "alpha", scaled),
+      pair<ColorNumberTwin<ScaledIntensity>>(c, "intensity", scaled),
 
       pair<ColorMulTex>(c, "", colorA),
       pair<ColorMulTex>(c, "", colorA, "mode", kLeast),
@@ -117,14 +100,14 @@ std::vector<Pair> pairs() {
       pair<ColorMulTex>(c, "", colorA, "mode", -1),
       pair<ColorMulTex>(c, "", colorA, "mode", 0),
       pair<ColorMulTex>(c, "", colorB, "mode", 1),
-      pair<ColorProdTex>(c, "", colors, "mode", 2),
-      pair<ColorAddTex>(c, "", colors, "mode", 3),
-      pair<ColorSubTex>(c, "", colors, "mode", 4),
+      pair<ColorPairTwin<ColorProduct>>(c, "", colors, "mode", 2),
+      pair<ColorPairTwin<ColorOp<Plus>>>(c, "", colors, "mode", 3),
+      pair<ColorPairTwin<ColorOp<Minus>>>(c, "", colors, "mode", 4),
       pair<ColorPowTex>(c, "", power, "mode", 5),
-      pair<ColorDivTex>(c, "", colors, "mode", 6),
-      pair<ColorMinTex>(c, "", colors, "mode", 7),
-      pair<ColorMaxTex>(c, "", colors, "mode", 8),
-      pair<ColorDiffTex>(c, "", colors, "mode", 9),
+      pair<ColorPairTwin<ColorQuotient>>(c, "", colors, "mode", 6),
+      pair<ColorPairTwin<ColorChoice<Less>>>(c, "", colors, "mode", 7),
+      pair<ColorPairTwin<ColorChoice<Greater>>>(c, "", colors, "mode", 8),
+      pair<ColorPairTwin<AbsoluteDifference>>(c, "", colors, "mode", 9),
       pair<ColorMulTex>(c, "", colorA, "mode", 10),
       pair<ColorMulTex>(c, "", colorA, "mode", kGreatest),
 
@@ -133,27 +116,29 @@ std::vector<Pair> pairs() {
       pair<Float3ToAColorTex>(n, "", numbers, "invert", 0),
       pair<Float3ToAColorTex>(n, "", numbers, "invert", 1),
 
-      position<point>("point"),
-      position<pointObject>("pointObject"),
-      position<pointCamera>("pointCamera"),
-      direction<normal>("normal"),
-      direction<normalCamera>("normalCamera"),
-      direction<normalObject>("normalObject"),
-      direction<geometricNormal>("gnormal"),
+      pair<Position<point>>(s, "point"),
+      pair<Position<pointObject>>(s, "pointObject"),
+      pair<Position<pointCamera>>(s, "pointCamera"),
+      pair<Direction<normal>>(s, "normal"),
+      pair<Direction<normalObject>>(s, "normalObject"),
+      pair<Direction<normalCamera>>(s, "normalCamera"),
+      pair<Direction<geometricNormal>>(s, "gnormal"),
       pair<CamToWorldTex>(s, "camToWorld"),
-      direction<viewDirection>("view_dir"),
-      number<frameTime, -kFar, kFar>("frame_time"),
-      number<rayTime, 0, 1>("ray_time"),
-      number<facingRatio, -1, 1>("facing_ratio"),
+      pair<Direction<viewDirection>>(s, "view_dir"),
+      pair<FloatFromContext<frameTime, -kFar, kFar>>(s, "frame_time"),
+      pair<FloatFromContext<rayTime, 0, 1>>(s, "ray_time"),
+      pair<FloatFromContext<facingRatio, -1, 1>>(s, "facing_ratio"),
       pair<MtlIDTex>(s, "material_id"),
-      number<flippedNormal, 0, 1>("flipped_normal"),
-      pair<ClipPlaneTwin<&ClipPlanes::nearPlane>>(s, "cameraNearClipPlane"),
-      pair<ClipPlaneTwin<&ClipPlanes::farPlane>>(s, "cameraFarClipPlane"),
-      position<uvCoord>("uvCoord"),
-      direction<rayDirection>("rayDirection"),
-      position<pixelCenter>("pixelCenter"),
-      direction<tangentCamera<0>>("tangentUCamera"),
-      direction<tangentCamera<1>>("tangentVCamera"),
+      pair<FloatFromContext<flippedNormal, 0, 1>>(s, "flipped_normal"),
+      pair<FloatFromContext<clipPlane<&ClipPlanes::nearPlane>, 0, 1000000000>>(
+          s, "cameraNearClipPlane"),
+      pair<FloatFromContext<clipPlane<&ClipPlanes::farPlane>, 0, 1000000000>>(s,
+                                                                              "cameraFarClipPlane"),
+      pair<Position<uvCoord>>(s, "uvCoord"),
+      pair<Direction<rayDirection>>(s, "rayDirection"),
+      pair<Position<pixelCenter>>(s, "pixelCenter"),
+      pair<Direction<tangentCamera<0>>>(s, "tangentUCamera"),
+      pair<Direction<tangentCamera<1>>>(s, "tangentVCamera"),
   };
 }
 

@@ -9,28 +9,19 @@ struct ColorPair {
   TextureFloatInterface *mult_a = nullptr, *mult_b = nullptr, *result_alpha = nullptr;
   auto inputs() { return std::tie(color_a, color_b, mult_a, mult_b, result_alpha); }
 };
+/// Of which an output may have the first ones only.
 struct ScaledColor {
   TextureInterface* color = nullptr;
-  TextureFloatInterface *mult = nullptr, *result_alpha = nullptr;
-  auto inputs() { return std::tie(color, mult, result_alpha); }
-};
-struct ColorAndExponent {
-  TextureInterface* color_a = nullptr;
-  TextureFloatInterface *mult_a = nullptr, *mult_b = nullptr, *result_alpha = nullptr;
-  auto inputs() { return std::tie(color_a, mult_a, mult_b, result_alpha); }
-};
-struct ColorAndMult {
-  TextureInterface* color = nullptr;
-  TextureFloatInterface* mult = nullptr;
-  auto inputs() { return std::tie(color, mult); }
+  TextureFloatInterface *mult = nullptr, *result_alpha = nullptr, *exponent = nullptr;
+  auto inputs() { return std::tie(color, mult, result_alpha, exponent); }
 };
 
 inline float intensity(const AColor& c) { return ((c.r + c.g) + c.b) / 3.0F; }
 
 /// `f` of red, green and blue, which is a range, and `alpha`, unless `result_alpha` writes its own.
 template <class F>
-TWIN_INLINE inline void storeChannels(AColor& min, AColor& max, F f, const Interval& alpha,
-                                      const TextureFloatInterface* result_alpha) {
+TWIN_INLINE inline void storeChannels(AColor& min, AColor& max, const Interval& alpha,
+                                      const TextureFloatInterface* result_alpha, F f) {
   const Interval r = f(&AColor::r), g = f(&AColor::g), b = f(&AColor::b);
   min = {r.lo, g.lo, b.lo, alpha.lo};
   max = {r.hi, g.hi, b.hi, alpha.hi};
@@ -52,12 +43,12 @@ class ColorPairTwin final : public Twin<TextureInterface, ColorPair> {
             Formula::value(a.b, ma, b.b, mb), Formula::finalAlpha(alpha)};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
-    const ColorBounds a(color_a), b(color_b);
-    storeChannels(
-        min, max,
-        [&](float AColor::*c) TWIN_INLINE { return Formula::bounds(at(a, c), ma, at(b, c), mb); },
-        Formula::alphaBounds(at(a, &AColor::a), ma, at(b, &AColor::a), mb), result_alpha);
+    const Bounds ma(mult_a, 1), mb(mult_b, 1);
+    const Bounds a(color_a), b(color_b);
+    const Interval alpha = Formula::alphaBounds(at(a, &AColor::a), ma, at(b, &AColor::a), mb);
+    storeChannels(min, max, alpha, result_alpha, [&](float AColor::*k) TWIN_INLINE {
+      return Formula::bounds(at(a, k), ma, at(b, k), mb);
+    });
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
@@ -107,68 +98,43 @@ struct ColorQuotient : AlphaAsColor<ColorQuotient> {
   }
 };
 
-struct ColorMinimum : AlphaAsColor<ColorMinimum> {
-  static float value(float a, float ma, float b, float mb) { return lesser(a * ma, b * mb); }
+/// One of the two scaled numbers. The gradient goes by the intensities without multipliers.
+template <class ChoosesA>
+struct ColorChoice : AlphaAsColor<ColorChoice<ChoosesA>> {
+  static float choice(float p, float q) { return ChoosesA()(p, q) ? p : q; }
+  static float value(float a, float ma, float b, float mb) { return choice(a * ma, b * mb); }
   TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
     const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
-    return {lesser(p.lo, q.lo), lesser(p.hi, q.hi)};
+    return {choice(p.lo, q.lo), choice(p.hi, q.hi)};
   }
   static Vector gradient(float ia, float, const Vector& da, float ib, float, const Vector& db) {
-    return ib > ia ? da : db;
+    return ChoosesA()(ia, ib) ? da : db;
   }
 };
 
-struct ColorMaximum : AlphaAsColor<ColorMaximum> {
-  static float value(float a, float ma, float b, float mb) { return greater(a * ma, b * mb); }
+template <class Op>
+struct ColorOp : FirstAlpha {
+  static float value(float a, float ma, float b, float mb) { return Op()(a * ma, b * mb); }
   TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
-    const Interval p = chainedCorners(a, ma, Times()), q = chainedCorners(b, mb, Times());
-    return {greater(p.lo, q.lo), greater(p.hi, q.hi)};
-  }
-  static Vector gradient(float ia, float, const Vector& da, float ib, float, const Vector& db) {
-    return ia > ib ? da : db;
-  }
-};
-
-struct ColorSum : FirstAlpha {
-  static float value(float a, float ma, float b, float mb) { return a * ma + b * mb; }
-  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
-    return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Plus());
+    return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Op());
   }
   static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
-    return da + db;
-  }
-};
-
-struct ColorDifference : FirstAlpha {
-  static float value(float a, float ma, float b, float mb) { return a * ma - b * mb; }
-  TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
-    return chainedCorners(chainedCorners(a, ma, Times()), chainedCorners(b, mb, Times()), Minus());
-  }
-  static Vector gradient(float, float, const Vector& da, float, float, const Vector& db) {
-    return da - db;
+    return Op()(da, db);
   }
 };
 
 /// With the bounds that the plugin makes of the difference's: there is no other road to it.
-struct AbsoluteDifference : ColorDifference {
+struct AbsoluteDifference : ColorOp<Minus> {
   static float value(float a, float ma, float b, float mb) { return std::fabs(a * ma - b * mb); }
   static float finalAlpha(float alpha) { return std::fabs(alpha); }
   TWIN_INLINE static Interval bounds(In a, In ma, In b, In mb) {
-    const Interval d = ColorDifference::bounds(a, ma, b, mb);
+    const Interval d = ColorOp::bounds(a, ma, b, mb);
     return d.lo < 0 ? Interval{0, greater(-d.lo, d.hi)} : d;
   }
   static Vector gradient(float, float sa, const Vector& da, float, float sb, const Vector& db) {
     return sa > sb ? da - db : db - da;
   }
 };
-
-using ColorProdTex = ColorPairTwin<ColorProduct>;
-using ColorDivTex = ColorPairTwin<ColorQuotient>;
-using ColorMinTex = ColorPairTwin<ColorMinimum>;
-using ColorMaxTex = ColorPairTwin<ColorMaximum>;
-using ColorAddTex = ColorPairTwin<ColorSum>;
-using ColorSubTex = ColorPairTwin<ColorDifference>;
-using ColorDiffTex = ColorPairTwin<AbsoluteDifference>;
 
 class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
   AColor getColor(const ShadingContext& sc) const override {
@@ -177,12 +143,11 @@ class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
     return {c.r * m, c.g * m, c.b * m, valueOf(result_alpha, sc, c.a)};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const FloatBounds m(mult, 1);
-    const ColorBounds c(color);
-    storeChannels(
-        min, max,
-        [&](float AColor::*k) TWIN_INLINE { return chainedCorners(at(c, k), m, Times()); },
-        at(c, &AColor::a), result_alpha);
+    const Bounds m(mult, 1);
+    const Bounds c(color);
+    storeChannels(min, max, at(c, &AColor::a), result_alpha, [&](float AColor::*k) TWIN_INLINE {
+      return chainedCorners(at(c, k), m, Times());
+    });
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float m = valueOf(mult, sc, 1);
@@ -192,38 +157,33 @@ class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
   }
 };
 
-class ColorPowTex final : public Twin<TextureInterface, ColorAndExponent> {
+class ColorPowTex final : public Twin<TextureInterface, ScaledColor> {
   AColor getColor(const ShadingContext& sc) const override {
-    const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
-    const AColor c = valueOf(color_a, sc);
+    const float m = valueOf(mult, sc, 1), e = valueOf(exponent, sc, 1);
+    const AColor c = valueOf(color, sc);
     const float alpha = valueOf(result_alpha, sc, c.a);
-    return {powf(c.r * ma, mb), powf(c.g * ma, mb), powf(c.b * ma, mb), alpha};
+    return {powf(c.r * m, e), powf(c.g * m, e), powf(c.b * m, e), alpha};
   }
   void getColorBounds(AColor& min, AColor& max) const override {
-    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
-    const ColorBounds c(color_a);
-    storeChannels(
-        min, max,
-        [&](float AColor::*k) TWIN_INLINE {
-          return chainedCorners(chainedCorners(at(c, k), ma, Times()), mb, Power());
-        },
-        at(c, &AColor::a), result_alpha);
+    const Bounds m(mult, 1), e(exponent, 1);
+    const Bounds c(color);
+    storeChannels(min, max, at(c, &AColor::a), result_alpha, [&](float AColor::*k) TWIN_INLINE {
+      return chainedCorners(chainedCorners(at(c, k), m, Times()), e, Power());
+    });
   }
 };
 
 /// A number of the scaled colour, with the gradient of its intensity.
 template <class Formula>
-class ColorNumberTwin : public Twin<TextureFloatInterface, ColorAndMult> {
+class ColorNumberTwin : public Twin<TextureFloatInterface, ScaledColor> {
   float getFloat(const ShadingContext& sc) const override {
     const float m = valueOf(mult, sc, 1);
     return Formula::value(valueOf(color, sc), m);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const FloatBounds m(mult, 1);
-    const ColorBounds c(color);
-    const Interval range = chainedCorners({Formula::of(c.lo), Formula::of(c.hi)}, m, Times());
-    min = range.lo;
-    max = range.hi;
+    const Bounds m(mult, 1);
+    const Bounds c(color);
+    store(chainedCorners({Formula::of(c.lo), Formula::of(c.hi)}, m, Times()), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float m = valueOf(mult, sc, 1);
@@ -241,10 +201,6 @@ struct ScaledIntensity {
   static float of(const AColor& c) { return intensity(c); }
   static float value(const AColor& c, float m) { return (m * ((c.r + c.g) + c.b)) / 3.0F; }
 };
-using RTex = ColorNumberTwin<Channel<&AColor::r>>;
-using GTex = ColorNumberTwin<Channel<&AColor::g>>;
-using BTex = ColorNumberTwin<Channel<&AColor::b>>;
-using ITex = ColorNumberTwin<ScaledIntensity>;
 class ATex final : public ColorNumberTwin<Channel<&AColor::a>> {
   Vector getGradient(const ShadingContext& /*sc*/) const override { return {}; }
 };

@@ -19,10 +19,8 @@ class CornersTwin : public FloatTwin {
     return Op()(a, b);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const FloatBounds a(float_a, 0), b(float_b, kAbsentB);
-    const Interval range = chainedCorners(a, b, Op());
-    min = range.lo;
-    max = range.hi;
+    const Bounds a(float_a, 0), b(float_b, kAbsentB);
+    store(chainedCorners(a, b, Op()), min, max);
   }
 };
 
@@ -51,21 +49,13 @@ class RatioTex final : public CornersTwin<Over, 1> {
   }
 };
 
-class FloatAddTex final : public CornersTwin<Plus, 0> {
+template <class Op>
+class FloatOpTwin final : public CornersTwin<Op, 0> {
   Vector getGradient(const ShadingContext& sc) const override {
-    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
-    return da + db;
+    const Vector da = gradientOf(this->float_a, sc), db = gradientOf(this->float_b, sc);
+    return Op()(da, db);
   }
 };
-
-class FloatSubTex final : public CornersTwin<Minus, 0> {
-  Vector getGradient(const ShadingContext& sc) const override {
-    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
-    return da - db;
-  }
-};
-
-class FloatPowTex final : public CornersTwin<Power, 1> {};
 
 /// A function of the product, and its derivative, both in double precision.
 template <class Wave>
@@ -92,8 +82,6 @@ struct Cosine {
   static double of(double p) { return std::cos(p); }
   static double derivative(double p) { return 0 - std::sin(p); }
 };
-using FloatSinTex = WaveTwin<Sine>;
-using FloatCosTex = WaveTwin<Cosine>;
 
 /// One of the two numbers, bounded by the hull of both.
 template <class ChoosesA>
@@ -103,17 +91,13 @@ class ChoiceTwin final : public FloatTwin {
     return ChoosesA()(a, b) ? a : b;
   }
   void getFloatBounds(float& min, float& max) const override {
-    const FloatBounds a(float_a, 0), b(float_b, 1);
-    const Interval range = chained(b.hi, a.hi, b.lo, a.lo);
-    min = range.lo;
-    max = range.hi;
+    const Bounds a(float_a, 0), b(float_b, 1);
+    store(chained(b.hi, a.hi, b.lo, a.lo), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
     return ChoosesA()(a, b) ? gradientOf(float_a, sc) : gradientOf(float_b, sc);
   }
 };
-using FloatMinTex = ChoiceTwin<std::less<float>>;
-using FloatMaxTex = ChoiceTwin<std::greater<float>>;
 
 }  // namespace twins

@@ -8,11 +8,9 @@
 
 namespace twins {
 
-struct NoInputs {};
-
 /// Textures of the value that a function reads from the context, within fixed bounds.
 template <float (*kValue)(const ShadingContext&), std::int64_t kLo, std::int64_t kHi>
-class FloatFromContext final : public Twin<TextureFloatInterface, NoInputs> {
+class FloatFromContext final : public Twin<TextureFloatInterface> {
   float getFloat(const ShadingContext& sc) const override { return kValue(sc); }
   void getFloatBounds(float& min, float& max) const override {
     min = static_cast<float>(kLo);
@@ -20,7 +18,7 @@ class FloatFromContext final : public Twin<TextureFloatInterface, NoInputs> {
   }
 };
 template <Vector (*kValue)(const ShadingContext&), std::int64_t kBound>
-class VectorFromContext final : public Twin<TextureVectorInterface, NoInputs> {
+class VectorFromContext final : public Twin<TextureVectorInterface> {
   Vector getVector(const ShadingContext& sc) const override { return kValue(sc); }
   void getVectorBounds(Vector& min, Vector& max) const override {
     constexpr float kHi = static_cast<float>(kBound);
@@ -29,8 +27,10 @@ class VectorFromContext final : public Twin<TextureVectorInterface, NoInputs> {
   }
 };
 
-inline float narrow(double x) { return static_cast<float>(x); }
-inline Vector narrow(const DVector& v) { return {narrow(v.x), narrow(v.y), narrow(v.z)}; }
+template <Vector (*kValue)(const ShadingContext&)>
+using Position = VectorFromContext<kValue, 1'000'000'000'000'000'000>;
+template <Vector (*kValue)(const ShadingContext&)>
+using Direction = VectorFromContext<kValue, 1>;
 
 inline Vector applyMatrix(const PreciseTransform& t, const Vector& v) {
   return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
@@ -45,7 +45,7 @@ inline Vector directionToCamera(const ShadingContext& sc, Vector v) {
 }
 
 inline Vector guardedNormalize(const Vector& v) {
-  const float len = std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z);
+  const float len = length(v);
   return len < 1e-6F ? v : v / len;
 }
 
@@ -87,7 +87,7 @@ inline Vector normalCamera(const ShadingContext& sc) { return directionToCamera(
 
 inline Vector geometricNormal(const ShadingContext& sc) { return sc.geometricNormal; }
 
-class CamToWorldTex final : public Twin<TextureTransformInterface, NoInputs> {
+class CamToWorldTex final : public Twin<TextureTransformInterface> {
   Transform getTransform(const ShadingContext& sc) const override {
     const RenderContext& render = *sc.renderContext;
     const PreciseTransform& t = render.frameData->cameraToWorld;
@@ -96,11 +96,14 @@ class CamToWorldTex final : public Twin<TextureTransformInterface, NoInputs> {
       return {t.c0, t.c1, t.c2, narrow(origin) + narrow(t.offset)};
     }
     CameraMotion& motion = *render.services->cameraMotion;
-    const Vector c0 = motion.vectorToRayTime(t.c0, sc.rayTime);
-    const Vector c1 = motion.vectorToRayTime(t.c1, sc.rayTime);
-    const Vector c2 = motion.vectorToRayTime(t.c2, sc.rayTime);
-    const DVector p = motion.pointToRayTime({0, 0, 0}, sc.rayTime);
-    return {c0, c1, c2, narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z})};
+    const double time = sc.rayTime;
+    Transform moved = {motion.vectorToRayTime(t.c0, time),
+                       motion.vectorToRayTime(t.c1, time),
+                       motion.vectorToRayTime(t.c2, time),
+                       {}};
+    const DVector p = motion.pointToRayTime({0, 0, 0}, time);
+    moved.offset = narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z});
+    return moved;
   }
 };
 
@@ -113,12 +116,10 @@ inline float frameTime(const ShadingContext& sc) {
 inline float rayTime(const ShadingContext& sc) { return narrow(sc.rayTime); }
 
 inline float facingRatio(const ShadingContext& sc) {
-  const DVector n = {sc.normal.x, sc.normal.y, sc.normal.z};
-  const DVector d = {sc.rayDirection.x, sc.rayDirection.y, sc.rayDirection.z};
-  return std::fabs(narrow((n.x * d.x + n.y * d.y) + n.z * d.z));
+  return std::fabs(narrow(dot(sc.normal, sc.rayDirection)));
 }
 
-class MtlIDTex final : public Twin<TextureIntInterface, NoInputs> {
+class MtlIDTex final : public Twin<TextureIntInterface> {
   std::int32_t getInt(const ShadingContext& sc) const override {
     auto* const source = offered<MaterialIdSource>(sc.surface);
     return source != nullptr ? source->getMaterialId(sc) : 0;
@@ -157,21 +158,14 @@ struct ClipPlanes {
   std::atomic<std::int32_t> computed{0};
 };
 
-struct OfClipPlanes {
-  ClipPlanes* clipPlanes = nullptr;
-};
+inline ClipPlanes planesOfTwins;
 
 template <float ClipPlanes::*kPlane>
-class ClipPlaneTwin final : public Twin<TextureFloatInterface, OfClipPlanes> {
-  float getFloat(const ShadingContext& sc) const override {
-    if (clipPlanes->computed.load(std::memory_order_acquire) == 0) clipPlanes->compute(sc);
-    return clipPlanes->*kPlane;
-  }
-  void getFloatBounds(float& min, float& max) const override {
-    min = 0;
-    max = 1e9F;
-  }
-};
+float clipPlane(const ShadingContext& sc) {
+  ClipPlanes& planes = planesOfTwins;
+  if (planes.computed.load(std::memory_order_acquire) == 0) planes.compute(sc);
+  return planes.*kPlane;
+}
 
 inline Vector uvCoord(const ShadingContext& sc) {
   auto* const source = offered<UVWSource>(sc.surface);
@@ -203,15 +197,12 @@ TWIN_INLINE inline Vector tangentCamera(const ShadingContext& sc) {
   if (source == nullptr) return {};
   Vector fa{}, fb{}, fc{};
   source->getUVWDerivatives(sc, 0, fa, fb, fc);
-  const DVector a = {fa.x, fa.y, fa.z}, b = {fb.x, fb.y, fb.z}, c = {fc.x, fc.y, fc.z};
-  const double det = ((a.y * b.z - b.y * a.z) * c.x + (a.z * b.x - b.z * a.x) * c.y) +
-                     (b.y * a.x - a.y * b.x) * c.z;
+  const DVector a = wide(fa), b = wide(fb), c = wide(fc);
+  const DVector ab = cross(a, b), bc = cross(b, c), ca = cross(c, a);
+  const double det = (ab.x * c.x + ab.y * c.y) + ab.z * c.z;
   Vector v{};
-  if (det != 0 && kAxis == 0) {
-    v = narrow({b.y * c.z - b.z * c.y, c.y * a.z - c.z * a.y, a.y * b.z - a.z * b.y}) / narrow(det);
-  } else if (det != 0) {
-    v = narrow({b.z * c.x - b.x * c.z, c.z * a.x - c.x * a.z, a.z * b.x - a.x * b.z}) / narrow(det);
-  }
+  if (det != 0 && kAxis == 0) v = narrow({bc.x, ca.x, ab.x}) / narrow(det);
+  if (det != 0 && kAxis == 1) v = narrow({bc.y, ca.y, ab.y}) / narrow(det);
   return guardedNormalize(directionToCamera(sc, guardedNormalize(v)));
 }
 

@@ -15,18 +15,7 @@ struct ScaledVector {
   auto inputs() { return std::tie(vector, mult); }
 };
 
-inline float length(const Vector& v) { return std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z); }
-inline DVector wide(const Vector& v) { return {v.x, v.y, v.z}; }
-
-inline double dot(const Vector& p, const Vector& q) {
-  const DVector a = wide(p), b = wide(q);
-  return (a.x * b.x + a.y * b.y) + a.z * b.z;
-}
-inline Vector cross(const Vector& p, const Vector& q) {
-  const DVector a = wide(p), b = wide(q);
-  return {static_cast<float>(a.y * b.z - b.y * a.z), static_cast<float>(a.z * b.x - b.z * a.x),
-          static_cast<float>(a.x * b.y - b.x * a.y)};
-}
+inline Vector cross(const Vector& a, const Vector& b) { return narrow(cross(wide(a), wide(b))); }
 
 /// `f` of each component, which is a range.
 template <class F>
@@ -40,17 +29,15 @@ class DotProdTex final : public Twin<TextureFloatInterface, VectorPair> {
   float getFloat(const ShadingContext& sc) const override {
     const float ma = valueOf(mult_a, sc, 1), mb = valueOf(mult_b, sc, 1);
     const Vector va = valueOf(vector_a, sc), vb = valueOf(vector_b, sc);
-    return static_cast<float>(static_cast<double>(ma * mb) * dot(va, vb));
+    return narrow(static_cast<double>(ma * mb) * dot(va, vb));
   }
   void getFloatBounds(float& min, float& max) const override {
-    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
-    const VectorBounds va(vector_a), vb(vector_b);
+    const Bounds ma(mult_a, 1), mb(mult_b, 1);
+    const Bounds va(vector_a), vb(vector_b);
     const Range<double> d =
         chained(dot(va.hi, vb.hi), dot(va.hi, vb.lo), dot(va.lo, vb.hi), dot(va.lo, vb.lo));
-    const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
-    const Interval range = chainedCorners(chainedCorners(ma, mb, Times()), rounded, Times());
-    min = range.lo;
-    max = range.hi;
+    const Interval rounded = {narrow(d.lo), narrow(d.hi)};
+    store(chainedCorners(chainedCorners(ma, mb, Times()), rounded, Times()), min, max);
   }
 };
 
@@ -61,8 +48,8 @@ class CrossProdTex final : public Twin<TextureVectorInterface, VectorPair> {
     return cross(va, vb) * (ma * mb);
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
-    const VectorBounds va(vector_a), vb(vector_b);
+    const Bounds ma(mult_a, 1), mb(mult_b, 1);
+    const Bounds va(vector_a), vb(vector_b);
     const Interval m = chainedCorners(ma, mb, Times());
     const Vector ll = cross(va.lo, vb.lo), lh = cross(va.lo, vb.hi);
     const Vector hl = cross(va.hi, vb.lo), hh = cross(va.hi, vb.hi);
@@ -81,8 +68,8 @@ class VectorOpTwin final : public Twin<TextureVectorInterface, VectorPair> {
     return Op()(va * ma, vb * mb);
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const FloatBounds ma(mult_a, 1), mb(mult_b, 1);
-    const VectorBounds va(vector_a), vb(vector_b);
+    const Bounds ma(mult_a, 1), mb(mult_b, 1);
+    const Bounds va(vector_a), vb(vector_b);
     storeComponents(min, max, [&](float Vector::*c) TWIN_INLINE {
       return pairedCorners(pairedCorners(at(va, c), ma, Times()),
                            pairedCorners(at(vb, c), mb, Times()), Op());
@@ -96,16 +83,6 @@ class VectorOpTwin final : public Twin<TextureVectorInterface, VectorPair> {
     return Op()(da * ma + dma * a, db * mb + dmb * b);
   }
 };
-struct Sum : Plus {
-  using Plus::operator();
-  Vector operator()(const Vector& a, const Vector& b) const { return a + b; }
-};
-struct Difference : Minus {
-  using Minus::operator();
-  Vector operator()(const Vector& a, const Vector& b) const { return a - b; }
-};
-using AddTex = VectorOpTwin<Sum>;
-using SubTex = VectorOpTwin<Difference>;
 
 class MulTex final : public Twin<TextureVectorInterface, ScaledVector> {
   Vector getVector(const ShadingContext& sc) const override {
@@ -113,8 +90,8 @@ class MulTex final : public Twin<TextureVectorInterface, ScaledVector> {
     return valueOf(vector, sc) * m;
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    const FloatBounds m(mult, 1);
-    const VectorBounds v(vector);
+    const Bounds m(mult, 1);
+    const Bounds v(vector);
     storeComponents(min, max, [&](float Vector::*c) TWIN_INLINE {
       return pairedCorners(at(v, c), m, Times());
     });
@@ -135,12 +112,10 @@ class ComponentTwin final : public Twin<TextureFloatInterface, ScaledVector> {
     return m * (valueOf(vector, sc).*kComponent);
   }
   void getFloatBounds(float& min, float& max) const override {
-    const FloatBounds m(mult, 1);
-    const VectorBounds v(vector);
+    const Bounds m(mult, 1);
+    const Bounds v(vector);
     const Interval c = at(v, kComponent);
-    const Interval range = paired(c.lo * m.lo, c.lo * m.hi, v.hi.x * m.lo, c.hi * m.hi);
-    min = range.lo;
-    max = range.hi;
+    store(paired(c.lo * m.lo, c.lo * m.hi, v.hi.x * m.lo, c.hi * m.hi), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float m = valueOf(mult, sc, 1);
@@ -149,8 +124,5 @@ class ComponentTwin final : public Twin<TextureFloatInterface, ScaledVector> {
     return dm * component + dv * m;
   }
 };
-using XTex = ComponentTwin<&Vector::x>;
-using YTex = ComponentTwin<&Vector::y>;
-using ZTex = ComponentTwin<&Vector::z>;
 
 }  // namespace twins

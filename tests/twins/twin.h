@@ -4,7 +4,7 @@
 #include <functional>
 #include <tuple>
 
-#include "host/shading_context.h"
+#include "tests/support/answers.h"
 
 /// The outputs of the plugins written a second time, each as the plainest class that gives its
 /// answers: one rounded step after the other, the inputs asked in their order. Tests compare the
@@ -16,8 +16,10 @@ using namespace QUtils;
 /// Leaves no call behind, however large it is.
 #define TWIN_INLINE __attribute__((always_inline))
 
+struct NoInputs {};
+
 /// A texture that belongs to no object, with its inputs as public members.
-template <class Interface, class Inputs>
+template <class Interface, class Inputs = NoInputs>
 class Twin : public Interface, public Inputs {
  public:
   PluginBase* getPlugin() override { return nullptr; }
@@ -29,6 +31,12 @@ struct Range {
 };
 using Interval = Range<float>;
 
+template <class T>
+void store(const Range<T>& range, T& min, T& max) {
+  min = range.lo;
+  max = range.hi;
+}
+
 /// The range of one component or channel.
 template <class T>
 TWIN_INLINE inline Interval at(const Range<T>& range, float T::*part) {
@@ -36,34 +44,24 @@ TWIN_INLINE inline Interval at(const Range<T>& range, float T::*part) {
 }
 
 // What an input answers. An absent vector or colour is zero, and so is every absent gradient.
-inline float valueOf(const TextureFloatInterface* input, const ShadingContext& sc, float absent) {
-  return input != nullptr ? input->getFloat(sc) : absent;
-}
-inline Vector valueOf(const TextureVectorInterface* input, const ShadingContext& sc) {
-  return input != nullptr ? input->getVector(sc) : Vector{};
-}
-inline AColor valueOf(const TextureInterface* input, const ShadingContext& sc) {
-  return input != nullptr ? input->getColor(sc) : AColor{};
+template <class Texture>
+using ValueOf = decltype(test::value(std::declval<Texture>(), ShadingContext()));
+template <class Texture>
+ValueOf<Texture> valueOf(const Texture* input, const ShadingContext& sc,
+                         ValueOf<Texture> absent = {}) {
+  return input != nullptr ? test::value(*input, sc) : absent;
 }
 inline Vector gradientOf(const auto* input, const ShadingContext& sc) {
   return input != nullptr ? input->getGradient(sc) : Vector{};
 }
 
-// The bounds of an input, which writes them where they stay: a record that is copied after its two
-// halves were written would have to wait for both.
-struct FloatBounds : Interval {
-  FloatBounds(const TextureFloatInterface* input, float absent) : Interval{absent, absent} {
-    if (input != nullptr) input->getFloatBounds(lo, hi);
-  }
-};
-struct VectorBounds : Range<Vector> {
-  explicit VectorBounds(const TextureVectorInterface* input) : Range{} {
-    if (input != nullptr) input->getVectorBounds(lo, hi);
-  }
-};
-struct ColorBounds : Range<AColor> {
-  explicit ColorBounds(const TextureInterface* input) : Range{} {
-    if (input != nullptr) input->getColorBounds(lo, hi);
+/// The bounds of an input, which writes them where they stay: a record that is copied after its two
+/// halves were written would have to wait for both.
+template <class Texture>
+struct Bounds : Range<ValueOf<Texture>> {
+  explicit Bounds(const Texture* input, ValueOf<Texture> absent = {})
+      : Range<ValueOf<Texture>>{absent, absent} {
+    if (input != nullptr) test::bounds(*input, this->lo, this->hi);
   }
 };
 
@@ -75,6 +73,19 @@ inline Vector operator-(const Vector& a, const Vector& b) {
 }
 inline Vector operator*(const Vector& v, float s) { return {v.x * s, v.y * s, v.z * s}; }
 inline Vector operator/(const Vector& v, float s) { return {v.x / s, v.y / s, v.z / s}; }
+
+inline float narrow(double x) { return static_cast<float>(x); }
+inline Vector narrow(const DVector& v) { return {narrow(v.x), narrow(v.y), narrow(v.z)}; }
+inline DVector wide(const Vector& v) { return {v.x, v.y, v.z}; }
+
+inline float length(const Vector& v) { return std::sqrt((v.x * v.x + v.y * v.y) + v.z * v.z); }
+inline double dot(const Vector& p, const Vector& q) {
+  const DVector a = wide(p), b = wide(q);
+  return (a.x * b.x + a.y * b.y) + a.z * b.z;
+}
+inline DVector cross(const DVector& a, const DVector& b) {
+  return {a.y * b.z - b.y * a.z, a.z * b.x - b.z * a.x, a.x * b.y - b.x * a.y};
+}
 
 // The second one when they tie or when either is NaN.
 template <class T>
@@ -108,8 +119,14 @@ TWIN_INLINE inline Interval pairedCorners(const Interval& a, const Interval& b, 
 
 using Times = std::multiplies<float>;
 using Over = std::divides<float>;
-using Plus = std::plus<float>;
-using Minus = std::minus<float>;
+using Less = std::less<float>;
+using Greater = std::greater<float>;
+struct Plus {
+  auto operator()(const auto& a, const auto& b) const { return a + b; }
+};
+struct Minus {
+  auto operator()(const auto& a, const auto& b) const { return a - b; }
+};
 struct Power {
   float operator()(float base, float exponent) const { return powf(base, exponent); }
 };
