@@ -40,17 +40,12 @@ std::vector<Entry> entriesOf(const std::string& row) {
 }
 
 void setQuantity(ShadingHost& host, const std::string& name, const std::vector<double>& numbers) {
-  const DVector precise = {numbers[0], numbers[1], numbers[2]};
-  const Vector vector = twins::narrow(precise);
+  const Vector vector = twins::narrow({numbers[0], numbers[1], numbers[2]});
   const auto integer = static_cast<std::int32_t>(std::lround(numbers[0]));
   if (name == "offers") host.object.offers = host.surface.offers = integer != 0;
   if (name == "moving") host.services.cameraMoving = integer;
-  if (name == "worldOffset") host.frame.worldOffset = precise;
-  if (name == "cameraOffset") host.frame.worldToCamera.offset = precise;
-  if (name == "shadingPoint") host.sc.shadingPoint = precise;
   if (name == "rayDirection") host.sc.rayDirection = vector;
   if (name == "normal") host.sc.normal = vector;
-  if (name == "backfacing") host.sc.backfacing = integer;
   if (name == "imageX") host.sc.imageX = numbers[0];
   if (name == "imageY") host.sc.imageY = numbers[0];
   if (name == "imageHeight") host.frame.imageHeight = integer;
@@ -153,120 +148,55 @@ TEST(EveryOutput, FollowsItsModeAtOnceAndIsInvertedFromTheNextFrameOn) {
   }
 }
 
-TEST(EveryOutput, IsNoObjectOfItsOwnButForTheIntensity) {
-  for (const twins::Pair& pair : twins::pairs()) {
-    Subject subject(pair);
-    PluginInterface& output = subject.output();
-    EXPECT_EQ(output.getInterfaceId(), pair.twin->getInterfaceId()) << pair.name();
-    EXPECT_STREQ(output.getInterfaceName(), pair.twin->getInterfaceName()) << pair.name();
-    PluginBase* const object = pair.output.empty() ? &subject.plugin.object() : nullptr;
-    EXPECT_EQ(pair.output == "intensity" ? nullptr : output.getPlugin(), object) << pair.name();
-    output.release();
-  }
-}
-
-TEST(EveryOutput, HasItsPlaceInMemory) {
-  for (const char* name : {"TexFloatOp", "TexVectorOp", "TexAColorOp", "TexSampler"}) {
-    Instance plugin(name);
+TEST(EveryOutput, HasItsPlaceAndIsNoObjectOfItsOwnButForTheIntensity) {
+  for (QuorPluginDesc* desc : descriptors()) {
+    Instance plugin(desc->getPluginName());
     const PluginInterface* last = nullptr;
     for (const twins::Pair& pair : twins::pairs()) {
-      if (pair.plugin != name || pair.output.empty()) continue;
-      const auto* place = &plugin.output<PluginInterface>(pair.output.c_str());
-      EXPECT_TRUE(std::less<>()(last, place)) << pair.name();
-      last = place;
+      if (pair.plugin != desc->getPluginName() || pair.output.empty()) continue;
+      auto& output = plugin.output<PluginInterface>(pair.output.c_str());
+      EXPECT_TRUE(last == &output || std::less<>()(last, &output)) << pair.name();
+      EXPECT_EQ(output.getPlugin() == nullptr, pair.output != "intensity") << pair.name();
+      last = &output;
     }
   }
 }
 
 // ------------------------------------------------------------------------------------------------
 
-/// A `TexAColorOp` and its intensity, asked for shader source.
-class ShaderSourceTest : public ::testing::Test {
- protected:
-  ShaderSourceTest() {
-    EXPECT_TRUE(op.connect("color_a", color_a.texture()));
-    op.frameBegin();
-  }
-  /// What the generator is asked for, whatever it answers.
-  static std::vector<ShaderSource::Request> requests(RTTexInterface& asker, const char* valueKind,
-                                                     const char* descriptorKind) {
+TEST(ShaderSource, IsThatOfTheFirstColour) {
+  Log log;
+  Input color_a("color_a", log);
+  Instance op("TexAColorOp");
+  PluginBase& intensity = *op.output<TextureFloatInterface>("intensity").getPlugin();
+  const auto texturesFor = [](PluginBase& object, const char* valueKind, const char* descriptor) {
+    std::vector<const PluginInterface*> textures;
     ShaderSource source;
     OCLData oclData;
-    source.answer = 0;
-    const auto served =
-        asker.getShaderSource(valueKind, kSecondName, descriptorKind, source, oclData);
-    EXPECT_EQ(source.requests.size(), static_cast<unsigned>(served));
-    EXPECT_EQ(oclData.requests, served);
-    return source.requests;
+    auto& asker = static_cast<RTTexInterface&>(*object.getInterface(EXT_RTTEX));
+    EXPECT_EQ(asker.getPlugin(), &object);
+    const auto served = asker.getShaderSource(valueKind, "", descriptor, source, oclData);
+    for (const auto& request : source.requests) textures.push_back(request.texture);
+    EXPECT_EQ(textures.size(), static_cast<unsigned>(served));
+    return textures;
+  };
+  const std::vector<const PluginInterface*> none, absent = {nullptr}, first = {color_a.texture()};
+  EXPECT_TRUE(op.connect("color_a", color_a.texture()));
+  writeFieldsOnly(op);
+  EXPECT_EQ(texturesFor(op.object(), "color", "MaterialDescriptor"), first) << "at once";
+  EXPECT_EQ(texturesFor(intensity, "float", "MaterialDescriptor"), absent) << "too early";
+  op.frameBegin();
+  EXPECT_EQ(texturesFor(intensity, "float", "MaterialDescriptor"), first);
+  for (const char* other : {"Color", "Float", "color ", "float ", "colo", "floa", ""}) {
+    EXPECT_EQ(texturesFor(op.object(), other, "MaterialDescriptor"), none) << other;
+    EXPECT_EQ(texturesFor(intensity, other, "MaterialDescriptor"), none) << other;
+    EXPECT_EQ(texturesFor(op.object(), "color", other), none) << other;
   }
-
-  static constexpr const char* kSecondName = "any";
-  Log log;
-  Input color_a{"color_a", log};
-  Instance op{"TexAColorOp"};
-  PluginBase& intensity = *op.output<TextureFloatInterface>("intensity").getPlugin();
-  RTTexInterface& ofPlugin = *static_cast<RTTexInterface*>(op.object().getInterface(EXT_RTTEX));
-  RTTexInterface& ofIntensity = *static_cast<RTTexInterface*>(intensity.getInterface(EXT_RTTEX));
-};
-
-TEST_F(ShaderSourceTest, IsReachedThroughObjects) {
+  EXPECT_EQ(texturesFor(op.object(), "color", "MaterialDescriptor "), none);
   EXPECT_EQ(intensity.getInterface(EXT_RTTEX | InterfaceId{1} << 32), nullptr);
   EXPECT_EQ(intensity.getInterface(EXT_TEXTURE_FLOAT), nullptr);
   EXPECT_EQ(intensity.addInterface(color_a.texture(), 0), 1);
   EXPECT_EQ(intensity.getInterface(EXT_TEXTURE), color_a.texture());
-  EXPECT_EQ(ofIntensity.getPlugin(), &intensity);
-  EXPECT_EQ(ofPlugin.getPlugin(), &op.object());
-  for (RTTexInterface* source : {&ofPlugin, &ofIntensity}) {
-    EXPECT_EQ(source->getInterfaceId(), EXT_RTTEX);
-    EXPECT_STREQ(source->getInterfaceName(), "EXT_RTTEX");
-    source->release();
-    source->setShaderInfo(&log);
-    EXPECT_EQ(source->getShaderInfo(), nullptr);
-  }
-}
-
-TEST_F(ShaderSourceTest, IsThatOfTheFirstColour) {
-  struct Row {
-    const char *valueKind, *descriptorKind;
-  };
-  // The first one is for the plugin, the second one for the intensity, the others for nobody.
-  const Row rows[] = {
-      {"color", "MaterialDescriptor"},
-      {"float", "MaterialDescriptor"},
-      {"Color", "MaterialDescriptor"},
-      {"Float", "MaterialDescriptor"},
-      {"color ", "MaterialDescriptor"},
-      {"floa", "MaterialDescriptor"},
-      {"", "MaterialDescriptor"},
-      {"color", "materialDescriptor"},
-      {"color", ""},
-      {"float", "MaterialDescriptor "},
-  };
-  for (RTTexInterface* const asker : {&ofPlugin, &ofIntensity}) {
-    for (const Row& row : rows) {
-      SCOPED_TRACE(std::string(row.valueKind) + ", " + row.descriptorKind);
-      const auto got = requests(*asker, row.valueKind, row.descriptorKind);
-      ASSERT_EQ(got.size(), &row == &rows[asker == &ofPlugin ? 0 : 1] ? 1U : 0U);
-      if (got.empty()) continue;
-      EXPECT_EQ(got[0].asker, asker);
-      EXPECT_EQ(got[0].texture, color_a.texture());
-      EXPECT_EQ(got[0].outputName, row.valueKind);
-      EXPECT_EQ(got[0].secondName, kSecondName);
-      EXPECT_EQ(got[0].descriptorKind, row.descriptorKind);
-    }
-  }
-}
-
-TEST_F(ShaderSourceTest, OfThePluginSeesItsColourAtOnce) {
-  const auto textureFor = [](RTTexInterface& asker, const char* valueKind) {
-    return requests(asker, valueKind, "MaterialDescriptor").at(0).texture;
-  };
-  ASSERT_TRUE(op.connect("color_a", nullptr));
-  writeFieldsOnly(op);
-  EXPECT_EQ(textureFor(ofPlugin, "color"), nullptr);
-  EXPECT_EQ(textureFor(ofIntensity, "float"), color_a.texture());
-  op.frameBegin();
-  EXPECT_EQ(textureFor(ofIntensity, "float"), nullptr);
 }
 
 }  // namespace

@@ -56,29 +56,24 @@ struct ShadingHost final : CameraMotion,
   PluginBase* getPlugin() override { return nullptr; }
 
   DVector pointToRayTime(const DVector& p, double t) override {
-    note("pointToRayTime", nullptr, p, t);
-    return {p.y + t, p.z - 7 * t, p.x + 1.7};
+    return note("pointToRayTime", nullptr, p, t), DVector{p.y + t, p.z - 7 * t, p.x + 1.7};
   }
   Vector vectorToRayTime(const Vector& v, double t) override {
-    note("vectorToRayTime", nullptr, v, t);
-    return {v.z, v.x + static_cast<float>(t), v.y};
+    return note("vectorToRayTime", nullptr, v, t), Vector{v.z, v.x + static_cast<float>(t), v.y};
   }
   DVector pointFromRayTime(const DVector& p, double t) override {
-    note("pointFromRayTime", nullptr, p, t);
-    return {p.z - t, p.x + 3 * t, p.y * 1.1};
+    return note("pointFromRayTime", nullptr, p, t), DVector{p.z - t, p.x + 3 * t, p.y * 1.1};
   }
   Vector vectorFromRayTime(const Vector& v, double t) override {
-    note("vectorFromRayTime", nullptr, v, t);
-    return {v.y, v.z - static_cast<float>(t), v.x + 0.3F};
+    return note("vectorFromRayTime", nullptr, v, t),
+           Vector{v.y, v.z - static_cast<float>(t), v.x + 0.3F};
   }
 
   Vector worldToObjectNormal(const ShadingContext& context, const Vector& n) override {
-    note("worldToObjectNormal", &context, n);
-    return {n.y, n.z, n.x};
+    return note("worldToObjectNormal", &context, n), Vector{n.y, n.z, n.x};
   }
   Vector worldToObjectPoint(const ShadingContext& context, const Vector& p) override {
-    note("worldToObjectPoint", &context, p);
-    return {p.z, p.x, p.y};
+    return note("worldToObjectPoint", &context, p), Vector{p.z, p.x, p.y};
   }
 
   void getUVWDerivatives(const ShadingContext& context, std::int32_t channel, Vector& a, Vector& b,

@@ -64,8 +64,8 @@ std::vector<Pair> pairs() {
       pair<FloatOpTwin<Plus>>(f, "sum", ab),
       pair<FloatOpTwin<Minus>>(f, "difference", ab),
       pair<CornersTwin<Power, 1>>(f, "power", ab),
-      pair<WaveTwin<Sine>>(f, "sin", ab),
-      pair<WaveTwin<Cosine>>(f, "cos", ab),
+      pair<WaveTwin<false>>(f, "sin", ab),
+      pair<WaveTwin<true>>(f, "cos", ab),
       pair<ChoiceTwin<Less>>(f, "min", ab),
       pair<ChoiceTwin<Greater>>(f, "max", ab),
 

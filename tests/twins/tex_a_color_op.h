@@ -4,6 +4,8 @@
 
 namespace twins {
 
+inline float intensity(const AColor& c) { return ((c.r + c.g) + c.b) / 3.0F; }
+
 struct ColorPair {
   TextureInterface *color_a = nullptr, *color_b = nullptr;
   TextureFloatInterface *mult_a = nullptr, *mult_b = nullptr, *result_alpha = nullptr;
@@ -14,14 +16,16 @@ struct ScaledColor {
   TextureInterface* color = nullptr;
   TextureFloatInterface *mult = nullptr, *result_alpha = nullptr, *exponent = nullptr;
   auto inputs() { return std::tie(color, mult, result_alpha, exponent); }
+  Vector slopeOfIntensity(const ShadingContext& sc) const {
+    const float m = valueOf(mult, sc, 1), i = intensity(valueOf(color, sc));
+    const Vector dm = gradientOf(mult, sc), dc = gradientOf(color, sc);
+    return dc * m + dm * i;
+  }
 };
 
-inline float intensity(const AColor& c) { return ((c.r + c.g) + c.b) / 3.0F; }
-
 /// `f` of red, green and blue, which is a range, and `alpha`, unless `result_alpha` writes its own.
-template <class F>
 TWIN_INLINE inline void storeChannels(AColor& min, AColor& max, const Interval& alpha,
-                                      const TextureFloatInterface* result_alpha, F f) {
+                                      const TextureFloatInterface* result_alpha, auto f) {
   const Interval r = f(&AColor::r), g = f(&AColor::g), b = f(&AColor::b);
   min = {r.lo, g.lo, b.lo, alpha.lo};
   max = {r.hi, g.hi, b.hi, alpha.hi};
@@ -149,12 +153,7 @@ class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
       return chainedCorners(at(c, k), m, Times());
     });
   }
-  Vector getGradient(const ShadingContext& sc) const override {
-    const float m = valueOf(mult, sc, 1);
-    const float i = intensity(valueOf(color, sc));
-    const Vector dm = gradientOf(mult, sc), dc = gradientOf(color, sc);
-    return dc * m + dm * i;
-  }
+  Vector getGradient(const ShadingContext& sc) const override { return slopeOfIntensity(sc); }
 };
 
 class ColorPowTex final : public Twin<TextureInterface, ScaledColor> {
@@ -185,12 +184,7 @@ class ColorNumberTwin : public Twin<TextureFloatInterface, ScaledColor> {
     const Bounds c(color);
     store(chainedCorners({Formula::of(c.lo), Formula::of(c.hi)}, m, Times()), min, max);
   }
-  Vector getGradient(const ShadingContext& sc) const override {
-    const float m = valueOf(mult, sc, 1);
-    const float i = intensity(valueOf(color, sc));
-    const Vector dm = gradientOf(mult, sc), dc = gradientOf(color, sc);
-    return dc * m + dm * i;
-  }
+  Vector getGradient(const ShadingContext& sc) const override { return slopeOfIntensity(sc); }
 };
 template <float AColor::*kChannel>
 struct Channel {

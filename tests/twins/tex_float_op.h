@@ -58,31 +58,21 @@ class FloatOpTwin final : public CornersTwin<Op, 0> {
 };
 
 /// A function of the product, and its derivative, both in double precision.
-template <class Wave>
+template <bool kIsCosine>
 class WaveTwin final : public FloatTwin {
   float getFloat(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
-    return static_cast<float>(Wave::of(static_cast<double>(a * b)));
+    const auto p = static_cast<double>(a * b);
+    return narrow(kIsCosine ? std::cos(p) : std::sin(p));
   }
-  void getFloatBounds(float& min, float& max) const override {
-    min = -1;
-    max = 1;
-  }
+  void getFloatBounds(float& min, float& max) const override { store({-1.0F, 1.0F}, min, max); }
   Vector getGradient(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
     const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
-    return (da * b + db * a) * static_cast<float>(Wave::derivative(static_cast<double>(a * b)));
+    const auto p = static_cast<double>(a * b);
+    return (da * b + db * a) * narrow(kIsCosine ? 0 - std::sin(p) : std::cos(p));
   }
 };
-struct Sine {
-  static double of(double p) { return std::sin(p); }
-  static double derivative(double p) { return std::cos(p); }
-};
-struct Cosine {
-  static double of(double p) { return std::cos(p); }
-  static double derivative(double p) { return 0 - std::sin(p); }
-};
-
 /// One of the two numbers, bounded by the hull of both.
 template <class ChoosesA>
 class ChoiceTwin final : public FloatTwin {

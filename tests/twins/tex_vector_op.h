@@ -18,8 +18,7 @@ struct ScaledVector {
 inline Vector cross(const Vector& a, const Vector& b) { return narrow(cross(wide(a), wide(b))); }
 
 /// `f` of each component, which is a range.
-template <class F>
-TWIN_INLINE inline void storeComponents(Vector& min, Vector& max, F f) {
+TWIN_INLINE inline void storeComponents(Vector& min, Vector& max, auto f) {
   const Interval x = f(&Vector::x), y = f(&Vector::y), z = f(&Vector::z);
   min = {x.lo, y.lo, z.lo};
   max = {x.hi, y.hi, z.hi};

@@ -88,14 +88,8 @@ inline DVector cross(const DVector& a, const DVector& b) {
 }
 
 // The second one when they tie or when either is NaN.
-template <class T>
-T lesser(T x, T y) {
-  return x < y ? x : y;
-}
-template <class T>
-T greater(T x, T y) {
-  return x > y ? x : y;
-}
+auto lesser(auto x, auto y) { return x < y ? x : y; }
+auto greater(auto x, auto y) { return x > y ? x : y; }
 
 /// The extremes of four numbers, compared from the last one on.
 template <class T>
@@ -108,12 +102,10 @@ TWIN_INLINE inline Interval paired(float p, float q, float r, float s) {
 }
 
 /// `Op` at the corners.
-template <class Op>
-TWIN_INLINE inline Interval chainedCorners(const Interval& a, const Interval& b, Op op) {
+TWIN_INLINE inline Interval chainedCorners(const Interval& a, const Interval& b, auto op) {
   return chained(op(a.hi, b.hi), op(a.hi, b.lo), op(a.lo, b.hi), op(a.lo, b.lo));
 }
-template <class Op>
-TWIN_INLINE inline Interval pairedCorners(const Interval& a, const Interval& b, Op op) {
+TWIN_INLINE inline Interval pairedCorners(const Interval& a, const Interval& b, auto op) {
   return paired(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
 }
 
