@@ -109,11 +109,8 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
         while (i >= kEarly && evaluated.load(std::memory_order_relaxed) == 0) {
           std::this_thread::yield();
         }
-        const bool nearFirst = i % 2 == 0;
-        const float first = (nearFirst ? sampler.nearPlane : sampler.farPlane).getFloat(host.sc);
-        const float second = (nearFirst ? sampler.farPlane : sampler.nearPlane).getFloat(host.sc);
-        EXPECT_EQ(nearFirst ? first : second, nearest);
-        EXPECT_EQ(nearFirst ? second : first, 5000);
+        const auto& plane = i % 2 == 0 ? sampler.nearPlane : sampler.farPlane;
+        EXPECT_EQ(plane.getFloat(host.sc), i % 2 == 0 ? nearest : 5000);
         evaluated.store(1, std::memory_order_relaxed);
       });
     }

@@ -2,9 +2,7 @@
 
 #include <bit>
 #include <random>
-#include <set>
 
-#include "standin/introspection.h"
 #include "tests/support/shading_host.h"
 #include "tests/support/subject.h"
 
@@ -49,18 +47,6 @@ class Random {
   bool special_ = false;
   float specials_[3] = {};
 };
-
-TEST(Sweep, CoversEveryOutput) {
-  std::set<std::string> covered;
-  for (const twins::Pair& pair : twins::pairs()) covered.insert(pair.plugin + "." + pair.output);
-  for (QuorPluginDesc* desc : descriptors()) {
-    desc->paramListDesc->registerParameters(nullptr, desc);
-    for (const standin::ParameterInfo& info : standin::registeredParameters(desc)) {
-      const std::string name = std::string(desc->getPluginName()) + "." + info.name;
-      EXPECT_TRUE(!info.isOutput() || covered.contains(name)) << name << " has no twin";
-    }
-  }
-}
 
 TEST(Sweep, OutputsOfInputsAnswerAndAskAsTheirTwins) {
   for (const twins::Pair& pair : twins::pairs()) {

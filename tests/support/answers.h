@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <iomanip>
 #include <ostream>
 #include <vector>
 
@@ -37,9 +38,7 @@ inline bool operator==(const Answer& a, const Answer& b) {
   return std::ranges::equal(a.numbers, b.numbers, same<double>);
 }
 inline std::ostream& operator<<(std::ostream& out, const Answer& answer) {
-  const auto digits = out.precision(9);
-  for (const double number : answer.numbers) out << number << ' ';
-  out.precision(digits);
+  for (const double number : answer.numbers) out << std::setprecision(9) << number << ' ';
   return out;
 }
 

@@ -19,13 +19,9 @@ class Float3ToAColorTex final : public Twin<TextureInterface, FourFloats> {
   }
   void getColorBounds(AColor& min, AColor& max) const override {
     const Bounds r(float1, 1), g(float2, 1), b(float3, 1);
-    if (invert == 0) {
-      min = {r.lo, g.lo, b.lo, 1};
-      max = {r.hi, g.hi, b.hi, 1};
-    } else {
-      min = {1 - r.hi, 1 - g.hi, 1 - b.hi, 1};
-      max = {1 - r.lo, 1 - g.lo, 1 - b.lo, 1};
-    }
+    const bool straight = invert == 0;
+    min = straight ? AColor{r.lo, g.lo, b.lo, 1} : AColor{1 - r.hi, 1 - g.hi, 1 - b.hi, 1};
+    max = straight ? AColor{r.hi, g.hi, b.hi, 1} : AColor{1 - r.lo, 1 - g.lo, 1 - b.lo, 1};
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const Vector d1 = gradientOf(float1, sc), d2 = gradientOf(float2, sc);

@@ -1,5 +1,7 @@
 #include "tests/twins/pairs.h"
 
+#include <cstdint>
+
 #include "tests/twins/float3_to_acolor.h"
 #include "tests/twins/tex_a_color_op.h"
 #include "tests/twins/tex_float_op.h"
@@ -42,8 +44,6 @@ ClipPlanes& clipPlanes() { return planesOfTwins; }
 
 std::vector<Pair> pairs() {
   constexpr std::int64_t kFar = 1'000'000'000'000'000'000;
-  constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-  constexpr std::int32_t kGreatest = std::numeric_limits<std::int32_t>::max();
   const char* const f = "TexFloatOp";
   const Names ab = {"float_a", "float_b"};
   const char* const v = "TexVectorOp";
@@ -95,8 +95,8 @@ std::vector<Pair> pairs() {
       pair<ColorNumberTwin<ScaledIntensity>>(c, "intensity", scaled),
 
       pair<ColorMulTex>(c, "", colorA),
-      pair<ColorMulTex>(c, "", colorA, "mode", kLeast),
-      pair<ColorMulTex>(c, "", colorA, "mode", kLeast + 1),
+      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MIN),
+      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MIN + 1),
       pair<ColorMulTex>(c, "", colorA, "mode", -1),
       pair<ColorMulTex>(c, "", colorA, "mode", 0),
       pair<ColorMulTex>(c, "", colorB, "mode", 1),
@@ -109,22 +109,22 @@ std::vector<Pair> pairs() {
       pair<ColorPairTwin<ColorChoice<Greater>>>(c, "", colors, "mode", 8),
       pair<ColorPairTwin<AbsoluteDifference>>(c, "", colors, "mode", 9),
       pair<ColorMulTex>(c, "", colorA, "mode", 10),
-      pair<ColorMulTex>(c, "", colorA, "mode", kGreatest),
+      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MAX),
 
       pair<Float3ToAColorTex>(n, "color", numbers, "invert", 0),
       pair<Float3ToAColorTex>(n, "color", numbers, "invert", 1),
       pair<Float3ToAColorTex>(n, "", numbers, "invert", 0),
       pair<Float3ToAColorTex>(n, "", numbers, "invert", 1),
 
-      pair<Position<point>>(s, "point"),
-      pair<Position<pointObject>>(s, "pointObject"),
-      pair<Position<pointCamera>>(s, "pointCamera"),
-      pair<Direction<normal>>(s, "normal"),
-      pair<Direction<normalObject>>(s, "normalObject"),
-      pair<Direction<normalCamera>>(s, "normalCamera"),
-      pair<Direction<geometricNormal>>(s, "gnormal"),
+      pair<VectorFromContext<point, kFar>>(s, "point"),
+      pair<VectorFromContext<pointObject, kFar>>(s, "pointObject"),
+      pair<VectorFromContext<pointCamera, kFar>>(s, "pointCamera"),
+      pair<VectorFromContext<normal, 1>>(s, "normal"),
+      pair<VectorFromContext<normalObject, 1>>(s, "normalObject"),
+      pair<VectorFromContext<normalCamera, 1>>(s, "normalCamera"),
+      pair<VectorFromContext<geometricNormal, 1>>(s, "gnormal"),
       pair<CamToWorldTex>(s, "camToWorld"),
-      pair<Direction<viewDirection>>(s, "view_dir"),
+      pair<VectorFromContext<viewDirection, 1>>(s, "view_dir"),
       pair<FloatFromContext<frameTime, -kFar, kFar>>(s, "frame_time"),
       pair<FloatFromContext<rayTime, 0, 1>>(s, "ray_time"),
       pair<FloatFromContext<facingRatio, -1, 1>>(s, "facing_ratio"),
@@ -134,11 +134,11 @@ std::vector<Pair> pairs() {
           s, "cameraNearClipPlane"),
       pair<FloatFromContext<clipPlane<&ClipPlanes::farPlane>, 0, 1000000000>>(s,
                                                                               "cameraFarClipPlane"),
-      pair<Position<uvCoord>>(s, "uvCoord"),
-      pair<Direction<rayDirection>>(s, "rayDirection"),
-      pair<Position<pixelCenter>>(s, "pixelCenter"),
-      pair<Direction<tangentCamera<0>>>(s, "tangentUCamera"),
-      pair<Direction<tangentCamera<1>>>(s, "tangentVCamera"),
+      pair<VectorFromContext<uvCoord, kFar>>(s, "uvCoord"),
+      pair<VectorFromContext<rayDirection, 1>>(s, "rayDirection"),
+      pair<VectorFromContext<pixelCenter, kFar>>(s, "pixelCenter"),
+      pair<VectorFromContext<tangentCamera<0>, 1>>(s, "tangentUCamera"),
+      pair<VectorFromContext<tangentCamera<1>, 1>>(s, "tangentVCamera"),
   };
 }
 

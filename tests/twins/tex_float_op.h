@@ -13,7 +13,6 @@ using FloatTwin = Twin<TextureFloatInterface, FloatPair>;
 /// `Op` of both numbers, bounded by its corners.
 template <class Op, int kAbsentB>
 class CornersTwin : public FloatTwin {
- public:
   float getFloat(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, kAbsentB);
     return Op()(a, b);

@@ -13,8 +13,7 @@ template <float (*kValue)(const ShadingContext&), std::int64_t kLo, std::int64_t
 class FloatFromContext final : public Twin<TextureFloatInterface> {
   float getFloat(const ShadingContext& sc) const override { return kValue(sc); }
   void getFloatBounds(float& min, float& max) const override {
-    min = static_cast<float>(kLo);
-    max = static_cast<float>(kHi);
+    store({static_cast<float>(kLo), static_cast<float>(kHi)}, min, max);
   }
 };
 template <Vector (*kValue)(const ShadingContext&), std::int64_t kBound>
@@ -26,11 +25,6 @@ class VectorFromContext final : public Twin<TextureVectorInterface> {
     max = {kHi, kHi, kHi};
   }
 };
-
-template <Vector (*kValue)(const ShadingContext&)>
-using Position = VectorFromContext<kValue, 1'000'000'000'000'000'000>;
-template <Vector (*kValue)(const ShadingContext&)>
-using Direction = VectorFromContext<kValue, 1>;
 
 inline Vector applyMatrix(const PreciseTransform& t, const Vector& v) {
   return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
