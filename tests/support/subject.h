@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "tests/support/library.h"
-#include "tests/support/recording.h"
+#include "tests/support/shading_host.h"
 #include "tests/twins/pairs.h"
 
 namespace test {
@@ -28,8 +28,7 @@ inline testing::AssertionResult agree(const twins::Pair& pair, PluginInterface& 
 }
 
 /// An output of a plugin instance and its twin, between the same inputs.
-class Subject {
- public:
+struct Subject {
   explicit Subject(twins::Pair subject) : pair(std::move(subject)), plugin(pair.plugin) {
     for (const std::string& name : pair.inputs) {
       inputs.push_back(std::make_unique<Input>(name, log));

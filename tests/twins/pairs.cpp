@@ -1,7 +1,5 @@
 #include "tests/twins/pairs.h"
 
-#include <cstdint>
-
 #include "tests/twins/float3_to_acolor.h"
 #include "tests/twins/tex_a_color_op.h"
 #include "tests/twins/tex_float_op.h"

@@ -8,11 +8,10 @@ struct FloatPair {
   TextureFloatInterface *float_a = nullptr, *float_b = nullptr;
   auto inputs() { return std::tie(float_a, float_b); }
 };
-using FloatTwin = Twin<TextureFloatInterface, FloatPair>;
 
 /// `Op` of both numbers, bounded by its corners.
 template <class Op, int kAbsentB>
-class CornersTwin : public FloatTwin {
+class CornersTwin : public Twin<TextureFloatInterface, FloatPair> {
   float getFloat(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, kAbsentB);
     return Op()(a, b);
@@ -39,11 +38,9 @@ class RatioTex final : public CornersTwin<Over, 1> {
     return b == 0 ? 0 : a / b;
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    const float a = valueOf(float_a, sc, 0);
-    if (float_b == nullptr) return {};
-    const float b = float_b->getFloat(sc);
+    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 0);
     if (b == 0) return {};
-    const Vector da = gradientOf(float_a, sc), db = float_b->getGradient(sc);
+    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
     return (da * b - db * a) / (b * b);
   }
 };
@@ -58,7 +55,7 @@ class FloatOpTwin final : public CornersTwin<Op, 0> {
 
 /// A function of the product, and its derivative, both in double precision.
 template <bool kIsCosine>
-class WaveTwin final : public FloatTwin {
+class WaveTwin final : public Twin<TextureFloatInterface, FloatPair> {
   float getFloat(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
     const auto p = static_cast<double>(a * b);
@@ -74,7 +71,7 @@ class WaveTwin final : public FloatTwin {
 };
 /// One of the two numbers, bounded by the hull of both.
 template <class ChoosesA>
-class ChoiceTwin final : public FloatTwin {
+class ChoiceTwin final : public Twin<TextureFloatInterface, FloatPair> {
   float getFloat(const ShadingContext& sc) const override {
     const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 1);
     return ChoosesA()(a, b) ? a : b;

@@ -90,14 +90,11 @@ class CamToWorldTex final : public Twin<TextureTransformInterface> {
       return {t.c0, t.c1, t.c2, narrow(origin) + narrow(t.offset)};
     }
     CameraMotion& motion = *render.services->cameraMotion;
-    const double time = sc.rayTime;
-    Transform moved = {motion.vectorToRayTime(t.c0, time),
-                       motion.vectorToRayTime(t.c1, time),
-                       motion.vectorToRayTime(t.c2, time),
-                       {}};
-    const DVector p = motion.pointToRayTime({0, 0, 0}, time);
-    moved.offset = narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z});
-    return moved;
+    const Vector c0 = motion.vectorToRayTime(t.c0, sc.rayTime);
+    const Vector c1 = motion.vectorToRayTime(t.c1, sc.rayTime);
+    const Vector c2 = motion.vectorToRayTime(t.c2, sc.rayTime);
+    const DVector p = motion.pointToRayTime({0, 0, 0}, sc.rayTime);
+    return {c0, c1, c2, narrow({p.x + origin.x, p.y + origin.y, p.z + origin.z})};
   }
 };
 
