@@ -94,8 +94,6 @@ std::vector<Pair> pairs() {
 
       pair<ColorMulTex>(c, "", colorA),
       pair<ColorMulTex>(c, "", colorA, "mode", INT32_MIN),
-      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MIN + 1),
-      pair<ColorMulTex>(c, "", colorA, "mode", -1),
       pair<ColorMulTex>(c, "", colorA, "mode", 0),
       pair<ColorMulTex>(c, "", colorB, "mode", 1),
       pair<ColorPairTwin<ColorProduct>>(c, "", colors, "mode", 2),

@@ -38,9 +38,11 @@ class RatioTex final : public CornersTwin<Over, 1> {
     return b == 0 ? 0 : a / b;
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    const float a = valueOf(float_a, sc, 0), b = valueOf(float_b, sc, 0);
+    const float a = valueOf(float_a, sc, 0);
+    if (float_b == nullptr) return {};
+    const float b = float_b->getFloat(sc);
     if (b == 0) return {};
-    const Vector da = gradientOf(float_a, sc), db = gradientOf(float_b, sc);
+    const Vector da = gradientOf(float_a, sc), db = float_b->getGradient(sc);
     return (da * b - db * a) / (b * b);
   }
 };

@@ -46,10 +46,14 @@ TWIN_INLINE inline Interval at(const Range<T>& range, float T::*part) {
 // What an input answers. An absent vector or colour is zero, and so is every absent gradient.
 template <class Texture>
 using ValueOf = decltype(test::value(std::declval<Texture>(), ShadingContext()));
-template <class Texture>
-ValueOf<Texture> valueOf(const Texture* input, const ShadingContext& sc,
-                         ValueOf<Texture> absent = {}) {
-  return input != nullptr ? test::value(*input, sc) : absent;
+inline Vector valueOf(const TextureVectorInterface* input, const ShadingContext& sc) {
+  return input != nullptr ? input->getVector(sc) : Vector{};
+}
+inline AColor valueOf(const TextureInterface* input, const ShadingContext& sc) {
+  return input != nullptr ? input->getColor(sc) : AColor{};
+}
+inline float valueOf(const TextureFloatInterface* input, const ShadingContext& sc, float absent) {
+  return input != nullptr ? input->getFloat(sc) : absent;
 }
 inline Vector gradientOf(const auto* input, const ShadingContext& sc) {
   return input != nullptr ? input->getGradient(sc) : Vector{};
@@ -114,10 +118,12 @@ using Over = std::divides<float>;
 using Less = std::less<float>;
 using Greater = std::greater<float>;
 struct Plus {
-  auto operator()(const auto& a, const auto& b) const { return a + b; }
+  float operator()(float a, float b) const { return a + b; }
+  Vector operator()(const Vector& a, const Vector& b) const { return a + b; }
 };
 struct Minus {
-  auto operator()(const auto& a, const auto& b) const { return a - b; }
+  float operator()(float a, float b) const { return a - b; }
+  Vector operator()(const Vector& a, const Vector& b) const { return a - b; }
 };
 struct Power {
   float operator()(float base, float exponent) const { return powf(base, exponent); }
