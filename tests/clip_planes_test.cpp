@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <future>
@@ -88,11 +89,11 @@ TEST_F(ClipPlanes, OfOneInstanceAreNotHeldUpByThoseOfAnother) {
 TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
   // Three of four threads come early: nobody gets a box before all of these are about to evaluate.
   // The others come when the planes are there, with nothing but the planes' own flag to order them.
-  constexpr int kThreads = 8;
-  constexpr int kEarly = kThreads / 4 * 3;
+  constexpr unsigned kThreads = 8;
+  constexpr unsigned kEarly = kThreads / 4 * 3;
   const char* const wanted = std::getenv("SAMPLERINFO_RACE_FRAMES");
   const int frames = wanted != nullptr ? std::atoi(wanted) : 2000;
-  std::atomic<int> arrived, evaluated;
+  std::atomic<unsigned> arrived, evaluated;
   host.whileBoxIsAsked = [&] {
     while (arrived < kEarly) std::this_thread::yield();
   };
@@ -101,9 +102,9 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
     setBox(nearest, 5000);
     sampler.frameBegin();
     arrived = evaluated = 0;
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-      threads.emplace_back([&, i] {
+    std::array<std::jthread, kThreads> threads;
+    for (unsigned i = 0; i < kThreads; ++i) {
+      threads.at(i) = std::jthread([&, i] {
         if (i < kEarly) ++arrived;
         while (i >= kEarly && evaluated.load(std::memory_order_relaxed) == 0) {
           std::this_thread::yield();
@@ -113,7 +114,7 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
         evaluated.store(1, std::memory_order_relaxed);
       });
     }
-    threads.clear();
+    for (std::jthread& thread : threads) thread.join();
     EXPECT_EQ(host.printed, frame);
   }
 }
