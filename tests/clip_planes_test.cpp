@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <future>
@@ -102,9 +101,9 @@ TEST_F(ClipPlanes, AreTheSameForAllThreadsThatRaceForTheFirstSample) {
     setBox(nearest, 5000);
     sampler.frameBegin();
     arrived = evaluated = 0;
-    std::array<std::jthread, kThreads> threads;
+    std::jthread threads[kThreads];
     for (unsigned i = 0; i < kThreads; ++i) {
-      threads.at(i) = std::jthread([&, i] {
+      threads[i] = std::jthread([&, i] {
         if (i < kEarly) ++arrived;
         while (i >= kEarly && evaluated.load(std::memory_order_relaxed) == 0) {
           std::this_thread::yield();
