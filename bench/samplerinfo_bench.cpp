@@ -21,7 +21,7 @@
 #include <thread>
 
 #include "bench/network.h"
-#include "standin/host_objects.h"
+#include "standin/one_sample.h"
 #include "tests/support/answers.h"
 
 namespace {
@@ -71,49 +71,6 @@ void repeat(const PluginInterface& texture, Question question, const ShadingCont
 }
 
 // ---- Rows --------------------------------------------------------------------------------------
-
-/// A host whose camera moves or not, and which writes nothing down.
-struct Host {
-  explicit Host(bool moving) {
-    services.cameraMoving = moving ? 1 : 0;
-    frame.worldToCamera = {{0.8F, 0, -0.6F}, {0, 1, 0}, {0.6F, 0, 0.8F}, {1, 2, -9}};
-    frame.cameraToWorld = {{0.8F, 0, 0.6F}, {0, 1, 0}, {-0.6F, 0, 0.8F}, {5, -2, 7}};
-    frame.imageHeight = 480;
-    scene.lo = {-1, -1, -1};
-    scene.hi = {1, 1, 1};
-    surface.hasUvw = surface.hasMaterialId = true;
-    surface.uvw = {0.25F, 0.5F, 0};
-    surface.a = {2, 0, 0.5F};
-    surface.b = {0, 4, 0};
-    surface.c = {0, 0.25F, 1};
-    object.hasMapping = true;
-    sc.renderContext = &render;
-    sc.rayDirection = {0.6F, 0, -0.8F};
-    sc.rayTime = 0.25;
-    sc.imageX = 100.5;
-    sc.imageY = 20.25;
-    sc.object = &object;
-    sc.surface = &surface;
-    sc.shadingPoint = {1, 2, 3};
-    sc.normal = sc.geometricNormal = {0, 0.6F, 0.8F};
-  }
-
-  struct Motion final : CameraMotion {
-    DVector pointToRayTime(const DVector& p, double t) override { return {p.x + t, p.y, p.z}; }
-    Vector vectorToRayTime(const Vector& v, double /*t*/) override { return v; }
-    DVector pointFromRayTime(const DVector& p, double t) override { return {p.x - t, p.y, p.z}; }
-    Vector vectorFromRayTime(const Vector& v, double /*t*/) override { return v; }
-  };
-
-  Motion motion;
-  standin::BoxScene scene;
-  standin::SurfacePoint surface;
-  standin::SceneObject object;
-  RenderServices services{nullptr, &scene, &motion, 0};
-  QuorFrameData frame;
-  RenderContext render{&services, &frame};
-  ShadingContext sc{};
-};
 
 constexpr int kNone = Node::kAbsent;
 constexpr int kConst = Node::kConstant;
@@ -173,15 +130,15 @@ std::string nameOf(const std::vector<Node>& nodes) {
   return name;
 }
 
-std::vector<Row> rows(const Library& library, const Host& still, const Host& moving,
-                      const std::string& only) {
+std::vector<Row> rows(const Library& library, const standin::OneSample& still,
+                      const standin::OneSample& moving, const std::string& only) {
   std::vector<std::vector<Node>> networks = singles();
   for (const int links : {1, 4, 16, 64}) networks.push_back(chain(links));
   networks.push_back(kMixed);
   std::vector<Row> result;
   for (const std::vector<Node>& nodes : networks) {
     const auto network = std::make_shared<Network>(library, nodes);
-    for (const Host* host : {&still, &moving}) {
+    for (const standin::OneSample* host : {&still, &moving}) {
       if (host == &moving && !nodes[0].pair.starts_with("TexSampler")) continue;
       for (const Question question : kQuestions) {
         if (test::ask(*network->twinTexture, question, host->sc).numbers.empty()) continue;
@@ -332,7 +289,7 @@ double loadingTime() {
   });
 }
 
-void printExtras(const Library& library, const Host& still, double loading) {
+void printExtras(const Library& library, const standin::OneSample& still, double loading) {
   const auto mixed = std::make_shared<Network>(library, kMixed);
   Network planes(library, {{"TexSampler.cameraNearClipPlane", {}}});
   std::printf("\nload, enumerate, unload     %9.3f ms\n", loading * 1e-6);
@@ -424,8 +381,8 @@ int run(int argc, char** argv) {
 
   const double loading = loadingTime();
   const Library library;
-  const Host still(false);
-  const Host moving(true);
+  const standin::OneSample still(false);
+  const standin::OneSample moving(true);
   const std::vector<Row> table = rows(library, still, moving, only);
   if (counted) {
     runCounted(table);

@@ -10,9 +10,10 @@
 #include "frame/allocator.h"
 #include "frame/platform.h"
 #include "standin/introspection.h"
+#include "standin/one_sample.h"
 #include "standin/textures.h"
+#include "tests/support/answers.h"
 #include "tests/support/library.h"
-#include "tests/support/shading_host.h"
 
 extern "C" QUtils::PluginLibDesc* getLibDesc();
 
@@ -225,9 +226,9 @@ struct CountingLog final : RenderLog {
 };
 
 TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClippingPlanes) {
-  ShadingHost host;
+  standin::OneSample sample(true);
   CountingLog log;
-  host.services = {&log, &host.scene, &host.motion, 1};
+  sample.services.log = &log;
   standin::ConstantFloat number(0.5F);
   standin::ConstantVector vector({1, 2, 3});
   standin::ConstantColor color({0.1F, 0.2F, 0.3F, 0.4F});
@@ -249,7 +250,7 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
     const bool hasClipPlanes = std::strcmp(desc->getPluginName(), "TexSampler") == 0;
     for (const int locks : {hasClipPlanes ? 1 : 0, 0}) {
       fake = {};
-      for (const PluginInterface* texture : textures) evaluate(*texture, host.sc);
+      for (const PluginInterface* texture : textures) evaluate(*texture, sample.sc);
       EXPECT_EQ(fake.blocks, 0);
       EXPECT_EQ(fake.locks, locks);
       EXPECT_EQ(fake.held, 0);
