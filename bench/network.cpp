@@ -18,19 +18,10 @@ Library::~Library() { dlclose(module_); }
 std::int32_t Library::plugins() const { return desc_->enumPluginDescs(nullptr); }
 
 QuorPluginDesc& Library::descriptor(const std::string& plugin) const {
-  struct Finder final : PluginDescVisitor {
-    explicit Finder(const std::string& wanted) : name(wanted) {}
-    std::int32_t visitPluginDesc(PluginDesc* desc) override {
-      if (desc->getPluginName() != name) return 1;
-      found = static_cast<QuorPluginDesc*>(desc);
-      return 0;
-    }
-    const std::string& name;
-    QuorPluginDesc* found = nullptr;
-  } finder(plugin);
-  desc_->enumPluginDescs(&finder);
-  if (finder.found == nullptr) throw std::runtime_error("the library has no " + plugin);
-  return *finder.found;
+  for (QuorPluginDesc* desc : standin::descriptorsOf(*desc_)) {
+    if (desc->getPluginName() == plugin) return *desc;
+  }
+  throw std::runtime_error("the library has no " + plugin);
 }
 
 namespace {
@@ -48,49 +39,33 @@ twins::Pair pairNamed(const std::string& name) {
 Network::Network(const Library& library, const std::vector<Node>& nodes) {
   for (const Node& node : nodes) {
     twins::Pair pair = pairNamed(node.pair);
-    QuorPluginDesc& desc = library.descriptor(pair.plugin);
-    PluginBase* object = desc.newPlugin(nullptr);
-    auto* plugin = static_cast<QuorPluginInterface*>(object->getInterface(EXT_QUOR_PLUGIN));
-    if (!pair.setting.empty()) {
-      const bool isMode = pair.setting == "mode";
-      QuorPluginParameter number{
-          pair.setting.c_str(), isMode ? ParameterKind::Integer : ParameterKind::Boolean, {}};
-      if (isMode) {
-        number.value.integer = pair.setTo;
-      } else {
-        number.value.boolean = pair.setTo != 0;
-      }
-      plugin->setParameter(&number);
-    }
+    auto plugin = std::make_unique<standin::PluginInstance>(library.descriptor(pair.plugin));
+    if (pair.setting == "mode") plugin->set("mode", pair.setTo);
+    if (pair.setting == "invert") plugin->set("invert", pair.setTo != 0);
     for (std::size_t i = 0; i < node.sources.size(); ++i) {
       const int source = node.sources[i];
       if (source == Node::kAbsent) continue;
       const std::string& input = pair.inputs.at(i);
-      PluginInterface* constant = source == Node::kConstant ? constantFor(input) : nullptr;
-      const auto* from =
-          constant == nullptr ? &instances_.at(static_cast<std::size_t>(source)) : nullptr;
-      QuorPluginParameter connection{input.c_str(), ParameterKind::Interface, {}};
-      connection.value.iface = constant != nullptr ? constant : from->texture;
-      plugin->setParameter(&connection);
-      pair.connect(i, constant != nullptr ? constant : from->pair.twin.get());
+      if (source == Node::kConstant) {
+        PluginInterface* constant = constantFor(input);
+        plugin->connect(input, constant);
+        pair.connect(i, constant);
+      } else {
+        const Output& from = outputs_.at(static_cast<std::size_t>(source));
+        plugin->connect(input, from.plugin->texture(from.pair.output));
+        pair.connect(i, from.pair.twin.get());
+      }
     }
-    PluginInterface* texture =
-        pair.output.empty() ? object->getInterface(EXT_TEXTURE)
-                            : plugin->getParameter(modifiable(pair.output.c_str()))->value.iface;
-    plugin->renderBegin(nullptr);
-    libraryTexture = texture;
+    plugin->plugin().renderBegin(nullptr);
+    libraryTexture = plugin->texture(pair.output);
     twinTexture = pair.twin.get();
-    instances_.push_back({&desc, object, plugin, texture, std::move(pair)});
+    outputs_.push_back({std::move(plugin), std::move(pair)});
   }
   frameBegin();
 }
 
-Network::~Network() {
-  for (const Instance& instance : instances_) instance.desc->deletePlugin(instance.object);
-}
-
 void Network::frameBegin() {
-  for (const Instance& instance : instances_) instance.plugin->frameBegin(nullptr);
+  for (const Output& output : outputs_) output.plugin->frameBegin();
   twins::clipPlanes().computed = 0;
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/plugin.h"
+#include "standin/plugin_instance.h"
 #include "standin/textures.h"
 #include "tests/twins/pairs.h"
 
@@ -43,26 +43,19 @@ struct Node {
 class Network {
  public:
   Network(const Library& library, const std::vector<Node>& nodes);
-  ~Network();
-  Network(const Network&) = delete;
-  Network& operator=(const Network&) = delete;
-
   void frameBegin();
 
   const PluginInterface* libraryTexture = nullptr;  ///< of the last node
   const PluginInterface* twinTexture = nullptr;
 
  private:
-  struct Instance {
-    QuorPluginDesc* desc;
-    PluginBase* object;
-    QuorPluginInterface* plugin;
-    PluginInterface* texture;
+  struct Output {
+    std::unique_ptr<standin::PluginInstance> plugin;
     twins::Pair pair;
   };
   PluginInterface* constantFor(const std::string& input);
 
-  std::vector<Instance> instances_;
+  std::vector<Output> outputs_;
   std::vector<std::unique_ptr<PluginInterface>> constants_;
 };
 

@@ -232,7 +232,7 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
   standin::ConstantFloat number(0.5F);
   standin::ConstantVector vector({1, 2, 3});
   standin::ConstantColor color({0.1F, 0.2F, 0.3F, 0.4F});
-  for (QuorPluginDesc* desc : descriptors()) {
+  for (QuorPluginDesc* desc : standin::descriptorsOf(library())) {
     SCOPED_TRACE(desc->getPluginName());
     desc->paramListDesc->registerParameters(nullptr, desc);
     Instance instance(desc->getPluginName());
@@ -241,7 +241,7 @@ TEST_F(AllocationTest, EvaluationsAllocateNothingAndTakeNoLockButTheOneOfTheClip
       if (info.type == standin::ParamType::Color) instance.connect(info.name, &color);
       if (info.type == standin::ParamType::Float) instance.connect(info.name, &number);
       if (info.type == standin::ParamType::Vector) instance.connect(info.name, &vector);
-      if (info.isOutput()) textures.push_back(&instance.output<PluginInterface>(info.name));
+      if (info.isOutput()) textures.push_back(instance.texture(info.name));
     }
     if (PluginInterface* own = instance.object().getInterface(EXT_TEXTURE)) textures.push_back(own);
     instance.plugin().renderBegin(nullptr);

@@ -18,8 +18,13 @@ struct Sampler : Instance {
     plugin().renderBegin(nullptr);
     frameBegin();
   }
-  const TextureFloatInterface& nearPlane = output<TextureFloatInterface>("cameraNearClipPlane");
-  const TextureFloatInterface& farPlane = output<TextureFloatInterface>("cameraFarClipPlane");
+  const TextureFloatInterface& nearPlane = plane("cameraNearClipPlane");
+  const TextureFloatInterface& farPlane = plane("cameraFarClipPlane");
+
+ private:
+  TextureFloatInterface& plane(const char* output) const {
+    return static_cast<TextureFloatInterface&>(*texture(output));
+  }
 };
 
 /// A camera at the origin that looks down the negative z axis, and a box in front of it.

@@ -32,7 +32,7 @@ struct RecordingHost final : QuorPluginHost, standin::CallListener {
 // What is described, texts included, is compared with docs/plugins.md.
 TEST(ObjectModel, CallsTheHostInItsOrder) {
   RecordingHost host;
-  const std::vector<QuorPluginDesc*> loaded = descriptors();
+  const std::vector<QuorPluginDesc*> loaded = standin::descriptorsOf(library());
   standin::listenToCalls(&host);
   for (QuorPluginDesc* desc : loaded) {
     desc->registerPlugin(&host);

@@ -112,7 +112,7 @@ TEST(Sweep, OutputsOfTheContextAnswerAndAskAsTheirTwins) {
     }
     for (std::size_t i = 0; i < pairs.size(); ++i) {
       const twins::Pair& pair = pairs[(i + trial) % pairs.size()];
-      auto& output = sampler.output<PluginInterface>(pair.output.c_str());
+      PluginInterface& output = *sampler.texture(pair.output);
       ASSERT_TRUE(agree(pair, output, host.sc, host.log)) << "trial " << trial;
     }
   }

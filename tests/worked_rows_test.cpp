@@ -76,7 +76,7 @@ void expectRow(const std::string& text) {
     } else {
       Input& input = *subject.inputs.emplace_back(std::make_unique<Input>(name, subject.log));
       input.value = input.lo = color;
-      EXPECT_TRUE(subject.plugin.connect(name.c_str(), input.texture())) << text;
+      EXPECT_TRUE(subject.plugin.connect(name, input.texture())) << text;
     }
   }
   subject.plugin.frameBegin();
@@ -145,13 +145,13 @@ TEST(EveryOutput, FollowsItsModeAtOnceAndIsInvertedFromTheNextFrameOn) {
 }
 
 TEST(EveryOutput, HasATwinAndItsPlaceAndIsNoObjectOfItsOwnButForTheIntensity) {
-  for (QuorPluginDesc* desc : descriptors()) {
+  for (QuorPluginDesc* desc : standin::descriptorsOf(library())) {
     Instance plugin(desc->getPluginName());
     std::set<std::string> outputs;
     const PluginInterface* last = nullptr;
     for (const twins::Pair& pair : twins::pairs()) {
       if (pair.plugin != desc->getPluginName() || pair.output.empty()) continue;
-      auto& output = plugin.output<PluginInterface>(pair.output.c_str());
+      PluginInterface& output = *plugin.texture(pair.output);
       EXPECT_TRUE(outputs.contains(pair.output) || std::less<>()(last, &output)) << pair.name();
       EXPECT_EQ(output.getPlugin() == nullptr, pair.output != "intensity") << pair.name();
       outputs.insert(pair.output);
@@ -170,7 +170,7 @@ TEST(ShaderSource, IsThatOfTheFirstColour) {
   Log log;
   Input color_a("color_a", log);
   Instance op("TexAColorOp");
-  PluginBase& intensity = *op.output<TextureFloatInterface>("intensity").getPlugin();
+  PluginBase& intensity = *op.texture("intensity")->getPlugin();
   const auto texturesFor = [](PluginBase& object, const char* valueKind, const char* descriptor) {
     std::vector<const PluginInterface*> textures;
     ShaderSource source;

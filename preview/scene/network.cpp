@@ -34,20 +34,16 @@ using standin::ParamType;
 
 }  // namespace
 
-PluginInterface* Network::Instance::ownTexture() const {
-  return hostTexture != nullptr ? hostTexture.get() : object->getInterface(EXT_TEXTURE);
+PluginInterface* Network::Instance::texture(const std::string& output) const {
+  return hostTexture != nullptr ? hostTexture.get() : plugin->texture(output);
 }
 
 std::vector<std::string> Network::Instance::parameterNames(bool outputs) const {
   std::vector<std::string> names;
-  for (const ParameterInfo& info : standin::registeredParameters(object.get_deleter().desc)) {
+  for (const ParameterInfo& info : standin::registeredParameters(&plugin->desc())) {
     if (info.isOutput() == outputs) names.emplace_back(info.name);
   }
   return names;
-}
-
-PluginInterface* Network::Instance::output(const std::string& name) const {
-  return plugin->getParameter(modifiable(name.c_str()))->value.iface;
 }
 
 Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library) {
@@ -60,15 +56,13 @@ Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library) {
 }
 
 Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& library) {
-  if (auto texture = makeHostTexture(node)) return {&node, nullptr, nullptr, std::move(texture)};
+  if (auto texture = makeHostTexture(node)) return {&node, nullptr, std::move(texture)};
 
   std::vector<std::string> names;
   for (QuorPluginDesc* desc : library.descs()) {
     names.emplace_back(desc->getPluginName());
     if (names.back() != node.plugin) continue;
-    std::unique_ptr<PluginBase, DeletePlugin> object(desc->newPlugin(nullptr), {desc});
-    auto* plugin = static_cast<QuorPluginInterface*>(object->getInterface(EXT_QUOR_PLUGIN));
-    return {&node, std::move(object), plugin, nullptr};
+    return {&node, std::make_unique<standin::PluginInstance>(*desc), nullptr};
   }
   std::ranges::copy(hostTextureNames(), std::back_inserter(names));
   throw SceneError(node.place + ".plugin", unknown("no plugin", node.plugin, names));
@@ -94,7 +88,7 @@ PluginInterface& Network::find(const Reference& reference, const std::string& pl
   const Instance& from = instance(reference.node, place);
   const std::string& kind = from.node->plugin;
   if (reference.output.empty()) {
-    if (PluginInterface* texture = from.ownTexture()) return *texture;
+    if (PluginInterface* texture = from.texture()) return *texture;
     throw SceneError(place, kind + " is not itself a texture; name one of its outputs: \"" +
                                 reference.node + ".OUTPUT\"");
   }
@@ -102,11 +96,11 @@ PluginInterface& Network::find(const Reference& reference, const std::string& pl
   if (std::ranges::find(names, reference.output) == names.end()) {
     throw SceneError(place, unknown(kind + " has no output", reference.output, names));
   }
-  return *from.output(reference.output);
+  return *from.texture(reference.output);
 }
 
 void Network::setParameter(const Instance& instance, const Parameter& parameter) {
-  const auto infos = standin::registeredParameters(instance.object.get_deleter().desc);
+  const auto infos = standin::registeredParameters(&instance.plugin->desc());
   const auto info = std::ranges::find_if(infos, [&](const ParameterInfo& candidate) {
     return !candidate.isOutput() && candidate.name == parameter.name;
   });
@@ -115,34 +109,31 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
                                               parameter.name, instance.parameterNames(false)));
   }
 
-  QuorPluginParameter record{info->name, ParameterKind::Interface, {}};
+  const standin::PluginInstance& plugin = *instance.plugin;
   if (info->type == ParamType::Boolean) {
     const auto* boolean = std::get_if<bool>(&parameter.value);
     if (boolean == nullptr) refuse(parameter, *info);
-    record.kind = ParameterKind::Boolean;
-    record.value.boolean = *boolean;
+    plugin.set(parameter.name, *boolean);
   } else if (info->type == ParamType::Integer) {
     const auto* number = std::get_if<double>(&parameter.value);
     if (number == nullptr || std::floor(*number) != *number || *number < INT32_MIN ||
         *number > INT32_MAX) {
       refuse(parameter, *info);
     }
-    record.kind = ParameterKind::Integer;
-    record.value.integer = static_cast<std::int32_t>(*number);
+    plugin.set(parameter.name, static_cast<std::int32_t>(*number));
   } else if (const auto* reference = std::get_if<Reference>(&parameter.value)) {
     PluginInterface& texture = find(*reference, parameter.place);
     if (texture.getInterfaceId() != info->kind().texture) {
       refuse(parameter, *info, "; \"" + reference->text() + "\" is of kind " + kindName(texture));
     }
-    record.value.iface = &texture;
+    plugin.connect(parameter.name, &texture);
   } else {
     std::unique_ptr<PluginInterface> constant = constantTexture(parameter.value);
     if (constant == nullptr || constant->getInterfaceId() != info->kind().texture) {
       refuse(parameter, *info);
     }
-    record.value.iface = constants_.emplace_back(std::move(constant)).get();
+    plugin.connect(parameter.name, constants_.emplace_back(std::move(constant)).get());
   }
-  instance.plugin->setParameter(&record);
 }
 
 void Network::checkConnections() const {
@@ -183,10 +174,10 @@ std::vector<Network::NamedTexture> Network::textures() const {
   std::vector<NamedTexture> result;
   for (const Instance& node : instances_) {
     const std::string& name = node.node->name;
-    if (const PluginInterface* texture = node.ownTexture()) result.emplace_back(name, texture);
+    if (const PluginInterface* texture = node.texture()) result.emplace_back(name, texture);
     if (node.plugin == nullptr) continue;
     for (const std::string& output : node.parameterNames(true)) {
-      result.emplace_back(Reference{name, output}.text(), node.output(output));
+      result.emplace_back(Reference{name, output}.text(), node.texture(output));
     }
   }
   return result;
@@ -194,7 +185,7 @@ std::vector<Network::NamedTexture> Network::textures() const {
 
 void Network::tell(void (QuorPluginInterface::*event)(QuorRenderer*)) const {
   for (const Instance& node : instances_) {
-    if (node.plugin != nullptr) (node.plugin->*event)(nullptr);
+    if (node.plugin != nullptr) (node.plugin->plugin().*event)(nullptr);
   }
 }
 

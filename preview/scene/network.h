@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/plugin.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene.h"
+#include "standin/plugin_instance.h"
 
 namespace preview {
 
@@ -38,24 +38,17 @@ class Network {
   void renderEnd() const { tell(&QuorPluginInterface::renderEnd); }
 
  private:
-  struct DeletePlugin {
-    void operator()(PluginBase* object) const { desc->deletePlugin(object); }
-    QuorPluginDesc* desc;
-  };
-
   /// A node with its plugin, or with its texture of the host.
   struct Instance {
     const Node* node;
-    std::unique_ptr<PluginBase, DeletePlugin> object;
-    QuorPluginInterface* plugin;  ///< of `object`
+    std::unique_ptr<standin::PluginInstance> plugin;
     std::unique_ptr<PluginInterface> hostTexture;
 
-    /// The plugin or the texture, if it is a texture that can be named without an output; or null.
-    PluginInterface* ownTexture() const;
+    /// The texture of an output, or the one that is named without an output; null if there is none.
+    PluginInterface* texture(const std::string& output = {}) const;
 
     /// The names of the plugin's outputs, or of its inputs.
     std::vector<std::string> parameterNames(bool outputs) const;
-    PluginInterface* output(const std::string& name) const;
   };
 
   static Instance makeInstance(const Node& node, const PluginLibrary& library);

@@ -40,17 +40,14 @@ struct Subject {
     EXPECT_TRUE(name == "mode" ? plugin.set("mode", number) : plugin.set("invert", number != 0));
   }
 
-  PluginInterface& output() {
-    if (!pair.output.empty()) return plugin.output<PluginInterface>(pair.output.c_str());
-    return *plugin.object().getInterface(EXT_TEXTURE);
-  }
+  PluginInterface& output() { return *plugin.texture(pair.output); }
 
   /// Tells the instance that the inputs whose bits are set are connected, and no others. Its
   /// outputs see it from the next frame on.
   void connect(unsigned which) {
     for (std::size_t i = 0; i < inputs.size(); ++i) {
       PluginInterface* texture = (which >> i & 1U) != 0 ? inputs[i]->texture() : nullptr;
-      EXPECT_TRUE(plugin.connect(pair.inputs[i].c_str(), texture));
+      EXPECT_TRUE(plugin.connect(pair.inputs[i], texture));
     }
   }
   void connectTwin(unsigned which) {
