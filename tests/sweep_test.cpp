@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <limits>
 #include <random>
 
 #include "tests/support/subject.h"
@@ -40,8 +41,11 @@ class Random {
   DVector precise() { return {real(), real(), real()}; }
 
  private:
+  static constexpr float kInf = std::numeric_limits<float>::infinity();
   static constexpr float kSpecials[] = {
-      0, 0, 0, 0, 1, 1, 0.5F, 3, 2.5F, 1e-40F, 3e38F, kInf, kInf, kNaN, 0.1F, 16777217.0F, 1e-7F};
+      0,    0,           0,      0,     1,    1,    0.5F,
+      3,    2.5F,        1e-40F, 3e38F, kInf, kInf, std::numeric_limits<float>::quiet_NaN(),
+      0.1F, 16777217.0F, 1e-7F};
   std::mt19937 engine_;
   bool special_ = false;
   float specials_[3] = {};

@@ -1,15 +1,22 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <ostream>
 #include <vector>
 
 #include "host/shading_context.h"
-#include "tests/support/bits.h"
 
 /// Textures of any kind, asked any question. Answers are compared as bits.
 namespace test {
+
+/// Compares as bits: signs of zero count, any NaN equals any other.
+template <class T>
+bool same(T a, T b) {
+  if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
+  return a == b && std::signbit(a) == std::signbit(b);
+}
 
 using namespace QUtils;
 
