@@ -47,14 +47,25 @@ TEST(ObjectModel, CallsTheHostInItsOrder) {
   EXPECT_EQ(host.calls.str() + '\n', expected.str());
 }
 
+/// A descriptor that describes no parameters.
+struct BareDesc final : QuorPluginDesc {
+  BareDesc() : QuorPluginDesc(nullptr) {}
+  std::uint64_t getPluginId() const override { return 0; }
+  PluginBase* newPlugin(void* /*host*/) override { return nullptr; }
+  void deletePlugin(PluginBase* /*plugin*/) override {}
+  std::int32_t supportsInterface(InterfaceId /*id*/) const override { return 0; }
+  const char* getPluginName() const override { return "bare"; }
+};
+
 TEST(ObjectModel, DoesWithoutParameters) {
-  struct Bare final : QuorPlugin {
-    Bare() : QuorPlugin(nullptr) {}
-  } bare;
-  QuorPluginParameter parameter{"x", ParameterKind::Integer, {}};
-  EXPECT_EQ(bare.setParameter(&parameter), 0);
-  EXPECT_EQ(bare.getParameter(modifiable("x")), nullptr);
-  EXPECT_EQ(bare.getPluginDesc(), nullptr);
+  BareDesc desc;
+  for (BareDesc* maker : {&desc, static_cast<BareDesc*>(nullptr)}) {
+    QuorPlugin bare(maker);
+    QuorPluginParameter parameter{"x", ParameterKind::Integer, {}};
+    EXPECT_EQ(bare.setParameter(&parameter), 0);
+    EXPECT_EQ(bare.getParameter(modifiable("x")), nullptr);
+    EXPECT_EQ(bare.getPluginDesc(), maker);
+  }
 }
 
 }  // namespace
