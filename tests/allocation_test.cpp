@@ -58,7 +58,9 @@ void freeHeapBlock(void* block) noexcept {
 std::uint32_t heapTotal() noexcept { return fake.total; }
 HeapWalk walkHeap() noexcept { return fake.walk; }
 bool heapIsIntact() noexcept { return fake.heapIntact; }
-void debugOutput(const char* text) noexcept { std::strcat(fake.debugText, text); }
+void debugOutput(const char* text) noexcept {
+  std::strncat(fake.debugText, text, sizeof fake.debugText - std::strlen(fake.debugText) - 1);
+}
 
 // As the oldest systems have it: no terminator for a text that fills the buffer.
 int formatText(char* buffer, std::size_t size, const char* format,
@@ -72,7 +74,9 @@ int formatText(char* buffer, std::size_t size, const char* format,
 // Counts instead of excluding: the one thread would wait for itself for ever if it took a lock
 // twice.
 Lock::Lock() noexcept { storage_[0] = std::byte{0}; }
-Lock::~Lock() = default;
+Lock::~Lock() {
+  if (storage_[0] != std::byte{0}) std::abort();
+}
 void Lock::lock() {
   if (std::exchange(storage_[0], std::byte{1}) != std::byte{0}) std::abort();
   ++fake.locks;
