@@ -56,13 +56,15 @@ Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library) {
 }
 
 Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& library) {
-  if (auto texture = makeHostTexture(node)) return {&node, nullptr, std::move(texture)};
+  Instance result{&node, nullptr, makeHostTexture(node)};
+  if (result.hostTexture != nullptr) return result;
 
   std::vector<std::string> names;
   for (QuorPluginDesc* desc : library.descs()) {
     names.emplace_back(desc->getPluginName());
     if (names.back() != node.plugin) continue;
-    return {&node, std::make_unique<standin::PluginInstance>(*desc), nullptr};
+    result.plugin = std::make_unique<standin::PluginInstance>(*desc);
+    return result;
   }
   std::ranges::copy(hostTextureNames(), std::back_inserter(names));
   throw SceneError(node.place + ".plugin", unknown("no plugin", node.plugin, names));
