@@ -192,7 +192,7 @@ std::pair<double, double> nanosecondsOf(const Row& row) {
 
 // ---- Instructions ------------------------------------------------------------------------------
 
-constexpr int kCounted = 16;
+constexpr int kCounted = 256;
 
 /// Under callgrind: a dump per row and side.
 void runCounted(const std::vector<Row>& rows) {
