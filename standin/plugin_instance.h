@@ -1,5 +1,6 @@
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -37,11 +38,13 @@ class PluginInstance {
     return set({name.c_str(), QUtils::ParameterKind::Boolean, {.boolean = value}});
   }
 
-  /// The texture of an output, which exists; or of the plugin itself, if it is one and the name is
-  /// empty.
+  /// The texture of an output, or of the plugin itself, if it is one and the name is empty. Throws
+  /// `std::out_of_range` if there is no such output.
   QUtils::PluginInterface* texture(const std::string& output) const {
     if (output.empty()) return object_->getInterface(QUtils::EXT_TEXTURE);
-    return plugin_->getParameter(QUtils::modifiable(output.c_str()))->value.iface;
+    const auto* parameter = plugin_->getParameter(QUtils::modifiable(output.c_str()));
+    if (parameter == nullptr) throw std::out_of_range("no output " + output);
+    return parameter->value.iface;
   }
 
  private:

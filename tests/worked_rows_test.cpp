@@ -43,7 +43,8 @@ void setQuantity(ShadingHost& host, const std::string& name, const std::vector<d
   const std::map<std::string, Vector*> vectors = {
       {"normal", &host.sc.normal}, {"rayDirection", &host.sc.rayDirection},
       {"uvw", &host.uvw},          {"uvwA", &host.uvwA},
-      {"uvwB", &host.uvwB},        {"uvwC", &host.uvwC}};
+      {"uvwB", &host.uvwB},        {"uvwC", &host.uvwC},
+      {"boxLo", &host.boxLo},      {"boxHi", &host.boxHi}};
   const auto vector = vectors.find(name);
   if (vector != vectors.end())
     *vector->second = twins::narrow({numbers[0], numbers[1], numbers[2]});
@@ -79,6 +80,7 @@ void expectRow(const std::string& text) {
       EXPECT_TRUE(subject.plugin.connect(name, input.texture())) << text;
     }
   }
+  subject.plugin.plugin().renderBegin(nullptr);
   subject.plugin.frameBegin();
   const auto* const question = std::ranges::find(kQuestionNames, row[2].word);
   const auto asked = static_cast<Question>(question - kQuestionNames);
