@@ -49,12 +49,13 @@ struct ScaledColor {
     return use(m, c);
   }
 
-  template <class Use>
-  Vector askIntensity(const ShadingContext& sc, const Use& use) const {
-    return askWithGradients<IntensityAt>(*this, sc,
-                                         [&](float m, float i, const Vector& dm, const Vector& di) {
-                                           return use(ScaledIntensity(i, m, di, dm));
-                                         });
+  /// The gradient of `Formula` of the intensity.
+  template <class Formula>
+  Vector gradientOf(const ShadingContext& sc) const {
+    return askWithGradients<IntensityAt>(
+        *this, sc, [](float m, float i, const Vector& dm, const Vector& di) {
+          return Formula::gradient(ScaledIntensity(i, m, di, dm));
+        });
   }
 };
 
@@ -74,13 +75,15 @@ struct ColorPair {
     return use(ma, mb, ca, cb);
   }
 
-  template <class Use>
-  Vector askIntensity(const ShadingContext& sc, const Use& use) const {
+  /// The gradient of `Formula` of the intensities.
+  template <class Formula>
+  Vector gradientOf(const ShadingContext& sc) const {
     return askWithGradients<IntensityAt>(
         *this, sc,
-        [&](float ma, float mb, float ia, float ib, const Vector& dma, const Vector& dmb,
-            const Vector& dia, const Vector& dib) {
-          return use(ScaledIntensity(ia, ma, dia, dma), ScaledIntensity(ib, mb, dib, dmb));
+        [](float ma, float mb, float ia, float ib, const Vector& dma, const Vector& dmb,
+           const Vector& dia, const Vector& dib) {
+          return Formula::gradient(ScaledIntensity(ia, ma, dia, dma),
+                                   ScaledIntensity(ib, mb, dib, dmb));
         });
   }
 };
@@ -175,6 +178,12 @@ struct Difference {  // A - B; alpha: that of `color_a`, unscaled
   }
 };
 
+struct AbsoluteDifference {
+  static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
+    return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
+  }
+};
+
 struct Quotient {  // A / B, not guarded against zero
   static AColor of(float ma, float mb, const AColor& ca, const AColor& cb) {
     const AColor a = ca * ma;
@@ -248,7 +257,7 @@ template <class Inputs, class Formula>
 class SlopedColorTex : public ColorTex<Inputs, Formula> {
  public:
   Vector getGradient(const ShadingContext& sc) const override {
-    return this->inputs.askIntensity(sc, Formula::gradient);
+    return this->inputs.template gradientOf<Formula>(sc);
   }
 };
 
@@ -266,9 +275,7 @@ class ColorDiffTex final : public ColorTex<ColorPair, Difference> {
  public:
   AColor getColor(const ShadingContext& sc) const override { return abs(ColorTex::getColor(sc)); }
   Vector getGradient(const ShadingContext& sc) const override {
-    return inputs.askIntensity(sc, [](const ScaledIntensity& a, const ScaledIntensity& b) {
-      return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
-    });
+    return inputs.gradientOf<AbsoluteDifference>(sc);
   }
 };
 
@@ -293,7 +300,7 @@ template <float AColor::*kChannel>
 class ColorChannelTex : public ChannelTex<kChannel> {
  public:
   Vector getGradient(const ShadingContext& sc) const final {
-    return this->inputs.askIntensity(sc, Scaled::gradient);  // Kept: not that of the channel.
+    return this->inputs.template gradientOf<Scaled>(sc);  // Kept: not that of the channel.
   }
 };
 
@@ -346,7 +353,7 @@ class ITex final : public PluginBase,
     });
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return inputs.askIntensity(sc, Scaled::gradient);
+    return inputs.gradientOf<Scaled>(sc);
   }
 
   ScaledColor inputs;

@@ -35,16 +35,14 @@ struct Bounds {
     return {lo, hi};
   }
   Range<Vector> operator()(const TextureVectorInterface* input) const {
-    Vector lo{};
-    Vector hi{};
-    if (input != nullptr) input->getVectorBounds(lo, hi);
-    return {lo, hi};
+    Range<Vector> bounds{};
+    if (input != nullptr) input->getVectorBounds(bounds.lo, bounds.hi);
+    return bounds;
   }
   Range<AColor> operator()(const TextureInterface* input) const {
-    AColor lo{};
-    AColor hi{};
-    if (input != nullptr) input->getColorBounds(lo, hi);
-    return {lo, hi};
+    Range<AColor> bounds{};
+    if (input != nullptr) input->getColorBounds(bounds.lo, bounds.hi);
+    return bounds;
   }
 };
 

@@ -26,6 +26,7 @@ Pair pair(const char* plugin, const char* output, Names inputs = {}, const char*
     };
   }
   if constexpr (requires { twin->invert; }) twin->invert = setTo;
+  if constexpr (requires { twin->mode; }) twin->mode = setTo;
   return result;
 }
 
@@ -92,20 +93,20 @@ std::vector<Pair> pairs() {
       pair<ATex>(c, "alpha", scaled),
       pair<ColorNumberTwin<ScaledIntensity>>(c, "intensity", scaled),
 
-      pair<ColorMulTex>(c, "", colorA),
-      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MIN),
-      pair<ColorMulTex>(c, "", colorA, "mode", 0),
-      pair<ColorMulTex>(c, "", colorB, "mode", 1),
-      pair<ColorPairTwin<ColorProduct>>(c, "", colors, "mode", 2),
-      pair<ColorPairTwin<ColorOp<Plus>>>(c, "", colors, "mode", 3),
-      pair<ColorPairTwin<ColorOp<Minus>>>(c, "", colors, "mode", 4),
-      pair<ColorPowTex>(c, "", power, "mode", 5),
-      pair<ColorPairTwin<ColorQuotient>>(c, "", colors, "mode", 6),
-      pair<ColorPairTwin<ColorChoice<Less>>>(c, "", colors, "mode", 7),
-      pair<ColorPairTwin<ColorChoice<Greater>>>(c, "", colors, "mode", 8),
-      pair<ColorPairTwin<AbsoluteDifference>>(c, "", colors, "mode", 9),
-      pair<ColorMulTex>(c, "", colorA, "mode", 10),
-      pair<ColorMulTex>(c, "", colorA, "mode", INT32_MAX),
+      pair<ByMode<ColorMulTex>>(c, "", colorA),
+      pair<ByMode<ColorMulTex>>(c, "", colorA, "mode", INT32_MIN),
+      pair<ByMode<ColorMulTex>>(c, "", colorA, "mode", 0),
+      pair<ByMode<ColorMulTex>>(c, "", colorB, "mode", 1),
+      pair<ByMode<ColorPairTwin<ColorProduct>>>(c, "", colors, "mode", 2),
+      pair<ByMode<ColorPairTwin<ColorOp<Plus>>>>(c, "", colors, "mode", 3),
+      pair<ByMode<ColorPairTwin<ColorOp<Minus>>>>(c, "", colors, "mode", 4),
+      pair<ByMode<ColorPowTex>>(c, "", power, "mode", 5),
+      pair<ByMode<ColorPairTwin<ColorQuotient>>>(c, "", colors, "mode", 6),
+      pair<ByMode<ColorPairTwin<ColorChoice<Less>>>>(c, "", colors, "mode", 7),
+      pair<ByMode<ColorPairTwin<ColorChoice<Greater>>>>(c, "", colors, "mode", 8),
+      pair<ByMode<ColorPairTwin<AbsoluteDifference>>>(c, "", colors, "mode", 9),
+      pair<ByMode<ColorMulTex>>(c, "", colorA, "mode", 10),
+      pair<ByMode<ColorMulTex>>(c, "", colorA, "mode", INT32_MAX),
 
       pair<Float3ToAColorTex>(n, "color", numbers, "invert", 0),
       pair<Float3ToAColorTex>(n, "color", numbers, "invert", 1),

@@ -172,6 +172,29 @@ class ColorPowTex final : public Twin<TextureInterface, ScaledColor> {
   }
 };
 
+/// The plugin as a texture: what `T`, which `mode` chooses, answers. It is read at each question.
+template <class T>
+class ByMode final : public Twin<TextureInterface> {
+ public:
+  ByMode() { outputs.fill(&output); }
+  auto inputs() { return output.inputs(); }
+  AColor getColor(const ShadingContext& sc) const override { return chosen().getColor(sc); }
+  void getColorBounds(AColor& min, AColor& max) const override {
+    chosen().getColorBounds(min, max);
+  }
+  Vector getGradient(const ShadingContext& sc) const override { return chosen().getGradient(sc); }
+
+  std::int32_t mode = 0;
+
+ private:
+  const TextureInterface& chosen() const {
+    const auto index = static_cast<std::uint32_t>(mode);
+    return *outputs[index < outputs.size() ? index : 0];
+  }
+  T output;
+  std::array<TextureInterface*, 10> outputs;
+};
+
 /// A number of the scaled colour, with the gradient of its intensity.
 template <class Formula>
 class ColorNumberTwin : public Twin<TextureFloatInterface, ScaledColor> {
