@@ -83,7 +83,7 @@ class CrossProdTex final : public OperationTex<TextureVectorInterface, VectorPai
  public:
   Vector getVector(const ShadingContext& sc) const override {
     return inputs.ask(ValueAt{sc}, [](float ma, float mb, const Vector& va, const Vector& vb) {
-      return roundedCross(va, vb) * (ma * mb);
+      return toFloat(cross(loadedSingly(va), loadedSingly(vb))) * (ma * mb);
     });
   }
   void getVectorBounds(Vector& min, Vector& max) const override {

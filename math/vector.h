@@ -29,6 +29,10 @@ constexpr Vector toFloat(DVector v) {
 
 constexpr DVector toDouble(Vector v) { return {v.x, v.y, v.z}; }
 
+/// The same for a vector that was stored just now: each number is loaded by itself, as y and z in
+/// one would have to wait for both of their stores.
+inline DVector loadedSingly(const volatile Vector& v) { return {v.x, v.y, v.z}; }
+
 /// The products of two vectors, in 64-bit floats.
 constexpr double dot(DVector a, DVector b) { return (a.x * b.x + a.y * b.y) + a.z * b.z; }
 constexpr DVector cross(DVector a, DVector b) {

@@ -60,17 +60,13 @@ class TangentCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
     Vector b{};
     Vector c{};
     source->getUVWDerivatives(sc, 0, a, b, c);
-    const Vector tangent = inverseColumn(loaded(a), loaded(b), loaded(c), axis);
+    const Vector tangent = inverseColumn(loadedSingly(a), loadedSingly(b), loadedSingly(c), axis);
     return guardedNormalize(directionToCamera(sc, guardedNormalize(tangent)));
   }
 
   const std::int32_t axis;  ///< 0 for U, 1 for V
 
  private:
-  /// Loads each number by itself, as the host has stored it: the pair of y and z would have to wait
-  /// for both stores.
-  static DVector loaded(const volatile Vector& v) { return {v.x, v.y, v.z}; }
-
   /// Column 0 or 1 of the inverse of the matrix with the columns a, b, c, by Cramer's rule; zero
   /// for a singular matrix.
   static Vector inverseColumn(const DVector& a, const DVector& b, const DVector& c,
