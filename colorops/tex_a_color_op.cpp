@@ -396,16 +396,8 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
 
   AColor getColor(const ShadingContext& sc) const override { return mainOutput().getColor(sc); }
   void getColorBounds(AColor& min, AColor& max) const override {
-    if (mode != 9) {
-      mainOutput().getColorBounds(min, max);
-      return;
-    }
-    difference.getColorBounds(min, max);
-    for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
-      if (!(min.*channel < 0)) continue;
-      max.*channel = QUtils::max(-(min.*channel), max.*channel);
-      min.*channel = 0;
-    }
+    if (mode == 9) return boundAbsoluteDifference(min, max);
+    mainOutput().getColorBounds(min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     return mainOutput().getGradient(sc);
@@ -434,6 +426,16 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
   ITex intensity;
 
  private:
+  // Out of line, so that the other modes save nothing.
+  [[gnu::noinline]] void boundAbsoluteDifference(AColor& min, AColor& max) const {
+    difference.getColorBounds(min, max);
+    for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
+      if (!(min.*channel < 0)) continue;
+      max.*channel = QUtils::max(-(min.*channel), max.*channel);
+      min.*channel = 0;
+    }
+  }
+
   /// The output that `mode` selects at the moment: it alone is read live.
   const TextureInterface& mainOutput() const {
     switch (mode) {

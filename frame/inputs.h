@@ -25,8 +25,8 @@ struct ValueAt {
   }
 };
 
-// Each bound is a variable of its own: a pair that is written in halves and read whole defeats the
-// processor's store forwarding.
+// The bounds of a number are two variables: a pair that is written in halves and read whole defeats
+// the processor's store forwarding. Those of a vector or a colour stay where they were written.
 struct Bounds {
   Interval operator()(const TextureFloatInterface* input, float substitute) const {
     float lo = substitute;
