@@ -52,10 +52,10 @@ struct ScaledColor {
   /// The gradient of `Formula` of the intensity.
   template <class Formula>
   Vector gradientOf(const ShadingContext& sc) const {
-    return askWithGradients<IntensityAt>(
-        *this, sc, [](float m, float i, const Vector& dm, const Vector& di) {
-          return Formula::gradient(ScaledIntensity(i, m, di, dm));
-        });
+    return askWithGradients<IntensityAt>(*this, sc,
+                                         [](float m, float i, const Vector& dm, const Vector& di) {
+                                           return Formula::gradient(ScaledIntensity(i, m, di, dm));
+                                         });
   }
 };
 
