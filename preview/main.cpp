@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
@@ -9,8 +10,10 @@
 #include <optional>
 #include <utility>
 
+#include "preview/check.h"
 #include "preview/interruption.h"
-#include "preview/messages/errors.h"
+#include "preview/messages/problems.h"
+#include "preview/messages/suggestion.h"
 #include "preview/progress_bar.h"
 #include "preview/render_command.h"
 #include "preview/reports.h"
@@ -24,6 +27,7 @@ using namespace preview;
 
 constexpr const char* kProgram = "samplerinfo-preview";
 constexpr int kExitBadInput = 2;
+constexpr int kExitWarnings = 3;
 constexpr int kMaxThreads = 1024;
 
 class ErrorStreamLog final : public RenderLog {
@@ -84,13 +88,18 @@ struct Options {
   std::optional<int> frame;
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
+  std::vector<std::string> names;
   bool log = false;
   bool markdown = false;
+  bool json = false;
+  bool strict = false;
+  bool notes = false;
 };
 
 /// The scene, in the size that is asked for.
-Scene sceneOf(const Options& options) {
-  Scene scene = readScene(options.scene);
+Scene sceneOf(const Options& options, Problems& problems) {
+  Scene scene = readScene(options.scene, problems);
+  problems.throwFirst();
   if (!options.size) return scene;
   const auto [width, height] = *options.size;
   if (std::min(width, height) < 1 || std::max(width, height) > kMaxImageSide) {
@@ -108,9 +117,9 @@ void checkFrames(const char* option, int first, int last, const Frames& all) {
                    " to " + std::to_string(all.last));
 }
 
-void runRender(const Options& options) {
+void runRender(const Options& options, Problems& problems) {
   const PluginLibrary library(options.plugin);
-  Scene scene = sceneOf(options);
+  Scene scene = sceneOf(options, problems);
   if (options.samples != 0) scene.image.samples = options.samples;
   const auto [first, last] =
       options.frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
@@ -124,16 +133,18 @@ void runRender(const Options& options) {
   ErrorStreamLog log;
   ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
   noteInterruptions();
-  renderScene(std::move(scene), {first, last}, library, options.log ? &log : nullptr,
-              options.output, [&](double part) {
-                if (interruption != 0) throw std::runtime_error("interrupted");
-                bar.show(part);
-              });
+  renderScene(
+      std::move(scene), {first, last}, library, options.log ? &log : nullptr, options.output,
+      [&](double part) {
+        if (interruption != 0) throw std::runtime_error("interrupted");
+        bar.show(part);
+      },
+      problems);
 }
 
-void runProbe(const Options& options) {
+void runProbe(const Options& options, Problems& problems) {
   const PluginLibrary library(options.plugin);
-  const Scene scene = sceneOf(options);
+  const Scene scene = sceneOf(options, problems);
   const auto [x, y] = options.pixel;
   const Image& image = scene.image;
   if (x < 0 || y < 0 || x >= image.width || y >= image.height) {
@@ -142,40 +153,73 @@ void runProbe(const Options& options) {
   }
   const int frame = options.frame.value_or(scene.frames.first);
   checkFrames("--frame", frame, frame, scene.frames);
+  const Network network(scene.nodes, library, problems);
+  problems.throwFirst();
   ErrorStreamLog log;
-  probe(scene, makeMeshes(scene), Network(scene.nodes, library), frame, x, y,
-        options.log ? &log : nullptr, std::cout);
+  const std::vector<Mesh> meshes = makeMeshes(scene);
+  const Frame seen(scene, meshes, frame, options.log ? &log : nullptr);
+  probe(scene, network, seen, {frame, x, y, options.names, options.json}, std::cout);
 }
 
-/// Control characters of a file or a command line would break the one line of an error.
-std::string oneLine(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < ' ') c = ' ';
-  }
-  return text;
+int runCheck(const Options& options) {
+  const PluginLibrary library(options.plugin);
+  const Findings findings = check(options.scene, library, options.notes, std::cout);
+  if (findings.errors != 0) return kExitBadInput;
+  return options.strict && findings.warnings != 0 ? kExitWarnings : 0;
 }
 
-int fail(const std::string& prefix, const std::exception& error, int exitCode) {
-  std::cerr << oneLine(prefix + ": " + error.what()) << "\n";
+std::string shownPath(const std::filesystem::path& path) {
+  constexpr std::size_t kMaxPath = 80;
+  return oneLine(path.string(), kMaxPath);
+}
+
+int fail(const std::string& prefix, const char* what, int exitCode) {
+  std::cerr << prefix << ": " << oneLine(what) << "\n";
   return exitCode;
 }
 
-int run(int argc, char** argv, Options& options) {
-  CLI::App app("Renders, lists and probes the textures of a plugin library.", kProgram);
+/// The first word of a command line that is no option, if it is no command either.
+std::optional<std::string> mistypedCommand(const std::vector<std::string>& words,
+                                           const std::vector<std::string>& commands) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == "--plugin") {
+      ++i;
+    } else if (!words[i].starts_with("-")) {
+      const bool known = std::ranges::find(commands, words[i]) != commands.end();
+      return known ? std::nullopt : std::optional(words[i]);
+    }
+  }
+  return std::nullopt;
+}
+
+void flushOutput() {
+  if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
+}
+
+int run(int argc, char** argv, Options& options, Problems& problems) {
+  CLI::App app("Renders, checks, probes and lists the textures of a plugin library.", kProgram);
   app.require_subcommand(1);
   app.fallthrough();
   app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return oneLine(failed->get_name() + ": " + error.what()) + "\n";
   });
+  app.set_version_flag("--version", std::string(kProgram) + " " PREVIEW_VERSION);
+  app.footer(
+      "Exit codes: 0 all is well; 1 the machine failed, or the plugin library did; 2 a command\n"
+      "line, a scene or a plugin library that cannot be used; 3 warnings, with check --strict;\n"
+      "128 and the number of a signal that interrupted a render.");
   options.plugin = defaultPluginLibrary();
   app.add_option("--plugin", options.plugin, "The plugin library to load")
       ->capture_default_str()
       ->check(CLI::ExistingFile);
 
-  const auto addCommon = [&](CLI::App* command) {
+  const auto addScene = [&](CLI::App* command) {
     command->add_option("SCENE", options.scene, "The scene file")
         ->required()
         ->check(CLI::ExistingFile);
+  };
+  const auto addCommon = [&](CLI::App* command) {
+    addScene(command);
     expect<Size>(command->add_option("--size", options.size,
                                      "WIDTHxHEIGHT instead of the scene's, in pixels"),
                  "WIDTHxHEIGHT, as in 640x480");
@@ -192,8 +236,15 @@ int run(int argc, char** argv, Options& options) {
   render->add_option("--threads", options.threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
 
-  CLI::App* list = app.add_subcommand("list", "List every plugin with its parameters");
-  list->add_flag("--markdown", options.markdown, "As tables in Markdown");
+  CLI::App* check = app.add_subcommand("check", "Tell everything that is wrong with a scene");
+  addScene(check);
+  check->add_flag("--strict", options.strict, "End with exit code 3 if there are warnings");
+  check->add_flag("--notes", options.notes, "Show what outputs need not promise, too");
+
+  CLI::App* list = app.add_subcommand("list", "List plugins with their parameters");
+  list->add_option("NAME", options.names, "Only these; * and ? stand for any letters");
+  list->add_flag("--markdown", options.markdown, "As tables in Markdown")
+      ->excludes(list->add_flag("--json", options.json, "As JSON"));
 
   CLI::App* probe = app.add_subcommand("probe", "Print value, bounds and gradient at one pixel");
   addCommon(probe);
@@ -201,31 +252,56 @@ int run(int argc, char** argv, Options& options) {
       probe->add_option("--pixel", options.pixel, "X,Y from the top left corner")->required(),
       "X,Y, as in 160,120");
   probe->add_option("--frame", options.frame, "Which frame instead of the first");
+  probe->add_option("NAME", options.names, "Only these textures; * and ? stand for any letters");
+  probe->add_flag("--json", options.json, "As JSON");
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? 0 : kExitBadInput;
+    std::vector<std::string> commands;
+    for (const CLI::App* command : {render, check, probe, list}) {
+      commands.push_back(command->get_name());
+    }
+    const auto mistyped = mistypedCommand({argv + 1, argv + argc}, commands);
+    if (mistyped && e.get_exit_code() != 0) {
+      throw InputError(unknown("no command", *mistyped, commands));
+    }
+    if (app.exit(e) != 0) return kExitBadInput;
+    flushOutput();
+    return 0;
   }
-  if (render->parsed()) runRender(options);
-  if (probe->parsed()) runProbe(options);
-  if (list->parsed()) listPlugins(PluginLibrary(options.plugin), options.markdown, std::cout);
-  if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
-  return 0;
+  int exitCode = 0;
+  if (render->parsed()) runRender(options, problems);
+  if (check->parsed()) exitCode = runCheck(options);
+  if (probe->parsed()) runProbe(options, problems);
+  if (list->parsed()) {
+    const Listing as = options.markdown ? Listing::Markdown
+                       : options.json   ? Listing::Json
+                                        : Listing::Text;
+    listPlugins(PluginLibrary(options.plugin), options.names, as, std::cout);
+  }
+  flushOutput();
+  return exitCode;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options;
+  Problems problems;
   try {
-    return run(argc, argv, options);
+    return run(argc, argv, options, problems);
   } catch (const SceneError& e) {
-    return fail(options.scene.string(), e, kExitBadInput);
+    const std::string position = positionText(problems.positionOf(e));
+    return fail(shownPath(options.scene) + position, e.what(), kExitBadInput);
   } catch (const InputError& e) {
-    return fail(kProgram, e, kExitBadInput);
+    return fail(kProgram, e.what(), kExitBadInput);
+  } catch (const std::bad_alloc&) {
+    return fail(kProgram, "out of memory", 1);
   } catch (const std::exception& e) {
     constexpr int kExitOfSignals = 128;
-    return fail(kProgram, e, interruption != 0 ? kExitOfSignals + interruption : 1);
+    return fail(kProgram, e.what(), interruption != 0 ? kExitOfSignals + interruption : 1);
+  } catch (...) {  // the library's own, whose text is gone with it
+    return fail(kProgram, "the plugin library threw an exception", 1);
   }
 }

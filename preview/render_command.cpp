@@ -1,6 +1,7 @@
 #include "preview/render_command.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "preview/messages/errors.h"
 #include "preview/messages/number_text.h"
@@ -9,7 +10,6 @@
 #include "preview/pictures/image_files.h"
 #include "preview/pictures/output_folder.h"
 #include "preview/render.h"
-#include "preview/scene/network.h"
 #include "preview/world/frame.h"
 
 namespace preview {
@@ -26,29 +26,29 @@ std::string layerName(const Picture& picture) {
 
 /// The pictures of a scene. One from "node.*" becomes a picture of each output of the node that no
 /// other is from, as far as the output has what is to be shown.
-std::vector<Picture> picturesOf(const Scene& scene, const Network& network) {
+std::vector<Picture> picturesOf(const Scene& scene, const Network& network, Problems& problems) {
   std::vector<Picture> pictures;
+  std::unordered_set<std::string> names, shown;
+  for (const Picture& picture : scene.pictures) shown.insert(picture.from.text());
   const auto add = [&](const Picture& picture) {
-    if (std::ranges::find(pictures, picture.name, &Picture::name) != pictures.end()) {
+    if (!names.insert(picture.name).second) {
       throw SceneError(picture.place, "another picture is named \"" + picture.name + "\"");
     }
     pictures.push_back(picture);
   };
-  for (const Picture& picture : scene.pictures) {
-    if (picture.from.output != kEveryOutput) {
-      add(picture);
-      continue;
-    }
+  const auto addEvery = [&](const Picture& picture) {
     const std::string place = picture.place + ".from";
     for (const std::string& output : network.outputs(picture.from.node, place)) {
       Picture one = picture;
       one.name += "_" + output;
       one.from.output = output;
-      const bool known = std::ranges::any_of(scene.pictures, [&](const Picture& other) {
-        return other.from.text() == one.from.text();
-      });
-      if (!known && channelCount(network.find(one.from, place), one.show) != 0) add(one);
+      if (shown.contains(one.from.text())) continue;
+      if (channelCount(*network.find(one.from, place), one.show) != 0) add(one);
     }
+  };
+  for (const Picture& picture : scene.pictures) {
+    problems.attempt(
+        [&] { picture.from.output == kEveryOutput ? addEvery(picture) : add(picture); });
   }
   return pictures;
 }
@@ -59,30 +59,33 @@ struct Plan {
   std::vector<std::size_t> sourceOfPicture;
 };
 
-Plan planOf(const Scene& scene, const Network& network) {
+Plan planOf(const Scene& scene, const Network& network, Problems& problems) {
   Plan plan;
   std::size_t channels = 1;  // the coverage
-  for (const Picture& picture : scene.pictures) {
-    const PluginInterface& texture = network.find(picture.from, picture.place + ".from");
-    if (channelCount(texture, picture.show) == 0) {
+  const auto add = [&](const Picture& picture) {
+    if (picture.from.node.empty()) return;  // has been told to be wrong
+    const PluginInterface* texture = network.find(picture.from, picture.place + ".from");
+    if (texture == nullptr) return;
+    if (channelCount(*texture, picture.show) == 0) {
       throw SceneError(picture.place + ".show", "\"" + picture.from.text() + "\" is of kind " +
-                                                    kindName(texture) + ", which has no " +
+                                                    kindName(*texture) + ", which has no " +
                                                     nameOf(picture.show));
     }
     const std::string name = layerName(picture);
     const auto known = std::ranges::find(plan.sources, name, &LayerSource::name);
     plan.sourceOfPicture.push_back(static_cast<std::size_t>(known - plan.sources.begin()));
     if (known == plan.sources.end()) {
-      plan.sources.push_back({name, &texture, picture.show});
-      channels += static_cast<std::size_t>(channelCount(texture, picture.show));
+      plan.sources.push_back({name, texture, picture.show});
+      channels += static_cast<std::size_t>(channelCount(*texture, picture.show));
     }
-  }
+  };
+  for (const Picture& picture : scene.pictures) problems.attempt([&] { add(picture); });
   const auto width = static_cast<std::size_t>(scene.image.width);
   const auto height = static_cast<std::size_t>(scene.image.height);
   if (width * height > kMaxNumbers / channels) {
-    throw SceneError("image", "too large for " + std::to_string(scene.pictures.size()) +
-                                  " pictures: they would take " +
-                                  std::to_string((width * height * channels * 4) >> 30) + " GiB");
+    problems.add({"image", "too large for " + std::to_string(scene.pictures.size()) +
+                               " pictures: they would take " +
+                               std::to_string((width * height * channels * 4) >> 30) + " GiB"});
   }
   return plan;
 }
@@ -129,11 +132,19 @@ void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const st
 
 }  // namespace
 
+std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems& problems) {
+  scene.pictures = picturesOf(scene, network, problems);
+  planOf(scene, network, problems);
+  return scene.pictures;
+}
+
 void renderScene(Scene scene, const Frames& frames, const PluginLibrary& library, RenderLog* log,
-                 const std::filesystem::path& output, const std::function<void(double)>& progress) {
-  Network network(scene.nodes, library);
-  scene.pictures = picturesOf(scene, network);
-  const Plan plan = planOf(scene, network);
+                 const std::filesystem::path& output, const std::function<void(double)>& progress,
+                 Problems& problems) {
+  const Network network(scene.nodes, library, problems);
+  scene.pictures = picturesOf(scene, network, problems);
+  const Plan plan = planOf(scene, network, problems);
+  problems.throwFirst();
   const std::vector<Mesh> meshes = makeMeshes(scene);
   OutputFolder folder(output);
 

@@ -1,24 +1,70 @@
 #include "preview/reports.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
+#include <cctype>
 #include <iomanip>
+#include <nlohmann/json.hpp>
 
 #include "preview/messages/number_text.h"
+#include "preview/messages/suggestion.h"
+#include "preview/scene/flaws.h"
+#include "preview/scene/promises.h"
 #include "preview/scene/texture.h"
-#include "preview/world/frame.h"
 #include "standin/introspection.h"
 
 namespace preview {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
 using standin::ParameterInfo;
 using standin::ParamType;
+
+/// What chooses among names. Throws `InputError` for a pattern that fits none.
+class Selection {
+ public:
+  Selection(const std::vector<std::string>& patterns, const char* missing,
+            const std::vector<std::string>& names)
+      : patterns_(patterns) {
+    for (const std::string& pattern : patterns) {
+      const auto fitsThis = [&](const std::string& name) { return fits(pattern, name); };
+      if (std::ranges::none_of(names, fitsThis)) {
+        throw InputError(unknown(missing, pattern, names));
+      }
+    }
+  }
+
+  bool has(const std::string& name) const {
+    const auto fitsName = [&](const std::string& pattern) { return fits(pattern, name); };
+    return patterns_.empty() || std::ranges::any_of(patterns_, fitsName);
+  }
+
+ private:
+  static bool fits(const std::string& pattern, const std::string& name) {
+    return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+  }
+
+  const std::vector<std::string>& patterns_;
+};
 
 std::string defaultText(const ParameterInfo& info) {
   if (info.type == ParamType::Integer) return std::to_string(info.initial);
   if (info.type == ParamType::Boolean) return info.initial != 0 ? "true" : "false";
   return "";
+}
+
+std::string kindText(const ParameterInfo& info) {
+  return std::string(info.kind().value) + info.kind().role;
+}
+
+std::string helpText(const ParameterInfo& info) { return info.help != nullptr ? info.help : ""; }
+
+/// Integers and transforms have neither bounds nor gradient.
+bool hasBounds(const ParameterInfo& info) {
+  return info.isOutput() && info.type != ParamType::IntegerOutput &&
+         info.type != ParamType::TransformOutput;
 }
 
 std::string forMarkdown(const std::string& text) {
@@ -30,68 +76,198 @@ std::string forMarkdown(const std::string& text) {
   return result;
 }
 
-}  // namespace
+void print(const Json& json, std::ostream& out) {
+  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
 
-void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out) {
-  const char* separator = "";
-  for (QuorPluginDesc* desc : library.descs()) {
-    out << separator << (markdown ? "## " : "") << desc->getPluginName() << "\n";
-    separator = "\n";
-    if (markdown) out << "\n| parameter | kind | default | help |\n|---|---|---|---|\n";
-    for (const ParameterInfo& info : standin::registeredParameters(desc)) {
-      const std::string kind = std::string(info.kind().value) + info.kind().role;
-      const std::string help = info.help != nullptr ? info.help : "";
-      if (markdown) {
-        out << "| `" << info.name << "` | " << kind << " | " << defaultText(info) << " | "
-            << forMarkdown(help) << " |\n";
-      } else {
-        out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kind
-            << std::setw(7) << defaultText(info) << help << "\n";
-      }
-    }
+void listAsText(const std::string& plugin, std::span<const ParameterInfo> parameters,
+                std::ostream& out) {
+  out << plugin << "\n";
+  for (const ParameterInfo& info : parameters) {
+    out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
+        << std::setw(7) << defaultText(info) << helpText(info) << "\n";
   }
 }
 
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, const Network& network,
-           std::int32_t number, int x, int y, RenderLog* log, std::ostream& out) {
-  const auto textures = network.textures();
-  std::size_t width = 0;
-  for (const auto& [name, texture] : textures) width = std::max(width, name.size());
+void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> parameters,
+                    std::ostream& out) {
+  out << "## " << plugin
+      << "\n\n| parameter | kind | default | bounds enclose | gradient | help |\n"
+         "|---|---|---|---|---|---|\n";
+  for (const ParameterInfo& info : parameters) {
+    std::string promised = " | ";
+    if (hasBounds(info)) {
+      const Promise promise = promiseOf(plugin, info.name);
+      promised =
+          std::string(promise.boundsEnclose ? "yes" : "no") + " | " + nameOf(promise.gradient);
+    }
+    out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
+        << promised << " | " << forMarkdown(helpText(info)) << " |\n";
+  }
+}
 
+Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parameters) {
+  Json list = Json::array();
+  for (const ParameterInfo& info : parameters) {
+    Json& json = list.emplace_back(Json{{"name", info.name}, {"kind", kindText(info)}});
+    if (info.type == ParamType::Integer) json["default"] = info.initial;
+    if (info.type == ParamType::Boolean) json["default"] = info.initial != 0;
+    json["help"] = helpText(info);
+    if (hasBounds(info)) {
+      const Promise promise = promiseOf(plugin, info.name);
+      json["boundsEnclose"] = promise.boundsEnclose;
+      json["gradient"] = nameOf(promise.gradient);
+    }
+  }
+  return {{"name", plugin}, {"parameters", list}};
+}
+
+/// The numbers that are shown of a texture, each as text; integers are shown whole.
+std::vector<std::string> numbersOf(const PluginInterface& texture, Show show,
+                                   const ShadingContext& sc) {
+  if (texture.getInterfaceId() == EXT_TEXTURE_INT) {
+    return {std::to_string(static_cast<const TextureIntInterface&>(texture).getInt(sc))};
+  }
+  const Channels values = evaluate(texture, show, sc);
+  std::vector<std::string> numbers(static_cast<std::size_t>(channelCount(texture, show)));
+  for (std::size_t c = 0; c < numbers.size(); ++c) numbers[c] = text(values[c]);
+  return numbers;
+}
+
+/// One number as it is, several as "(x, y, z)".
+std::string textOf(const std::vector<std::string>& numbers) {
+  if (numbers.size() == 1) return numbers[0];
+  std::string result;
+  for (const std::string& number : numbers) result += (result.empty() ? "(" : ", ") + number;
+  return result + ")";
+}
+
+/// JSON has no NaN and no infinity: they are texts.
+Json jsonOf(const std::vector<std::string>& numbers) {
+  Json list = Json::array();
+  for (const std::string& number : numbers) {
+    const bool isFinite = std::isdigit(static_cast<unsigned char>(number.back())) != 0;
+    list.push_back(isFinite ? Json::parse(number) : Json(number));
+  }
+  return numbers.size() == 1 ? list[0] : list;
+}
+
+/// A part of what a texture answers.
+struct Part {
+  std::string name;
+  std::vector<Show> shows;
+  std::string separator;
+};
+
+std::vector<Part> partsOf(const PluginInterface& texture) {
+  if (texture.getInterfaceId() == EXT_TEXTURE_TRANSFORM) {
+    return {{"columns", {Show::Column0, Show::Column1, Show::Column2}, " "},
+            {"offset", {Show::Offset}, ""}};
+  }
+  if (texture.getInterfaceId() == EXT_TEXTURE_INT) return {{"value", {Show::Value}, ""}};
+  return {{"value", {Show::Value}, ""},
+          {"bounds", {Show::Lower, Show::Upper}, " to "},
+          {"gradient", {Show::Gradient}, ""}};
+}
+
+std::vector<std::string> marksOf(const PluginInterface& texture, const ShadingContext& sc) {
+  const Flaws flaws = flawsOf(texture, sc);
+  std::vector<std::string> marks;
+  for (std::size_t i = 0; i < flaws.size(); ++i) {
+    if (flaws[i]) marks.emplace_back(kFlawNames[i]);
+  }
+  return marks;
+}
+
+std::string answersAsText(const PluginInterface& texture, const ShadingContext& sc) {
+  std::string line = kindName(texture);
+  for (const Part& part : partsOf(texture)) {
+    line += "  " + part.name;
+    std::string separator = " ";
+    for (const Show show : part.shows) {
+      line += separator + textOf(numbersOf(texture, show, sc));
+      separator = part.separator;
+    }
+  }
+  for (const std::string& mark : marksOf(texture, sc)) line += "  ! " + mark;
+  return line;
+}
+
+Json answersAsJson(const Network::NamedTexture& named, const ShadingContext& sc) {
+  const auto& [name, texture] = named;
+  Json json = {{"name", name}, {"kind", kindName(*texture)}};
+  for (const Part& part : partsOf(*texture)) {
+    Json shown = Json::array();
+    for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(*texture, show, sc)));
+    json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
+  }
+  json["marks"] = marksOf(*texture, sc);
+  return json;
+}
+
+}  // namespace
+
+void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
+                 std::ostream& out) {
+  std::vector<std::string> names;
+  for (QuorPluginDesc* desc : library.descs()) names.emplace_back(desc->getPluginName());
+  const Selection selection(patterns, "no plugin", names);
+  Json all = Json::array();
+  const char* separator = "";
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!selection.has(names[i])) continue;
+    const auto parameters = standin::registeredParameters(library.descs()[i]);
+    if (as == Listing::Json) {
+      all.push_back(listAsJson(names[i], parameters));
+      continue;
+    }
+    out << separator;
+    separator = "\n";
+    (as == Listing::Markdown ? listAsMarkdown : listAsText)(names[i], parameters, out);
+  }
+  if (as == Listing::Json) print(all, out);
+}
+
+void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
+           std::ostream& out) {
+  std::vector<Network::NamedTexture> textures = network.textures();
+  std::vector<std::string> names;
+  std::ranges::transform(textures, std::back_inserter(names), &Network::NamedTexture::first);
+  const Selection selection(what.patterns, "no texture", names);
+  std::erase_if(textures, [&](const auto& named) { return !selection.has(named.first); });
+  std::size_t width = 0;
+  for (const auto& named : textures) width = std::max(width, named.first.size());
+
+  Json json = {{"frame", what.frame}, {"pixel", {what.x, what.y}}, {"object", nullptr}};
+  std::string lines = "nothing is seen there\n";
   const auto report = [&](const ShadingContext& sc, std::size_t object) {
     const DVector& p = sc.shadingPoint;
-    out << "object " << scene.objects[object].name << ", render space (" << text(p.x) << ", "
-        << text(p.y) << ", " << text(p.z) << "), ray time " << text(sc.rayTime) << "\n";
-    for (const auto& [name, texture] : textures) {
-      const auto shown = [&, &texture = *texture](Show show) {
-        const auto values = evaluate(texture, show, sc);
-        return text(std::span(values).first(static_cast<std::size_t>(channelCount(texture, show))));
-      };
-      out << std::left << std::setw(static_cast<int>(width)) << name << "  " << kindName(*texture);
-      if (texture->getInterfaceId() == EXT_TEXTURE_TRANSFORM) {
-        out << "  columns " << shown(Show::Column0) << " " << shown(Show::Column1) << " "
-            << shown(Show::Column2) << "  offset " << shown(Show::Offset) << "\n";
-        continue;
+    const std::string& name = scene.objects[object].name;
+    lines = "object " + name + ", render space (" + text(p.x) + ", " + text(p.y) + ", " +
+            text(p.z) + "), ray time " + text(sc.rayTime) + "\n";
+    json["object"] = name;
+    json["renderSpace"] = {p.x, p.y, p.z};
+    json["rayTime"] = sc.rayTime;
+    for (const auto& named : textures) {
+      if (what.json) {
+        json["textures"].push_back(answersAsJson(named, sc));
+      } else {
+        const std::string gap(width - named.first.size() + 2, ' ');
+        lines += named.first + gap + answersAsText(*named.second, sc) + "\n";
       }
-      if (texture->getInterfaceId() == EXT_TEXTURE_INT) {
-        const auto* integer = static_cast<const TextureIntInterface*>(texture);
-        out << "  value " << integer->getInt(sc) << "\n";
-        continue;
-      }
-      out << "  value " << shown(Show::Value) << "  bounds " << shown(Show::Lower) << " to "
-          << shown(Show::Upper) << "  gradient " << shown(Show::Gradient) << "\n";
     }
   };
 
-  const Frame frame(scene, meshes, number, log);
   network.renderBegin();
   network.frameBegin();
-  out << "frame " << number << ", pixel " << x << "," << y << ": ";
-  if (!frame.shade(x + 0.5, y + 0.5, (scene.shutter.open + scene.shutter.close) / 2, report)) {
-    out << "nothing is seen there\n";
-  }
+  frame.shade(what.x + 0.5, what.y + 0.5, (scene.shutter.open + scene.shutter.close) / 2, report);
   network.frameEnd();
   network.renderEnd();
+  if (what.json) {
+    print(json, out);
+  } else {
+    out << "frame " << what.frame << ", pixel " << what.x << "," << what.y << ": " << lines;
+  }
 }
 
 }  // namespace preview

@@ -2,19 +2,30 @@
 
 #include <ostream>
 
-#include "host/records.h"
 #include "preview/scene/network.h"
-#include "preview/world/meshes.h"
+#include "preview/world/frame.h"
 
 /// What the program says in words.
 namespace preview {
 
-/// Every plugin of the library with its parameters, as registered: a table each.
-void listPlugins(const PluginLibrary& library, bool markdown, std::ostream& out);
+enum class Listing { Text, Markdown, Json };
 
-/// Value, bounds and gradient of every texture of the network for the middle of a pixel of frame
-/// `number`, in the middle of the shutter interval.
-void probe(const Scene& scene, const std::vector<Mesh>& meshes, const Network& network,
-           std::int32_t number, int x, int y, RenderLog* log, std::ostream& out);
+/// The plugins of the library with their parameters, as registered: those whose names fit one of
+/// `patterns`, all if there are none. In Markdown with what outputs promise.
+void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
+                 std::ostream& out);
+
+struct Probe {
+  std::int32_t frame;
+  int x, y;  ///< pixels
+  std::vector<std::string> patterns;
+  bool json;
+};
+
+/// Value, bounds and gradient of the textures of the network whose names fit one of the patterns,
+/// all if there are none, for the middle of a pixel and of the shutter interval; what is wrong
+/// there is marked.
+void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
+           std::ostream& out);
 
 }  // namespace preview

@@ -12,11 +12,16 @@ namespace standin {
 /// its virtual operations alone.
 class PluginInstance {
  public:
+  /// Throws `std::logic_error` if what is made is no plugin.
   explicit PluginInstance(QUtils::QuorPluginDesc& maker)
-      : desc_(maker),
-        object_(maker.newPlugin(nullptr)),
-        plugin_(static_cast<QUtils::QuorPluginInterface*>(
-            object_->getInterface(QUtils::EXT_QUOR_PLUGIN))) {}
+      : desc_(maker), object_(maker.newPlugin(nullptr)) {
+    if (object_ == nullptr) throw std::logic_error("newPlugin gave null");
+    plugin_ =
+        static_cast<QUtils::QuorPluginInterface*>(object_->getInterface(QUtils::EXT_QUOR_PLUGIN));
+    if (plugin_ != nullptr) return;
+    desc_.deletePlugin(object_);
+    throw std::logic_error("newPlugin gave an object without EXT_QUOR_PLUGIN");
+  }
   ~PluginInstance() { desc_.deletePlugin(object_); }
   PluginInstance(const PluginInstance&) = delete;
   PluginInstance& operator=(const PluginInstance&) = delete;

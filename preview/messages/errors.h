@@ -3,19 +3,44 @@
 #include <stdexcept>
 #include <string>
 
+#include "preview/messages/one_line.h"
+
 /// Errors of the user's making. Each is one line; the program ends with exit code 2.
 namespace preview {
 
 class InputError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit InputError(const std::string& text) : std::runtime_error(oneLine(text)) {}
 };
+
+/// In a file: counted from 1, columns in characters; line 0 stands for "unknown".
+struct Position {
+  int line = 0, column = 0;
+};
+
+/// ":LINE:COLUMN" to stand behind the name of a file; empty if unknown.
+inline std::string positionText(Position position) {
+  if (position.line == 0) return "";
+  return ":" + std::to_string(position.line) + ":" + std::to_string(position.column);
+}
 
 /// Something wrong in the scene file, at `place` in it ("nodes.tint.params.mode"; may be empty).
 class SceneError : public std::runtime_error {
  public:
-  SceneError(const std::string& place, const std::string& text)
-      : std::runtime_error(place.empty() ? text : place + ": " + text) {}
+  SceneError(std::string where, const std::string& text, Position at = {})
+      : std::runtime_error(where.empty() ? oneLine(text)
+                                         : shownPlace(where) + ": " + oneLine(text)),
+        place(std::move(where)),
+        position(at) {}
+
+  std::string place;
+  Position position;
+
+ private:
+  static std::string shownPlace(const std::string& where) {
+    constexpr std::size_t kMax = 100;  // a valid place has no longer names
+    return oneLine(where, kMax);
+  }
 };
 
 }  // namespace preview

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <span>
 #include <string>
 
 namespace preview {
@@ -13,14 +12,6 @@ std::string text(T number) {
   if (std::isnan(number)) return "nan";
   char buffer[64];
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};
-}
-
-/// One number as it is, several as "(x, y, z)".
-inline std::string text(std::span<const float> numbers) {
-  if (numbers.size() == 1) return text(numbers[0]);
-  std::string result;
-  for (const float number : numbers) result += (result.empty() ? "(" : ", ") + text(number);
-  return result + ")";
 }
 
 }  // namespace preview

@@ -31,11 +31,6 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-std::string shortened(const std::string& text) {
-  constexpr std::size_t kMax = 40;
-  return text.size() <= kMax ? text : text.substr(0, kMax) + "...";
-}
-
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates) {
   const std::string* nearest = nullptr;
   std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;

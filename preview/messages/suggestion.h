@@ -4,10 +4,9 @@
 #include <string_view>
 #include <vector>
 
-namespace preview {
+#include "preview/messages/one_line.h"
 
-/// A text from the user as messages show it: its first letters, if it is long.
-std::string shortened(const std::string& text);
+namespace preview {
 
 /// `; did you mean "NAME"?` for the candidate nearest to `name`, or nothing if none is near.
 std::string suggestion(std::string_view name, const std::vector<std::string>& candidates);

@@ -5,7 +5,6 @@
 #include <map>
 #include <optional>
 
-#include "preview/messages/errors.h"
 #include "preview/messages/suggestion.h"
 #include "standin/textures.h"
 #include "standin/uv_textures.h"
@@ -32,11 +31,12 @@ TexturePointer textureOf(const Source& source) {
 /// The parameters of a node, which has no others than `names`.
 class Parameters {
  public:
-  Parameters(const Node& node, const std::vector<std::string>& names) : node_(node) {
+  Parameters(const Node& node, const std::vector<std::string>& names, Problems& problems)
+      : node_(node) {
     for (const Parameter& parameter : node.parameters) {
       if (std::ranges::find(names, parameter.name) == names.end()) {
-        throw SceneError(parameter.place,
-                         unknown(node.plugin + " has no parameter", parameter.name, names));
+        problems.add(
+            {parameter.place, unknown(node.plugin + " has no parameter", parameter.name, names)});
       }
     }
   }
@@ -77,22 +77,22 @@ class Parameters {
   const Node& node_;
 };
 
-TexturePointer makeConstant(const Node& node) {
-  return Parameters(node, {"value"}).makeOf("value", "value", [](auto value, auto /*same*/) {
-    return standin::Constant(value);
-  });
+TexturePointer makeConstant(const Node& node, Problems& problems) {
+  const Parameters parameters(node, {"value"}, problems);
+  return parameters.makeOf("value", "value",
+                           [](auto value, auto /*same*/) { return standin::Constant(value); });
 }
 
-TexturePointer makeChecker(const Node& node) {
-  const Parameters parameters(node, {"even", "odd", "tiles"});
+TexturePointer makeChecker(const Node& node, Problems& problems) {
+  const Parameters parameters(node, {"even", "odd", "tiles"}, problems);
   const float tiles = parameters.valueOr("tiles", 8.0F, "expected a number");
   return parameters.makeOf("even", "odd", [tiles]<class T>(T even, T odd) {
     return standin::Checker<T>{even, odd, tiles};
   });
 }
 
-TexturePointer makeRamp(const Node& node) {
-  const Parameters parameters(node, {"from", "to", "direction"});
+TexturePointer makeRamp(const Node& node, Problems& problems) {
+  const Parameters parameters(node, {"from", "to", "direction"}, problems);
   const Vector direction =
       parameters.valueOr("direction", Vector{1, 0, 0}, "expected a list of 3 numbers");
   return parameters.makeOf("from", "to", [direction]<class T>(T from, T to) {
@@ -100,7 +100,7 @@ TexturePointer makeRamp(const Node& node) {
   });
 }
 
-const std::map<std::string, TexturePointer (*)(const Node&)> kKinds = {
+const std::map<std::string, TexturePointer (*)(const Node&, Problems&)> kKinds = {
     {"constant", makeConstant}, {"checker", makeChecker}, {"ramp", makeRamp}};
 
 }  // namespace
@@ -111,9 +111,8 @@ std::vector<std::string> hostTextureNames() {
   return names;
 }
 
-TexturePointer makeHostTexture(const Node& node) {
-  const auto kind = kKinds.find(node.plugin);
-  return kind != kKinds.end() ? kind->second(node) : nullptr;
+TexturePointer makeHostTexture(const Node& node, Problems& problems) {
+  return kKinds.at(node.plugin)(node, problems);
 }
 
 TexturePointer constantTexture(const ParameterValue& value) {

@@ -46,51 +46,65 @@ std::vector<std::string> Network::Instance::parameterNames(bool outputs) const {
   return names;
 }
 
-Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library) {
-  for (const Node& node : nodes) instances_.push_back(makeInstance(node, library));
+Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library, Problems& problems) {
+  for (const Node& node : nodes) {
+    Instance& instance = instances_.emplace_back(Instance{&node, nullptr, nullptr});
+    problems.attempt([&] { make(instance, library, problems); });
+  }
   for (const Instance& instance : instances_) {
     if (instance.plugin == nullptr) continue;
-    for (const Parameter& parameter : instance.node->parameters) setParameter(instance, parameter);
+    for (const Parameter& parameter : instance.node->parameters) {
+      problems.attempt([&] { setParameter(instance, parameter); });
+    }
   }
-  checkConnections();
+  checkConnections(problems);
 }
 
-Network::Instance Network::makeInstance(const Node& node, const PluginLibrary& library) {
-  Instance result{&node, nullptr, makeHostTexture(node)};
-  if (result.hostTexture != nullptr) return result;
-
-  std::vector<std::string> names;
-  for (QuorPluginDesc* desc : library.descs()) {
-    names.emplace_back(desc->getPluginName());
-    if (names.back() != node.plugin) continue;
-    result.plugin = std::make_unique<standin::PluginInstance>(*desc);
-    return result;
+void Network::make(Instance& instance, const PluginLibrary& library, Problems& problems) {
+  const Node& node = *instance.node;
+  std::vector<std::string> names = hostTextureNames();
+  if (std::ranges::find(names, node.plugin) != names.end()) {
+    if (node.complete) instance.hostTexture = makeHostTexture(node, problems);
+    return;
   }
-  std::ranges::copy(hostTextureNames(), std::back_inserter(names));
+  if (node.plugin.empty() && !node.complete) return;
+  for (QuorPluginDesc* desc : library.descs()) {
+    if (node.plugin == desc->getPluginName()) {
+      instance.plugin = library.newPlugin(*desc);
+      return;
+    }
+    names.emplace_back(desc->getPluginName());
+  }
   throw SceneError(node.place + ".plugin", unknown("no plugin", node.plugin, names));
+}
+
+const Network::Instance* Network::findInstance(const std::string& name) const {
+  const auto found = std::ranges::find(
+      instances_, name, [](const Instance& instance) -> auto& { return instance.node->name; });
+  return found != instances_.end() ? &*found : nullptr;
 }
 
 const Network::Instance& Network::instance(const std::string& name,
                                            const std::string& place) const {
+  if (const Instance* found = findInstance(name)) return *found;
   std::vector<std::string> names;
-  for (const Instance& instance : instances_) {
-    if (instance.node->name == name) return instance;
-    names.push_back(instance.node->name);
-  }
+  for (const Instance& instance : instances_) names.push_back(instance.node->name);
   throw SceneError(place, unknown("no node", name, names));
 }
 
 std::vector<std::string> Network::outputs(const std::string& node, const std::string& place) const {
   const Instance& from = instance(node, place);
+  if (from.isWrong()) return {};
   if (from.plugin == nullptr) throw SceneError(place, from.node->plugin + " has no outputs");
   return from.parameterNames(true);
 }
 
-PluginInterface& Network::find(const Reference& reference, const std::string& place) const {
+PluginInterface* Network::find(const Reference& reference, const std::string& place) const {
   const Instance& from = instance(reference.node, place);
+  if (from.isWrong()) return nullptr;
   const std::string& kind = from.node->plugin;
   if (reference.output.empty()) {
-    if (PluginInterface* texture = from.texture()) return *texture;
+    if (PluginInterface* texture = from.texture()) return texture;
     throw SceneError(place, kind + " is not itself a texture; name one of its outputs: \"" +
                                 reference.node + ".OUTPUT\"");
   }
@@ -98,7 +112,7 @@ PluginInterface& Network::find(const Reference& reference, const std::string& pl
   if (std::ranges::find(names, reference.output) == names.end()) {
     throw SceneError(place, unknown(kind + " has no output", reference.output, names));
   }
-  return *from.texture(reference.output);
+  return from.texture(reference.output);
 }
 
 void Network::setParameter(const Instance& instance, const Parameter& parameter) {
@@ -124,11 +138,13 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     }
     plugin.set(parameter.name, static_cast<std::int32_t>(*number));
   } else if (const auto* reference = std::get_if<Reference>(&parameter.value)) {
-    PluginInterface& texture = find(*reference, parameter.place);
-    if (texture.getInterfaceId() != info->kind().texture) {
-      refuse(parameter, *info, "; \"" + reference->text() + "\" is of kind " + kindName(texture));
+    PluginInterface* texture = find(*reference, parameter.place);
+    if (texture == nullptr) return;
+    if (texture->getInterfaceId() != info->kind().texture) {
+      refuse(parameter, *info,
+             "; \"" + oneLine(reference->text()) + "\" is of kind " + kindName(*texture));
     }
-    plugin.connect(parameter.name, &texture);
+    plugin.connect(parameter.name, texture);
   } else {
     std::unique_ptr<PluginInterface> constant = constantTexture(parameter.value);
     if (constant == nullptr || constant->getInterfaceId() != info->kind().texture) {
@@ -138,7 +154,7 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
   }
 }
 
-void Network::checkConnections() const {
+void Network::checkConnections(Problems& problems) const {
   // A sample asks a node as often as paths lead to it: two inputs from each node to the one before
   // it double them again and again.
   constexpr int kMaxPaths = 100'000;
@@ -151,19 +167,21 @@ void Network::checkConnections() const {
     int count = 1;
     for (const Parameter& parameter : node.node->parameters) {
       const auto* reference = std::get_if<Reference>(&parameter.value);
-      if (reference == nullptr) continue;
-      const Instance& next = instance(reference->node, parameter.place);
-      const auto begin = std::find(path.begin(), path.end(), &next);
-      if (begin != path.end()) {
-        std::string cycle;
-        for (auto i = begin; i != path.end(); ++i) cycle.append((*i)->node->name).append(" <- ");
-        throw SceneError(parameter.place, "a cycle: " + cycle + next.node->name);
+      const Instance* next = reference != nullptr ? findInstance(reference->node) : nullptr;
+      if (next == nullptr) continue;
+      const auto begin = std::find(path.begin(), path.end(), next);
+      if (begin == path.end()) {
+        count += visit(*next);
+        continue;
       }
-      count += visit(next);
+      std::string cycle;
+      for (auto i = begin; i != path.end(); ++i) cycle.append((*i)->node->name).append(" <- ");
+      problems.add({parameter.place, "a cycle: " + cycle + next->node->name});
     }
     if (count > kMaxPaths) {
-      throw SceneError(node.node->place,
-                       "more than " + std::to_string(kMaxPaths) + " paths lead through its inputs");
+      problems.add({node.node->place,
+                    "more than " + std::to_string(kMaxPaths) + " paths lead through its inputs"});
+      count = 1;
     }
     path.pop_back();
     paths[&node] = count;

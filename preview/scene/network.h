@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "preview/messages/problems.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene.h"
-#include "standin/plugin_instance.h"
 
 namespace preview {
 
@@ -16,16 +16,17 @@ class Network {
  public:
   using NamedTexture = std::pair<std::string, const PluginInterface*>;
 
-  /// Throws `SceneError` if a node, a parameter or a connection is not as its plugin has it, if
-  /// the connections form a cycle, or if they are so many that a sample would never end. Both
-  /// arguments outlive the network.
-  Network(const std::vector<Node>& nodes, const PluginLibrary& library);
+  /// Tells where a node, a parameter or a connection is not as its plugin has it, where connections
+  /// form a cycle, or are so many that a sample would never end. Only a network of which nothing is
+  /// told may be used. `nodes` and `library` outlive it.
+  Network(const std::vector<Node>& nodes, const PluginLibrary& library, Problems& problems);
 
-  /// A texture, which the network owns. Throws `SceneError`, for `place` in the file, if there is
-  /// none.
-  PluginInterface& find(const Reference& reference, const std::string& place) const;
+  /// A texture, which the network owns; null if the node has already been told to be wrong. Throws
+  /// `SceneError`, for `place` in the file, if there is none.
+  PluginInterface* find(const Reference& reference, const std::string& place) const;
 
-  /// The names of a node's outputs. Throws `SceneError`, for `place` in the file, if it has none.
+  /// The names of a node's outputs; none of one that is wrong. Throws `SceneError`, for `place` in
+  /// the file, if such a node has none.
   std::vector<std::string> outputs(const std::string& node, const std::string& place) const;
 
   /// Every texture that a reference can name, under that name: the nodes in the order of the file,
@@ -38,7 +39,7 @@ class Network {
   void renderEnd() const { tell(&QuorPluginInterface::renderEnd); }
 
  private:
-  /// A node with its plugin, or with its texture of the host.
+  /// A node with its plugin, or with its texture of the host; with neither if it is wrong.
   struct Instance {
     const Node* node;
     std::unique_ptr<standin::PluginInstance> plugin;
@@ -47,14 +48,17 @@ class Network {
     /// The texture of an output, or the one that is named without an output; null if there is none.
     PluginInterface* texture(const std::string& output = {}) const;
 
+    bool isWrong() const { return plugin == nullptr && hostTexture == nullptr; }
+
     /// The names of the plugin's outputs, or of its inputs.
     std::vector<std::string> parameterNames(bool outputs) const;
   };
 
-  static Instance makeInstance(const Node& node, const PluginLibrary& library);
+  static void make(Instance& instance, const PluginLibrary& library, Problems& problems);
+  const Instance* findInstance(const std::string& name) const;
   const Instance& instance(const std::string& name, const std::string& place) const;
   void setParameter(const Instance& instance, const Parameter& parameter);
-  void checkConnections() const;
+  void checkConnections(Problems& problems) const;
   void tell(void (QuorPluginInterface::*event)(QuorRenderer*)) const;
 
   std::vector<Instance> instances_;

@@ -2,31 +2,77 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+
 #include "preview/messages/errors.h"
+#include "standin/introspection.h"
 
 namespace preview {
 
 void PluginLibrary::Close::operator()(void* handle) const { dlclose(handle); }
 
-PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
+void PluginLibrary::refuse(const std::string& why) const {
+  throw InputError("the plugin library \"" + shortened(file_.filename().string()) +
+                   "\" cannot be used: " + why);
+}
+
+PluginLibrary::PluginLibrary(const std::filesystem::path& file) : file_(file) {
   // A name without a slash would be looked for in the system's folders.
   handle_.reset(dlopen(absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!handle_) throw InputError(std::string("cannot load the plugin library: ") + dlerror());
   const auto getLibDesc =
       reinterpret_cast<QUtils::PluginLibDesc* (*)()>(dlsym(handle_.get(), "getLibDesc"));
-  if (getLibDesc == nullptr) {
-    throw InputError("\"" + file.string() + "\" is no plugin library: it has no getLibDesc");
-  }
-  getLibDesc()->enumPluginDescs(this);
+  if (getLibDesc == nullptr) refuse("it has no getLibDesc");
+  const QUtils::PluginLibDesc* library = getLibDesc();
+  if (library == nullptr) refuse("its getLibDesc gives null");
+  library->enumPluginDescs(this);
+  checkDescs();
 }
 
 PluginLibrary::~PluginLibrary() {
-  while (!descs_.empty()) descs_.back()->unregisterPlugin(this);
+  const auto registered = descs_;  // each takes itself out of the list
+  std::for_each(registered.rbegin(), registered.rend(),
+                [this](QUtils::QuorPluginDesc* desc) { desc->unregisterPlugin(this); });
 }
 
 std::int32_t PluginLibrary::visitPluginDesc(QUtils::PluginDesc* desc) {
-  desc->registerPlugin(this);
+  if (desc == nullptr) {
+    descs_.push_back(nullptr);  // to be refused when the library is no longer on the stack
+  } else {
+    desc->registerPlugin(this);
+  }
   return 1;
+}
+
+void PluginLibrary::checkDescs() const {
+  for (const QUtils::QuorPluginDesc* desc : descs_) {
+    if (desc == nullptr) refuse("one of its descriptors is null");
+    const char* name = desc->getPluginName();
+    if (name == nullptr) refuse("one of its plugins has no name");
+    for (const standin::ParameterInfo& info : standin::registeredParameters(desc)) {
+      if (info.name == nullptr) refuse(std::string(name) + " has a parameter without name");
+    }
+  }
+}
+
+std::unique_ptr<standin::PluginInstance> PluginLibrary::newPlugin(
+    QUtils::QuorPluginDesc& desc) const {
+  const std::string name = desc.getPluginName();
+  try {
+    auto instance = std::make_unique<standin::PluginInstance>(desc);
+    for (const standin::ParameterInfo& info : standin::registeredParameters(&desc)) {
+      if (!info.isOutput()) continue;
+      const QUtils::PluginInterface* texture = instance->texture(info.name);
+      if (texture == nullptr || texture->getInterfaceId() != info.kind().texture) {
+        refuse(name + "." + info.name + " is no " + info.kind().value + " texture");
+      }
+    }
+    return instance;
+  } catch (const std::logic_error& e) {
+    refuse(name + ": " + e.what());
+  } catch (const char* text) {  // the library's own kind of exception
+    refuse(name + " threw \"" + (text != nullptr ? text : "") + "\" when it was made");
+  }
 }
 
 std::filesystem::path defaultPluginLibrary() {

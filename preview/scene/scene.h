@@ -96,6 +96,7 @@ struct Node {
   std::string place;   ///< in the file, as in "nodes.tint"
   std::string plugin;  ///< a kind of plugin, or a texture of the host
   std::vector<Parameter> parameters;
+  bool complete = true;  ///< false if something of it was wrong and is left out
 };
 
 /// What a picture shows of a texture; the last four are for transforms alone.

@@ -2,23 +2,20 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
+#include <cstring>
 #include <functional>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <numbers>
-#include <set>
 #include <system_error>
 
 #include "math/vector.h"
-#include "preview/messages/errors.h"
+#include "preview/messages/number_text.h"
 #include "preview/messages/suggestion.h"
+#include "preview/scene/json_file.h"
 
 namespace preview {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr double kMinLength = 1e-6;             // of world space: shapes, the camera and its target
 constexpr double kMaxLength = 1e6;              // of world space
@@ -33,89 +30,100 @@ constexpr std::size_t kMaxObjects = 10'000;
 constexpr std::size_t kMaxPictures = 1000;  // all of them are on the contact sheet
 constexpr double kLargestFloat = std::numeric_limits<float>::max();
 
-/// A value in the file, and where it stands there.
+/// A value in the file, where it stands there, and where to tell what is wrong with it.
 class Item {
  public:
-  Item(const Json& value, std::string place) : value_(&value), place_(std::move(place)) {}
+  Item(const Json& value, std::string place, Problems& problems)
+      : value_(&value), place_(std::move(place)), problems_(&problems) {}
 
   const std::string& place() const { return place_; }
 
   [[noreturn]] void fail(const std::string& text) const { throw SceneError(place_, text); }
 
   [[noreturn]] void failExpecting(const std::string& what) const {
-    std::string found = "an object";
-    if (value_->is_array()) found = "a list of " + std::to_string(value_->size());
-    if (value_->is_primitive()) found = shortened(value_->dump(-1, ' ', true));
+    std::string found = value_->written;
+    if (isList()) found = "a list of " + std::to_string(value_->members.size());
+    if (value_->kind == Json::Kind::Object) found = "an object";
     fail("expected " + what + ", found " + found);
   }
 
-  /// The members of an object, of any names.
-  std::vector<std::pair<std::string, Item>> members() const {
-    if (!value_->is_object()) failExpecting("an object");
-    std::vector<std::pair<std::string, Item>> result;
-    for (const auto& [key, value] : value_->items()) {
-      result.emplace_back(key, Item(value, place_.empty() ? key : place_ + "." + key));
-    }
-    return result;
+  /// Runs a step; what is wrong there does not keep the next one from being tried. False if there
+  /// was anything.
+  template <class Step>
+  bool attempt(Step step) const {
+    return problems_->attempt(step);
   }
+
+  /// Calls `use` with the name and the value of each member of an object, of any names.
+  template <class Use>
+  void forMembers(Use use) const {
+    if (value_->kind != Json::Kind::Object) failExpecting("an object");
+    for (const Json& member : value_->members) {
+      const std::string place = place_.empty() ? member.name : place_ + "." + member.name;
+      problems_->setPosition(place, member.position);
+      attempt([&] { use(member.name, Item(member, place, *problems_)); });
+    }
+  }
+  std::size_t size() const { return value_->members.size(); }
 
   /// What to do with the members of an object, by their names.
   using Readers = std::vector<std::pair<std::string, std::function<void(const Item&)>>>;
 
   /// Reads the members of an object, all of them optional.
   void read(const Readers& readers) const {
-    for (const auto& [key, item] : members()) {
-      const auto reader = std::ranges::find(readers, key, &Readers::value_type::first);
+    forMembers([&](const std::string& name, const Item& item) {
+      const auto reader = std::ranges::find(readers, name, &Readers::value_type::first);
       if (reader == readers.end()) {
-        std::vector<std::string> keys;
-        for (const auto& [known, read] : readers) keys.push_back(known);
-        item.fail("unknown key" + suggestion(key, keys));
+        std::vector<std::string> names;
+        for (const auto& known : readers) names.push_back(known.first);
+        item.fail("unknown key" + suggestion(name, names));
       }
       reader->second(item);
-    }
+    });
   }
 
   /// Refuses an object without this member.
-  void require(const std::string& key) const {
-    if (!has(key)) fail("\"" + key + "\" is missing");
+  void require(const std::string& name) const {
+    if (!has(name)) fail("\"" + name + "\" is missing");
   }
-  bool has(const std::string& key) const { return value_->contains(key); }
+  bool has(const std::string& name) const { return value_->find(name) != nullptr; }
 
   std::vector<Item> elements() const {
-    if (!value_->is_array()) failExpecting("a list");
+    if (!isList()) failExpecting("a list");
     std::vector<Item> result;
-    for (std::size_t i = 0; i < value_->size(); ++i) {
-      result.emplace_back((*value_)[i], place_ + "[" + std::to_string(i) + "]");
+    for (const Json& element : value_->members) {
+      const std::string place = place_ + "[" + std::to_string(result.size()) + "]";
+      problems_->setPosition(place, element.position);
+      result.emplace_back(element, place, *problems_);
     }
     return result;
   }
 
-  bool isList() const { return value_->is_array(); }
-  bool isText() const { return value_->is_string(); }
-  bool isBoolean() const { return value_->is_boolean(); }
-  bool isNumber() const { return value_->is_number(); }
+  bool isList() const { return value_->kind == Json::Kind::List; }
+  bool isText() const { return value_->kind == Json::Kind::Text; }
+  bool isBoolean() const { return value_->kind == Json::Kind::Boolean; }
+  bool isNumber() const { return value_->kind == Json::Kind::Number; }
 
   bool boolean() const {
-    if (!value_->is_boolean()) failExpecting("true or false");
-    return value_->get<bool>();
+    if (!isBoolean()) failExpecting("true or false");
+    return value_->boolean;
   }
 
-  std::string text(const std::string& what) const {
-    if (!value_->is_string()) failExpecting(what);
-    return value_->get<std::string>();
+  const std::string& text(const std::string& what) const {
+    if (!isText()) failExpecting(what);
+    return value_->text;
   }
 
   double number(double min, double max) const {
-    if (!value_->is_number()) failExpecting("a number");
-    const double number = value_->get<double>();
-    if (!(number >= min && number <= max)) {
-      failExpecting("a number from " + Json(min).dump() + " to " + Json(max).dump());
+    if (!isNumber()) failExpecting("a number");
+    if (!(value_->number >= min && value_->number <= max)) {
+      failExpecting("a number from " + preview::text(min) + " to " + preview::text(max));
     }
-    return number;
+    return value_->number;
   }
 
   std::int32_t integer(std::int32_t min, std::int32_t max) const {
-    const double number = value_->is_number() ? value_->get<double>() : std::nan("");
+    const double number = isNumber() ? value_->number : std::nan("");
     if (!(number >= min && number <= max && number == std::floor(number))) {
       failExpecting("a whole number from " + std::to_string(min) + " to " + std::to_string(max));
     }
@@ -124,7 +132,7 @@ class Item {
 
   /// A list of that many numbers, each within ±`limit`.
   std::vector<double> numbers(std::size_t count, double limit) const {
-    if (!value_->is_array() || value_->size() != count) {
+    if (!isList() || size() != count) {
       failExpecting("a list of " + std::to_string(count) + " numbers");
     }
     std::vector<double> result;
@@ -140,48 +148,8 @@ class Item {
  private:
   const Json* value_;
   std::string place_;
+  Problems* problems_;
 };
-
-/// Refuses the second of two members of the same name, which the parser alone would let win.
-class DuplicateCheck {
- public:
-  bool operator()(int /*depth*/, Json::parse_event_t event, const Json& parsed) {
-    if (event == Json::parse_event_t::object_start) open_.emplace_back();
-    if (event == Json::parse_event_t::object_end) open_.pop_back();
-    if (event == Json::parse_event_t::key) {
-      open_.back().current = parsed.get<std::string>();
-      if (!open_.back().seen.insert(open_.back().current).second) fail();
-    }
-    return true;
-  }
-
- private:
-  struct Level {
-    std::set<std::string> seen;
-    std::string current;
-  };
-
-  [[noreturn]] void fail() const {
-    std::string place;
-    for (const Level& level : open_) place += (place.empty() ? "" : ".") + level.current;
-    throw SceneError(place, "occurs twice");
-  }
-
-  std::vector<Level> open_;
-};
-
-Json parse(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw SceneError("", "cannot be read");
-  try {
-    return Json::parse(stream, DuplicateCheck(), true, true);
-  } catch (const Json::exception& e) {
-    // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."
-    const std::string text = e.what();
-    const std::size_t prefix = text.find("] ");
-    throw SceneError("", prefix == std::string::npos ? text : text.substr(prefix + 2));
-  }
-}
 
 /// Names of nodes, objects and pictures go into references, files and layers.
 void checkName(const std::string& name, const Item& item) {
@@ -205,26 +173,33 @@ Image readImage(const Item& item) {
 
 Frames readFrames(const Item& item) {
   Frames frames;
-  item.read({{"first", [&](const Item& v) { frames.first = v.integer(0, kMaxFrame); }},
-             {"last", [&](const Item& v) { frames.last = v.integer(0, kMaxFrame); }}});
+  const bool good = item.attempt([&] {
+    item.read({{"first", [&](const Item& v) { frames.first = v.integer(0, kMaxFrame); }},
+               {"last", [&](const Item& v) { frames.last = v.integer(0, kMaxFrame); }}});
+  });
   if (!item.has("last")) frames.last = frames.first;
-  if (frames.last < frames.first) item.fail("the last frame comes before the first");
+  if (good && frames.last < frames.first) item.fail("the last frame comes before the first");
   return frames;
 }
 
 Shutter readShutter(const Item& item) {
   Shutter shutter;
-  item.read({{"open", [&](const Item& v) { shutter.open = v.number(0, 1); }},
-             {"close", [&](const Item& v) { shutter.close = v.number(0, 1); }}});
-  if (shutter.close < shutter.open) item.fail("closes before it opens");
+  const bool good = item.attempt([&] {
+    item.read({{"open", [&](const Item& v) { shutter.open = v.number(0, 1); }},
+               {"close", [&](const Item& v) { shutter.close = v.number(0, 1); }}});
+  });
+  if (good && shutter.close < shutter.open) item.fail("closes before it opens");
   return shutter;
 }
 
 CameraKey readCameraKey(const Item& item) {
   CameraKey key;
-  item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
-             {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
-             {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxLength)); }}});
+  const bool good = item.attempt([&] {
+    item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
+               {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
+               {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxLength)); }}});
+  });
+  if (!good) return key;
   const DVector& p = key.position;
   const DVector& t = key.target;
   const DVector view = {t.x - p.x, t.y - p.y, t.z - p.z};
@@ -241,8 +216,10 @@ CameraKey readCameraKey(const Item& item) {
 
 std::vector<CameraKey> readCameraKeys(const Item& item) {
   std::vector<CameraKey> keys;
-  for (const Item& element : item.elements()) keys.push_back(readCameraKey(element));
-  if (keys.empty() || keys.size() > 2) item.fail("expected one or two keys");
+  for (const Item& element : item.elements()) {
+    item.attempt([&] { keys.push_back(readCameraKey(element)); });
+  }
+  if (item.size() == 0 || item.size() > 2) item.fail("expected one or two keys");
   return keys;
 }
 
@@ -263,7 +240,6 @@ ObjFile readObjFile(const Item& item, const std::filesystem::path& folder) {
 }
 
 Shape readShape(const Item& item, const std::filesystem::path& folder) {
-  if (item.members().size() != 1) item.fail("expected one shape");
   Shape shape;
   const auto into = [](double& length) {
     return [&length](const Item& v) { length = v.number(kMinLength, kMaxLength); };
@@ -288,6 +264,7 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
                 v.read({{"radius", into(radius)}, {"tube", into(tube)}});
               }},
              {"obj", [&](const Item& v) { shape = readObjFile(v, folder); }}});
+  if (item.size() != 1) item.fail("expected one shape");
   return shape;
 }
 
@@ -340,7 +317,6 @@ void readMaterialId(const Item& item, Object& object) {
 }
 
 Object readObject(const std::string& name, const Item& item, const std::filesystem::path& folder) {
-  checkName(name, item);
   Object object{
       .name = name, .place = item.place(), .shape = {}, .toWorld = Placement().toTransform()};
   item.read({{"shape", [&](const Item& v) { object.shape = readShape(v, folder); }},
@@ -368,7 +344,7 @@ ParameterValue readValue(const Item& item) {
   if (!item.isList()) {
     item.failExpecting(R"(a number, true or false, a list of numbers, "node" or "node.output")");
   }
-  const std::size_t count = item.elements().size();
+  const std::size_t count = item.size();
   if (count != 3 && count != 4) item.failExpecting("a list of 3 or 4 numbers");
   const std::vector<double> numbers = item.numbers(count, kLargestFloat);
   const std::vector<float> v(numbers.begin(), numbers.end());
@@ -377,16 +353,19 @@ ParameterValue readValue(const Item& item) {
 }
 
 Node readNode(const std::string& name, const Item& item) {
-  checkName(name, item);
-  if (name == kCoverageLayer) item.fail("the coverage of the pixels has this name");
   Node node{.name = name, .place = item.place(), .plugin = {}, .parameters = {}};
-  item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
-             {"params", [&](const Item& v) {
-                for (const auto& [parameter, content] : v.members()) {
-                  node.parameters.push_back({parameter, content.place(), readValue(content)});
-                }
-              }}});
-  item.require("plugin");
+  node.complete = item.attempt([&] {
+    item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
+               {"params", [&](const Item& v) {
+                  v.forMembers([&](const std::string& parameter, const Item& content) {
+                    node.parameters.push_back({parameter, content.place(), readValue(content)});
+                  });
+                }}});
+    item.require("plugin");
+  });
+  item.attempt([&] {
+    if (name == kCoverageLayer) item.fail("the coverage of the pixels has this name");
+  });
   return node;
 }
 
@@ -400,7 +379,7 @@ Show readShow(const Item& item) {
 }
 
 std::string readCaption(const Item& item) {
-  std::string caption = item.text("a text");
+  const std::string& caption = item.text("a text");
   if (caption.size() > kMaxCaption) {
     item.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
   }
@@ -408,7 +387,6 @@ std::string readCaption(const Item& item) {
 }
 
 Picture readPicture(const std::string& name, const Item& item) {
-  checkName(name, item);
   if (name == "contact_sheet") item.fail("the contact sheet has this name");
   Picture picture{.name = name, .place = item.place(), .from = {}, .caption = {}};
   item.read({{"from", [&](const Item& v) { picture.from = readReference(v); }},
@@ -428,22 +406,25 @@ Picture readPicture(const std::string& name, const Item& item) {
 template <class T, class Read>
 std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
   std::vector<T> result;
-  for (const auto& [name, member] : item.members()) result.push_back(read(name, member));
-  if (result.size() > max) item.fail("expected at most " + std::to_string(max));
+  item.forMembers([&](const std::string& name, const Item& member) {
+    member.attempt([&] { checkName(name, member); });
+    result.push_back(read(name, member));
+  });
+  if (item.size() > max) item.fail("expected at most " + std::to_string(max));
   return result;
 }
 
 }  // namespace
 
-Scene readScene(const std::filesystem::path& file) {
-  const Json json = parse(file);
+Scene readScene(const std::filesystem::path& file, Problems& problems) {
+  const Json json = readJson(file, problems);
   Scene scene;
   scene.file = file;
   const std::filesystem::path folder = file.parent_path();
   const auto object = [&](const std::string& name, const Item& item) {
     return readObject(name, item, folder);
   };
-  const Item root(json, "");
+  const Item root(json, "", problems);
   root.read(
       {{"image", [&](const Item& v) { scene.image = readImage(v); }},
        {"frames", [&](const Item& v) { scene.frames = readFrames(v); }},
@@ -455,10 +436,15 @@ Scene readScene(const std::filesystem::path& file) {
        {"pictures",
         [&](const Item& v) { scene.pictures = readAll<Picture>(v, kMaxPictures, readPicture); }}});
   if (root.has("world_offset") && scene.camera.keys.size() == 2) {
-    throw SceneError("world_offset", "with a moving camera render space begins at the camera");
+    problems.add({"world_offset", "with a moving camera render space begins at the camera"});
   }
-  if (scene.objects.empty()) throw SceneError("objects", "expected at least one object");
-  if (scene.pictures.empty()) throw SceneError("pictures", "expected at least one picture");
+  for (const char* section : {"objects", "pictures"}) {
+    const Json* members = json.find(section);
+    if (members == nullptr || (members->kind == Json::Kind::Object && members->members.empty())) {
+      const std::string one(section, std::strlen(section) - 1);
+      problems.add({section, "expected at least one " + one});
+    }
+  }
   return scene;
 }
 

@@ -119,27 +119,85 @@ Mesh build(const ObjFile& file) { return loadObj(file.path); }
   throw InputError(path.string() + ": " + reason);
 }
 
-/// The parser would take what is no number, or is missing, for 0.
-void checkNumbers(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  std::string line;
-  for (int number = 1; std::getline(file, line); ++number) {
-    std::istringstream words(line.substr(0, line.find('#')));
-    std::string word;
-    words >> word;
-    if (word != "v" && word != "vt" && word != "vn") continue;
-    int missing = word == "vt" ? 1 : 3;
-    for (; words >> word; --missing) {
+/// Refuses what the parser would take for something else: what is no number, or is missing, for 0,
+/// and faces with wrong indices, of which it leaves out some.
+class ObjLines {
+ public:
+  explicit ObjLines(const std::filesystem::path& path) : path_(path) {}
+
+  void check() {
+    std::ifstream file(path_);
+    for (std::string line; std::getline(file, line); ++line_) {
+      std::istringstream words(line.substr(0, line.find('#')));
+      std::string word;
+      words >> word;
+      if (word == "f") checkFace(words);
+      const auto* const kind = std::ranges::find(kKinds, word);
+      if (kind == std::end(kKinds)) continue;
+      checkNumbers(words, word == "vt" ? 1 : 3);
+      ++counts_[static_cast<std::size_t>(kind - kKinds)];
+    }
+    for (std::size_t kind = 0; kind < std::size(kKinds); ++kind) {
+      const auto [greatest, line] = greatest_[kind];
+      if (greatest <= counts_[kind]) continue;
+      line_ = line;
+      failAtLine("there is no " + (kKinds[kind] + (" " + std::to_string(greatest))));
+    }
+  }
+
+ private:
+  static constexpr const char* kKinds[] = {"v", "vt", "vn"};  // in the order of a corner's indices
+
+  [[noreturn]] void failAtLine(const std::string& what) const {
+    fail(path_, "line " + std::to_string(line_) + ": " + what);
+  }
+
+  void checkNumbers(std::istream& words, int missing) const {
+    for (std::string word; words >> word; --missing) {
       const char* begin = word.data() + (word.front() == '+' ? 1 : 0);
       const char* end = word.data() + word.size();
       double value = 0;
       if (std::from_chars(begin, end, value).ptr != end || !std::isfinite(value)) {
-        fail(path, "line " + std::to_string(number) + ": \"" + word + "\" is not a number");
+        failAtLine("\"" + shortened(word) + "\" is not a number");
       }
     }
-    if (missing > 0) fail(path, "line " + std::to_string(number) + ": a number is missing");
+    if (missing > 0) failAtLine("a number is missing");
   }
-}
+
+  void checkFace(std::istream& words) {
+    int corners = 0;
+    for (std::string word; words >> word; ++corners) {
+      const char* at = word.data();
+      const char* end = at + word.size();
+      for (std::size_t kind = 0;; ++kind, ++at) {
+        const bool mayLack = kind == 1 && at != end && *at == '/';  // "1//2"
+        if (!mayLack) at = checkIndex(at, end, kind, word);
+        if (at == end) break;
+        if (*at != '/' || kind == 2) failAtLine("\"" + shortened(word) + "\" is no corner");
+      }
+    }
+    if (corners < 3) failAtLine("a face of " + std::to_string(corners) + " corners");
+  }
+
+  /// An index counts from 1, or from -1 backwards from the line; returns what is behind it.
+  const char* checkIndex(const char* begin, const char* end, std::size_t kind,
+                         const std::string& word) {
+    std::int32_t index = 0;
+    const auto [behind, error] = std::from_chars(begin, end, index);
+    if (error == std::errc::invalid_argument)
+      failAtLine("\"" + shortened(word) + "\" is no corner");
+    if (error != std::errc() || index == 0 || -std::int64_t{index} > counts_[kind]) {
+      failAtLine("there is no " + (kKinds[kind] + (" " + shortened({begin, behind}))));
+    }
+    if (index > greatest_[kind].first) greatest_[kind] = {index, line_};
+    return behind;
+  }
+
+  const std::filesystem::path& path_;
+  int line_ = 1;
+  std::int64_t counts_[std::size(kKinds)] = {};                    // so far
+  std::pair<std::int64_t, int> greatest_[std::size(kKinds)] = {};  // index, and its line
+};
 
 /// The corners of a file's triangles, three for each; an index of -1 stands for "not given".
 using Corners = std::vector<tinyobj::index_t>;
@@ -158,21 +216,8 @@ V3d uvwOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
   return {t[0], t[1], 0};
 }
 
-void check(const std::filesystem::path& path, const tinyobj::ObjReader& reader,
+void check(const std::filesystem::path& path, const tinyobj::attrib_t& attrib,
            const Corners& corners) {
-  const tinyobj::attrib_t& attrib = reader.GetAttrib();
-  const auto within = [](int index, std::size_t floats, std::size_t each) {
-    return index < static_cast<int>(floats / each);
-  };
-  // Some polygons with a wrong index are left out of the shapes, with a warning.
-  bool dangling = reader.Warning().find("out of bounds") != std::string::npos;
-  for (const tinyobj::index_t& corner : corners) {
-    dangling |= corner.vertex_index < 0 ||
-                !within(corner.vertex_index, attrib.vertices.size(), 3) ||
-                !within(corner.normal_index, attrib.normals.size(), 3) ||
-                !within(corner.texcoord_index, attrib.texcoords.size(), 2);
-  }
-  if (dangling) fail(path, "a face refers to a v, vn or vt that is not there");
   if (corners.empty()) fail(path, "has no faces");
   for (const auto* list : {&attrib.vertices, &attrib.normals, &attrib.texcoords}) {
     if (!std::ranges::all_of(*list, [](float value) { return std::isfinite(value); })) {
@@ -224,17 +269,21 @@ Mesh makeMesh(const Shape& shape) {
 }
 
 Mesh loadObj(const std::filesystem::path& path) {
-  checkNumbers(path);
-  tinyobj::ObjReader reader;
-  if (!reader.ParseFromFile(path.string())) {
-    fail(path, reader.Error().empty() ? "is not a readable OBJ file" : reader.Error());
+  ObjLines(path).check();
+  std::ifstream file(path);
+  tinyobj::attrib_t attrib;
+  std::vector<tinyobj::shape_t> shapes;
+  std::vector<tinyobj::material_t> materials;
+  std::string warning, error;
+  // Without a reader for materials no file but this one is opened.
+  if (!tinyobj::LoadObj(&attrib, &shapes, &materials, &warning, &error, &file, nullptr)) {
+    fail(path, error.empty() ? "is not a readable OBJ file" : error);
   }
-  const tinyobj::attrib_t& attrib = reader.GetAttrib();
   Corners corners;
-  for (const tinyobj::shape_t& shape : reader.GetShapes()) {
+  for (const tinyobj::shape_t& shape : shapes) {
     corners.insert(corners.end(), shape.mesh.indices.begin(), shape.mesh.indices.end());
   }
-  check(path, reader, corners);
+  check(path, attrib, corners);
 
   Mesh mesh;
   mesh.hasUvw = std::ranges::all_of(

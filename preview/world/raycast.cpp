@@ -1,6 +1,10 @@
 #include "preview/world/raycast.h"
 
+#if __has_include(<embree4/rtcore.h>)
+#include <embree4/rtcore.h>
+#else
 #include <embree3/rtcore.h>
+#endif
 
 #include <algorithm>
 #include <limits>
@@ -127,9 +131,13 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
   query.ray.mask = ~0U;
   query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
   query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+#if RTC_VERSION_MAJOR >= 4
+  rtcIntersect1(scene_.get(), &query);
+#else
   RTCIntersectContext context;
   rtcInitIntersectContext(&context);
   rtcIntersect1(scene_.get(), &context, &query);
+#endif
   if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
 
   const Mesh& mesh = meshes_[query.hit.geomID];

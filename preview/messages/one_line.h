@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+namespace preview {
+
+/// The length that messages keep to, in characters.
+inline constexpr std::size_t kMaxMessage = 200;
+
+/// Any text as messages show it: one line of valid UTF-8 without control characters, its middle
+/// left out if it has more than `max` characters.
+std::string oneLine(const std::string& text, std::size_t max = kMaxMessage);
+
+/// A name or value from the user within a message.
+inline std::string shortened(const std::string& text) { return oneLine(text, 40); }
+
+}  // namespace preview

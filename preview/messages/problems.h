@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "preview/messages/errors.h"
+
+namespace preview {
+
+/// What is wrong in a scene, all of it, and where the places of the file stand.
+class Problems {
+ public:
+  /// Runs a step. What it finds wrong is kept; false if there was anything.
+  template <class Step>
+  bool attempt(Step step) {
+    const std::size_t before = errors_.size();
+    try {
+      step();
+    } catch (const SceneError& e) {
+      add(e);
+    }
+    return errors_.size() == before;
+  }
+  void add(SceneError error) {
+    error.position = positionOf(error);
+    errors_.push_back(std::move(error));
+  }
+
+  /// In the order in which they were found.
+  const std::vector<SceneError>& errors() const { return errors_; }
+  void throwFirst() const {
+    if (!errors_.empty()) throw SceneError(errors_.front());
+  }
+
+  void setPosition(const std::string& place, Position position) { positions_[place] = position; }
+
+  /// That of the error, or of its place, or of what this place would be in.
+  Position positionOf(const SceneError& error) const {
+    if (error.position.line != 0) return error.position;
+    for (std::string place = error.place;; place.resize(place.find_last_of(".["))) {
+      const auto known = positions_.find(place);
+      if (known != positions_.end()) return known->second;
+      if (place.find_last_of(".[") == std::string::npos) return {};
+    }
+  }
+
+ private:
+  std::vector<SceneError> errors_;
+  std::unordered_map<std::string, Position> positions_;
+};
+
+}  // namespace preview

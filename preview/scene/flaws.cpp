@@ -1,0 +1,41 @@
+#include "preview/scene/flaws.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace preview {
+
+Flaws flawsOf(const PluginInterface& texture, const ShadingContext& sc) {
+  Flaws flaws;
+  const auto set = [&](Flaw flaw, bool here) {
+    if (here) flaws.set(static_cast<std::size_t>(flaw));
+  };
+  const InterfaceId id = texture.getInterfaceId();
+  if (id == EXT_TEXTURE_TRANSFORM) {
+    for (const Show show : {Show::Column0, Show::Column1, Show::Column2, Show::Offset}) {
+      for (const float value : evaluate(texture, show, sc)) {
+        set(Flaw::NaN, std::isnan(value));
+        set(Flaw::Infinity, std::isinf(value));
+      }
+    }
+    return flaws;
+  }
+  const Channels values = evaluate(texture, Show::Value, sc);
+  const Channels lower = evaluate(texture, Show::Lower, sc);
+  const Channels upper = evaluate(texture, Show::Upper, sc);
+  for (std::size_t c = 0; c < values.size(); ++c) {
+    constexpr float kRounding = 1e-6F;  // of the bounds
+    set(Flaw::NaN, std::isnan(values[c]));
+    set(Flaw::Infinity, std::isinf(values[c]));
+    const float nearest = std::clamp(values[c], lower[c], upper[c]);
+    const float rounding = kRounding * std::max(std::abs(lower[c]), std::abs(upper[c]));
+    const bool inside = values[c] == nearest || std::abs(values[c] - nearest) <= rounding;
+    set(Flaw::OutsideBounds, id != EXT_TEXTURE_INT && !std::isnan(values[c]) && !inside);
+  }
+  const Channels gradient = evaluate(texture, Show::Gradient, sc);
+  set(Flaw::GradientNotFinite,
+      !std::ranges::all_of(gradient, [](float part) { return std::isfinite(part); }));
+  return flaws;
+}
+
+}  // namespace preview

@@ -1,0 +1,64 @@
+#include "frame/plugin.h"
+
+// A module with one plugin, and one fault that the build chooses.
+
+namespace {
+
+using namespace QUtils;
+
+enum Fault {
+  kNone,
+  kNullLibDesc,
+  kNullDescriptor,
+  kNullPluginName,
+  kNullParameterName,
+  kNullPlugin,
+  kThrowingPlugin,
+  kNullOutput
+};
+constexpr Fault kFault = FAULT;
+
+class Broken final : public QuorPlugin {
+ public:
+  using QuorPlugin::QuorPlugin;  // knows of no output
+};
+
+class BrokenDesc final : public QuorPluginDesc {
+ public:
+  BrokenDesc() : QuorPluginDesc(nullptr) {
+    paramListDesc = &parameters_;
+    parameters_.addParamTextureFloat(kFault == kNullParameterName ? nullptr : modifiable("a"), 0,
+                                     nullptr, nullptr);
+    if (kFault == kNullOutput) {
+      parameters_.addOutputParamTextureFloat(modifiable("sum"), nullptr, nullptr);
+    }
+  }
+  std::uint64_t getPluginId() const override { return 1; }
+  PluginBase* newPlugin(void* /*host*/) override {
+    if (kFault == kThrowingPlugin) throw modifiable("no room");
+    return kFault == kNullPlugin ? nullptr : new Broken(this);
+  }
+  void deletePlugin(PluginBase* plugin) override { delete plugin; }
+  std::int32_t supportsInterface(InterfaceId /*id*/) const override { return 0; }
+  const char* getPluginName() const override {
+    return kFault == kNullPluginName ? nullptr : "Broken";
+  }
+
+ private:
+  QuorParameterListDesc parameters_;
+} brokenDesc;
+
+class LibDesc final : public PluginLibDesc {
+ public:
+  const char* getLibraryName() const override { return "Broken"; }
+  const char* getLibraryDescription() const override { return ""; }
+  std::int32_t enumPluginDescs(PluginDescVisitor* visitor) const override {
+    return visitor->visitPluginDesc(kFault == kNullDescriptor ? nullptr : &brokenDesc);
+  }
+} libDesc;
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) PluginLibDesc* getLibDesc() {
+  return kFault == kNullLibDesc ? nullptr : &libDesc;
+}
