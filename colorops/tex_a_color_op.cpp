@@ -178,7 +178,7 @@ struct Difference {  // A - B; alpha: that of `color_a`, unscaled
   }
 };
 
-struct AbsoluteDifference {
+struct AbsoluteDifference {  // |A - B|, its gradient alone
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
     return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
   }
@@ -426,7 +426,7 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
   ITex intensity;
 
  private:
-  // Out of line, so that the other modes save nothing.
+  // Out of line, so that bounds of the other modes go on without a stack frame.
   [[gnu::noinline]] void boundAbsoluteDifference(AColor& min, AColor& max) const {
     difference.getColorBounds(min, max);
     for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {
