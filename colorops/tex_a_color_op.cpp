@@ -111,7 +111,7 @@ using Channels = float __attribute__((vector_size(sizeof(AColor))));
 Range<Channels> sideBySide(const Range<AColor>& c) {
   return {std::bit_cast<Channels>(c.lo), std::bit_cast<Channels>(c.hi)};
 }
-const Interval& sideBySide(const Interval& m) { return m; }  // serves all channels
+Interval sideBySide(const Interval& m) { return m; }  // serves all channels
 
 // Ranges of numbers and of channels compare their corners in a chain.
 template <class A, class B>
@@ -178,7 +178,7 @@ struct Difference {  // A - B; alpha: that of `color_a`, unscaled
   }
 };
 
-struct AbsoluteDifference {  // |A - B|, its gradient alone
+struct AbsoluteDifference : Difference {  // |A - B|: only the gradient differs from A - B
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
     return a.scaled > b.scaled ? a.gradient - b.gradient : b.gradient - a.gradient;
   }
@@ -271,12 +271,9 @@ using ColorMulTex = SlopedColorTex<ScaledColor, Scaled>;
 using ColorPowTex = ColorTex<ColorAndExponent, Power>;
 
 /// |A - B|. No alpha escapes the absolute value. Kept: the bounds are those of A - B.
-class ColorDiffTex final : public ColorTex<ColorPair, Difference> {
+class ColorDiffTex final : public SlopedColorTex<ColorPair, AbsoluteDifference> {
  public:
   AColor getColor(const ShadingContext& sc) const override { return abs(ColorTex::getColor(sc)); }
-  Vector getGradient(const ShadingContext& sc) const override {
-    return inputs.gradientOf<AbsoluteDifference>(sc);
-  }
 };
 
 // ---- Float outputs: one number of the scaled colour --------------------------------------------
@@ -396,7 +393,10 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
 
   AColor getColor(const ShadingContext& sc) const override { return mainOutput().getColor(sc); }
   void getColorBounds(AColor& min, AColor& max) const override {
-    if (mode == 9) return boundAbsoluteDifference(min, max);
+    if (mode == 9) {
+      boundAbsoluteDifference(min, max);
+      return;
+    }
     mainOutput().getColorBounds(min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
@@ -426,7 +426,7 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
   ITex intensity;
 
  private:
-  // Out of line, so that bounds of the other modes go on without a stack frame.
+  // Out of line, so that the other modes are one jump and need no stack frame.
   [[gnu::noinline]] void boundAbsoluteDifference(AColor& min, AColor& max) const {
     difference.getColorBounds(min, max);
     for (float AColor::*const channel : {&AColor::r, &AColor::g, &AColor::b}) {

@@ -35,7 +35,7 @@ class CornersTex : public FloatPairTex<kAbsentB> {
   float getFloat(const ShadingContext& sc) const override {
     return this->inputs.ask(ValueAt{sc}, Op{});
   }
-  void getFloatBounds(float& min, float& max) const final {
+  void getFloatBounds(float& min, float& max) const override {
     this->inputs.ask(Bounds{}, [&](const Interval& a, const Interval& b) {
       store(chainedCorners(a, b, Op{}), min, max);
     });
@@ -87,7 +87,17 @@ struct Power {
 };
 
 /// a to the power of b; its gradient is zero.
-using FloatPowTex = CornersTex<Power, 1>;
+class FloatPowTex final : public CornersTex<Power, 1> {
+ public:
+  void getFloatBounds(float& min, float& max) const override {
+    if (inputs.float_b != nullptr) {
+      CornersTex::getFloatBounds(min, max);
+      return;
+    }
+    // Told that b is 1, the compiler leaves out the powers.
+    store(chainedCorners<float, float>(FloatBounds(inputs.float_a, 0), {1, 1}, Power{}), min, max);
+  }
+};
 
 // In double precision, rounded once.
 float sine(float x) { return static_cast<float>(std::sin(static_cast<double>(x))); }

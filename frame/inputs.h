@@ -25,14 +25,26 @@ struct ValueAt {
   }
 };
 
-// The bounds of a number are two variables: a pair that is written in halves and read whole defeats
-// the processor's store forwarding. Those of a vector or a colour stay where they were written.
+/// The bounds of a number. They stay where the input wrote them until all inputs are asked: a copy
+/// would have to wait for the stores, and be stored again over the next call.
+class FloatBounds {
+ public:
+  FloatBounds(const TextureFloatInterface* input, float substitute)
+      : bounds{substitute, substitute} {
+    if (input != nullptr) input->getFloatBounds(bounds.lo, bounds.hi);
+  }
+  FloatBounds(const FloatBounds&) = delete;
+  void operator=(const FloatBounds&) = delete;
+
+  operator Interval() const { return loadedSingly(bounds); }
+
+ private:
+  Interval bounds;
+};
+
 struct Bounds {
-  Interval operator()(const TextureFloatInterface* input, float substitute) const {
-    float lo = substitute;
-    float hi = substitute;
-    if (input != nullptr) input->getFloatBounds(lo, hi);
-    return {lo, hi};
+  FloatBounds operator()(const TextureFloatInterface* input, float substitute) const {
+    return {input, substitute};
   }
   Range<Vector> operator()(const TextureVectorInterface* input) const {
     Range<Vector> bounds{};

@@ -14,6 +14,10 @@ struct Range {
 
 using Interval = Range<float>;
 
+/// Bounds that were stored one by one just now. `volatile` keeps the compiler from loading both at
+/// once, which would have to wait for both stores.
+inline Interval loadedSingly(const volatile Interval& stored) { return {stored.lo, stored.hi}; }
+
 template <class T>
 constexpr void store(Range<T> range, T& min, T& max) {
   min = range.lo;
@@ -22,7 +26,7 @@ constexpr void store(Range<T> range, T& min, T& max) {
 
 /// The extremes of `op` at the corners, compared in a chain from (lo, lo) up to (hi, hi).
 template <class A, class B, class Op>
-constexpr auto chainedCorners(Range<A> a, Range<B> b, Op op) {
+constexpr auto chainedCorners(const Range<A>& a, const Range<B>& b, Op op) {
   using Result = decltype(op(a.lo, b.lo));
   const Result ll = op(a.lo, b.lo);
   const Result lh = op(a.lo, b.hi);
@@ -41,23 +45,23 @@ constexpr Range<T> pairedExtremes(T ll, T lh, T hl, T hh) {
 /// The extremes of `op` at the corners, compared in two pairs: those of `a.lo`, then those of
 /// `a.hi`.
 template <class A, class B, class Op>
-constexpr auto pairedCorners(Range<A> a, Range<B> b, Op op) {
+constexpr auto pairedCorners(const Range<A>& a, const Range<B>& b, Op op) {
   return pairedExtremes(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
 }
 
 /// The lesser, or the greater, of both lower and of both upper bounds.
 template <class T>
-constexpr Range<T> min(Range<T> a, Range<T> b) {
+constexpr Range<T> min(const Range<T>& a, const Range<T>& b) {
   return {min(a.lo, b.lo), min(a.hi, b.hi)};
 }
 template <class T>
-constexpr Range<T> max(Range<T> a, Range<T> b) {
+constexpr Range<T> max(const Range<T>& a, const Range<T>& b) {
   return {max(a.lo, b.lo), max(a.hi, b.hi)};
 }
 
 /// The range from the least to the greatest of all four bounds.
 template <class T>
-constexpr Range<T> hull(Range<T> a, Range<T> b) {
+constexpr Range<T> hull(const Range<T>& a, const Range<T>& b) {
   return {min(b.hi, min(a.hi, min(b.lo, a.lo))), max(b.hi, max(a.hi, max(b.lo, a.lo)))};
 }
 

@@ -29,8 +29,8 @@ constexpr Vector toFloat(DVector v) {
 
 constexpr DVector toDouble(Vector v) { return {v.x, v.y, v.z}; }
 
-/// The same for a vector that was stored just now: each number is loaded by itself, as y and z in
-/// one would have to wait for both of their stores.
+/// A vector whose components were stored one by one just now. `volatile` keeps the compiler from
+/// loading y and z at once, which would have to wait for both stores.
 inline DVector loadedSingly(const volatile Vector& v) { return {v.x, v.y, v.z}; }
 
 /// The products of two vectors, in 64-bit floats.

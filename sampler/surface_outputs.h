@@ -101,6 +101,7 @@ class PixelCenterTex final : public FixedBoundsVectorTex<kAnywhere> {
  public:
   Vector getVector(const ShadingContext& sc) const override {
     const double fromBottom = static_cast<double>(frameData(sc).imageHeight) - sc.imageY;
+    // Between the braces g++ would send both through memory.
     const float x = centre(static_cast<float>(sc.imageX));
     const float y = centre(static_cast<float>(fromBottom));
     return {x, y, 0};
