@@ -36,6 +36,7 @@ class FloatBounds {
   FloatBounds(const FloatBounds&) = delete;
   void operator=(const FloatBounds&) = delete;
 
+  // NOLINTNEXTLINE(google-explicit-constructor): wherever an interval is computed with
   operator Interval() const { return loadedSingly(bounds); }
 
  private:
