@@ -1,0 +1,93 @@
+#include "validate/check.h"
+
+#include <bit>
+#include <cinttypes>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace validate {
+
+Check* firstCheck = nullptr;
+Trial trial;
+
+Check::Check(const char* dottedName, const char* sentence, void (*body)())
+    : name(dottedName), promise(sentence), run(body) {
+  Check** link = &firstCheck;
+  while (*link != nullptr && std::strcmp((*link)->name, name) < 0) link = &(*link)->next;
+  next = std::exchange(*link, this);
+}
+
+namespace {
+
+// The parent process reads these lines; what else is printed is the module's.
+void report(const char* what, const std::string& line) {
+  std::printf("\n#%s %s\n", what, line.c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+void fail(const std::string& line) {
+  constexpr std::size_t kEnough = 400;
+  report("failed", (line.size() > kEnough ? line.substr(0, kEnough) + "..." : line) + " (seed " +
+                       text(trial.seed) + ")");
+  std::_Exit(1);
+}
+
+void leaveOut(const std::string& reason) {
+  report("left-out", reason);
+  std::_Exit(0);
+}
+
+void note(const std::string& line) { report("note", line); }
+
+void failExpectation(const std::string& asked, const std::string& came,
+                     const std::string& expected) {
+  fail(asked + ": came " + came + ", expected " + expected);
+}
+
+std::string text(bool value) { return value ? "yes" : "no"; }
+std::string text(std::int32_t value) { return std::to_string(value); }
+std::string text(std::uint32_t value) { return std::to_string(value); }
+std::string text(std::uint64_t value) { return formatted("0x%08" PRIx64, value); }
+std::string text(float value) {
+  return formatted("%.9g [%08" PRIx32 "]", static_cast<double>(value),
+                   std::bit_cast<std::uint32_t>(value));
+}
+std::string text(const std::string& value) {
+  std::string quoted = "\"";
+  for (const char c : value) {
+    if (static_cast<unsigned char>(c) >= ' ' && c != '\x7F')
+      quoted += c;
+    else
+      quoted += formatted("\\x%02X", static_cast<unsigned char>(c));
+  }
+  return quoted + '"';
+}
+std::string text(const char* value) { return value == nullptr ? "null" : text(std::string(value)); }
+std::string text(const void* value) {
+  return value == nullptr
+             ? "null"
+             : formatted("object at 0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(value));
+}
+
+void expectUtf8(const std::string& asked, const char* came) {
+  if (came == nullptr || *came == '\0') failExpectation(asked, text(came), "a text");
+  for (const auto* at = reinterpret_cast<const unsigned char*>(came); *at != 0;) {
+    const int more = *at < 0x80   ? 0
+                     : *at < 0xC2 ? -1
+                     : *at < 0xE0 ? 1
+                     : *at < 0xF0 ? 2
+                     : *at < 0xF5 ? 3
+                                  : -1;
+    const unsigned char *const first = at++, *const end = at + more;
+    while (more > 0 && at < end && (*at & 0xC0) == 0x80) ++at;
+    const bool overlong =
+        (*first == 0xE0 && first[1] < 0xA0) || (*first == 0xF0 && first[1] < 0x90);
+    const bool outside = (*first == 0xED && first[1] > 0x9F) || (*first == 0xF4 && first[1] > 0x8F);
+    if (more < 0 || at != end || overlong || outside) failExpectation(asked, text(came), "UTF-8");
+  }
+}
+
+}  // namespace validate

@@ -1,0 +1,50 @@
+#include <set>
+
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+CHECK("enumeration.count",
+      "without a visitor the enumeration answers the number of descriptors that it shows") {
+  const Enumeration all = enumerate(library());
+  expect("enumPluginDescs(visitor)", all.answer, static_cast<std::int32_t>(all.descs.size()));
+  expect("enumPluginDescs(null)", PluginLibDesc::enumPluginDescs(library(), nullptr), all.answer);
+}
+
+CHECK("enumeration.stop",
+      "a visitor that has seen enough is shown no more, and the last one counts") {
+  const std::vector<void*> all = descriptors();
+  for (int wanted = 1; wanted <= static_cast<int>(all.size()); ++wanted) {
+    const std::string asked = "enumPluginDescs, stopped after " + text(wanted);
+    const Enumeration some = enumerate(library(), wanted);
+    expect(asked, some.answer, wanted);
+    expect(asked + ": shown", static_cast<std::int32_t>(some.descs.size()), wanted);
+    for (std::size_t i = 0; i < some.descs.size(); ++i) expect(asked, some.descs[i], all[i]);
+  }
+}
+
+CHECK("enumeration.again", "a second enumeration shows the same descriptors in the same order") {
+  expect("the same descriptors", enumerate(library()).descs == enumerate(library()).descs, true);
+}
+
+CHECK("enumeration.names",
+      "names and ids of plugins are unique, and all texts are there and in UTF-8") {
+  std::set<std::string> names;
+  std::set<std::uint64_t> ids;
+  expectUtf8("getLibraryName", PluginLibDesc::getLibraryName(library()));
+  expectUtf8("getLibraryDescription", PluginLibDesc::getLibraryDescription(library()));
+  for (void* desc : descriptors()) {
+    expectUtf8("getPluginName", PluginDesc::getPluginName(desc));
+    expect(nameOf(desc) + ": its name is new", names.insert(nameOf(desc)).second, true);
+    expect(nameOf(desc) + ": its id is new", ids.insert(PluginDesc::getPluginId(desc)).second,
+           true);
+    expect(nameOf(desc) + ": its id again", PluginDesc::getPluginId(desc),
+           PluginDesc::getPluginId(desc));
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

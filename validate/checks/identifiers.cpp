@@ -1,0 +1,99 @@
+#include <random>
+
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+/// The identifiers that there are, their neighbours, the same ones with something in their upper
+/// half, and some others.
+std::vector<std::uint64_t> probes() {
+  std::vector<std::uint64_t> ids = {0, ~std::uint64_t{0}};
+  for (const std::uint64_t id : {EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_UVW_SOURCE, EXT_TEXTURE_FLOAT,
+                                 EXT_TEXTURE_VECTOR, EXT_TEXTURE_TRANSFORM, EXT_TEXTURE_INT,
+                                 EXT_MATERIAL_ID_SOURCE, EXT_OBJECT_SPACE_MAPPING, EXT_RTTEX}) {
+    ids.insert(ids.end(), {id, id - 1, id + 1, id | std::uint64_t{1} << 32, id << 32, ~id});
+  }
+  std::mt19937_64 random(trial.seed);
+  for (int i = 0; i < 1000; ++i) ids.push_back(random());
+  return ids;
+}
+
+/// Whatever an object answers to an identifier is the interface of this identifier, of a name, and
+/// of this object.
+void expectOnlyWhatItHas(const std::string& name, void* object) {
+  for (const std::uint64_t id : probes()) {
+    void* const part = PluginBase::getInterface(object, id);
+    if (part == nullptr) continue;
+    const std::string asked = name + ".getInterface(" + text(id) + ")";
+    expect(asked + "->getInterfaceId()", PluginInterface::getInterfaceId(part), id);
+    expect(asked + "->getPlugin()", PluginInterface::getPlugin(part), object);
+    expectUtf8(asked + "->getInterfaceName()", PluginInterface::getInterfaceName(part));
+    expect(asked + " again", PluginBase::getInterface(object, id), part);
+    PluginInterface::release(part);
+    expect(asked + " after release", PluginBase::getInterface(object, id), part);
+  }
+}
+
+CHECK("identifiers.descriptors",
+      "library and descriptors answer null to an identifier that they have no interface of") {
+  expectOnlyWhatItHas("the library descriptor", library());
+  for (void* desc : descriptors()) expectOnlyWhatItHas("descriptor " + nameOf(desc), desc);
+}
+
+CHECK("identifiers.announced", "what a descriptor announces, all 64 bits of it, its plugins have") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    const auto asked = [&](std::uint64_t id) {
+      return nameOf(desc) + ".supportsInterface(" + text(id) + ")";
+    };
+    expect(asked(EXT_QUOR_PLUGIN), PluginDesc::supportsInterface(desc, EXT_QUOR_PLUGIN), 1);
+    for (const std::uint64_t id : probes()) {
+      const std::int32_t answer = PluginDesc::supportsInterface(desc, id);
+      if (answer != 0) {
+        expect(asked(id), answer, 1);
+        expect(asked(id) + ": a plugin has it",
+               PluginBase::getInterface(instance.object(), id) != nullptr, true);
+      }
+    }
+  }
+}
+
+CHECK("identifiers.instances",
+      "a plugin answers an identifier, all 64 bits of it, with its interface of this identifier") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    expectOnlyWhatItHas(instance.name(), instance.object());
+    expect(instance.name() + ".getPluginDesc()", Plugin::getPluginDesc(instance.object()), desc);
+    expect(instance.name() + ": name of EXT_QUOR_PLUGIN",
+           PluginInterface::getInterfaceName(instance.part()), "EXT_QUOR_PLUGIN");
+    if (void* texture = PluginBase::getInterface(instance.object(), EXT_TEXTURE)) {
+      expect(instance.name() + ": name of EXT_TEXTURE", PluginInterface::getInterfaceName(texture),
+             "EXT_TEXTURE");
+    }
+  }
+}
+
+CHECK("identifiers.outputs", "an output has the identifier and the name of its kind of texture") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (!isOutput(info)) continue;
+      const std::string output = instance.name() + '.' + info.name;
+      void* const texture = instance.texture(info.name);
+      if (texture == nullptr) fail(output + ": came null, expected a texture");
+      const Identifier& expected = kTextureIds[kindOf(info)];
+      expect(output + ".getInterfaceId()", PluginInterface::getInterfaceId(texture), expected.id);
+      expect(output + ".getInterfaceName()", PluginInterface::getInterfaceName(texture),
+             expected.name);
+      if (void* object = PluginInterface::getPlugin(texture)) expectOnlyWhatItHas(output, object);
+      PluginInterface::release(texture);
+      expect(output + " after release", instance.texture(info.name), texture);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

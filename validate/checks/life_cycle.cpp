@@ -1,0 +1,118 @@
+#include "validate/checks/added_interface.h"
+#include "validate/host.h"
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+CHECK(
+    "life_cycle.made",
+    "a new plugin knows its descriptor and has no name, no interfaces, and parameters of its own") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    const std::string name = instance.name();
+    void** const object = words(instance.object());
+    void** const part = words(instance.part());
+    expect(name + ": interfaces", object[PLUGIN_BASE_INTERFACES], nullptr);
+    expect(name + ": name", object[PLUGIN_NAME], nullptr);
+    expect(name + ": descriptor", part[PLUGIN_INTERFACE_DESC], desc);
+    expect(name + ": has a parameter list", part[PLUGIN_INTERFACE_PARAMETERS] != nullptr,
+           words(desc)[PLUGIN_DESC_PARAMETERS] != nullptr);
+  }
+}
+
+CHECK("life_cycle.argument",
+      "what newPlugin is given makes no difference, and deletePlugin takes null") {
+  for (void* desc : descriptors()) {
+    PluginDesc::deletePlugin(desc, PluginDesc::newPlugin(desc, desc));
+    PluginDesc::deletePlugin(desc, nullptr);
+  }
+}
+
+CHECK("life_cycle.two_instances", "two instances of a plugin share neither objects nor values") {
+  for (void* desc : descriptors()) {
+    const Instance one(desc), other(desc);
+    const std::string name = one.name();
+    expect(name + ": one object", one.object() != other.object(), true);
+    Plugin::setPluginName(one.object(), "one");
+    expect(name + ": name of the other", words(other.object())[PLUGIN_NAME], nullptr);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      const std::string parameter = name + '.' + info.name;
+      if (isOutput(info)) {
+        expect(parameter + ": a texture of its own",
+               one.texture(info.name) != other.texture(info.name), true);
+      } else if (isTextureInput(info)) {
+        Input input(kindOf(info));
+        one.connect(info.name, &input);
+        one.beginFrame();
+        other.beginFrame();
+        expect(parameter + ": texture of the other", other.texture(info.name), nullptr);
+      } else if (info.type == PARAM_INTEGER) {
+        one.set(info.name, KIND_INTEGER, info.initial + 1);
+        expect(parameter + ": value of the other", other.parameter(info.name)->value.integer,
+               info.initial);
+      }
+    }
+  }
+}
+
+CHECK("life_cycle.no_frame", "a plugin can be deleted before its first frame, connected or not") {
+  for (void* desc : descriptors()) {
+    { const Instance unused(desc); }
+    Input color(COLOR), number(NUMBER), vector(VECTOR);
+    Input* const inputs[] = {&color, &number, &vector};
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (isTextureInput(info)) instance.connect(info.name, inputs[kindOf(info)]);
+    }
+    QuorPluginInterface::renderBegin(instance.part(), nullptr);
+  }
+}
+
+CHECK("life_cycle.repeated",
+      "renders and frames can begin and end in any number, none of them in pairs") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (int i = 0; i < 3; ++i) QuorPluginInterface::renderBegin(instance.part(), nullptr);
+    for (int i = 0; i < 3; ++i) instance.beginFrame();
+    for (int i = 0; i < 2; ++i) QuorPluginInterface::frameEnd(instance.part(), nullptr);
+    for (int i = 0; i < 2; ++i) QuorPluginInterface::renderEnd(instance.part(), nullptr);
+    instance.beginFrame();
+  }
+}
+
+CHECK("life_cycle.names",
+      "a plugin keeps a copy of the last name that it was given, however long") {
+  const std::string longName(1 << 20, 'x');
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (const std::string& name :
+         {std::string("first"), std::string(), longName, std::string("last")}) {
+      std::string given = name;
+      Plugin::setPluginName(instance.object(), given.c_str());
+      given.assign(given.size(), '?');
+      expect(instance.name() + ".setPluginName: what it keeps",
+             static_cast<const char*>(words(instance.object())[PLUGIN_NAME]), name.c_str());
+    }
+  }
+}
+
+CHECK("life_cycle.parts", "deleting through any of its interfaces deletes the whole plugin, once") {
+  for (void* desc : descriptors()) {
+    for (const std::uint64_t id : {EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_RTTEX}) {
+      Instance instance(desc);
+      void* const part = PluginBase::getInterface(instance.object(), id);
+      if (part == nullptr) continue;
+      AddedInterface added(1);
+      PluginBase::addInterface(instance.object(), &added, 1);
+      instance.forget();
+      deleteThrough(part);
+      expect(nameOf(desc) + ", deleted through " + text(id) + ": releases", added.releases, 1);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

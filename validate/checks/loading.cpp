@@ -1,0 +1,93 @@
+#include <chrono>
+
+#include "validate/process.h"
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+/// The module, loaded once more.
+class Loaded {
+ public:
+  Loaded() {
+    std::string why;
+    module_ = openModule(trial.module, why);
+    if (module_ == nullptr) fail(why);
+  }
+  ~Loaded() { closeModule(module_); }
+  Loaded(const Loaded&) = delete;
+  void operator=(const Loaded&) = delete;
+
+  void* handle() const { return module_; }
+  void* library() const { return reinterpret_cast<void* (*)()>(symbolOf(module_, "getLibDesc"))(); }
+
+ private:
+  void* module_;
+};
+
+void expectMapped(const std::string& when, bool expected) {
+  expect("mapped " + when, isMapped(trial.module), expected);
+}
+
+CHECK("loading.export", "the module exports getLibDesc and nothing else") {
+  const Loaded module;
+  std::string names;
+  for (const std::string& name : exportsOf(trial.module, module.handle()))
+    names += (names.empty() ? "" : " ") + name;
+  expect("exports", names, "getLibDesc");
+}
+
+CHECK("loading.descriptor",
+      "getLibDesc answers the same object whenever it is asked, loaded twice or not") {
+  const Loaded once;
+  void* const library = once.library();
+  expect("getLibDesc again", once.library(), library);
+  {
+    const Loaded twice;
+    expect("getLibDesc of the module loaded twice", twice.library(), library);
+  }
+  expectMapped("after one of two unloadings", true);
+  expect("getLibDesc after one of two unloadings", once.library(), library);
+}
+
+/// Uses all that a module has, and says what that was.
+std::string useOnce() {
+  const Loaded module;
+  std::string names;
+  for (void* desc : enumerate(module.library()).descs) {
+    const Instance instance(desc);
+    Plugin::setPluginName(instance.object(), "first");
+    Plugin::setPluginName(instance.object(), "second");
+    QuorPluginInterface::renderBegin(instance.part(), nullptr);
+    instance.beginFrame();
+    names += instance.name() + ' ';
+  }
+  return names;
+}
+
+CHECK("loading.rounds",
+      "200 rounds of loading, using and unloading leave nothing mapped, allocated or changed") {
+  constexpr int kRounds = 200;
+  const std::string first = useOnce();
+  const auto use = [&first](int rounds) {
+    for (int i = 0; i < rounds; ++i) {
+      expect("plugins of a later round", useOnce(), first);
+      expectMapped("after unloading", false);
+    }
+  };
+  use(50);
+  const std::size_t before = heapInUse();
+  const auto start = std::chrono::steady_clock::now();
+  use(kRounds);
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+  const auto growth = static_cast<std::int32_t>(heapInUse() - before);
+  note(std::to_string(kRounds) + " rounds, " + std::to_string(time.count() / kRounds) + " ms each");
+  if (!kSanitized && growth >= kRounds) {  // a sanitizer keeps blocks back
+    fail("heap after the rounds: came " + text(growth) + " bytes more, expected the same");
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

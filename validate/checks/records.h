@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What `samplerinfo.tables` and `samplerinfo.results` compare with a record.
+namespace validate {
+
+/// All that the descriptors describe.
+std::vector<std::string> tableLines();
+
+/// A line for each output and question: a digest of the answers for each group of rows of random
+/// inputs. Where `powf` is used there is a line with the numbers themselves for each of the first
+/// rows.
+std::vector<std::string> resultLines();
+
+/// Prints what a digest stands for: inputs and answers of a group of rows. Returns false if there
+/// is no such output, question or group.
+bool showResults(const std::string& output, const std::string& question, const std::string& group);
+
+}  // namespace validate

@@ -1,0 +1,76 @@
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+/// The host's registry: what it was told, in order.
+struct Registry {
+  void* const* table;
+  std::vector<void*> registered{}, unregistered{};
+};
+void registerDesc(Registry* registry, void* desc) { registry->registered.push_back(desc); }
+void unregisterDesc(Registry* registry, void* desc) { registry->unregistered.push_back(desc); }
+const Table registryTable{
+    QuorPluginHost::registerPluginDesc.entry<registerDesc>(),
+    QuorPluginHost::unregisterPluginDesc.entry<unregisterDesc>(),
+};
+
+/// That the host was told of this descriptor, so often.
+void expectTold(const std::string& asked, const std::vector<void*>& told, void* desc,
+                std::int32_t times) {
+  expect(asked + ": announcements", static_cast<std::int32_t>(told.size()), times);
+  for (void* announced : told) expect(asked + ": what is announced", announced, desc);
+}
+
+CHECK("registration.null", "without a host registering and withdrawing do nothing") {
+  for (void* desc : descriptors()) {
+    PluginDesc::registerPlugin(desc, nullptr);
+    PluginDesc::unregisterPlugin(desc, nullptr);
+    const Instance instance(desc);
+  }
+}
+
+CHECK("registration.announced", "a descriptor announces itself once, and withdraws itself once") {
+  for (void* desc : descriptors()) {
+    Registry registry{registryTable.slots};
+    PluginDesc::registerPlugin(desc, &registry);
+    expectTold(nameOf(desc) + ".registerPlugin", registry.registered, desc, 1);
+    expectTold(nameOf(desc) + ".registerPlugin", registry.unregistered, desc, 0);
+    PluginDesc::unregisterPlugin(desc, &registry);
+    expectTold(nameOf(desc) + ".unregisterPlugin", registry.registered, desc, 1);
+    expectTold(nameOf(desc) + ".unregisterPlugin", registry.unregistered, desc, 1);
+  }
+}
+
+CHECK("registration.twice", "a descriptor that is registered twice announces itself twice") {
+  for (void* desc : descriptors()) {
+    Registry registry{registryTable.slots};
+    const std::size_t parameters = parametersOf(desc).size();
+    PluginDesc::registerPlugin(desc, &registry);
+    PluginDesc::registerPlugin(desc, &registry);
+    expectTold(nameOf(desc) + ".registerPlugin twice", registry.registered, desc, 2);
+    expect(nameOf(desc) + ": as many parameters as before", parametersOf(desc).size() == parameters,
+           true);
+    PluginDesc::unregisterPlugin(desc, &registry);
+  }
+}
+
+CHECK("registration.withdrawn", "a descriptor works on after it was withdrawn, and can come back") {
+  for (void* desc : descriptors()) {
+    Registry registry{registryTable.slots};
+    PluginDesc::registerPlugin(desc, &registry);
+    PluginDesc::unregisterPlugin(desc, &registry);
+    {
+      const Instance instance(desc);
+      instance.beginFrame();
+    }
+    PluginDesc::registerPlugin(desc, &registry);
+    expectTold(nameOf(desc) + ".registerPlugin after unregisterPlugin", registry.registered, desc,
+               2);
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

@@ -1,0 +1,152 @@
+#include <string_view>
+
+#include "validate/checks/added_interface.h"
+#include "validate/host.h"
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+CHECK("samplerinfo.descriptors",
+      "a descriptor is its base, then its description, and has nothing else to say") {
+  expect("interfaces of the library descriptor", words(library())[PLUGIN_BASE_INTERFACES], nullptr);
+  for (void* desc : descriptors()) {
+    void** const parts = words(desc);
+    expect(nameOf(desc) + ": interfaces", parts[PLUGIN_BASE_INTERFACES], nullptr);
+    expect(nameOf(desc) + ": description", parts[PLUGIN_DESC_PARAMETERS],
+           &parts[PLUGIN_DESC_PARAMETERS + 1]);
+    expect(nameOf(desc) + ".getExtraInfo()", PluginDesc::getExtraInfo(desc), nullptr);
+  }
+}
+
+CHECK("samplerinfo.interface_list",
+      "an entry of an object's interfaces is the interface, its flag and the next entry") {
+  const Instance instance(descriptor("TexFloatOp"));
+  AddedInterface older(1), newer(2);
+  PluginBase::addInterface(instance.object(), &older, 0);
+  PluginBase::addInterface(instance.object(), &newer, 1);
+  void** const first = words(words(instance.object())[PLUGIN_BASE_INTERFACES]);
+  void** const second = words(first[2]);
+  expect("first interface", first[0], &newer);
+  expect("second interface", second[0], &older);
+  expect("entry behind them", second[2], nullptr);
+  expect("first flag", *reinterpret_cast<std::int32_t*>(&first[1]), 1);
+  expect("second flag", *reinterpret_cast<std::int32_t*>(&second[1]), 0);
+  PluginBase::removeInterface(instance.object(), &older);
+  PluginBase::removeInterface(instance.object(), &newer);
+}
+
+CHECK("samplerinfo.copies",
+      "an output is its table and the copies of its inputs, made as a frame begins") {
+  struct Row {
+    const char *plugin, *input, *output;
+    TextureKind kind;
+  };
+  for (const Row& row : {Row{"TexFloatOp", "float_a", "difference", NUMBER},
+                         {"TexVectorOp", "vector_a", "difference", VECTOR},
+                         {"TexAColorOp", "color_a", "difference", COLOR},
+                         {"TexAColorOp", "color_a", "red", COLOR}}) {
+    Input input(row.kind);
+    const Instance instance(descriptor(row.plugin));
+    const std::string output = std::string(row.plugin) + '.' + row.output;
+    void** const copies = words(instance.texture(row.output)) + 1;
+    expect(output + ": copy before it is connected", *copies, nullptr);
+    instance.connect(row.input, &input);
+    expect(output + ": copy before the frame", *copies, nullptr);
+    instance.beginFrame();
+    expect(output + ": copy", *copies, &input);
+  }
+  const Instance sampler(descriptor("TexSampler"));
+  expect("behind TexSampler.camToWorld, which is nothing but its table",
+         sampler.texture("view_dir"), words(sampler.texture("camToWorld")) + 1);
+  expect("behind TexSampler.material_id, which is nothing but its table",
+         sampler.texture("flipped_normal"), words(sampler.texture("material_id")) + 1);
+}
+
+// Two outputs are objects as well, one of which says so.
+CHECK(
+    "samplerinfo.objects",
+    "the intensity of a TexAColorOp is an object that its interfaces lead to, no other output is") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (!isOutput(info)) continue;
+      expect(instance.name() + '.' + info.name + ".getPlugin() is an object",
+             PluginInterface::getPlugin(instance.texture(info.name)) != nullptr,
+             std::string_view(info.name) == "intensity");
+    }
+  }
+  Input a(COLOR);
+  const Instance instance(descriptor("TexAColorOp"));
+  void** const red = words(instance.texture("red")) - 2;
+  expect("red, as an object", virtualTable(red)[PluginBase::addInterface.kSlot],
+         virtualTable(instance.object())[PluginBase::addInterface.kSlot]);
+  expect("interfaces of red", red[PLUGIN_BASE_INTERFACES], nullptr);
+
+  void* const intensity = instance.texture("intensity");
+  void** const object = words(PluginInterface::getPlugin(intensity));
+  void* const shader = PluginBase::getInterface(object, EXT_RTTEX);
+  expect("the texture of intensity", intensity, &object[2]);
+  expect("the EXT_RTTEX of intensity", shader, &object[3]);
+  instance.connect("color_a", &a);
+  instance.beginFrame();
+  expect("the copy of intensity", words(shader)[1], &a);
+  expect("the color_a that TexAColorOp keeps", words(instance.object())[8], &a);
+}
+
+// The accumulators belong to the host's library, which here is the stand-in: it notes each request
+// in a list that is empty while its three pointers are null.
+struct ShaderRequest {
+  void *self, *texture;
+  const char *outputName, *secondName, *descriptorKind;
+};
+struct ShaderSource {
+  ShaderRequest *first, *last, *limit;
+  std::int32_t answer;
+};
+struct OclData {
+  std::int32_t requests;
+};
+
+CHECK("samplerinfo.shader_source",
+      "requests for shader source reach the host with the texture of color_a, those of another "
+      "kind do not") {
+  static ShaderSource source{};
+  static OclData data{};
+  Input a(COLOR);
+  const Instance instance(descriptor("TexAColorOp"));
+  instance.connect("color_a", &a);
+  instance.beginFrame();
+  void* const intensity = PluginInterface::getPlugin(instance.texture("intensity"));
+  struct Row {
+    void* object;
+    const char* kind;
+  };
+  for (const Row& row : {Row{instance.object(), "color"}, {intensity, "float"}}) {
+    void* const shader = PluginBase::getInterface(row.object, EXT_RTTEX);
+    const std::string asked = std::string("getShaderSource of ") + row.kind;
+    const auto request = [&](const char* output, const char* descriptorKind) {
+      return RTTexInterface::getShaderSource(shader, output, "second", descriptorKind, &source,
+                                             &data);
+    };
+    const std::int32_t before = data.requests;
+    RTTexInterface::setShaderInfo(shader, &source);
+    expect("getShaderInfo", RTTexInterface::getShaderInfo(shader), nullptr);
+    expect(asked + " for a materialDescriptor", request(row.kind, "materialDescriptor"), 0);
+    expect(asked + ", the vector", request("vector", "MaterialDescriptor"), 0);
+    expect(asked + ": requests that reach the host", data.requests, before);
+    expect(asked, request(row.kind, "MaterialDescriptor"), 1);
+    expect(asked + ": requests that reach the host", data.requests, before + 1);
+    const ShaderRequest& last = source.last[-1];
+    expect(asked + ": for", last.self, shader);
+    expect(asked + ": texture", last.texture, &a);
+    expect(asked + ": output", last.outputName, row.kind);
+    expect(asked + ": second name", last.secondName, "second");
+    expect(asked + ": descriptor kind", last.descriptorKind, "MaterialDescriptor");
+  }
+}
+
+}  // namespace
+
+}  // namespace validate

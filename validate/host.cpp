@@ -1,0 +1,198 @@
+#include "validate/host.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+namespace validate {
+
+namespace {
+
+// ---- Textures
+// ------------------------------------------------------------------------------------
+
+/// The numbers of a value, a record or a float, from those that begin at `numbers`, and back.
+template <class Value>
+Value valueAt(const float* numbers) {
+  Value value;
+  std::memcpy(&value, numbers, sizeof value);
+  return value;
+}
+template <class Value>
+int put(const Value& value, float* numbers) {
+  std::memcpy(numbers, &value, sizeof value);
+  return sizeof value / sizeof(float);
+}
+
+void tell(const Input* input, const ShadingContext* sc) {
+  if (input->whenAsked) input->whenAsked(sc);
+}
+template <class Value>
+Value inputValue(Input* input, const ShadingContext* sc) {
+  tell(input, sc);
+  return valueAt<Value>(input->numbers);
+}
+template <class Value>
+void inputBounds(Input* input, Value* min, Value* max) {
+  tell(input, nullptr);
+  constexpr std::size_t kWidth = sizeof(Value) / sizeof(float);
+  *min = valueAt<Value>(&input->numbers[kWidth]);
+  *max = valueAt<Value>(&input->numbers[2 * kWidth]);
+}
+template <class Value>
+Vector inputGradient(Input* input, const ShadingContext* sc) {
+  tell(input, sc);
+  return valueAt<Vector>(&input->numbers[3 * sizeof(Value) / sizeof(float)]);
+}
+template <std::uint64_t id>
+std::uint64_t inputId(Input* /*input*/) {
+  return id;
+}
+
+/// The operations of a kind of textures.
+template <TextureKind kind, class Value, auto value, auto bounds, auto gradient>
+struct Questions {
+  static int ask(void* texture, Question question, const ShadingContext& sc, float* numbers) {
+    if (question == VALUE) return put(value(texture, &sc), numbers);
+    if (question == GRADIENT) return put(gradient(texture, &sc), numbers);
+    Value min, max;
+    bounds(texture, &min, &max);
+    const int width = put(min, numbers);
+    return width + put(max, numbers + width);
+  }
+  static inline const Table inputTable{
+      PluginInterface::getInterfaceId.entry<inputId<kTextureIds[kind].id>>(),
+      value.template entry<inputValue<Value>>(),
+      bounds.template entry<inputBounds<Value>>(),
+      gradient.template entry<inputGradient<Value>>(),
+  };
+};
+using ColorQuestions = Questions<COLOR, AColor, TextureInterface::getColor,
+                                 TextureInterface::getColorBounds, TextureInterface::getGradient>;
+using FloatQuestions =
+    Questions<NUMBER, float, TextureFloatInterface::getFloat, TextureFloatInterface::getFloatBounds,
+              TextureFloatInterface::getGradient>;
+using VectorQuestions =
+    Questions<VECTOR, Vector, TextureVectorInterface::getVector,
+              TextureVectorInterface::getVectorBounds, TextureVectorInterface::getGradient>;
+
+}  // namespace
+
+Input::Input(TextureKind kind)
+    : table((kind == COLOR    ? ColorQuestions::inputTable
+             : kind == NUMBER ? FloatQuestions::inputTable
+                              : VectorQuestions::inputTable)
+                .slots) {}
+
+int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
+        float* numbers) {
+  if (kind == COLOR) return ColorQuestions::ask(texture, question, sc, numbers);
+  if (kind == NUMBER) return FloatQuestions::ask(texture, question, sc, numbers);
+  if (kind == VECTOR) return VectorQuestions::ask(texture, question, sc, numbers);
+  if (question != VALUE) return 0;
+  if (kind == INTEGER) return put(TextureIntInterface::getInt(texture, &sc), numbers);
+  return put(TextureTransformInterface::getTransform(texture, &sc), numbers);
+}
+
+// ---- Objects
+// -------------------------------------------------------------------------------------
+
+namespace {
+
+void printToLog(HostLog* log, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(log->text, sizeof log->text, format, arguments);
+  va_end(arguments);
+  if (log->whilePrinting) log->whilePrinting();
+  ++log->lines;
+}
+const Table logTable{{0, reinterpret_cast<void*>(&printToLog)}};
+
+void boundingBox(HostScene* scene, Vector* lo, Vector* hi) {
+  if (scene->whileAsked) scene->whileAsked();
+  *lo = scene->lo;
+  *hi = scene->hi;
+}
+const Table sceneTable{SceneInfo::getBoundingBox.entry<boundingBox>()};
+
+DVector pointToRayTime(void* /*self*/, const DVector* p, double t) {
+  return {p->x, p->y, p->z + 16 * t};
+}
+Vector vectorToRayTime(void* /*self*/, const Vector* v, double t) {
+  return {v->x, v->y, v->z + 8 * static_cast<float>(t)};
+}
+DVector pointFromRayTime(void* /*self*/, const DVector* p, double t) {
+  return {p->x + 100 * t, p->y, p->z};
+}
+Vector vectorFromRayTime(void* /*self*/, const Vector* v, double t) {
+  return {v->x, v->y + 4 * static_cast<float>(t), v->z};
+}
+const Table cameraMotionTable{
+    CameraMotion::pointToRayTime.entry<pointToRayTime>(),
+    CameraMotion::vectorToRayTime.entry<vectorToRayTime>(),
+    CameraMotion::pointFromRayTime.entry<pointFromRayTime>(),
+    CameraMotion::vectorFromRayTime.entry<vectorFromRayTime>(),
+};
+
+Vector worldToObjectNormal(void* /*self*/, const ShadingContext* /*sc*/, const Vector* n) {
+  return {-n->x, -n->y, -n->z};
+}
+Vector worldToObjectPoint(void* /*self*/, const ShadingContext* /*sc*/, const Vector* p) {
+  return {2 * p->x, 2 * p->y, 2 * p->z};
+}
+const Table mappingTable{
+    ObjectSpaceMapping::worldToObjectNormal.entry<worldToObjectNormal>(),
+    ObjectSpaceMapping::worldToObjectPoint.entry<worldToObjectPoint>(),
+};
+
+void* const* const mapping = mappingTable.slots;
+void* partOfObject(void* /*self*/, std::uint64_t id) {
+  return id == EXT_OBJECT_SPACE_MAPPING ? const_cast<void* const**>(&mapping) : nullptr;
+}
+const Table objectTable{PluginBase::getInterface.entry<partOfObject>()};
+
+void uvwDerivatives(HostSurface::Part* part, const ShadingContext* /*sc*/, std::int32_t /*channel*/,
+                    Vector* a, Vector* b, Vector* c) {
+  *a = part->surface->a;
+  *b = part->surface->b;
+  *c = part->surface->c;
+}
+Vector uvw(HostSurface::Part* part, const ShadingContext* /*sc*/, std::int32_t channel) {
+  const Vector& at = part->surface->uvw;
+  return {at.x, at.y, at.z + static_cast<float>(channel)};
+}
+const Table uvwSourceTable{
+    UvwSource::getUVWDerivatives.entry<uvwDerivatives>(),
+    UvwSource::getUVW.entry<uvw>(),
+};
+
+std::int32_t materialId(HostSurface::Part* part, const ShadingContext* /*sc*/) {
+  return part->surface->materialId;
+}
+const Table materialIdSourceTable{MaterialIdSource::getMaterialId.entry<materialId>()};
+
+void* partOfSurface(HostSurface* surface, std::uint64_t id) {
+  if (id == EXT_UVW_SOURCE) return &surface->uvwSource;
+  if (id == EXT_MATERIAL_ID_SOURCE) return &surface->materialIdSource;
+  return nullptr;
+}
+const Table surfaceTable{PluginBase::getInterface.entry<partOfSurface>()};
+
+}  // namespace
+
+Host::Host() : cameraMotion(cameraMotionTable.slots), object(objectTable.slots) {
+  log.table = logTable.slots;
+  scene.table = sceneTable.slots;
+  surface.table = surfaceTable.slots;
+  surface.uvwSource = {uvwSourceTable.slots, &surface};
+  surface.materialIdSource = {materialIdSourceTable.slots, &surface};
+  services = {&log, &scene, &cameraMotion, 0};
+  renderContext = {&services, &frameData};
+  sc.renderContext = &renderContext;
+  sc.object = &object;
+  sc.surface = &surface;
+}
+
+}  // namespace validate

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+
+#include "validate/contract.h"
+
+/// The host's side of the contract: objects, records and textures that are nothing but structs and
+/// tables of functions.
+namespace validate {
+
+// ---- Textures
+// ------------------------------------------------------------------------------------
+
+/// How many numbers a value of the first three kinds has.
+constexpr int kWidths[] = {4, 1, 3};
+
+/// An input of one of the first three kinds: its value, lower bound and upper bound, each with as
+/// many numbers as the kind has, and its gradient.
+struct Input {
+  explicit Input(TextureKind kind);
+
+  void* const* table;
+  float numbers[15] = {};
+  std::function<void(const ShadingContext* sc)> whenAsked;  ///< for its bounds, with null
+};
+
+/// Asks a texture. Returns how many numbers the answer has, at most 12 (that of an integer has its
+/// bits); 0 where there is no such question.
+enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
+int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
+        float* numbers);
+
+// ---- Objects and records, one of each
+// ------------------------------------------------------------
+
+struct HostLog {
+  void* const* table;
+  char text[128];  ///< what was printed last
+  int lines;
+  std::function<void()> whilePrinting;
+};
+
+struct HostScene {
+  void* const* table;
+  Vector lo, hi;
+  std::function<void()> whileAsked;
+};
+
+struct HostSurface {
+  struct Part {
+    void* const* table;
+    HostSurface* surface;
+  };
+  void* const* table;
+  Vector a, b, c;  ///< the uvw derivatives
+  Vector uvw;
+  std::int32_t materialId;
+  Part uvwSource, materialIdSource;
+};
+
+struct Host {
+  HostLog log{};
+  HostScene scene{};
+  void* const* cameraMotion;
+  void* const* object;
+  HostSurface surface{};
+
+  QuorFrameData frameData{};
+  RenderServices services{};
+  RenderContext renderContext{};
+  ShadingContext sc{};
+
+  Host();  ///< connects all that, the rest is zero
+  Host(const Host&) = delete;
+  void operator=(const Host&) = delete;
+};
+
+// What the host's camera motion and object space do, so that each leaves a trace of its own:
+//   pointFromRayTime   x + 100 t        vectorFromRayTime   y + 4 t
+//   pointToRayTime     z + 16 t         vectorToRayTime     z + 8 t
+//   worldToObjectPoint 2 p              worldToObjectNormal -n
+
+}  // namespace validate

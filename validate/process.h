@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// What the validator asks of the system; one file per system answers.
+namespace validate {
+
+/// Loads a module once more; null if it cannot be, and why.
+void* openModule(const std::string& path, std::string& why);
+void closeModule(void* module);
+void* symbolOf(void* module, const char* name);
+bool isMapped(const std::string& path);
+/// The names that a module exports.
+std::vector<std::string> exportsOf(const std::string& path, void* module);
+
+/// How many bytes of the heap are in use; 0 where the C library does not say.
+std::size_t heapInUse();
+
+/// How a process came to its end, and what it wrote on its standard output.
+struct Ending {
+  std::string output;
+  std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
+};
+
+/// Runs this program with other arguments, for so many seconds at most.
+Ending runAgain(const std::vector<std::string>& arguments, double seconds);
+
+}  // namespace validate

@@ -1,0 +1,93 @@
+#include <windows.h>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+
+#include "validate/process.h"
+
+namespace validate {
+
+void* openModule(const std::string& path, std::string& why) {
+  // The host's library is looked for beside the module.
+  const std::string full = std::filesystem::absolute(path).string();
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+  HMODULE module = LoadLibraryExA(full.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (module == nullptr) why = path + ": error " + std::to_string(GetLastError());
+  return module;
+}
+void closeModule(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
+void* symbolOf(void* module, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name));
+}
+
+bool isMapped(const std::string& path) {
+  return GetModuleHandleA(std::filesystem::path(path).filename().string().c_str()) != nullptr;
+}
+
+std::vector<std::string> exportsOf(const std::string& /*path*/, void* module) {
+  const char* const base = static_cast<const char*>(module);
+  const auto at = [base](auto* record, std::size_t offset) {
+    return reinterpret_cast<decltype(record)>(const_cast<char*>(base) + offset);
+  };
+  const auto* dos = at(static_cast<IMAGE_DOS_HEADER*>(nullptr), 0);
+  const auto* header =
+      at(static_cast<IMAGE_NT_HEADERS*>(nullptr), static_cast<std::size_t>(dos->e_lfanew));
+  const DWORD offset =
+      header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
+  if (offset == 0) return {};
+  const auto* exports = at(static_cast<IMAGE_EXPORT_DIRECTORY*>(nullptr), offset);
+  const auto* offsets = at(static_cast<DWORD*>(nullptr), exports->AddressOfNames);
+  std::vector<std::string> names;
+  for (DWORD i = 0; i < exports->NumberOfNames; ++i) names.emplace_back(base + offsets[i]);
+  return names;
+}
+
+std::size_t heapInUse() { return 0; }
+
+Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, sizeof program);
+  std::string command = "samplerinfo-validate";
+  for (const std::string& argument : arguments) command += " \"" + argument + '"';
+
+  // Nobody reads before the end, so everything has to fit into the pipe.
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  HANDLE readEnd, writeEnd;
+  if (!CreatePipe(&readEnd, &writeEnd, &inherited, 1 << 20)) return {"", "no pipe"};
+  SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOA start{};
+  start.cb = sizeof start;
+  start.dwFlags = STARTF_USESTDHANDLES;
+  start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  start.hStdOutput = writeEnd;
+  start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION child{};
+  if (!CreateProcessA(program, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
+                      &child)) {
+    return {"", "no process"};
+  }
+  CloseHandle(writeEnd);
+
+  Ending ending;
+  DWORD code = 0;
+  if (WaitForSingleObject(child.hProcess, static_cast<DWORD>(seconds * 1000)) == WAIT_TIMEOUT) {
+    TerminateProcess(child.hProcess, 1);
+    WaitForSingleObject(child.hProcess, INFINITE);
+    ending.failure = "still running after " + std::to_string(std::lround(seconds)) + " s";
+  } else if (GetExitCodeProcess(child.hProcess, &code) && code != 0) {
+    char text[32];
+    std::snprintf(text, sizeof text, code < 256 ? "exit code %lu" : "exception 0x%08lx", code);
+    ending.failure = text;
+  }
+  char buffer[4096];
+  DWORD length = 0;
+  while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) && length > 0)
+    ending.output.append(buffer, length);
+  CloseHandle(readEnd);
+  CloseHandle(child.hProcess);
+  CloseHandle(child.hThread);
+  return ending;
+}
+
+}  // namespace validate

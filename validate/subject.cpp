@@ -1,0 +1,92 @@
+#include "validate/subject.h"
+
+#include "validate/process.h"
+
+namespace validate {
+
+void* library() {
+  static void* const descriptor = [] {
+    std::string why;
+    void* module = openModule(trial.module, why);
+    if (module == nullptr) fail(why);
+    auto* getLibDesc = reinterpret_cast<void* (*)()>(symbolOf(module, "getLibDesc"));
+    if (getLibDesc == nullptr) fail(trial.module + ": exports no getLibDesc");
+    void* answer = getLibDesc();
+    if (answer == nullptr) fail("getLibDesc: came null, expected an object");
+    return answer;
+  }();
+  return descriptor;
+}
+
+namespace {
+
+struct Visitor {
+  void* const* table;
+  int left;
+  std::vector<void*> descs;
+};
+std::int32_t visit(Visitor* visitor, void* desc) {
+  visitor->descs.push_back(desc);
+  return --visitor->left != 0 ? 256 : 0;  // anything but 0 goes on
+}
+const Table visitorTable{PluginDescVisitor::visitPluginDesc.entry<visit>()};
+
+}  // namespace
+
+Enumeration enumerate(void* libraryDescriptor, int atMost) {
+  Visitor visitor{visitorTable.slots, atMost, {}};
+  const std::int32_t answer = PluginLibDesc::enumPluginDescs(libraryDescriptor, &visitor);
+  return {answer, visitor.descs};
+}
+
+std::vector<void*> descriptors() { return enumerate(library()).descs; }
+
+void* descriptor(const std::string& name) {
+  for (void* desc : descriptors()) {
+    if (nameOf(desc) == name) return desc;
+  }
+  fail("no plugin is named " + name);
+}
+
+std::string nameOf(void* desc) {
+  const char* name = PluginDesc::getPluginName(desc);
+  return name != nullptr ? name : "a plugin without a name";
+}
+
+std::span<const ParameterInfo> parametersOf(void* desc) {
+  void* const description = words(desc)[PLUGIN_DESC_PARAMETERS];
+  if (description == nullptr) return {};
+  const auto* infos = reinterpret_cast<const ParameterInfos*>(words(description)[0]);
+  return {infos->first, infos->last};
+}
+
+Instance::Instance(void* desc)
+    : desc_(desc), object_(PluginDesc::newPlugin(desc, nullptr), Deleter{desc}), part_(nullptr) {
+  if (object_ == nullptr) fail(name() + ".newPlugin: came null, expected an object");
+  part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
+  if (part_ == nullptr)
+    fail(name() + ".getInterface(EXT_QUOR_PLUGIN): came null, expected an object");
+}
+
+std::int32_t Instance::connect(const char* input, void* texture) const {
+  QuorPluginParameter value{input, KIND_INTERFACE, {}};
+  value.value.iface = texture;
+  return QuorPluginInterface::setParameter(part_, &value);
+}
+
+std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t number) const {
+  QuorPluginParameter value{parameter, kind, {number}};
+  if (kind == KIND_BOOLEAN) value.value.boolean = number != 0;
+  return QuorPluginInterface::setParameter(part_, &value);
+}
+
+QuorPluginParameter* Instance::parameter(const char* parameterName) const {
+  return QuorPluginInterface::getParameter(part_, parameterName);
+}
+
+void* Instance::texture(const char* output) const {
+  const QuorPluginParameter* found = parameter(output);
+  return found != nullptr && found->kind == KIND_INTERFACE ? found->value.iface : nullptr;
+}
+
+}  // namespace validate

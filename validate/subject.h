@@ -1,0 +1,65 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "validate/check.h"
+#include "validate/contract.h"
+
+/// The module on trial, as a host sees it.
+namespace validate {
+
+/// The library descriptor; loads the module when first asked. The check fails if it cannot be had.
+void* library();
+
+/// The descriptors that an enumeration shows: all of them, or as many as the visitor wants.
+struct Enumeration {
+  std::int32_t answer;
+  std::vector<void*> descs;
+};
+Enumeration enumerate(void* libraryDescriptor, int atMost = -1);
+
+/// All plugin descriptors, or the one with this name.
+std::vector<void*> descriptors();
+void* descriptor(const std::string& name);
+std::string nameOf(void* desc);
+
+/// The parameters that a descriptor describes.
+std::span<const ParameterInfo> parametersOf(void* desc);
+inline bool isOutput(const ParameterInfo& info) { return info.type >= PARAM_OUTPUT; }
+inline bool isTextureInput(const ParameterInfo& info) { return info.type < PARAM_INTEGER; }
+inline TextureKind kindOf(const ParameterInfo& info) {
+  return static_cast<TextureKind>(isOutput(info) ? info.type - PARAM_OUTPUT : info.type);
+}
+
+/// A plugin, deleted through its descriptor.
+class Instance {
+ public:
+  explicit Instance(void* desc);
+
+  void* object() const { return object_.get(); }
+  void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
+  std::string name() const { return nameOf(desc_); }
+  void forget() { static_cast<void>(object_.release()); }  ///< somebody else has deleted it
+
+  /// What the plugin answers to a connection or a number.
+  std::int32_t connect(const char* input, void* texture) const;
+  std::int32_t set(const char* parameter, ParameterKind kind, std::int32_t value) const;
+
+  QuorPluginParameter* parameter(const char* parameterName) const;
+  void* texture(const char* output) const;  ///< null if there is none of this name
+  void beginFrame() const { QuorPluginInterface::frameBegin(part_, nullptr); }
+
+ private:
+  struct Deleter {
+    void* desc;
+    void operator()(void* object) const { PluginDesc::deletePlugin(desc, object); }
+  };
+  void* desc_;
+  std::unique_ptr<void, Deleter> object_;
+  void* part_;
+};
+
+}  // namespace validate
