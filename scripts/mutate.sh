@@ -71,16 +71,16 @@ tests() {
     "${@:2}" >"$1/log" 2>&1
 }
 
-# Prints what notices the edit in a copy, or nothing. The contract comes first: it needs the fewest rebuilt files
+# Prints what notices the edit in a copy, or nothing. The validator comes first: it needs the fewest rebuilt files
 # and sees most faults of the library.
 killer() {
-  if ! build "$1" samplerinfo tests/contract/all; then
+  if ! build "$1" samplerinfo samplerinfo-validate; then
     compiler "$1"
-  elif ! tests "$1" -R '^contract\.'; then
+  elif ! tests "$1" -R '^validate\.'; then
     failed_test "$1"
   elif ! build "$1"; then
     compiler "$1"
-  elif ! tests "$1" -E '^contract\.'; then
+  elif ! tests "$1" -E '^validate\.'; then
     failed_test "$1"
   fi
 }

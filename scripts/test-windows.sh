@@ -43,5 +43,5 @@ fi
 
 step "test windows-x86" ctest --preset windows-x86
 step "test windows-x86-mingw" ctest --preset windows-x86-mingw --parallel "$(nproc)"
-echo "Executed under $(wine --version): the contract tests on the library with Microsoft's layout, and"
-echo "the unit tests on the MinGW build."
+echo "Executed under $(wine --version): the validator on the library with Microsoft's layout, and the"
+echo "unit tests on the MinGW build."
