@@ -32,6 +32,8 @@ endif()
 set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(SAMPLERINFO_SANITIZE)
   target_compile_options(project_flags INTERFACE
-    -fsanitize=${SAMPLERINFO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    -fsanitize=${SAMPLERINFO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
+    # A host's tables have no C++ type information in front of them, nor does it call by C++ types.
+    -fno-sanitize=vptr $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
   target_link_options(project_flags INTERFACE -fsanitize=${SAMPLERINFO_SANITIZE})
 endif()

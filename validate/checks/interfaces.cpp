@@ -131,7 +131,7 @@ CHECK("interfaces.busy", "an interface can use the dying plugin's list while it 
       for (AddedInterface* added : {&oldest, &busy, &removed, &other}) {
         PluginBase::addInterface(object, added, 1);
       }
-      busy.whenReleased = [&] {
+      busy.whenReleased = [&, object] {
         expect(name + ".getInterface of the one being released",
                PluginBase::getInterface(object, 2) == nullptr, true);
         expect(name + ".getInterface of one that is still there",
