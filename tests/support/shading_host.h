@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdarg>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -98,8 +97,6 @@ struct ShadingHost final : CameraMotion,
   Log log;
   Vector uvw{}, uvwA{}, uvwB{}, uvwC{}, boxLo{}, boxHi{};
   std::int32_t materialId = 0;
-  int printed = 0;  ///< lines of the log
-  std::function<void()> whileBoxIsAsked, whilePrinting;
   Object object, surface;
   RenderServices services{this, this, this, 0};
   QuorFrameData frame;
@@ -162,7 +159,6 @@ struct ShadingHost final : CameraMotion,
 
   void getBoundingBox(Vector& lo, Vector& hi) override {
     note("getBoundingBox", nullptr);
-    if (whileBoxIsAsked) whileBoxIsAsked();
     lo = boxLo;
     hi = boxHi;
   }
@@ -172,8 +168,6 @@ struct ShadingHost final : CameraMotion,
     const double first = va_arg(arguments, double);
     note(format, nullptr, first, va_arg(arguments, double));
     va_end(arguments);
-    ++printed;
-    if (whilePrinting) whilePrinting();
   }
 };
 

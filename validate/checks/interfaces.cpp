@@ -80,16 +80,27 @@ CHECK("interfaces.newest",
   }
 }
 
-CHECK("interfaces.descriptors", "descriptors take interfaces as plugins do") {
-  std::vector<void*> objects = descriptors();
-  objects.push_back(library());
-  for (void* object : objects) {
+CHECK("interfaces.objects",
+      "descriptors, and outputs that are objects, take interfaces as plugins do") {
+  const auto expectTaken = [](const std::string& name, void* object) {
     AddedInterface added(kUnknown);
-    expect("addInterface", PluginBase::addInterface(object, &added, 0), 1);
-    expect("getInterface", PluginBase::getInterface(object, kUnknown), &added);
-    expect("removeInterface", PluginBase::removeInterface(object, &added), 1);
-    expect("getInterface after removeInterface",
-           PluginBase::getInterface(object, kUnknown) == nullptr, true);
+    const auto expectFound = [&](const char* when, void* found) {
+      expect(name + ".getInterface" + when, PluginBase::getInterface(object, kUnknown), found);
+    };
+    expect(name + ".addInterface", PluginBase::addInterface(object, &added, 0), 1);
+    expectFound("", &added);
+    expect(name + ".removeInterface", PluginBase::removeInterface(object, &added), 1);
+    expectFound(" after removeInterface", nullptr);
+  };
+  expectTaken("the library descriptor", library());
+  for (void* desc : descriptors()) {
+    expectTaken("descriptor " + nameOf(desc), desc);
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (!isOutput(info)) continue;
+      if (void* object = PluginInterface::getPlugin(instance.texture(info.name)))
+        expectTaken(instance.name() + '.' + info.name, object);
+    }
   }
 }
 

@@ -1,6 +1,5 @@
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <future>
 #include <thread>
 
@@ -93,16 +92,14 @@ CHECK("samplerinfo.clip_planes.instances",
 // The others come when the planes are there, with nothing but the planes' own flag to order them.
 CHECK("samplerinfo.clip_planes.race",
       "16 threads that race for a frame's first sample get the same planes, logged once") {
-  constexpr int kThreads = 16, kEarly = kThreads / 4 * 3;
-  const char* const wanted = std::getenv("SAMPLERINFO_RACE_FRAMES");
-  const int frames = wanted != nullptr ? std::atoi(wanted) : 1000;
+  constexpr int kThreads = 16, kEarly = kThreads / 4 * 3, kFrames = 1000;
   BoxedHost host;
   const Sampler sampler;
   std::atomic<int> arrived, evaluated;
   host.scene.whileAsked = [&] {
     while (arrived < kEarly) std::this_thread::yield();
   };
-  for (int frame = 1; frame <= frames; ++frame) {
+  for (int frame = 1; frame <= kFrames; ++frame) {
     const auto nearest = static_cast<float>(frame);
     const std::string when = "in frame " + text(frame);
     host.setBox(nearest, 5000);

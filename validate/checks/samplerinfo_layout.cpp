@@ -121,29 +121,39 @@ CHECK("samplerinfo.shader_source",
   void* const intensity = PluginInterface::getPlugin(instance.texture("intensity"));
   struct Row {
     void* object;
-    const char* kind;
+    std::string kind;
   };
   for (const Row& row : {Row{instance.object(), "color"}, {intensity, "float"}}) {
     void* const shader = PluginBase::getInterface(row.object, EXT_RTTEX);
-    const std::string asked = std::string("getShaderSource of ") + row.kind;
-    const auto request = [&](const char* output, const char* descriptorKind) {
-      return RTTexInterface::getShaderSource(shader, output, "second", descriptorKind, &source,
-                                             &data);
+    const auto expectAnswer = [&](const std::string& output, const std::string& descriptorKind,
+                                  std::int32_t expected) {
+      const std::string asked = "getShaderSource of " + row.kind + " for " + text(output) +
+                                " and " + text(descriptorKind);
+      const std::int32_t before = data.requests;
+      expect(asked,
+             RTTexInterface::getShaderSource(shader, output.c_str(), "second",
+                                             descriptorKind.c_str(), &source, &data),
+             expected);
+      expect(asked + ": requests that reach the host", data.requests - before, expected);
+      if (expected == 0) return;
+      const ShaderRequest& last = source.last[-1];
+      expect(asked + ": object", last.self, shader);
+      expect(asked + ": texture", last.texture, &a);
+      expect(asked + ": output", last.outputName, output.c_str());
+      expect(asked + ": second name", last.secondName, "second");
+      expect(asked + ": descriptor kind", last.descriptorKind, descriptorKind.c_str());
     };
-    const std::int32_t before = data.requests;
     RTTexInterface::setShaderInfo(shader, &source);
     expect("getShaderInfo", RTTexInterface::getShaderInfo(shader), nullptr);
-    expect(asked + " for a materialDescriptor", request(row.kind, "materialDescriptor"), 0);
-    expect(asked + ", the vector", request("vector", "MaterialDescriptor"), 0);
-    expect(asked + ": requests that reach the host", data.requests, before);
-    expect(asked, request(row.kind, "MaterialDescriptor"), 1);
-    expect(asked + ": requests that reach the host", data.requests, before + 1);
-    const ShaderRequest& last = source.last[-1];
-    expect(asked + ": for", last.self, shader);
-    expect(asked + ": texture", last.texture, &a);
-    expect(asked + ": output", last.outputName, row.kind);
-    expect(asked + ": second name", last.secondName, "second");
-    expect(asked + ": descriptor kind", last.descriptorKind, "MaterialDescriptor");
+    expectAnswer(row.kind, "MaterialDescriptor", 1);
+    for (const std::string other :
+         {"Color", "Float", "color ", "float ", "colo", "floa", "vector", ""}) {
+      expectAnswer(other, "MaterialDescriptor", 0);
+      expectAnswer(row.kind, other, 0);
+    }
+    for (const std::string other :
+         {"materialDescriptor", "MaterialDescriptor ", "MaterialDescripto"})
+      expectAnswer(row.kind, other, 0);
   }
 }
 
