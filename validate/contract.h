@@ -40,7 +40,6 @@ struct Operation;
 
 template <int number, class Result, class... Parameters>
 struct Operation<number, Result(Parameters...)> {
-  static constexpr int kSlot = number;
   static constexpr bool kThroughPointer = kMicrosoft && std::is_class_v<Result>;
 
   Result operator()(void* self, Parameters... arguments) const {
@@ -56,9 +55,11 @@ struct Operation<number, Result(Parameters...)> {
     }
   }
 
+  constexpr int slot() const { return number; }
+
   /// `body` is called with the object, as a pointer of its own kind, and the arguments.
   template <auto body>
-  static TableEntry entry() {
+  TableEntry entry() const {
     if constexpr (kThroughPointer) {
       return {number, reinterpret_cast<void*>(&answerThroughPointer<body>)};
     } else {

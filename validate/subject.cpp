@@ -8,9 +8,9 @@ void* library() {
   static void* const descriptor = [] {
     std::string why;
     void* module = openModule(trial.module, why);
-    if (module == nullptr) fail(why);
+    if (module == nullptr) fail("cannot be loaded: " + why);
     auto* getLibDesc = reinterpret_cast<void* (*)()>(symbolOf(module, "getLibDesc"));
-    if (getLibDesc == nullptr) fail(trial.module + ": exports no getLibDesc");
+    if (getLibDesc == nullptr) fail("exports no getLibDesc");
     void* answer = getLibDesc();
     if (answer == nullptr) fail("getLibDesc: came null, expected an object");
     return answer;
@@ -26,6 +26,7 @@ struct Visitor {
   std::vector<void*> descs;
 };
 std::int32_t visit(Visitor* visitor, void* desc) {
+  if (desc == nullptr) fail("enumPluginDescs: came null, expected a descriptor");
   visitor->descs.push_back(desc);
   return --visitor->left != 0 ? 256 : 0;  // anything but 0 goes on
 }
@@ -57,6 +58,10 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
   void* const description = words(desc)[PLUGIN_DESC_PARAMETERS];
   if (description == nullptr) return {};
   const auto* infos = reinterpret_cast<const ParameterInfos*>(words(description)[0]);
+  for (const ParameterInfo* info = infos->first; info != infos->last; ++info) {
+    if (info->name == nullptr)
+      fail(nameOf(desc) + ": a parameter's name: came null, expected a text");
+  }
   return {infos->first, infos->last};
 }
 

@@ -97,8 +97,9 @@ CHECK("interfaces.objects",
     expectTaken("descriptor " + nameOf(desc), desc);
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
-      if (!isOutput(info)) continue;
-      if (void* object = PluginInterface::getPlugin(instance.texture(info.name)))
+      void* const texture = isOutput(info) ? instance.texture(info.name) : nullptr;
+      if (texture == nullptr) continue;
+      if (void* object = PluginInterface::getPlugin(texture))
         expectTaken(instance.name() + '.' + info.name, object);
     }
   }
@@ -168,7 +169,7 @@ CHECK("interfaces.owner", "a plugin is told when the user of one of its interfac
     void*& table = words(instance.object())[0];
     void* const whole = table;
     const TableEntry noting = PluginBase::releaseInterface.entry<noteRelease>();
-    void* entries[PluginBase::removeInterface.kSlot + 1];
+    void* entries[PluginBase::removeInterface.slot() + 1];
     std::copy_n(virtualTable(instance.object()), std::size(entries), entries);
     entries[noting.slot] = noting.function;
     table = entries;

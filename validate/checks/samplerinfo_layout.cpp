@@ -80,8 +80,8 @@ CHECK(
   Input a(COLOR);
   const Instance instance(descriptor("TexAColorOp"));
   void** const red = words(instance.texture("red")) - 2;
-  expect("red, as an object", virtualTable(red)[PluginBase::addInterface.kSlot],
-         virtualTable(instance.object())[PluginBase::addInterface.kSlot]);
+  expect("red, as an object", virtualTable(red)[PluginBase::addInterface.slot()],
+         virtualTable(instance.object())[PluginBase::addInterface.slot()]);
   expect("interfaces of red", red[PLUGIN_BASE_INTERFACES], nullptr);
 
   void* const intensity = instance.texture("intensity");
