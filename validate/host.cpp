@@ -25,25 +25,24 @@ int put(const Value& value, float* numbers) {
   return sizeof value / sizeof(float);
 }
 
-void tell(const Input* input, const ShadingContext* sc) {
+const float* numbersOf(Input* input, Question question, const ShadingContext* sc) {
   if (input->whenAsked) input->whenAsked(sc);
+  return input->numbersFor != nullptr ? input->numbersFor(input, question, sc) : input->numbers;
 }
 template <class Value>
 Value inputValue(Input* input, const ShadingContext* sc) {
-  tell(input, sc);
-  return valueAt<Value>(input->numbers);
+  return valueAt<Value>(numbersOf(input, VALUE, sc));
 }
 template <class Value>
 void inputBounds(Input* input, Value* min, Value* max) {
-  tell(input, nullptr);
+  const float* const numbers = numbersOf(input, BOUNDS, nullptr);
   constexpr std::size_t kWidth = sizeof(Value) / sizeof(float);
-  *min = valueAt<Value>(&input->numbers[kWidth]);
-  *max = valueAt<Value>(&input->numbers[2 * kWidth]);
+  *min = valueAt<Value>(&numbers[kWidth]);
+  *max = valueAt<Value>(&numbers[2 * kWidth]);
 }
 template <class Value>
 Vector inputGradient(Input* input, const ShadingContext* sc) {
-  tell(input, sc);
-  return valueAt<Vector>(&input->numbers[3 * sizeof(Value) / sizeof(float)]);
+  return valueAt<Vector>(&numbersOf(input, GRADIENT, sc)[3 * sizeof(Value) / sizeof(float)]);
 }
 template <std::uint64_t id>
 std::uint64_t inputId(Input* /*input*/) {

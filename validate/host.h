@@ -14,6 +14,8 @@ namespace validate {
 /// How many numbers a value of the first three kinds has.
 constexpr int kWidths[] = {4, 1, 3};
 
+enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
+
 /// An input of one of the first three kinds: its value, lower bound and upper bound, each with as
 /// many numbers as the kind has, and its gradient.
 struct Input {
@@ -22,11 +24,12 @@ struct Input {
   void* const* table;
   float numbers[15] = {};
   std::function<void(const ShadingContext* sc)> whenAsked;  ///< for its bounds, with null
+  /// Other numbers than these, where it has them.
+  const float* (*numbersFor)(Input* input, Question question, const ShadingContext* sc) = nullptr;
 };
 
 /// Asks a texture. Returns how many numbers the answer has, at most 12 (that of an integer has its
 /// bits); 0 where there is no such question.
-enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
 int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
         float* numbers);
 

@@ -39,6 +39,7 @@ class Instance {
  public:
   explicit Instance(void* desc);
 
+  void* desc() const { return desc_; }
   void* object() const { return object_.get(); }
   void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
   std::string name() const { return nameOf(desc_); }
