@@ -1,0 +1,111 @@
+#include "validate/network.h"
+
+namespace validate {
+
+namespace {
+
+/// What a thread has chosen for its arithmetic: rounding, masks of exceptions, flushing of
+/// denormals, precision of the x87. Status flags are none of it.
+struct Control {
+  std::uint32_t sse = 0;
+  std::uint16_t x87 = 0;
+  bool operator==(const Control&) const = default;
+};
+
+#if defined(__i386__) || defined(__x86_64__)
+constexpr bool kKnown = true;
+constexpr std::uint32_t kStatusFlags = 0x3F;
+
+Control control() {
+  Control now;
+  asm volatile("stmxcsr %0\n fnstcw %1" : "=m"(now.sse), "=m"(now.x87) : : "memory");
+  now.sse &= ~kStatusFlags;
+  return now;
+}
+void setControl(const Control& control) {
+  asm volatile("ldmxcsr %0\n fldcw %1" : : "m"(control.sse), "m"(control.x87) : "memory");
+}
+#else
+constexpr bool kKnown = false;
+Control control() { return {}; }
+void setControl(const Control& /*control*/) {}
+#endif
+
+/// Each rounding with denormals kept, flushed as results, taken for 0 as operands, or both. The x87
+/// has each of its precisions in turn.
+constexpr int kModes = 16;
+class Mode {
+ public:
+  explicit Mode(std::size_t n) {
+    static constexpr std::uint16_t kPrecisions[] = {0x000, 0x200, 0x300};
+    const auto rounding = static_cast<std::uint16_t>(n / 4);
+    control_.sse = 0x1F80 | rounding << 13U | (n & 1 ? 0x8000 : 0) | (n & 2 ? 0x0040 : 0);
+    control_.x87 = static_cast<std::uint16_t>(0x7F | kPrecisions[n % 3] | rounding << 10U);
+    setControl(control_);
+  }
+  ~Mode() { setControl(before_); }
+  Mode(const Mode&) = delete;
+  void operator=(const Mode&) = delete;
+
+  void expectKept(const std::string& asked) const {
+    const Control now = control();
+    if (now == control_) return;
+    setControl(before_);
+    failExpectation(asked + ": control bits, SSE and x87", inHex(now), inHex(control_));
+  }
+
+ private:
+  static std::string inHex(const Control& control) {
+    return formatted("%04x %04x", control.sse, unsigned{control.x87});
+  }
+
+  const Control before_ = control();
+  Control control_;
+};
+
+void leaveOutUnknown() {
+  if (!kKnown) leaveOut("the control bits of this processor are not known here");
+}
+
+CHECK("floating_point.again",
+      "in each rounding mode, with denormals flushed or not, a question is answered with the same "
+      "bits again") {
+  leaveOutUnknown();
+  forSeeds(40, [descs = descriptors()](std::uint32_t seed) {
+    const Network network({.descs = descs, .seed = seed});
+    std::array<std::vector<Answer>, kModes> answers;
+    for (std::size_t n = 0; n < kModes; ++n) {
+      const Mode mode(n);
+      answers[n] = network.answers();
+    }
+    for (std::size_t n = kModes; n-- != 0;) {
+      const Mode mode(n);
+      network.expectAnswers("asked again in the same mode", answers[n]);
+    }
+  });
+}
+
+CHECK("floating_point.control",
+      "rounding, masks of exceptions, flushing and x87 precision stay as the caller has them, and "
+      "are so for the inputs") {
+  leaveOutUnknown();
+  forSeeds(10 * kModes, [descs = descriptors()](std::uint32_t seed) {
+    const Mode mode(seed % kModes);
+    {
+      Network network({.descs = descs, .seed = seed});
+      mode.expectKept("plugins made, connected, in a frame");
+      for (Leaf& leaf : network.leaves()) {
+        leaf.whenAsked = [&](const ShadingContext* /*sc*/) { mode.expectKept("an input asked"); };
+      }
+      for (int n = 0; n < network.questions(); ++n) {
+        network.answer(n);
+        mode.expectKept(network.question(n));
+      }
+    }
+    mode.expectKept("plugins deleted");
+  });
+}
+
+}  // namespace
+
+}  // namespace validate
