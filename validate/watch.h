@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// What is asked of the system while it is watched: memory and locks. For processes with one
+/// thread.
+namespace validate {
+
+/// Why nothing can be watched here; null where it can.
+const char* whyNotWatched();
+
+enum class Asker { NOBODY, MODULE, OTHER };
+struct Watched {
+  int allocations = 0, locks = 0;
+  int left = 0;  ///< blocks allocated meanwhile and not given back
+  Asker refused = Asker::NOBODY;
+};
+
+/// Watches until `stopWatching`. Refuses the n-th request for memory, from 1 on.
+void watch(int refuse = 0);
+Watched stopWatching();
+Asker refusedSoFar();
+
+struct Block {
+  const unsigned char* first = nullptr;
+  std::size_t size = 0;
+};
+/// The block, allocated when last watched, in which an object lies; of no size if there is none.
+Block blockOf(const void* object);
+/// The module's own variables: where it can write among what holds this address.
+std::vector<Block> variablesAround(const void* address);
+
+/// The report is not the place for the module's debug output.
+void silenceDebugOutput();
+
+/// Loads the module in a process of its own, where the n-th request for memory that is not the
+/// loader's own is refused.
+struct RefusedLoad {
+  Asker refused = Asker::NOBODY;
+  std::string ending;  ///< empty if it went on
+  std::string debugOutput;
+};
+RefusedLoad loadRefusing(int refuse);
+
+}  // namespace validate

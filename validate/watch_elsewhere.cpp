@@ -1,0 +1,20 @@
+#include "validate/check.h"
+#include "validate/watch.h"
+
+// Where nothing can be watched.
+namespace validate {
+
+const char* whyNotWatched() {
+  return kSanitized ? "a sanitizer has a heap and locks of its own"
+                    : "memory and locks are watched on Linux alone";
+}
+
+void watch(int /*refuse*/) {}
+Watched stopWatching() { return {}; }
+Asker refusedSoFar() { return Asker::NOBODY; }
+Block blockOf(const void* /*object*/) { return {}; }
+std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
+void silenceDebugOutput() {}
+RefusedLoad loadRefusing(int /*refuse*/) { return {}; }
+
+}  // namespace validate

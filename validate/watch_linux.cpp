@@ -1,0 +1,232 @@
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <link.h>
+#include <malloc.h>
+#include <pthread.h>
+#include <sys/auxv.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "validate/check.h"
+#include "validate/process.h"
+#include "validate/watch.h"
+
+// This program's `malloc` and its like, and its locks, are those of the module too: they come first
+// where the loader looks for them. Nothing here allocates while it watches.
+
+namespace validate {
+
+namespace {
+
+bool watching;
+int refuseAt;
+Watched watched;
+Asker* refused = &watched.refused;
+
+Block blocks[1 << 16];
+std::size_t blockCount;
+
+bool isFileOfModule(const char* path) {
+  struct stat one, other;
+  return stat(path, &one) == 0 && stat(trial.module.c_str(), &other) == 0 &&
+         one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Whether the heap may be asked on behalf of the function that a call returns to.
+bool grants(const void* caller) {
+  if (!watching) return true;
+  Dl_info asker{};
+  dladdr(caller, &asker);
+  if (reinterpret_cast<std::uintptr_t>(asker.dli_fbase) == getauxval(AT_BASE)) return true;
+  if (++watched.allocations != refuseAt) return true;
+  *refused = isFileOfModule(asker.dli_fname) ? Asker::MODULE : Asker::OTHER;
+  errno = ENOMEM;
+  return false;
+}
+
+void* remember(void* block) {
+  if (watching && block != nullptr && blockCount < std::size(blocks)) {
+    blocks[blockCount++] = {static_cast<unsigned char*>(block), malloc_usable_size(block)};
+    ++watched.left;
+  }
+  return block;
+}
+void forget(const void* block) {
+  if (!watching) return;
+  for (std::size_t i = blockCount; i-- != 0;) {
+    if (blocks[i].first != block) continue;
+    blocks[i] = blocks[--blockCount];
+    --watched.left;
+    return;
+  }
+}
+
+/// What stands behind one of the functions below.
+template <class Function>
+Function* original(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+const char* whyNotWatched() { return nullptr; }
+
+void watch(int refuse) {
+  watched = {};
+  blockCount = 0;
+  refuseAt = refuse;
+  watching = true;
+}
+Watched stopWatching() {
+  watching = false;
+  return watched;
+}
+Asker refusedSoFar() { return watched.refused; }
+
+Block blockOf(const void* object) {
+  for (std::size_t i = blockCount; i-- != 0;) {
+    if (object >= blocks[i].first && object < blocks[i].first + blocks[i].size) return blocks[i];
+  }
+  return {};
+}
+
+namespace {
+
+struct Search {
+  const void* address;
+  std::vector<Block> found;
+};
+int addVariables(dl_phdr_info* info, std::size_t /*size*/, void* data) {
+  Search& search = *static_cast<Search*>(data);
+  bool holdsAddress = false;
+  std::vector<Block> writable;
+  for (const ElfW(Phdr)* at = info->dlpi_phdr; at != info->dlpi_phdr + info->dlpi_phnum; ++at) {
+    if (at->p_type != PT_LOAD) continue;
+    const Block segment{reinterpret_cast<const unsigned char*>(info->dlpi_addr + at->p_vaddr),
+                        at->p_memsz};
+    if (search.address >= segment.first && search.address < segment.first + segment.size)
+      holdsAddress = true;
+    if ((at->p_flags & PF_W) != 0) writable.push_back(segment);
+  }
+  if (holdsAddress) search.found = writable;
+  return holdsAddress;
+}
+
+}  // namespace
+
+std::vector<Block> variablesAround(const void* address) {
+  Search search{address, {}};
+  dl_iterate_phdr(addVariables, &search);
+  return search.found;
+}
+
+void silenceDebugOutput() { dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO); }
+
+RefusedLoad loadRefusing(int refuse) {
+  constexpr int kTimeLimit = 20;
+  // The child tells what happened even if it dies.
+  refused = static_cast<Asker*>(
+      mmap(nullptr, sizeof *refused, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  int output[2];
+  if (refused == MAP_FAILED || pipe2(output, O_CLOEXEC) != 0) fail("no memory or no pipe");
+  const pid_t child = fork();
+  if (child < 0) fail("no process");
+  if (child == 0) {
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+    alarm(kTimeLimit);
+    dup2(output[1], STDERR_FILENO);
+    std::string why;
+    why.reserve(4096);
+    watch(refuse);
+    openModule(trial.module, why);
+    _exit(0);
+  }
+  close(output[1]);
+  RefusedLoad load;
+  char buffer[512];
+  for (ssize_t length; (length = read(output[0], buffer, sizeof buffer)) > 0;)
+    load.debugOutput.append(buffer, static_cast<std::size_t>(length));
+  close(output[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WIFSIGNALED(status)) load.ending = "signal " + std::to_string(WTERMSIG(status));
+  load.refused = *refused;
+  return load;
+}
+
+}  // namespace validate
+
+// ---- The functions that come first
+// ---------------------------------------------------------------
+
+using validate::forget;
+using validate::grants;
+using validate::remember;
+
+extern "C" {
+#define FIRST __attribute__((visibility("default")))
+
+void* __libc_malloc(std::size_t size) noexcept;
+void* __libc_calloc(std::size_t count, std::size_t size) noexcept;
+void* __libc_realloc(void* block, std::size_t size) noexcept;
+void* __libc_memalign(std::size_t alignment, std::size_t size) noexcept;
+void __libc_free(void* block) noexcept;
+
+FIRST void* malloc(std::size_t size) noexcept {
+  return grants(__builtin_return_address(0)) ? remember(__libc_malloc(size)) : nullptr;
+}
+FIRST void* calloc(std::size_t count, std::size_t size) noexcept {
+  return grants(__builtin_return_address(0)) ? remember(__libc_calloc(count, size)) : nullptr;
+}
+FIRST void* realloc(void* block, std::size_t size) noexcept {
+  if (!grants(__builtin_return_address(0))) return nullptr;
+  void* const larger = __libc_realloc(block, size);
+  if (larger != nullptr || size == 0) forget(block);
+  return remember(larger);
+}
+FIRST void* memalign(std::size_t alignment, std::size_t size) noexcept {
+  if (!grants(__builtin_return_address(0))) return nullptr;
+  return remember(__libc_memalign(alignment, size));
+}
+FIRST void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+  if (!grants(__builtin_return_address(0))) return nullptr;
+  return remember(__libc_memalign(alignment, size));
+}
+FIRST int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
+  if (!grants(__builtin_return_address(0))) return ENOMEM;
+  *block = remember(__libc_memalign(alignment, size));
+  return *block != nullptr ? 0 : ENOMEM;
+}
+FIRST void free(void* block) noexcept {
+  forget(block);
+  __libc_free(block);
+}
+
+#define COUNT_LOCKS(function, Lock)                                               \
+  FIRST int function(Lock* lock) noexcept {                                       \
+    static auto* const next = validate::original<int(Lock*) noexcept>(#function); \
+    if (validate::watching) ++validate::watched.locks;                            \
+    return next(lock);                                                            \
+  }
+COUNT_LOCKS(pthread_mutex_lock, pthread_mutex_t)
+COUNT_LOCKS(pthread_mutex_trylock, pthread_mutex_t)
+COUNT_LOCKS(pthread_rwlock_rdlock, pthread_rwlock_t)
+COUNT_LOCKS(pthread_rwlock_tryrdlock, pthread_rwlock_t)
+COUNT_LOCKS(pthread_rwlock_wrlock, pthread_rwlock_t)
+COUNT_LOCKS(pthread_rwlock_trywrlock, pthread_rwlock_t)
+COUNT_LOCKS(pthread_spin_lock, pthread_spinlock_t)
+COUNT_LOCKS(pthread_spin_trylock, pthread_spinlock_t)
+#undef COUNT_LOCKS
+#undef FIRST
+
+}  // extern "C"
