@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "validate/checks/added_interface.h"
@@ -54,7 +55,7 @@ CHECK(
     "memory.unchanged",
     "after the first sample of a frame nothing is written into plugins or the module's variables") {
   leaveOutUnwatched();
-  for (int i = 0; i < 40; ++i, ++trial.seed) {
+  for (int i = 0; i < 20; ++i, ++trial.seed) {
     const std::vector<void*> descs = descriptors();
     watch();
     const Network network({.descs = descs, .seed = trial.seed});
@@ -71,12 +72,12 @@ CHECK(
     for (int n = 0; n < network.questions(); ++n) {
       network.answer(n);
       for (const Copy& copy : copies) {
-        const auto changed =
+        if (std::memcmp(copy.block.first, copy.bytes.data(), copy.bytes.size()) == 0) continue;
+        const auto written =
             std::mismatch(copy.bytes.begin(), copy.bytes.end(), copy.block.first).first;
-        if (changed != copy.bytes.end())
-          failExpectation(network.question(n) + ": " + copy.owner,
-                          "byte " + std::to_string(changed - copy.bytes.begin()) + " written",
-                          "nothing written");
+        failExpectation(network.question(n) + ": " + copy.owner,
+                        "byte " + std::to_string(written - copy.bytes.begin()) + " written",
+                        "nothing written");
       }
     }
   }
