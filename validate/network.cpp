@@ -21,6 +21,7 @@ float Random::number() {
       0x7F800000, 0xFF800000, 0x7FC00000, 0x7F800001,              // infinities, NaNs
       0x501502F9, 0x3F7FFFFF, 0x3F800001, 0x4B800000, 0x4F000000,  // 1e10, beside 1, 2^24, 2^31
   };
+  if (ordinaryAlone_) return ordinary();
   const std::uint32_t choice = below(8);
   if (choice == 0) return std::bit_cast<float>(bits());
   if (choice <= 2) return std::bit_cast<float>(kSpecial[below(std::size(kSpecial))]);
@@ -86,8 +87,8 @@ const float* numbersOfLeaf(Input* input, Question question, const ShadingContext
 
 }  // namespace
 
-Leaf::Leaf(TextureKind kind, const Samples& samplesOfAll, Random& random)
-    : Input(kind), samples(samplesOfAll) {
+Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
+    : Input(textureKind), kind(textureKind), samples(samplesOfAll) {
   numbersFor = numbersOfLeaf;
   for (auto& row : numbersAt)
     std::generate(row.begin(), row.end(), [&] { return random.number(); });
@@ -96,7 +97,7 @@ Leaf::Leaf(TextureKind kind, const Samples& samplesOfAll, Random& random)
 // ---- The network
 // ---------------------------------------------------------------------------------
 
-Network::Network(const Plan& plan) : random_(plan.seed), samples_(random_) {
+Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_(random_) {
   for (int i = 0; i < plan.plugins; ++i) addPlugin(plan.descs[random_.below(plan.descs.size())]);
   Random choice(plan.without);
   for (const Connection& each : connections_) {
@@ -139,9 +140,9 @@ void Network::setInput(const Instance& plugin, const ParameterInfo& info) {
 }
 
 void Network::addOutputs(const Instance& plugin) {
-  const std::string name = "plugin " + std::to_string(plugins_.size()) + ", " + plugin.name();
+  const std::string name = plugin.name();
   const auto add = [&](const std::string& outputName, void* texture, TextureKind kind) {
-    if (texture != nullptr) outputs_.push_back({outputName, texture, kind});
+    if (texture != nullptr) outputs_.push_back({plugins_.size(), outputName, texture, kind});
   };
   for (const ParameterInfo& info : parametersOf(plugin.desc())) {
     if (isOutput(info)) add(name + '.' + info.name, plugin.texture(info.name), kindOf(info));
@@ -164,19 +165,21 @@ void Network::takeAway(std::uint32_t without) const {
 // ---- Its questions
 // -------------------------------------------------------------------------------
 
-const ShadingContext& Network::contextOf(int n) const {
-  return samples_.contexts[static_cast<std::size_t>(n % Samples::kCount)];
+Network::Asked Network::asked(int n) const {
+  const auto& [index, question] = questions_[static_cast<std::size_t>(n / Samples::kCount)];
+  const Output& output = outputs_[index];
+  return {output.name, output.texture, output.kind, question,
+          samples_.contexts[static_cast<std::size_t>(n % Samples::kCount)]};
 }
 
 Answer Network::answer(int n) const {
-  const auto& [output, question] = questions_[static_cast<std::size_t>(n / Samples::kCount)];
+  const Asked now = asked(n);
   float numbers[std::tuple_size_v<Answer>];
-  const int count =
-      ask(outputs_[output].texture, outputs_[output].kind, question, contextOf(n), numbers);
+  const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
     const auto bits = std::bit_cast<std::uint32_t>(numbers[i]);
-    const bool isNaN = outputs_[output].kind != INTEGER && (bits & 0x7FFFFFFF) > 0x7F800000;
+    const bool isNaN = now.kind != INTEGER && (bits & 0x7FFFFFFF) > 0x7F800000;
     answer[static_cast<std::size_t>(i)] = isNaN ? 0x7FC00000 : bits;
   }
   return answer;
@@ -190,9 +193,10 @@ std::vector<Answer> Network::answers() const {
 
 std::string Network::question(int n) const {
   constexpr const char* kNames[] = {"value", "bounds", "gradient"};
-  const auto& [output, question] = questions_[static_cast<std::size_t>(n / Samples::kCount)];
-  return outputs_[output].name + ", " + kNames[question] + " at sample " +
-         std::to_string(n % Samples::kCount);
+  const std::size_t plugin =
+      outputs_[questions_[static_cast<std::size_t>(n / Samples::kCount)].output].plugin;
+  return "plugin " + std::to_string(plugin) + ", " + asked(n).output + ", " +
+         kNames[asked(n).question] + " at sample " + std::to_string(n % Samples::kCount);
 }
 
 void Network::expectAnswer(const char* when, int n, const Answer& expected) const {

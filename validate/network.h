@@ -16,18 +16,20 @@ namespace validate {
 
 class Random {
  public:
-  explicit Random(std::uint32_t seed) : engine_(seed) {}
+  explicit Random(std::uint32_t seed, bool ordinaryAlone = false)
+      : engine_(seed), ordinaryAlone_(ordinaryAlone) {}
 
   std::uint32_t bits() { return static_cast<std::uint32_t>(engine_()); }
   std::uint32_t below(std::size_t n) { return bits() % static_cast<std::uint32_t>(n); }
   bool oneIn(std::uint32_t n) { return below(n) == 0; }
   float ordinary();  ///< from -8 to 8
-  float number();    ///< ordinary, special, or any bits
+  float number();    ///< ordinary, special, or any bits, unless it is to be ordinary
   Vector vector() { return {number(), number(), number()}; }
   DVector preciseVector() { return {number() / 3.0, number() / 3.0, number() / 3.0}; }
 
  private:
   std::mt19937 engine_;
+  bool ordinaryAlone_;
 };
 
 /// A scene in one frame, and samples of it.
@@ -43,6 +45,7 @@ struct Samples {
 struct Leaf : Input {
   Leaf(TextureKind kind, const Samples& samples, Random& random);
 
+  const TextureKind kind;
   const Samples& samples;
   std::array<std::array<float, 15>, Samples::kCount> numbersAt;
 
@@ -62,6 +65,7 @@ class Network {
     std::vector<void*> descs;
     std::uint32_t seed;
     int plugins = 6;
+    bool ordinary = false;      ///< the numbers
     std::uint32_t without = 0;  ///< leaves out what `takeAway` with this number takes away
   };
   explicit Network(const Plan& plan);
@@ -76,16 +80,25 @@ class Network {
   int questions() const { return static_cast<int>(questions_.size()) * Samples::kCount; }
   Answer answer(int n) const;
   std::vector<Answer> answers() const;
+  struct Asked {
+    const std::string& output;
+    void* texture;
+    TextureKind kind;
+    Question question;
+    const ShadingContext& context;
+  };
+  Asked asked(int n) const;
   std::string question(int n) const;
-  const ShadingContext& contextOf(int n) const;
   void expectAnswer(const char* when, int n, const Answer& expected) const;
   void expectAnswers(const char* when, const std::vector<Answer>& expected) const;
 
   const std::deque<Instance>& plugins() const { return plugins_; }
   std::deque<Leaf>& leaves() { return leaves_; }
+  Samples& samples() { return samples_; }
 
  private:
   struct Output {
+    std::size_t plugin;
     std::string name;
     void* texture;
     TextureKind kind;
@@ -113,14 +126,16 @@ class Network {
   std::vector<AskedOutput> questions_;
 };
 
-/// Calls `round` with one seed after the other, so many times or as long as `--seconds` says. A
-/// failure names the seed that has it come first.
+/// Calls `round` with one seed after the other, so many times or as long as `--seconds` says, and
+/// notes how many evaluations it says that it did. A failure names the seed that has it come first.
 template <class Round>
 void forSeeds(int times, const Round& round) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::duration<double>(trial.seconds);
+  std::uint64_t evaluations = 0;
   for (int i = 0; trial.seconds > 0 ? Clock::now() < end : i < times; ++i, ++trial.seed)
-    round(trial.seed);
+    evaluations += static_cast<std::uint64_t>(round(trial.seed));
+  note(std::to_string(evaluations) + " evaluations");
 }
 
 }  // namespace validate

@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <map>
+
+#include "validate/network.h"
+
+// Some outputs leave their bounds, or have a gradient that is not the derivative, as they must; so
+// nothing fails here.
+namespace validate {
+
+namespace {
+
+constexpr int kTrials = 500;
+
+/// In place of a leaf's numbers: each component is linear in the shading point, whose coordinates
+/// lie from -1 to 1. The gradient is that of the intensity, or of the length.
+const float* linearNumbers(Input* input, Question /*question*/, const ShadingContext* sc) {
+  const Leaf& leaf = *static_cast<const Leaf*>(input);
+  const DVector at = sc != nullptr ? sc->shadingPoint : DVector{};
+  const auto width = static_cast<std::size_t>(kWidths[leaf.kind]);
+  static float numbers[15];
+  double sum[3] = {}, ofSquare[3] = {}, square = 0;
+  for (std::size_t k = 0; k < width; ++k) {
+    const double base = leaf.numbersAt[0][k];
+    const double slope[] = {leaf.numbersAt[1][k] / 8.0, leaf.numbersAt[2][k] / 8.0,
+                            leaf.numbersAt[3][k] / 8.0};
+    const double value = base + slope[0] * at.x + slope[1] * at.y + slope[2] * at.z;
+    const double reach = std::abs(slope[0]) + std::abs(slope[1]) + std::abs(slope[2]);
+    numbers[k] = static_cast<float>(value);
+    numbers[width + k] = static_cast<float>(base - reach);
+    numbers[2 * width + k] = static_cast<float>(base + reach);
+    square += value * value;
+    for (int axis = 0; axis < 3; ++axis) {
+      if (leaf.kind != COLOR || k < 3) sum[axis] += slope[axis];
+      ofSquare[axis] += value * slope[axis];
+    }
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double gradient = leaf.kind == COLOR    ? sum[axis] / 3
+                            : leaf.kind == NUMBER ? sum[axis]
+                                                  : ofSquare[axis] / std::sqrt(square);
+    numbers[3 * width + axis] = static_cast<float>(gradient);
+  }
+  return numbers;
+}
+
+Vector ofUnitLength(const Vector& v) {
+  const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+  return {v.x / length, v.y / length, v.z / length};
+}
+
+/// The samples: a shading point, and its neighbours on both sides along each axis, far and near.
+/// All that has to be of unit length is; the camera is not turned.
+constexpr double kStep = 1.0 / 256;
+enum Distance { FAR = 1, NEAR = 7 };
+void placeSamples(Samples& samples, Random& random) {
+  constexpr PreciseTransform kIdentity = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}};
+  samples.host.frameData.worldToCamera = samples.host.frameData.cameraToWorld = kIdentity;
+  ShadingContext& centre = samples.contexts[0];
+  centre.shadingPoint = {random.ordinary() / 8.0, random.ordinary() / 8.0, random.ordinary() / 8.0};
+  for (Vector* direction : {&centre.rayDirection, &centre.normal, &centre.geometricNormal})
+    *direction = ofUnitLength(*direction);
+  centre.rayTime = (random.ordinary() + 8) / 16;
+  samples.contexts.fill(ShadingContext(centre));
+  for (const Distance distance : {FAR, NEAR}) {
+    const double step = distance == FAR ? kStep : kStep / 2;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      ShadingContext* const pair = &samples.contexts[distance + 2 * axis];
+      for (const double sign : {-1, 1}) {
+        DVector& point = pair[sign > 0].shadingPoint;
+        (axis == 0 ? point.x : axis == 1 ? point.y : point.z) += sign * step;
+      }
+    }
+  }
+}
+
+double number(const Answer& answer, std::size_t i) { return std::bit_cast<float>(answer[i]); }
+
+/// What has a gradient: an intensity, a number or a length.
+double scalar(TextureKind kind, const Answer& value) {
+  const double x = number(value, 0), y = number(value, 1), z = number(value, 2);
+  return kind == COLOR ? (x + y + z) / 3 : kind == NUMBER ? x : std::sqrt(x * x + y * y + z * z);
+}
+
+/// How often something was the case, how far, and an example.
+struct Tally {
+  int trials = 0, times = 0;
+  double farthest = 0;
+  std::string example;
+
+  void add(bool isCase, double distance, const std::string& text) {
+    ++trials;
+    if (!isCase) return;
+    if (times++ == 0) example = text;
+    farthest = std::max(farthest, distance);
+  }
+};
+
+void report(const std::map<std::string, Tally>& outputs, const char* what) {
+  int never = 0;
+  for (const auto& [output, tally] : outputs) {
+    never += tally.times == 0;
+    if (tally.times != 0)
+      note(formatted("%s: %s in %.1f %% of %d trials, by up to %.3g, such as %s", output.c_str(),
+                     what, 100.0 * tally.times / tally.trials, tally.trials, tally.farthest,
+                     tally.example.c_str()));
+  }
+  note(formatted("%d of %d outputs never", never, static_cast<int>(outputs.size())));
+}
+
+/// Each plugin alone, with such inputs, and for each question to an output the answers at the
+/// samples.
+template <class Judge>
+void forTrials(const Judge& judge) {
+  for (void* desc : descriptors()) {
+    for (int i = 0; i < kTrials; ++i, ++trial.seed) {
+      Network network({.descs = {desc}, .seed = trial.seed, .plugins = 1, .ordinary = true});
+      Random random(trial.seed);
+      placeSamples(network.samples(), random);
+      for (Leaf& leaf : network.leaves()) leaf.numbersFor = linearNumbers;
+      const std::vector<Answer> answers = network.answers();
+      for (int n = 0; n < network.questions(); n += Samples::kCount)
+        judge(network.asked(n), &answers[static_cast<std::size_t>(n)]);
+    }
+  }
+}
+
+CHECK("notes.bounds", "says how often a value lies outside its bounds, and how far") {
+  std::map<std::string, Tally> outputs;
+  Answer value{};
+  forTrials([&](const Network::Asked& asked, const Answer* answers) {
+    if (asked.question == VALUE) value = *answers;
+    if (asked.question != BOUNDS) return;
+    const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
+    double farthest = 0;
+    std::string example;
+    for (std::size_t i = 0; i < width; ++i) {
+      const double is = number(value, i), lo = number(*answers, i),
+                   hi = number(*answers, width + i);
+      const double outside = std::max(lo - is, is - hi);
+      const double rounding = 1e-5 * std::max(std::abs(lo), std::abs(hi));
+      if (outside <= std::max(farthest, rounding)) continue;
+      farthest = outside;
+      example = formatted("%.6g outside %.6g to %.6g", is, lo, hi);
+    }
+    outputs[asked.output].add(farthest > 0, farthest, example);
+  });
+  report(outputs, "outside its bounds");
+}
+
+CHECK("notes.gradients",
+      "says how often a gradient is not that of finite differences, and how far") {
+  std::map<std::string, Tally> outputs;
+  std::vector<Answer> values;
+  forTrials([&](const Network::Asked& asked, const Answer* answers) {
+    if (asked.question == VALUE) values.assign(answers, answers + Samples::kCount);
+    if (asked.question != GRADIENT) return;
+    const double noise = 1e-4 * std::abs(scalar(asked.kind, values[0])) + 1e-5;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      const auto slope = [&](Distance distance, double step) {
+        const Answer* const pair = &values[distance + 2 * axis];
+        return (scalar(asked.kind, pair[1]) - scalar(asked.kind, pair[0])) / (2 * step);
+      };
+      const double wide = slope(FAR, kStep), narrow = slope(NEAR, kStep / 2);
+      const double is = number(*answers, axis), distance = std::abs(is - narrow);
+      const double tolerance = 0.01 * std::abs(narrow) + noise;
+      if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
+      outputs[asked.output].add(!(distance <= 2 * tolerance), distance,
+                                formatted("%.6g for %.6g", is, narrow));
+    }
+  });
+  report(outputs, "another gradient");
+}
+
+}  // namespace
+
+}  // namespace validate
