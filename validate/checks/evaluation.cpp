@@ -27,7 +27,7 @@ CHECK("evaluation.again",
 // They begin a frame together, each at another place, so that all samples are under way at once.
 CHECK("evaluation.threads", "16 threads that ask at once are answered as one alone is") {
   constexpr int kThreads = 16;
-  forSeeds(kNetworks / 4, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> alone = network.answers();
     network.beginFrame();
