@@ -8,8 +8,9 @@ namespace preview {
 inline volatile std::sig_atomic_t interruption = 0;
 
 /// From now on the first such signal is only noted, so that a render can end in order; the second
-/// one ends the program at once.
+/// one ends the program at once. A file that grows beyond the limit fails as on a full disk.
 inline void noteInterruptions() {
+  std::signal(SIGXFSZ, SIG_IGN);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     std::signal(signal, [](int caught) {
       interruption = caught;

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "preview/check.h"
 #include "preview/interruption.h"
@@ -89,6 +90,7 @@ struct Options {
   int samples = 0;  // the scene's
   int threads = 0;  // as many as the machine has
   std::vector<std::string> names;
+  bool half = false;
   bool log = false;
   bool markdown = false;
   bool json = false;
@@ -134,10 +136,15 @@ void runRender(const Options& options, Problems& problems) {
   ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
   noteInterruptions();
   renderScene(
-      std::move(scene), {first, last}, library, options.log ? &log : nullptr, options.output,
-      [&](double part) {
+      std::move(scene), library,
+      {.output = options.output,
+       .frames = {first, last},
+       .only = options.names,
+       .half = options.half,
+       .log = options.log ? &log : nullptr},
+      [&](const char* doing, double part) {
         if (interruption != 0) throw std::runtime_error("interrupted");
-        bar.show(part);
+        bar.show(doing, part);
       },
       problems);
 }
@@ -233,6 +240,13 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
   expect<FrameRange>(
       render->add_option("--frames", options.frames, "Render only FIRST-LAST, or one frame"),
       "FIRST-LAST or one frame, as in 1-3 or 2");
+  render
+      ->add_option("--only", options.names,
+                   "Only these pictures; * and ? stand for any letters, commas between several")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->delimiter(',');
+  render->add_flag("--half", options.half, "Half floats in the EXR file");
   render->add_option("--threads", options.threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
 

@@ -15,13 +15,13 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  void show(double part) {
+  void show(const char* doing, double part) {
     const int percent = static_cast<int>(part * 100);
     if (!visible_ || percent == shown_) return;
     shown_ = percent;
     constexpr int kPercentPerMark = 2;
     const std::string done(static_cast<std::size_t>(percent / kPercentPerMark), '#');
-    std::fprintf(stderr, "\r[%-50s] %3d %%", done.c_str(), percent);
+    std::fprintf(stderr, "\r%-9s [%-50s] %3d %%", doing, done.c_str(), percent);
   }
 
  private:

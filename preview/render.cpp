@@ -11,7 +11,6 @@ namespace preview {
 
 namespace {
 
-constexpr int kTileSize = 32;  // pixels
 using Tile = tbb::blocked_range2d<int>;
 
 using Sums = std::vector<std::array<double, std::tuple_size_v<Channels>>>;
@@ -26,6 +25,7 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
     const double time = shutter.open + (shutter.close - shutter.open) * sample.time;
     const auto add = [&](const ShadingContext& sc, std::size_t /*object*/) {
       for (std::size_t i = 0; i < sources.size(); ++i) {
+        if (sources[i].isInteger && seen > 0) continue;
         const Channels values = evaluate(*sources[i].texture, sources[i].show, sc);
         for (std::size_t c = 0; c < values.size(); ++c) sums[i][c] += values[c];
       }
@@ -38,17 +38,18 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
 void renderTile(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
                 const Tile& tile, Film& film) {
   Sums sums(sources.size());
-  for (int y = tile.rows().begin(); y < tile.rows().end(); ++y) {
+  for (int row = tile.rows().begin(); row < tile.rows().end(); ++row) {
     for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
       sums.assign(sources.size(), {});
-      const int seen = addSamples(scene, frame, sources, x, y, sums);
+      const int seen = addSamples(scene, frame, sources, x, film.firstRow + row, sums);
       if (seen == 0) continue;
-      film.coverage.pixel(x, y)[0] =
+      film.coverage.pixel(x, row)[0] =
           static_cast<float>(seen) / static_cast<float>(scene.image.samples);
       for (std::size_t i = 0; i < sources.size(); ++i) {
-        const std::span<float> pixel = film.layers[i].pixel(x, y);
+        const std::span<float> pixel = film.layers[i].pixel(x, row);
+        const int summed = sources[i].isInteger ? 1 : seen;
         for (std::size_t c = 0; c < pixel.size(); ++c) {
-          pixel[c] = static_cast<float>(sums[i][c] / seen);
+          pixel[c] = static_cast<float>(sums[i][c] / summed);
         }
       }
     }
@@ -57,12 +58,12 @@ void renderTile(const Scene& scene, const Frame& frame, const std::vector<LayerS
 
 }  // namespace
 
-Film renderFrame(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
-                 const std::function<void(double)>& progress) {
-  const Image& image = scene.image;
-  Film film{FloatImage(image.width, image.height, 1), {}};
+Film renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
+                int firstRow, int rows, const std::function<void(double)>& progress) {
+  const int width = scene.image.width;
+  Film film{firstRow, FloatImage(width, rows, 1), {}};
   for (const LayerSource& source : sources) {
-    film.layers.emplace_back(image.width, image.height, channelCount(*source.texture, source.show));
+    film.layers.emplace_back(width, rows, channelCount(*source.texture, source.show));
   }
 
   std::mutex mutex;
@@ -73,7 +74,7 @@ Film renderFrame(const Scene& scene, const Frame& frame, const std::vector<Layer
     done += tile.rows().size() * tile.cols().size();
     progress(static_cast<double>(done) / static_cast<double>(film.coverage.pixels()));
   };
-  tbb::parallel_for(Tile(0, image.height, kTileSize, 0, image.width, kTileSize), render,
+  tbb::parallel_for(Tile(0, rows, kTileSize, 0, width, kTileSize), render,
                     tbb::simple_partitioner());
   return film;
 }

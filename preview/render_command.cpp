@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "preview/frame_files.h"
 #include "preview/messages/errors.h"
-#include "preview/messages/number_text.h"
-#include "preview/pictures/color_map.h"
-#include "preview/pictures/contact_sheet.h"
-#include "preview/pictures/image_files.h"
+#include "preview/messages/selection.h"
 #include "preview/pictures/output_folder.h"
 #include "preview/render.h"
 #include "preview/world/frame.h"
@@ -16,8 +14,8 @@ namespace preview {
 
 namespace {
 
-/// Float numbers in the layers of one frame; a scene that wants more is a mistake.
-constexpr std::size_t kMaxNumbers = std::size_t{1} << 28;
+/// Float numbers of the layers that are in memory at a time.
+constexpr std::size_t kNumbersAtATime = std::size_t{1} << 24;
 
 std::string layerName(const Picture& picture) {
   const std::string name = picture.from.text();
@@ -50,18 +48,21 @@ std::vector<Picture> picturesOf(const Scene& scene, const Network& network, Prob
     problems.attempt(
         [&] { picture.from.output == kEveryOutput ? addEvery(picture) : add(picture); });
   }
+  if (pictures.empty() && problems.errors().empty()) {
+    problems.add({"pictures", "no output has what they show"});
+  }
   return pictures;
 }
 
-/// The pictures of a scene and the layers that they show; a layer may serve several pictures.
-struct Plan {
-  std::vector<LayerSource> sources;
-  std::vector<std::size_t> sourceOfPicture;
-};
+void keepOnly(const std::vector<std::string>& patterns, std::vector<Picture>& pictures) {
+  std::vector<std::string> names;
+  for (const Picture& picture : pictures) names.push_back(picture.name);
+  const Selection selection(patterns, "--only: no picture", names);
+  std::erase_if(pictures, [&](const Picture& picture) { return !selection.has(picture.name); });
+}
 
 Plan planOf(const Scene& scene, const Network& network, Problems& problems) {
   Plan plan;
-  std::size_t channels = 1;  // the coverage
   const auto add = [&](const Picture& picture) {
     if (picture.from.node.empty()) return;  // has been told to be wrong
     const PluginInterface* texture = network.find(picture.from, picture.place + ".from");
@@ -75,19 +76,23 @@ Plan planOf(const Scene& scene, const Network& network, Problems& problems) {
     const auto known = std::ranges::find(plan.sources, name, &LayerSource::name);
     plan.sourceOfPicture.push_back(static_cast<std::size_t>(known - plan.sources.begin()));
     if (known == plan.sources.end()) {
-      plan.sources.push_back({name, texture, picture.show});
-      channels += static_cast<std::size_t>(channelCount(*texture, picture.show));
+      plan.sources.push_back(
+          {name, texture, picture.show, texture->getInterfaceId() == EXT_TEXTURE_INT});
     }
   };
   for (const Picture& picture : scene.pictures) problems.attempt([&] { add(picture); });
-  const auto width = static_cast<std::size_t>(scene.image.width);
-  const auto height = static_cast<std::size_t>(scene.image.height);
-  if (width * height > kMaxNumbers / channels) {
-    problems.add({"image", "too large for " + std::to_string(scene.pictures.size()) +
-                               " pictures: they would take " +
-                               std::to_string((width * height * channels * 4) >> 30) + " GiB"});
-  }
   return plan;
+}
+
+/// How many rows of a frame are rendered, and then written, at a time.
+int rowsAtATime(const Scene& scene, const Plan& plan) {
+  std::size_t numbers = 1;  // of a pixel: the coverage
+  for (const LayerSource& source : plan.sources) {
+    numbers += static_cast<std::size_t>(channelCount(*source.texture, source.show));
+  }
+  numbers *= static_cast<std::size_t>(scene.image.width);
+  const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / numbers, 1));
+  return std::min(rows < kTileSize ? rows : rows / kTileSize * kTileSize, scene.image.height);
 }
 
 /// ".0001" and so on, if the scene has several frames.
@@ -99,37 +104,6 @@ std::string frameSuffix(const Scene& scene, std::int32_t frame) {
   return "." + std::string(digits - number.size(), '0') + number;
 }
 
-std::string captionOf(const Picture& picture, const SpecialPixels& specials) {
-  std::string caption = picture.name + ": ";
-  caption += picture.caption.empty() ? layerName(picture) : picture.caption;
-  if (picture.low != 0 || picture.high != 1) {
-    constexpr const char* kNoBreak = "\u00A0";
-    caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
-  }
-  const std::string special = describe(specials);
-  if (!special.empty()) caption += " " + special;
-  return caption;
-}
-
-void writeFrame(const Scene& scene, const Plan& plan, const Film& film, const std::string& suffix,
-                const OutputFolder& folder) {
-  std::vector<Thumbnail> thumbnails;
-  for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
-    const Picture& picture = scene.pictures[i];
-    const auto [colors, specials] =
-        mapToColors(film.layers[plan.sourceOfPicture[i]], film.coverage, picture.low, picture.high);
-    writePng(folder.pathFor(picture.name + suffix + ".png"), colors);
-    thumbnails.push_back({scaledDown(colors), captionOf(picture, specials)});
-  }
-  writePng(folder.pathFor("contact_sheet" + suffix + ".png"), contactSheet(thumbnails));
-
-  std::vector<ExrLayer> layers = {{kCoverageLayer, &film.coverage}};
-  for (std::size_t i = 0; i < plan.sources.size(); ++i) {
-    layers.push_back({plan.sources[i].name, &film.layers[i]});
-  }
-  writeExr(folder.pathFor(scene.file.stem().string() + suffix + ".exr"), layers);
-}
-
 }  // namespace
 
 std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems& problems) {
@@ -138,27 +112,47 @@ std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems
   return scene.pictures;
 }
 
-void renderScene(Scene scene, const Frames& frames, const PluginLibrary& library, RenderLog* log,
-                 const std::filesystem::path& output, const std::function<void(double)>& progress,
-                 Problems& problems) {
+void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions& options,
+                 const Progress& progress, Problems& problems) {
   const Network network(scene.nodes, library, problems);
   scene.pictures = picturesOf(scene, network, problems);
+  problems.throwFirst();
+  keepOnly(options.only, scene.pictures);
   const Plan plan = planOf(scene, network, problems);
   problems.throwFirst();
+  const int rowsAtOnce = rowsAtATime(scene, plan);
   const std::vector<Mesh> meshes = makeMeshes(scene);
-  OutputFolder folder(output);
+  OutputFolder folder(options.output);
 
-  network.renderBegin();
-  for (std::int32_t number = frames.first; number <= frames.last; ++number) {
-    const Frame frame(scene, meshes, number, log);
-    network.frameBegin();
-    const Film film = renderFrame(scene, frame, plan.sources, [&](double part) {
-      progress((number - frames.first + part) / frames.count());
-    });
-    network.frameEnd();
-    writeFrame(scene, plan, film, frameSuffix(scene, number), folder);
+  // To write a pixel takes about as long as to evaluate it that often.
+  constexpr double kSamplesOfWriting = 4;
+  const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
+
+  try {
+    network.renderBegin();
+    const auto [first, last] = options.frames;
+    for (std::int32_t number = first; number <= last; ++number) {
+      const Frame frame(scene, meshes, number, options.log);
+      network.frameBegin();
+      FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
+                       options.half);
+      for (int row = 0; row < scene.image.height; row += rowsAtOnce) {
+        const int rows = std::min(rowsAtOnce, scene.image.height - row);
+        const auto report = [&](const char* doing, double part) {
+          const double ofFrame = (row + part * rows) / scene.image.height;
+          progress(doing, (number - first + ofFrame) / options.frames.count());
+        };
+        const Film film = renderRows(scene, frame, plan.sources, row, rows,
+                                     [&](double part) { report("rendering", part * rendering); });
+        files.write(film,
+                    [&](double part) { report("writing", rendering + part * (1 - rendering)); });
+      }
+      network.frameEnd();
+    }
+    network.renderEnd();
+  } catch (const WriteError& e) {
+    folder.fail(e.what());
   }
-  network.renderEnd();
   folder.commit();
 }
 

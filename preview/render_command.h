@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "host/records.h"
 #include "preview/scene/network.h"
@@ -9,13 +11,24 @@
 
 namespace preview {
 
+struct RenderOptions {
+  std::filesystem::path output;   ///< the folder for the files
+  Frames frames;                  ///< some of the scene's
+  std::vector<std::string> only;  ///< names or patterns of pictures; all pictures if empty
+  bool half = false;              ///< half floats in EXR files
+  RenderLog* log = nullptr;       ///< not owned
+};
+
+/// Told of what is being done and which part of the whole is done, from any thread, one at a time.
+/// What it throws ends the render.
+using Progress = std::function<void(const char* doing, double part)>;
+
 /// Renders the pictures of a scene into a folder: a PNG for each, `contact_sheet.png`, and all raw
 /// values in one EXR per frame. Where the scene has several frames, file names end in their
 /// numbers. Everything is checked before rendering starts, and files appear only when all are done.
-/// Throws `SceneError` and `InputError`; `log` may be null.
-void renderScene(Scene scene, const Frames& frames, const PluginLibrary& library, RenderLog* log,
-                 const std::filesystem::path& output, const std::function<void(double)>& progress,
-                 Problems& problems);
+/// Throws `SceneError` and `InputError`.
+void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions& options,
+                 const Progress& progress, Problems& problems);
 
 /// Tells what is wrong with the pictures of a scene, and returns them, each of "node.*" by itself.
 std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems& problems);

@@ -1,14 +1,12 @@
 #include "preview/reports.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <cctype>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 
 #include "preview/messages/number_text.h"
-#include "preview/messages/suggestion.h"
+#include "preview/messages/selection.h"
 #include "preview/scene/flaws.h"
 #include "preview/scene/promises.h"
 #include "preview/scene/texture.h"
@@ -21,33 +19,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 using standin::ParameterInfo;
 using standin::ParamType;
-
-/// What chooses among names. Throws `InputError` for a pattern that fits none.
-class Selection {
- public:
-  Selection(const std::vector<std::string>& patterns, const char* missing,
-            const std::vector<std::string>& names)
-      : patterns_(patterns) {
-    for (const std::string& pattern : patterns) {
-      const auto fitsThis = [&](const std::string& name) { return fits(pattern, name); };
-      if (std::ranges::none_of(names, fitsThis)) {
-        throw InputError(unknown(missing, pattern, names));
-      }
-    }
-  }
-
-  bool has(const std::string& name) const {
-    const auto fitsName = [&](const std::string& pattern) { return fits(pattern, name); };
-    return patterns_.empty() || std::ranges::any_of(patterns_, fitsName);
-  }
-
- private:
-  static bool fits(const std::string& pattern, const std::string& name) {
-    return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
-  }
-
-  const std::vector<std::string>& patterns_;
-};
 
 std::string defaultText(const ParameterInfo& info) {
   if (info.type == ParamType::Integer) return std::to_string(info.initial);

@@ -143,7 +143,7 @@ struct Png {
   }
 };
 
-/// "8x6 255 0 255" for a PNG, "coverage.Y 1 facing.B 0.5" with all channels for an EXR.
+/// "8x6 255 0 255" for a PNG, "A 1 B 0.2 … facing.V 0.5" with all channels for an EXR.
 std::string pixelText(const fs::path& file, std::size_t x, std::size_t y) {
   std::ostringstream text;
   if (file.extension() == ".png") {
@@ -166,7 +166,7 @@ std::string pixelText(const fs::path& file, std::size_t x, std::size_t y) {
                                   width * sizeof(float)));
     exr.setFrameBuffer(frameBuffer);
     exr.readPixels(0, window.max.y);
-    if (channel.channel().type != Imf::FLOAT) text << "(not 32 bits) ";
+    if (channel.channel().type != Imf::FLOAT) text << "half ";
     text << channel.name() << " " << values.at(y * width + x) << " ";
   }
   return text.str().substr(0, text.str().size() - 1);

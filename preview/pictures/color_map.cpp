@@ -39,6 +39,13 @@ Color colorOf(std::span<const float> values, double low, double high, SpecialPix
 
 }  // namespace
 
+SpecialPixels& SpecialPixels::operator+=(const SpecialPixels& more) {
+  nan += more.nan;
+  plusInfinity += more.plusInfinity;
+  minusInfinity += more.minusInfinity;
+  return *this;
+}
+
 std::string describe(const SpecialPixels& specials) {
   std::string text;
   const auto add = [&](std::size_t count, const char* name) {

@@ -11,6 +11,8 @@ namespace preview {
 /// How many pixels are shown in a colour that stands for no value.
 struct SpecialPixels {
   std::size_t nan = 0, plusInfinity = 0, minusInfinity = 0;
+
+  SpecialPixels& operator+=(const SpecialPixels& more);
 };
 
 /// For a caption: "3 NaN, 12 +inf, 1 -inf", what there is of it; empty if there is nothing.

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include "preview/messages/errors.h"
@@ -108,37 +109,44 @@ std::vector<std::string> linesOf(const std::string& caption, int width, Font& fo
   return lines;
 }
 
+FloatImage reduced(int width, int height, int maxWidth) {
+  const double scale =
+      std::min({1.0, static_cast<double>(maxWidth) / width, 2.0 * maxWidth / height});
+  const auto length = [&](int side) { return std::max(1, static_cast<int>(side * scale)); };
+  return {length(width), length(height), 3};
+}
+
 }  // namespace
 
-FloatImage scaledDown(const FloatImage& image, int width) {
-  const double scale =
-      std::min({1.0, static_cast<double>(width) / image.width(), 2.0 * width / image.height()});
-  const auto length = [&](int side) { return std::max(1, static_cast<int>(side * scale)); };
-  FloatImage result(length(image.width()), length(image.height()), 3);
+Reduction::Reduction(int width, int height, int maxWidth)
+    : width_(width),
+      height_(height),
+      image_(reduced(width, height, maxWidth)),
+      sums_(image_.row(0).size()) {}
 
+void Reduction::add(const FloatImage& rows) {
   // Each pixel is the mean of those that it covers.
   const auto edge = [](int i, int from, int to) {
     return static_cast<int>(static_cast<std::int64_t>(i) * from / to);
   };
-  for (int y = 0; y < result.height(); ++y) {
-    const int y0 = edge(y, image.height(), result.height());
-    const int y1 = edge(y + 1, image.height(), result.height());
-    for (int x = 0; x < result.width(); ++x) {
-      const int x0 = edge(x, image.width(), result.width());
-      const int x1 = edge(x + 1, image.width(), result.width());
-      double sums[3] = {};
-      for (int sourceY = y0; sourceY < y1; ++sourceY) {
-        for (int sourceX = x0; sourceX < x1; ++sourceX) {
-          for (std::size_t c = 0; c < 3; ++c) sums[c] += image.pixel(sourceX, sourceY)[c];
-        }
+  for (int sourceY = 0; sourceY < rows.height(); ++sourceY) {
+    const int y0 = edge(row_, height_, image_.height());
+    const int y1 = edge(row_ + 1, height_, image_.height());
+    const bool completes = ++sourceRow_ == y1;
+    for (int x = 0; x < image_.width(); ++x) {
+      const int x0 = edge(x, width_, image_.width());
+      const int x1 = edge(x + 1, width_, image_.width());
+      double* sums = &sums_[static_cast<std::size_t>(x) * 3];
+      for (int sourceX = x0; sourceX < x1; ++sourceX) {
+        for (std::size_t c = 0; c < 3; ++c) sums[c] += rows.pixel(sourceX, sourceY)[c];
       }
       const int count = (y1 - y0) * (x1 - x0);
-      for (std::size_t c = 0; c < 3; ++c) {
-        result.pixel(x, y)[c] = static_cast<float>(sums[c] / count);
+      for (std::size_t c = 0; c < 3 && completes; ++c) {
+        image_.pixel(x, row_)[c] = static_cast<float>(std::exchange(sums[c], 0) / count);
       }
     }
+    if (completes) ++row_;
   }
-  return result;
 }
 
 FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
@@ -154,7 +162,7 @@ FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
   for (std::size_t first = 0; first < thumbnails.size(); first += columns) {
     int height = 0;
     for (std::size_t i = first; i < std::min(first + columns, thumbnails.size()); ++i) {
-      height = std::max(height, thumbnails[i].image.height() +
+      height = std::max(height, thumbnails[i].image->height() +
                                     kLineHeight * static_cast<int>(captions[i].size()));
     }
     rowTops.push_back(rowTops.back() + height + kMargin);
@@ -163,7 +171,7 @@ FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
   FloatImage sheet(kMargin + static_cast<int>(columns) * (width + kMargin), rowTops.back(), 3);
   for (std::size_t i = 0; i < sheet.pixels(); ++i) std::ranges::fill(sheet.pixel(i), kPaper);
   for (std::size_t i = 0; i < thumbnails.size(); ++i) {
-    const FloatImage& image = thumbnails[i].image;
+    const FloatImage& image = *thumbnails[i].image;
     const int left = kMargin + static_cast<int>(i % columns) * (width + kMargin);
     const int top = rowTops[i / columns];
     for (int y = 0; y < image.height(); ++y) {

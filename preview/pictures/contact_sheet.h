@@ -2,6 +2,7 @@
 
 #include <span>
 #include <string>
+#include <vector>
 
 #include "preview/pictures/float_image.h"
 
@@ -11,12 +12,28 @@ namespace preview {
 inline constexpr int kThumbnailWidth = 240;
 
 struct Thumbnail {
-  FloatImage image;     ///< linear red, green and blue
-  std::string caption;  ///< UTF-8
+  const FloatImage* image;  ///< linear red, green and blue; not owned
+  std::string caption;      ///< UTF-8
 };
 
-/// The image itself, or scaled down until it is at most `width` wide and twice that high.
-FloatImage scaledDown(const FloatImage& image, int width = kThumbnailWidth);
+/// An image that comes in rows, scaled down until it is at most `maxWidth` wide and twice that
+/// high. An image that is small enough stays as it is.
+class Reduction {
+ public:
+  Reduction(int width, int height, int maxWidth = kThumbnailWidth);
+
+  /// The next rows, of three channels.
+  void add(const FloatImage& rows);
+
+  /// The whole, once all rows have come.
+  const FloatImage& image() const { return image_; }
+
+ private:
+  int width_, height_;
+  int sourceRow_ = 0, row_ = 0;  ///< that come next
+  FloatImage image_;
+  std::vector<double> sums_;  ///< over the pixels that `row_` covers
+};
 
 /// All thumbnails on one sheet, in rows from the top left, about as many rows as columns; none is
 /// wider than `width`. Captions stand below, broken into lines at spaces; what is still too wide is

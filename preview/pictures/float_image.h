@@ -24,6 +24,11 @@ class FloatImage {
   std::span<const float> pixel(std::size_t index) const {
     return {&values_[index * depth()], depth()};
   }
+  std::span<const float> values() const { return values_; }
+  std::span<const float> row(int y) const {
+    const std::size_t length = static_cast<std::size_t>(width_) * depth();
+    return values().subspan(static_cast<std::size_t>(y) * length, length);
+  }
   std::span<float> pixel(int x, int y) { return pixel(indexOf(x, y)); }
   std::span<const float> pixel(int x, int y) const { return pixel(indexOf(x, y)); }
 

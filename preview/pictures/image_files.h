@@ -1,28 +1,89 @@
 #pragma once
 
+#include <ImathMatrix.h>
+
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "preview/pictures/float_image.h"
 
-/// Picture files. Each function replaces a file of that name. On failure it throws InputError with
-/// one line that names the file, and leaves no file behind.
+struct png_struct_def;
+
+/// Picture files, written from top to bottom; a file is complete after its last row.
 namespace preview {
 
-/// An 8-bit PNG file of three channels: linear red, green and blue, clipped to [0, 1] and encoded
-/// as sRGB.
-void writePng(const std::filesystem::path& path, const FloatImage& image);
-
-/// A picture in an EXR file; the image is not owned.
-struct ExrLayer {
-  std::string name;
-  const FloatImage* image;
+/// A file that cannot be written: "NAME: REASON".
+class WriteError : public std::runtime_error {
+ public:
+  WriteError(const std::filesystem::path& path, const std::string& reason)
+      : std::runtime_error(path.filename().string() + ": " + reason) {}
 };
 
-/// An EXR file of 32-bit floats, not changed in any way. All layers have the same size; the
-/// channels of the layer "name" are called name.R, name.G, name.B and name.A, or name.Y if there is
-/// but one.
-void writeExr(const std::filesystem::path& path, std::span<const ExrLayer> layers);
+/// An 8-bit PNG file of three channels. What is written is kept in memory until the end of each
+/// call, so that any number of files may be under way.
+class PngFile {
+ public:
+  PngFile(std::filesystem::path path, int width, int height);
+  PngFile(const PngFile&) = delete;
+  PngFile& operator=(const PngFile&) = delete;
+
+  /// The next rows: linear red, green and blue, clipped to [0, 1] and encoded as sRGB.
+  void write(const FloatImage& rows);
+
+ private:
+  struct Destroy {
+    void operator()(png_struct_def* png) const;
+  };
+
+  std::filesystem::path path_;
+  int rowsLeft_;
+  std::string encoded_;
+  std::unique_ptr<png_struct_def, Destroy> png_;
+};
+
+/// A layer of an EXR file.
+struct ExrLayer {
+  std::string name;          ///< empty for the picture that viewers show first
+  std::string channels;      ///< a letter each, as in "XYZ": they are called "name.X", or "X" alone
+  bool keeps32Bits = false;  ///< in a file of half floats too
+};
+
+/// What an EXR file says of its frame beside the pixels.
+struct ExrHeader {
+  int width, height;  ///< pixels
+  std::string scene;
+  std::int32_t frame;
+  double screenWindowWidth;   ///< the width of what is seen at distance 1
+  Imath::M44d worldToCamera;  ///< multiplies row vectors from the right
+  double nearPlane, farPlane;
+};
+
+/// An EXR file of 32-bit floats, not changed in any way, or of half floats. It is compressed on as
+/// many threads as oneTBB may use.
+class ExrFile {
+ public:
+  ExrFile(std::filesystem::path path, const ExrHeader& about, const std::vector<ExrLayer>& layers,
+          bool asHalf);
+  ~ExrFile();
+  ExrFile(const ExrFile&) = delete;
+  ExrFile& operator=(const ExrFile&) = delete;
+
+  /// The next rows: an image for each layer, in their order.
+  void write(std::span<const FloatImage* const> images);
+
+ private:
+  struct Channel;
+  struct Output;
+
+  std::filesystem::path path_;
+  int rowsLeft_;
+  std::vector<std::vector<Channel>> layers_;
+  std::unique_ptr<Output> output_;
+};
 
 }  // namespace preview

@@ -21,9 +21,10 @@ class OutputFolder {
   /// Replaces files of the same names, leaves others alone.
   void commit();
 
- private:
+  /// Throws an `InputError` that names the folder.
   [[noreturn]] void fail(const std::string& why) const;
 
+ private:
   std::filesystem::path asNamed_;  ///< the folder, as the user named it
   std::filesystem::path folder_, temporary_;
 };

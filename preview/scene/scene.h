@@ -118,9 +118,6 @@ struct Picture {
   std::string caption;
 };
 
-/// The name of a layer in the EXR files that no node may have.
-inline constexpr const char* kCoverageLayer = "coverage";
-
 struct Scene {
   std::filesystem::path file;
   Image image;

@@ -363,9 +363,6 @@ Node readNode(const std::string& name, const Item& item) {
                 }}});
     item.require("plugin");
   });
-  item.attempt([&] {
-    if (name == kCoverageLayer) item.fail("the coverage of the pixels has this name");
-  });
   return node;
 }
 

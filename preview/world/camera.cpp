@@ -1,6 +1,5 @@
 #include "preview/world/camera.h"
 
-#include <ImathMatrix.h>
 #include <ImathMatrixAlgo.h>
 
 #include <cmath>
@@ -53,6 +52,13 @@ PreciseTransform FrameCamera::worldToCamera() const {
   const Pose& c = poseOfFrame_;
   return {toVector(c.vectorToCamera({1, 0, 0})), toVector(c.vectorToCamera({0, 1, 0})),
           toVector(c.vectorToCamera({0, 0, 1})), toDVector(c.pointToCamera(V3d(0)))};
+}
+
+Imath::M44d FrameCamera::matrixFromWorld() const {
+  const Pose& c = poseOfFrame_;
+  const V3d origin = c.vectorToCamera(-(c.position + wide(worldOffset_)));
+  return {c.x.x, c.y.x, c.z.x, 0, c.x.y,    c.y.y,    c.z.y,    0,
+          c.x.z, c.y.z, c.z.z, 0, origin.x, origin.y, origin.z, 1};
 }
 
 Ray FrameCamera::primaryRay(double imageX, double imageY, double rayTime) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ImathMatrix.h>
 #include <ImathQuat.h>
 
 #include <cstdint>
@@ -42,6 +43,10 @@ class FrameCamera {
   const DVector& worldOffset() const { return worldOffset_; }
   PreciseTransform cameraToWorld() const;  ///< camera space to render space
   PreciseTransform worldToCamera() const;  ///< render space to camera space
+  double screenWindowWidth() const { return width_ * pixelSize_; }  ///< at distance 1
+
+  /// World space to camera space, for row vectors.
+  Imath::M44d matrixFromWorld() const;
 
   Pose pose(double rayTime) const;
   const Pose& poseOfFrame() const { return poseOfFrame_; }  ///< that of ray time 0

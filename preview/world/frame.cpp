@@ -1,5 +1,7 @@
 #include "preview/world/frame.h"
 
+#include <algorithm>
+
 #include "preview/messages/errors.h"
 
 namespace preview {
@@ -50,6 +52,20 @@ Frame::Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t n
     objects_[i].pointToObject = space.point;
     objects_[i].normalToObject = space.normal;
   }
+}
+
+std::pair<double, double> Frame::depths() const {
+  constexpr double kClosest = 0.1;
+  std::vector<double> depths;
+  for (const float x : {box_.lo.x, box_.hi.x}) {
+    for (const float y : {box_.lo.y, box_.hi.y}) {
+      for (const float z : {box_.lo.z, box_.hi.z}) {
+        depths.push_back(std::max(-camera_.poseOfFrame().pointToCamera({x, y, z}).z, kClosest));
+      }
+    }
+  }
+  const auto [near, far] = std::ranges::minmax(depths);
+  return {near, far};
 }
 
 ShadingContext Frame::contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "preview/scene/scene.h"
@@ -23,6 +24,12 @@ class Frame {
   Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number, RenderLog* log);
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
+
+  const FrameCamera& camera() const { return camera_; }
+
+  /// The depths, as the camera sees them, between which the box around all objects lies; what is
+  /// nearer than 0.1 counts as 0.1.
+  std::pair<double, double> depths() const;
 
   /// Calls `evaluate` with the shading context of what is seen at a point of the image, in pixels
   /// from the top left corner, and the index of its object; returns false if there is nothing.

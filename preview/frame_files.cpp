@@ -1,0 +1,144 @@
+#include "preview/frame_files.h"
+
+#include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/parallel_invoke.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "preview/messages/number_text.h"
+#include "preview/scene/texture.h"
+
+namespace preview {
+
+namespace {
+
+/// The picture that viewers show first, RGBA: the first of a colour, or else the first of all.
+std::size_t mainSource(const Plan& plan) {
+  const auto isColor = [&](std::size_t source) {
+    return channelCount(*plan.sources[source].texture, plan.sources[source].show) == 4;
+  };
+  const auto color = std::ranges::find_if(plan.sourceOfPicture, isColor);
+  return color == plan.sourceOfPicture.end() ? plan.sourceOfPicture.front() : *color;
+}
+
+/// Colours weighted with the coverage, which is their alpha.
+FloatImage associated(const FloatImage& values, const FloatImage& coverage) {
+  FloatImage result(values.width(), values.height(), 4);
+  for (std::size_t i = 0; i < values.pixels(); ++i) {
+    const float covered = coverage.pixel(i)[0];
+    const auto color = values.pixel(i);
+    for (std::size_t c = 0; c < 3; ++c) {
+      result.pixel(i)[c] = covered * (color.size() == 1 ? color[0] : color[c]);
+    }
+    result.pixel(i)[3] = covered;
+  }
+  return result;
+}
+
+/// Viewers take Y alone for luminance: a number is called a value, V.
+std::vector<ExrLayer> layersOf(const Plan& plan) {
+  std::vector<ExrLayer> layers = {{"", "RGBA", false}};
+  for (const LayerSource& source : plan.sources) {
+    const int channels = channelCount(*source.texture, source.show);
+    layers.push_back({source.name,
+                      channels == 1   ? "V"
+                      : channels == 3 ? "XYZ"
+                                      : "RGBA",
+                      source.isInteger});
+  }
+  return layers;
+}
+
+ExrHeader headerOf(const Scene& scene, const Frame& frame, std::int32_t number) {
+  const auto [near, far] = frame.depths();
+  return {.width = scene.image.width,
+          .height = scene.image.height,
+          .scene = scene.file.filename().string(),
+          .frame = number,
+          .screenWindowWidth = frame.camera().screenWindowWidth(),
+          .worldToCamera = frame.camera().matrixFromWorld(),
+          .nearPlane = near,
+          .farPlane = far};
+}
+
+std::string captionOf(const Picture& picture, const std::string& layer,
+                      const SpecialPixels& specials) {
+  std::string caption = picture.name + ": ";
+  caption += picture.caption.empty() ? layer : picture.caption;
+  if (picture.low != 0 || picture.high != 1) {
+    constexpr const char* kNoBreak = "\u00A0";
+    caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
+  }
+  const std::string special = describe(specials);
+  if (!special.empty()) caption += " " + special;
+  return caption;
+}
+
+}  // namespace
+
+FrameFiles::FrameFiles(const Scene& scene, const Plan& plan, const Frame& frame,
+                       std::int32_t number, std::string suffix, const OutputFolder& folder,
+                       bool half)
+    : scene_(scene),
+      plan_(plan),
+      folder_(folder),
+      suffix_(std::move(suffix)),
+      pictures_(scene.pictures.size()),
+      exr_(folder.pathFor(scene.file.stem().string() + suffix_ + ".exr"),
+           headerOf(scene, frame, number), layersOf(plan), half) {}
+
+void FrameFiles::write(const Film& film, const std::function<void(double)>& progress) {
+  std::mutex mutex;
+  std::size_t done = 0;
+  tbb::parallel_for(std::size_t{0}, pictures_.size(), [&](std::size_t i) {
+    writePicture(i, film);
+    const std::lock_guard lock(mutex);
+    progress(static_cast<double>(++done) / static_cast<double>(pictures_.size() + 1));
+  });
+  const bool isLast = film.firstRow + film.coverage.height() == scene_.image.height;
+  tbb::parallel_invoke(
+      [&] {
+        if (isLast) writeContactSheet();
+      },
+      [&] { writeExr(film); });
+  progress(1);
+}
+
+void FrameFiles::writePicture(std::size_t index, const Film& film) {
+  const Picture& picture = scene_.pictures[index];
+  const Image& size = scene_.image;
+  std::unique_ptr<PictureFile>& file = pictures_[index];
+  if (file == nullptr) {
+    file.reset(
+        new PictureFile{{folder_.pathFor(picture.name + suffix_ + ".png"), size.width, size.height},
+                        {size.width, size.height},
+                        {}});
+  }
+  const auto [colors, specials] = mapToColors(film.layers[plan_.sourceOfPicture[index]],
+                                              film.coverage, picture.low, picture.high);
+  file->png.write(colors);
+  file->thumbnail.add(colors);
+  file->specials += specials;
+}
+
+void FrameFiles::writeExr(const Film& film) {
+  const FloatImage rgba = associated(film.layers[mainSource(plan_)], film.coverage);
+  std::vector<const FloatImage*> images = {&rgba};
+  for (const FloatImage& layer : film.layers) images.push_back(&layer);
+  exr_.write(images);
+}
+
+void FrameFiles::writeContactSheet() const {
+  std::vector<Thumbnail> thumbnails;
+  for (std::size_t i = 0; i < pictures_.size(); ++i) {
+    const auto& [png, thumbnail, specials] = *pictures_[i];
+    const std::string& layer = plan_.sources[plan_.sourceOfPicture[i]].name;
+    thumbnails.push_back({&thumbnail.image(), captionOf(scene_.pictures[i], layer, specials)});
+  }
+  const FloatImage sheet = contactSheet(thumbnails);
+  PngFile(folder_.pathFor("contact_sheet" + suffix_ + ".png"), sheet.width(), sheet.height())
+      .write(sheet);
+}
+
+}  // namespace preview
