@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # usage: scripts/install.sh SECTION...
-# Installs the packages of these sections of scripts/packages.txt, if any of them is missing.
+# Installs the packages of these sections of scripts/packages.txt, if any of them is missing. What apt
+# says goes to build/install.log and is shown if it fails.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -32,6 +33,7 @@ if ((${#missing[@]} == 0)); then
   echo "Nothing to install."
   exit
 fi
+command -v apt-get >/dev/null || fail "no apt-get here to install: ${missing[*]}"
 
 as_root=()
 if ((EUID != 0)); then
@@ -39,17 +41,42 @@ if ((EUID != 0)); then
   as_root=(sudo)
 fi
 
+mkdir -p build
+log=$PWD/build/install.log
+: >"$log"
+
+# Waits up to two minutes while another apt is at work.
 apt() {
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q "$@"
+  until "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
+    apt-get -q -o APT::Update::Error-Mode=any "$@" </dev/null >>"$log" 2>&1; do
+    tail -n 3 "$log" | grep -q '^E: Could not get lock' || return
+    ((SECONDS < 120)) || fail "another apt still holds its lock, after two minutes"
+    sleep 3
+  done
 }
 
-echo "Installing ${missing[*]}"
-for package in "${missing[@]}"; do
-  [[ $package != *:* ]] || "${as_root[@]}" dpkg --add-architecture "${package#*:}"
-done
-apt update || echo "Not every package index could be read; trying all the same."
+add_architecture() {
+  ! dpkg --print-foreign-architectures | grep -qx "$1" || return 0
+  echo "Adding the architecture $1 to this system's packages; it stays."
+  "${as_root[@]}" dpkg --add-architecture "$1"
+}
 
 # With a second architecture enabled apt may refuse while one index is out of step with the others.
 # Naming the release settles which versions are meant; nothing is ever downgraded.
-apt install -y --no-install-recommends "${missing[@]}" ||
-  apt install -y --no-install-recommends -t bookworm "${missing[@]}"
+install() {
+  apt install -y --no-install-recommends "${missing[@]}" ||
+    apt install -y --no-install-recommends -t bookworm "${missing[@]}"
+}
+
+for package in "${missing[@]}"; do
+  [[ $package != *:* ]] || add_architecture "${package#*:}"
+done
+echo "Installing ${missing[*]}"
+index_read=yes
+apt update || index_read=
+if ! install; then
+  [[ -n $index_read ]] ||
+    fail "the package index cannot be read (is there a network?; see build/install.log) to get: ${missing[*]}"
+  cat "$log" >&2
+  fail "apt could not get: ${missing[*]}"
+fi
