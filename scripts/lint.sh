@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # usage: scripts/lint.sh
-# Checks the format of every C and C++ file and analyses every one that is compiled on this system.
+# Checks the format of every C and C++ file and analyses every one that is compiled on this system, and
+# all scripts.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -20,11 +21,17 @@ compiled_files() {
 
 # One file per process. What clang-tidy says is shown only on failure: it counts what it left out.
 analyse() {
+  # shellcheck disable=SC2016 # the arguments are the inner shell's
   compiled_files | xargs -n 1 -P "$(nproc)" bash -c '
     report=$(clang-tidy --quiet -p "$0" "$1" 2>&1) || { echo "$report"; exit 1; }' "$build"
 }
 
+scripts() {
+  git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
+}
+
 step "packages" scripts/install.sh build bench clang lint
 step "clang-format" format
+step "shellcheck" scripts
 step "configure clang-release" cmake --preset clang-release -DSAMPLERINFO_BENCH=ON
 step "clang-tidy" analyse
