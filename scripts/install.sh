@@ -1,9 +1,17 @@
 #!/usr/bin/env bash
 # usage: scripts/install.sh SECTION...
-# Installs the packages of these sections of scripts/packages.txt, if any of them is missing. What apt
-# says goes to build/install.log and is shown if it fails.
+#        scripts/install.sh --unpack FOLDER SECTION...
+# Installs the packages of these sections of scripts/packages.txt, if any of them is missing; or only
+# unpacks them into a folder, with what they directly depend on. What apt says goes to
+# build/install.log and is shown if it fails.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
+
+folder=
+if [[ ${1:-} == --unpack ]]; then
+  folder=$2
+  shift 2
+fi
 
 packages_of() {
   local found='' line
@@ -25,7 +33,7 @@ for section in "$@"; do
   packages=$(packages_of "$section")
   for package in $packages; do
     status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) || true
-    [[ $status == installed ]] || missing+=("$package")
+    [[ -z $folder && $status == installed ]] || missing+=("$package")
   done
 done
 
@@ -68,13 +76,28 @@ install() {
     apt install -y --no-install-recommends -t bookworm "${missing[@]}"
 }
 
+unpack() {
+  local downloads dependencies package
+  downloads=$(mktemp -d)
+  mapfile -t dependencies < <(apt-cache depends "${missing[@]}" 2>>"$log" | sed -n 's/^  Depends: //p')
+  (cd "$downloads" && apt download "${missing[@]}" "${dependencies[@]}") || return
+  for package in "$downloads"/*.deb; do dpkg-deb --extract "$package" "$folder" || return; done
+  rm -r "$downloads"
+}
+
 for package in "${missing[@]}"; do
   [[ $package != *:* ]] || add_architecture "${package#*:}"
 done
-echo "Installing ${missing[*]}"
+if [[ -z $folder ]]; then
+  echo "Installing ${missing[*]}"
+  get=install
+else
+  echo "Unpacking ${missing[*]}"
+  get=unpack
+fi
 index_read=yes
 apt update || index_read=
-if ! install; then
+if ! "$get"; then
   [[ -n $index_read ]] ||
     fail "the package index cannot be read (is there a network?; see build/install.log) to get: ${missing[*]}"
   cat "$log" >&2
