@@ -19,9 +19,23 @@ else()
   target_compile_options(project_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:
     -fno-gnu-unique   # without it a module that once was loaded stays in the process
     -Wno-restrict>)   # g++ 12 finds overlaps in the concatenation of strings where there are none
+  if(NOT WIN32)
+    target_link_options(project_flags INTERFACE LINKER:-z,relro,-z,now)
+  endif()
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)  # the x87 registers would round otherwise
     target_compile_options(project_flags INTERFACE -msse2 -mfpmath=sse)
   endif()
+endif()
+
+set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+
+# For programs, as Debian builds them. Not for the library: a guard would stand in each evaluation.
+add_library(hardened INTERFACE)
+if(NOT WIN32 AND NOT SAMPLERINFO_SANITIZE)
+  target_compile_options(hardened INTERFACE
+    -fstack-protector-strong -fstack-clash-protection -Wformat-security
+    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(hardened INTERFACE -pie)
 endif()
 
 if(SAMPLERINFO_WINDOWS_RUNTIME)  # a toolchain without Visual Studio brings what stands in for it
@@ -29,7 +43,6 @@ if(SAMPLERINFO_WINDOWS_RUNTIME)  # a toolchain without Visual Studio brings what
   target_link_libraries(project_flags INTERFACE windows_headers windows_runtime)
 endif()
 
-set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(SAMPLERINFO_SANITIZE)
   target_compile_options(project_flags INTERFACE
     -fsanitize=${SAMPLERINFO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
