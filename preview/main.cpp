@@ -216,8 +216,7 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
       "line, a scene or a plugin library that cannot be used; 3 warnings, with check --strict;\n"
       "128 and the number of a signal that interrupted a render.");
   options.plugin = defaultPluginLibrary();
-  app.add_option("--plugin", options.plugin, "The plugin library to load")
-      ->capture_default_str()
+  app.add_option("--plugin", options.plugin, "The plugin library instead of SamplerInfo.so")
       ->check(CLI::ExistingFile);
 
   const auto addScene = [&](CLI::App* command) {

@@ -76,8 +76,9 @@ std::unique_ptr<standin::PluginInstance> PluginLibrary::newPlugin(
 }
 
 std::filesystem::path defaultPluginLibrary() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() /
-         "SamplerInfo.so";
+  const auto root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+  const auto built = root / "SamplerInfo.so";
+  return exists(built) ? built : root / "lib/quor/plugins/SamplerInfo.so";
 }
 
 }  // namespace preview

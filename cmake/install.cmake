@@ -1,0 +1,75 @@
+# What is installed, and packed by CPack: the plugin, the tools, and the sdk with which others build plugins.
+if(WIN32)
+  set(plugin_folder .)
+  set(document_folder doc)
+else()
+  set(plugin_folder lib/quor/plugins)
+  set(document_folder share/doc/samplerinfo)
+endif()
+
+install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
+install(FILES CHANGELOG.md LICENSE README.md SECURITY.md
+  DESTINATION ${document_folder} COMPONENT plugin)
+install(DIRECTORY docs DESTINATION ${document_folder} COMPONENT plugin)
+
+if(WIN32)
+  return()
+endif()
+
+install(FILES
+  host/api.h host/parameters.h host/plugin_host.h host/records.h host/shading_context.h host/types.h
+  DESTINATION include/quor/host COMPONENT sdk)
+install(FILES
+  frame/plugin.h frame/plugin_base.h frame/plugin_desc.h frame/texture_interfaces.h
+  DESTINATION include/quor/frame COMPONENT sdk)
+set_target_properties(object_model PROPERTIES EXPORT_NAME sdk OUTPUT_NAME quor_sdk)
+set_target_properties(quor PROPERTIES EXPORT_NAME standin)
+target_include_directories(object_model INTERFACE $<INSTALL_INTERFACE:include/quor>)
+target_compile_features(object_model INTERFACE $<INSTALL_INTERFACE:cxx_std_20>)
+install(TARGETS quor DESTINATION lib COMPONENT tools)
+install(TARGETS object_model quor EXPORT Quor DESTINATION lib COMPONENT sdk)
+install(EXPORT Quor NAMESPACE Quor:: FILE QuorConfig.cmake
+  DESTINATION lib/cmake/Quor COMPONENT sdk)
+include(CMakePackageConfigHelpers)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
+  DESTINATION lib/cmake/Quor COMPONENT sdk)
+
+find_program(HELP2MAN help2man)
+if(NOT HELP2MAN)
+  message(STATUS "No help2man: there will be no manual pages")
+endif()
+
+# install_tool(TARGET WHAT [COMMAND...]): a program with its manual pages, one for each of its commands, and
+# completion. WHAT it does is the title of its page.
+function(install_tool tool what)
+  set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/../lib)
+  install(TARGETS ${tool} DESTINATION bin COMPONENT tools)
+  install(FILES cmake/completion.bash RENAME ${tool}
+    DESTINATION share/bash-completion/completions COMPONENT tools)
+  if(NOT HELP2MAN)
+    return()
+  endif()
+  foreach(command "" ${ARGN})
+    string(JOIN - page ${tool} ${command})
+    string(CONFIGURE [[
+      set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1")
+      file(MAKE_DIRECTORY "${folder}")
+      execute_process(
+        COMMAND "@HELP2MAN@" --no-info --name "@what@" --help-option "@command@ --help" "$<TARGET_FILE:@tool@>"
+        COMMAND sed -e "s/^[.]TH [^ ]*/.TH @page@/" -e "s/^@tool@ /@page@ /"
+        COMMAND gzip -9n
+        OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)]] code @ONLY)
+    install(CODE "${code}" COMPONENT tools)
+  endforeach()
+endfunction()
+
+if(TARGET samplerinfo-preview)
+  install(DIRECTORY scenes DESTINATION share/samplerinfo COMPONENT tools)
+  install_tool(samplerinfo-preview "renders, checks, probes and lists textures of Quor plugins"
+    render check probe list)
+endif()
+if(TARGET samplerinfo-validate)
+  install_tool(samplerinfo-validate "tries a plugin module as the Quor renderer does")
+endif()
