@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# usage: scripts/release.sh [FOLDER]
+# Builds the packages of what is committed, in a clone, and puts them with their checksums into the new folder FOLDER
+# (dist, if none is named). The same commit gives the same bytes, wherever it is built.
+set -euo pipefail
+dist=$(realpath -m -- "${1:-dist}")
+. "$(dirname "$0")/common.sh"
+
+[[ ! -e $dist ]] || fail "$dist: there is something already"
+step "packages" scripts/install.sh build windows release
+work=$PWD/build/packages
+rm -rf "$work"
+mkdir -p "$work" "$dist"
+step "clone" git clone --quiet . "$work/samplerinfo"
+cd "$work/samplerinfo"
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
+umask 022
+
+for preset in package package-windows; do
+  step "configure $preset" cmake --preset "$preset"
+  step "build $preset" cmake --build --preset "$preset"
+done
+step "pack for Linux" cpack --config build/package/CPackConfig.cmake -B "$dist" -G "DEB;TGZ"
+step "pack for Windows" cpack --config build/package-windows/CPackConfig.cmake -B "$dist" -G ZIP
+rm -r "$dist/_CPack_Packages"
+
+# Where debuggers look for them: by the build id of what they belong to.
+echo "==> debug symbols"
+for file in SamplerInfo.so libquor.so preview/samplerinfo-preview validate/samplerinfo-validate; do
+  id=$(readelf -n "build/package/$file" | sed -n 's/ *Build ID: //p')
+  mkdir -p "debug/.build-id/${id:0:2}"
+  objcopy --only-keep-debug "build/package/$file" "debug/.build-id/${id:0:2}/${id:2}.debug"
+done
+cp build/package-windows/SamplerInfo.pdb debug
+version=$(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
+tar --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" -c -C debug . | gzip -9n >"$dist/samplerinfo-$version-debug.tar.gz"
+
+# Without control flow protection: the start-up code of Debian 12 has none.
+step "hardening" hardening-check --nocfprotection build/package/{preview/samplerinfo-preview,validate/samplerinfo-validate}
+cd "$dist"
+step "lintian" lintian --allow-root --fail-on error ./*.deb
+sums=$(sha256sum -- *)
+tee SHA256SUMS <<<"$sums"
