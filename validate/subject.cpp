@@ -66,7 +66,7 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
 }
 
 Instance::Instance(void* desc)
-    : desc_(desc), object_(PluginDesc::newPlugin(desc, nullptr), Deleter{desc}), part_(nullptr) {
+    : desc_(desc), object_(PluginDesc::newPlugin(desc, nullptr), Deleter{desc}) {
   if (object_ == nullptr) fail(name() + ".newPlugin: came null, expected an object");
   part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
   if (part_ == nullptr)
@@ -79,10 +79,10 @@ std::int32_t Instance::connect(const char* input, void* texture) const {
   return QuorPluginInterface::setParameter(part_, &value);
 }
 
-std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t number) const {
-  QuorPluginParameter value{parameter, kind, {number}};
-  if (kind == KIND_BOOLEAN) value.value.boolean = number != 0;
-  return QuorPluginInterface::setParameter(part_, &value);
+std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t value) const {
+  QuorPluginParameter record{parameter, kind, {value}};
+  if (kind == KIND_BOOLEAN) record.value.boolean = value != 0;
+  return QuorPluginInterface::setParameter(part_, &record);
 }
 
 QuorPluginParameter* Instance::parameter(const char* parameterName) const {

@@ -60,7 +60,7 @@ class Instance {
   };
   void* desc_;
   std::unique_ptr<void, Deleter> object_;
-  void* part_;
+  void* part_ = nullptr;
 };
 
 }  // namespace validate

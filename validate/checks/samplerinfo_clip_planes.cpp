@@ -99,7 +99,11 @@ CHECK("samplerinfo.clip_planes.race",
   host.scene.whileAsked = [&] {
     while (arrived < kEarly) std::this_thread::yield();
   };
-  for (int frame = 1; frame <= kFrames; ++frame) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::seconds(20);  // a busy machine gets fewer frames
+  int frame = 0;
+  while (frame < kFrames && Clock::now() < end) {
+    ++frame;
     const auto nearest = static_cast<float>(frame);
     const std::string when = "in frame " + text(frame);
     host.setBox(nearest, 5000);
@@ -121,6 +125,7 @@ CHECK("samplerinfo.clip_planes.race",
     for (std::jthread& thread : threads) thread.join();
     expectLines(when, host, frame);
   }
+  note(text(frame) + " frames");
 }
 
 }  // namespace
