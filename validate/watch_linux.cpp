@@ -145,10 +145,11 @@ RefusedLoad loadRefusing(int refuse) {
     setrlimit(RLIMIT_CORE, &none);
     alarm(kTimeLimit);
     dup2(output[1], STDERR_FILENO);
-    std::string why;
-    why.reserve(4096);
     watch(refuse);
-    openModule(trial.module, why);
+    []() noexcept {  // a loader handles no exceptions
+      std::string why;
+      openModule(trial.module, why);
+    }();
     _exit(0);
   }
   close(output[1]);
