@@ -238,11 +238,11 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
   }
 
   std::vector<Watched> textures = watchedOf(network, connections);
-  const std::vector<Mesh> meshes = makeMeshes(scene);
+  World world(scene);
   const auto& [first, last] = scene.frames;
   network.renderBegin();
   for (const std::int32_t number : std::set{first, first + (last - first) / 2, last}) {
-    const Frame frame(scene, meshes, number, nullptr);
+    const Frame frame(scene, world, number, nullptr);
     network.frameBegin();
     const std::string name = first == last ? "" : " of frame " + std::to_string(number);
     lookAtGrid(scene, {frame, (scene.shutter.open + scene.shutter.close) / 2, name}, textures);
@@ -255,7 +255,7 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
 void tryMesh(const Object& object) {
   Scene alone;
   alone.objects = {object};
-  makeMeshes(alone);
+  const World world(alone);
 }
 
 std::string counted(std::size_t count, const char* what) {

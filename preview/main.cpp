@@ -163,8 +163,8 @@ void runProbe(const Options& options, Problems& problems) {
   const Network network(scene.nodes, library, problems);
   problems.throwFirst();
   ErrorStreamLog log;
-  const std::vector<Mesh> meshes = makeMeshes(scene);
-  const Frame seen(scene, meshes, frame, options.log ? &log : nullptr);
+  World world(scene);
+  const Frame seen(scene, world, frame, options.log ? &log : nullptr);
   probe(scene, network, seen, {frame, x, y, options.names, options.json}, std::cout);
 }
 

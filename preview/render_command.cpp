@@ -121,7 +121,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   const Plan plan = planOf(scene, network, problems);
   problems.throwFirst();
   const int rowsAtOnce = rowsAtATime(scene, plan);
-  const std::vector<Mesh> meshes = makeMeshes(scene);
+  World world(scene);
   OutputFolder folder(options.output);
 
   // To write a pixel takes about as long as to evaluate it that often.
@@ -132,7 +132,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
     network.renderBegin();
     const auto [first, last] = options.frames;
     for (std::int32_t number = first; number <= last; ++number) {
-      const Frame frame(scene, meshes, number, options.log);
+      const Frame frame(scene, world, number, options.log);
       network.frameBegin();
       FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
                        options.half);

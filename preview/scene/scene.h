@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -48,18 +49,23 @@ struct Camera {
 
 struct Sphere {
   double radius = 1;  ///< u around the y axis, v from the south pole to the north
+  auto operator<=>(const Sphere&) const = default;
 };
 struct Plane {
   double width = 1, depth = 1;  ///< along x and z, facing +y; u along x, v along -z
+  auto operator<=>(const Plane&) const = default;
 };
 struct Box {
   double width = 1, height = 1, depth = 1;  ///< along x, y and z; each face has the whole uv square
+  auto operator<=>(const Box&) const = default;
 };
 struct Torus {
   double radius = 1, tube = 0.25;  ///< around the y axis; u around the axis, v around the tube
+  auto operator<=>(const Torus&) const = default;
 };
 struct ObjFile {
   std::filesystem::path path;  ///< an existing file; its vt coordinates are the uv coordinates
+  auto operator<=>(const ObjFile&) const = default;
 };
 using Shape = std::variant<Sphere, Plane, Box, Torus, ObjFile>;
 

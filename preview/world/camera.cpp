@@ -18,7 +18,7 @@ FrameCamera::FrameCamera(const Scene& scene, std::int32_t frame)
       pixelSize_(2 * std::tan(scene.camera.fov * std::numbers::pi / 360) / height_),
       worldOffset_(scene.worldOffset) {
   if (moves_) worldOffset_ = toDVector(placement(0).position);
-  poseOfFrame_ = pose(0);
+  poseOfFrame_ = interpolated(0);
 }
 
 FrameCamera::Placement FrameCamera::fromKey(const CameraKey& key) {
@@ -37,7 +37,7 @@ FrameCamera::Placement FrameCamera::placement(double rayTime) const {
           Imath::slerpShortestArc(first_.orientation, last_.orientation, part)};
 }
 
-FrameCamera::Pose FrameCamera::pose(double rayTime) const {
+FrameCamera::Pose FrameCamera::interpolated(double rayTime) const {
   const auto [position, orientation] = placement(rayTime);
   return {orientation.rotateVector({1, 0, 0}), orientation.rotateVector({0, 1, 0}),
           orientation.rotateVector({0, 0, 1}), position - wide(worldOffset_)};
@@ -61,29 +61,28 @@ Imath::M44d FrameCamera::matrixFromWorld() const {
           c.x.z, c.y.z, c.z.z, 0, origin.x, origin.y, origin.z, 1};
 }
 
-Ray FrameCamera::primaryRay(double imageX, double imageY, double rayTime) const {
-  const Pose c = moves_ ? pose(rayTime) : poseOfFrame_;
+Ray FrameCamera::primaryRay(double imageX, double imageY, const Pose& c) const {
   const V3d direction((imageX - width_ / 2) * pixelSize_, (height_ / 2 - imageY) * pixelSize_, -1);
   return {toDVector(c.position), toVector(c.vectorToRender(direction.normalized()))};
 }
 
 DVector TwoKeyCameraMotion::pointToRayTime(const DVector& point, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().pointToCamera(wide(point));
-  return toDVector(camera_.pose(rayTime).pointToRender(inCamera));
+  return toDVector(poseAt(rayTime).pointToRender(inCamera));
 }
 
 Vector TwoKeyCameraMotion::vectorToRayTime(const Vector& vector, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().vectorToCamera(wide(vector));
-  return toVector(camera_.pose(rayTime).vectorToRender(inCamera));
+  return toVector(poseAt(rayTime).vectorToRender(inCamera));
 }
 
 DVector TwoKeyCameraMotion::pointFromRayTime(const DVector& point, double rayTime) {
-  const V3d inCamera = camera_.pose(rayTime).pointToCamera(wide(point));
+  const V3d inCamera = poseAt(rayTime).pointToCamera(wide(point));
   return toDVector(camera_.poseOfFrame().pointToRender(inCamera));
 }
 
 Vector TwoKeyCameraMotion::vectorFromRayTime(const Vector& vector, double rayTime) {
-  const V3d inCamera = camera_.pose(rayTime).vectorToCamera(wide(vector));
+  const V3d inCamera = poseAt(rayTime).vectorToCamera(wide(vector));
   return toVector(camera_.poseOfFrame().vectorToRender(inCamera));
 }
 

@@ -48,11 +48,11 @@ class FrameCamera {
   /// World space to camera space, for row vectors.
   Imath::M44d matrixFromWorld() const;
 
-  Pose pose(double rayTime) const;
+  Pose pose(double rayTime) const { return moves_ ? interpolated(rayTime) : poseOfFrame_; }
   const Pose& poseOfFrame() const { return poseOfFrame_; }  ///< that of ray time 0
 
   /// The ray through a point of the image, in pixels from the top left corner.
-  Ray primaryRay(double imageX, double imageY, double rayTime) const;
+  Ray primaryRay(double imageX, double imageY, const Pose& pose) const;
 
  private:
   struct Placement {
@@ -61,6 +61,7 @@ class FrameCamera {
   };
   static Placement fromKey(const CameraKey& key);
   Placement placement(double rayTime) const;
+  Pose interpolated(double rayTime) const;
 
   Placement first_, last_;
   bool moves_;
@@ -71,13 +72,17 @@ class FrameCamera {
   Pose poseOfFrame_;
 };
 
-/// The motion of a `FrameCamera`, which it refers to. With C(t) for the way from camera space to
-/// render space at ray time t, "from" is C(0) C(t)⁻¹ and "to" is its inverse, C(t) C(0)⁻¹. As C(0)
-/// keeps the origin of a moving camera's render space in its place, C(t) C(0)⁻¹ takes the origin to
-/// the camera's position at t, and the columns of C(0) to those of C(t).
+/// The motion of a `FrameCamera`, which it refers to, for those who ask about one ray time: the
+/// pose then is known, any other is computed. With C(t) for the way from camera space to render
+/// space at ray time t, "from" is C(0) C(t)⁻¹ and "to" is its inverse, C(t) C(0)⁻¹. As C(0) keeps
+/// the origin of a moving camera's render space in its place, C(t) C(0)⁻¹ takes the origin to the
+/// camera's position at t, and the columns of C(0) to those of C(t).
 class TwoKeyCameraMotion final : public CameraMotion {
  public:
-  explicit TwoKeyCameraMotion(const FrameCamera& camera) : camera_(camera) {}
+  TwoKeyCameraMotion(const FrameCamera& camera, double rayTime)
+      : camera_(camera), rayTime_(rayTime), pose_(camera.pose(rayTime)) {}
+
+  const FrameCamera::Pose& pose() const { return pose_; }  ///< that of the ray time
 
   DVector pointToRayTime(const DVector& point, double rayTime) override;
   Vector vectorToRayTime(const Vector& vector, double rayTime) override;
@@ -85,7 +90,13 @@ class TwoKeyCameraMotion final : public CameraMotion {
   Vector vectorFromRayTime(const Vector& vector, double rayTime) override;
 
  private:
+  FrameCamera::Pose poseAt(double rayTime) const {
+    return rayTime == rayTime_ ? pose_ : camera_.pose(rayTime);
+  }
+
   const FrameCamera& camera_;
+  double rayTime_;
+  FrameCamera::Pose pose_;
 };
 
 }  // namespace preview

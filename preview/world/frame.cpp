@@ -6,41 +6,37 @@
 
 namespace preview {
 
-namespace {
-
-std::vector<PlacedMesh> placed(const Scene& scene, const std::vector<Mesh>& meshes) {
-  std::vector<PlacedMesh> result;
-  for (std::size_t i = 0; i < meshes.size(); ++i) {
-    result.push_back({&meshes[i], scene.objects[i].toWorld});
-  }
-  return result;
-}
-
-}  // namespace
-
-std::vector<Mesh> makeMeshes(const Scene& scene) {
-  std::vector<Mesh> meshes;
+World::World(const Scene& scene) {
   for (const Object& object : scene.objects) {
-    try {
-      meshes.push_back(makeMesh(object.shape));
-    } catch (const InputError& e) {
-      throw SceneError(object.place + ".shape", e.what());
+    auto mesh = meshes_.find(object.shape);
+    if (mesh == meshes_.end()) {
+      try {
+        mesh = meshes_.emplace(object.shape, makeMesh(object.shape)).first;
+      } catch (const InputError& e) {
+        throw SceneError(object.place + ".shape", e.what());
+      }
     }
+    objects_.push_back({&mesh->second, object.toWorld});
   }
-  return meshes;
 }
 
-Frame::Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number,
-             RenderLog* log)
+std::shared_ptr<const Raycaster> World::raycaster(const DVector& worldOffset) {
+  if (raycaster_ == nullptr || wide(worldOffset) != wide(worldOffset_)) {
+    raycaster_.reset();  // room for the next
+    raycaster_ = std::make_shared<const Raycaster>(objects_, worldOffset);
+    worldOffset_ = worldOffset;
+  }
+  return raycaster_;
+}
+
+Frame::Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* log)
     : scene_(scene),
       camera_(scene, number),
-      motion_(camera_),
-      raycaster_(placed(scene, meshes), camera_.worldOffset()),
-      services_{log, &box_, &motion_, camera_.moves() ? 1 : 0},
-      context_{&services_, &frameData_},
+      raycaster_(world.raycaster(camera_.worldOffset())),
+      log_(log),
       objects_(scene.objects.size()) {
-  box_.lo = raycaster_.bounds().lo;
-  box_.hi = raycaster_.bounds().hi;
+  box_.lo = raycaster_->bounds().lo;
+  box_.hi = raycaster_->bounds().hi;
   frameData_.frameTime = number;
   frameData_.worldToCamera = camera_.worldToCamera();
   frameData_.cameraToWorld = camera_.cameraToWorld();
@@ -68,8 +64,9 @@ std::pair<double, double> Frame::depths() const {
   return {near, far};
 }
 
-ShadingContext Frame::contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
-                                double imageY, standin::SurfacePoint& surface) const {
+ShadingContext Frame::contextOf(RenderContext& context, const Ray& ray, const Hit& hit,
+                                double rayTime, double imageX, double imageY,
+                                standin::SurfacePoint& surface) const {
   const Object& object = scene_.objects[hit.object];
   surface.hasUvw = object.hasUvw && hit.hasUvw;
   surface.uvw = hit.uvw;
@@ -78,7 +75,7 @@ ShadingContext Frame::contextOf(const Ray& ray, const Hit& hit, double rayTime, 
   surface.c = hit.c;
   surface.hasMaterialId = object.hasMaterialId;
   surface.materialId = object.materialId;
-  return {.renderContext = &context_,
+  return {.renderContext = &context,
           .rayDirection = ray.direction,
           .rayTime = rayTime,
           .imageX = imageX,

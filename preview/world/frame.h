@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -12,16 +14,30 @@
 
 namespace preview {
 
-/// The meshes of the scene's objects, in their order. Throws `SceneError` for a file that cannot be
-/// used.
-std::vector<Mesh> makeMeshes(const Scene& scene);
+/// The objects of a scene; those of the same shape share a mesh.
+class World {
+ public:
+  /// Throws `SceneError` for a file that cannot be used. `scene` outlives the object.
+  explicit World(const Scene& scene);
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  /// For a render space with its origin at `worldOffset`: the last one, as long as it serves.
+  std::shared_ptr<const Raycaster> raycaster(const DVector& worldOffset);
+
+ private:
+  std::map<Shape, Mesh> meshes_;
+  std::vector<PlacedMesh> objects_;
+  std::shared_ptr<const Raycaster> raycaster_;
+  DVector worldOffset_ = {};  ///< of the raycaster
+};
 
 /// One frame of a scene: everything of the host that a shading context leads to. After construction
 /// any number of threads may use it.
 class Frame {
  public:
   /// `number` is one of the scene's frames; `log` may be null and is not owned.
-  Frame(const Scene& scene, const std::vector<Mesh>& meshes, std::int32_t number, RenderLog* log);
+  Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* log);
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
@@ -35,28 +51,29 @@ class Frame {
   /// from the top left corner, and the index of its object; returns false if there is nothing.
   template <class Evaluate>
   bool shade(double imageX, double imageY, double rayTime, Evaluate evaluate) const {
-    const Ray ray = camera_.primaryRay(imageX, imageY, rayTime);
-    const std::optional<Hit> hit = raycaster_.intersect(ray);
+    TwoKeyCameraMotion motion(camera_, rayTime);
+    const Ray ray = camera_.primaryRay(imageX, imageY, motion.pose());
+    const std::optional<Hit> hit = raycaster_->intersect(ray);
     if (!hit) return false;
+    RenderServices services = {log_, &box_, &motion, camera_.moves() ? 1 : 0};
+    RenderContext context = {&services, &frameData_};
     standin::SurfacePoint surface;
-    evaluate(contextOf(ray, *hit, rayTime, imageX, imageY, surface), hit->object);
+    evaluate(contextOf(context, ray, *hit, rayTime, imageX, imageY, surface), hit->object);
     return true;
   }
 
  private:
-  ShadingContext contextOf(const Ray& ray, const Hit& hit, double rayTime, double imageX,
-                           double imageY, standin::SurfacePoint& surface) const;
+  ShadingContext contextOf(RenderContext& context, const Ray& ray, const Hit& hit, double rayTime,
+                           double imageX, double imageY, standin::SurfacePoint& surface) const;
 
   const Scene& scene_;
   FrameCamera camera_;
-  TwoKeyCameraMotion motion_;
-  Raycaster raycaster_;
-  standin::BoxScene box_;
-  QuorFrameData frameData_;
-  RenderServices services_;
+  std::shared_ptr<const Raycaster> raycaster_;
+  RenderLog* log_;
 
   // A shading context leads to these by pointers that are not to const.
-  mutable RenderContext context_;
+  mutable standin::BoxScene box_;
+  mutable QuorFrameData frameData_;
   mutable std::vector<standin::SceneObject> objects_;
 };
 

@@ -7,6 +7,7 @@
 #endif
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -17,9 +18,7 @@
 namespace preview {
 namespace {
 
-V3d applyMatrix(const PreciseTransform& t, const V3d& v) {
-  return wide(t.c0) * v.x + wide(t.c1) * v.y + wide(t.c2) * v.z;
-}
+using EmbreeGeometry = std::unique_ptr<RTCGeometryTy, void (*)(RTCGeometry)>;
 
 /// Position of the object's origin in render space.
 V3d originOf(const PreciseTransform& toWorld, const DVector& worldOffset) {
@@ -29,63 +28,88 @@ V3d originOf(const PreciseTransform& toWorld, const DVector& worldOffset) {
 /// The weighted sum of one member of a triangle's vertices.
 class Barycentric {
  public:
-  Barycentric(const std::vector<Vertex>& vertices, const Triangle& triangle, double u, double v)
-      : corners_{&vertices[triangle[0]], &vertices[triangle[1]], &vertices[triangle[2]]},
-        weights_{1 - u - v, u, v} {}
+  Barycentric(const RenderSpaceMesh& object, const Triangle& triangle, double u, double v)
+      : weights_{1 - u - v, u, v} {
+    for (std::size_t i = 0; i < triangle.size(); ++i) {
+      corners_[i] = object.placed(object.mesh().vertices[triangle[i]]);
+    }
+  }
 
   V3d operator()(Vector Vertex::*member) const {
-    return wide(corners_[0]->*member) * weights_[0] + wide(corners_[1]->*member) * weights_[1] +
-           wide(corners_[2]->*member) * weights_[2];
+    return wide(corners_[0].*member) * weights_[0] + wide(corners_[1].*member) * weights_[1] +
+           wide(corners_[2].*member) * weights_[2];
   }
   V3d faceNormal() const {
-    const V3d p0 = wide(corners_[0]->position);
-    const V3d e1 = wide(corners_[1]->position) - p0;
-    const V3d e2 = wide(corners_[2]->position) - p0;
+    const V3d p0 = wide(corners_[0].position);
+    const V3d e1 = wide(corners_[1].position) - p0;
+    const V3d e2 = wide(corners_[2].position) - p0;
     return e1.cross(e2).normalized();
   }
 
  private:
-  const Vertex* corners_[3];
+  Vertex corners_[3];
   double weights_[3];
 };
 
-/// A mesh in render space.
-Mesh place(const PlacedMesh& object, const DVector& worldOffset) {
-  const PreciseTransform& t = object.toWorld;
-  const V3d origin = originOf(t, worldOffset);
-  const V3d x = wide(t.c0);
-  const V3d y = wide(t.c1);
-  const V3d z = wide(t.c2);
-  const std::array<V3d, 3> normals = inverseRows(x, y, z);
+}  // namespace
 
-  Mesh placed = *object.mesh;
-  for (Vertex& vertex : placed.vertices) {
-    const V3d n = wide(vertex.normal);
-    vertex.position = toVector(applyMatrix(t, wide(vertex.position)) + origin);
-    vertex.normal = toVector((normals[0] * n.x + normals[1] * n.y + normals[2] * n.z).normalized());
-    vertex.dPdu = toVector(applyMatrix(t, wide(vertex.dPdu)));
-    vertex.dPdv = toVector(applyMatrix(t, wide(vertex.dPdv)));
-  }
-  // A mirrored triangle would show its back where its front was modelled.
-  if (x.cross(y).dot(z) < 0) {
-    for (Triangle& triangle : placed.triangles) std::swap(triangle[1], triangle[2]);
-  }
-  return placed;
+RenderSpaceMesh::RenderSpaceMesh(const PlacedMesh& object, const DVector& worldOffset)
+    : mesh_(*object.mesh),
+      x_(wide(object.toWorld.c0)),
+      y_(wide(object.toWorld.c1)),
+      z_(wide(object.toWorld.c2)),
+      origin_(originOf(object.toWorld, worldOffset)),
+      normals_(inverseRows(x_, y_, z_)) {}
+
+Vector RenderSpaceMesh::position(const Vertex& vertex) const {
+  return toVector(vector(vertex.position) + origin_);
 }
 
-}  // namespace
+Vertex RenderSpaceMesh::placed(const Vertex& vertex) const {
+  const Vector& n = vertex.normal;
+  return {
+      .position = position(vertex),
+      .normal = toVector((normals_[0] * n.x + normals_[1] * n.y + normals_[2] * n.z).normalized()),
+      .uvw = vertex.uvw,
+      .dPdu = toVector(vector(vertex.dPdu)),
+      .dPdv = toVector(vector(vertex.dPdv))};
+}
+
+std::array<float, 12> RenderSpaceMesh::matrix() const {
+  std::array<float, 12> numbers;
+  float* to = numbers.data();
+  for (const V3d& column : {x_, y_, z_, origin_}) {
+    for (const double number : {column.x, column.y, column.z}) *to++ = static_cast<float>(number);
+  }
+  return numbers;
+}
 
 Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
     : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
   checkDevice();
-  scene_.reset(rtcNewScene(device_.get()));
-  rtcSetSceneFlags(scene_.get(), RTC_SCENE_FLAG_ROBUST);
+  std::map<const Mesh*, int> uses;
+  for (const PlacedMesh& object : objects) ++uses[object.mesh];
+  for (const auto& [mesh, count] : uses) {
+    if (count == 1) continue;
+    RTCScene shared = shared_.emplace(mesh, newScene()).first->second.get();
+    addMesh(shared, *mesh, 0, std::mem_fn(&Vertex::position));
+    rtcCommitScene(shared);
+  }
+
+  scene_ = newScene();
   bool first = true;
-  for (const PlacedMesh& object : objects) {
-    meshes_.push_back(place(object, worldOffset));
-    attach(meshes_.back(), static_cast<unsigned int>(meshes_.size() - 1));
-    for (const Vertex& vertex : meshes_.back().vertices) {
-      const Vector& p = vertex.position;
+  for (const PlacedMesh& placed : objects) {
+    const auto id = static_cast<unsigned int>(objects_.size());
+    const RenderSpaceMesh& object = objects_.emplace_back(placed, worldOffset);
+    const auto place = [&](const Vertex& vertex) { return object.position(vertex); };
+    const auto shared = shared_.find(placed.mesh);
+    if (shared == shared_.end()) {
+      addMesh(scene_.get(), *placed.mesh, id, place);
+    } else {
+      addInstance(object, shared->second.get(), id);
+    }
+    for (const Vertex& vertex : placed.mesh->vertices) {
+      const Vector p = place(vertex);
       if (first) bounds_ = {p, p};
       first = false;
       bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
@@ -95,9 +119,16 @@ Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOf
   checkDevice();
 }
 
-void Raycaster::attach(const Mesh& mesh, unsigned int id) {
-  const std::unique_ptr<RTCGeometryTy, void (*)(RTCGeometry)> handle(
-      rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_TRIANGLE), rtcReleaseGeometry);
+Raycaster::EmbreeScene Raycaster::newScene() const {
+  EmbreeScene scene(rtcNewScene(device_.get()), rtcReleaseScene);
+  rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_ROBUST);
+  return scene;
+}
+
+template <class Place>
+void Raycaster::addMesh(RTCScene scene, const Mesh& mesh, unsigned int id, Place place) const {
+  const EmbreeGeometry handle(rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_TRIANGLE),
+                              rtcReleaseGeometry);
   auto* positions = static_cast<Vector*>(
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
                               sizeof(Vector), mesh.vertices.size()));
@@ -105,8 +136,18 @@ void Raycaster::attach(const Mesh& mesh, unsigned int id) {
       rtcSetNewGeometryBuffer(handle.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
                               sizeof(Triangle), mesh.triangles.size()));
   checkDevice();
-  std::ranges::transform(mesh.vertices, positions, &Vertex::position);
+  std::ranges::transform(mesh.vertices, positions, place);
   std::ranges::copy(mesh.triangles, triangles);
+  rtcCommitGeometry(handle.get());
+  rtcAttachGeometryByID(scene, handle.get(), id);
+}
+
+void Raycaster::addInstance(const RenderSpaceMesh& object, RTCScene shared, unsigned int id) const {
+  const EmbreeGeometry handle(rtcNewGeometry(device_.get(), RTC_GEOMETRY_TYPE_INSTANCE),
+                              rtcReleaseGeometry);
+  rtcSetGeometryInstancedScene(handle.get(), shared);
+  rtcSetGeometryTransform(handle.get(), 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR,
+                          object.matrix().data());
   rtcCommitGeometry(handle.get());
   rtcAttachGeometryByID(scene_.get(), handle.get(), id);
 }
@@ -140,8 +181,11 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
 #endif
   if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return std::nullopt;
 
-  const Mesh& mesh = meshes_[query.hit.geomID];
-  const Barycentric at(mesh.vertices, mesh.triangles[query.hit.primID], query.hit.u, query.hit.v);
+  const bool isInstance = query.hit.instID[0] != RTC_INVALID_GEOMETRY_ID;
+  const unsigned int id = isInstance ? query.hit.instID[0] : query.hit.geomID;
+  const RenderSpaceMesh& object = objects_[id];
+  const Triangle& triangle = object.mesh().triangles[query.hit.primID];
+  const Barycentric at(object, triangle, query.hit.u, query.hit.v);
   V3d geometricNormal = at.faceNormal();
   V3d normal = at(&Vertex::normal).normalized();
   if (normal == V3d(0)) normal = geometricNormal;  // opposite normals at the corners cancel out
@@ -151,12 +195,12 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
     normal = -normal;
   }
   const auto [du, dv, dw] = inverseRows(at(&Vertex::dPdu), at(&Vertex::dPdv), normal);
-  return Hit{.object = query.hit.geomID,
+  return Hit{.object = id,
              .point = toDVector(at(&Vertex::position)),
              .normal = toVector(normal),
              .geometricNormal = toVector(geometricNormal),
              .backfacing = backfacing,
-             .hasUvw = mesh.hasUvw,
+             .hasUvw = object.mesh().hasUvw,
              .uvw = toVector(at(&Vertex::uvw)),
              .a = toVector({du.x, dv.x, dw.x}),
              .b = toVector({du.y, dv.y, dw.y}),

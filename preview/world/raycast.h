@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -18,8 +20,7 @@ struct RTCSceneTy;
 /// lies at `worldOffset`.
 namespace preview {
 
-/// A mesh with its place in the world. The mesh is not owned; it is copied while a `Raycaster` is
-/// built.
+/// A mesh with its place in the world. The mesh is not owned.
 struct PlacedMesh {
   const Mesh* mesh;
   PreciseTransform toWorld;  ///< object space to world space, invertible
@@ -41,10 +42,29 @@ struct Hit {
   Vector a, b, c;
 };
 
-/// The objects of a scene in Embree's hands. After construction any number of threads may use it.
+/// A mesh with its place in render space.
+class RenderSpaceMesh {
+ public:
+  RenderSpaceMesh(const PlacedMesh& object, const DVector& worldOffset);
+
+  const Mesh& mesh() const { return mesh_; }
+  Vector position(const Vertex& vertex) const;
+  Vertex placed(const Vertex& vertex) const;
+  std::array<float, 12> matrix() const;  ///< column by column, the origin last
+
+ private:
+  V3d vector(const Vector& v) const { return x_ * v.x + y_ * v.y + z_ * v.z; }
+
+  const Mesh& mesh_;
+  V3d x_, y_, z_, origin_;      ///< of object space
+  std::array<V3d, 3> normals_;  ///< the columns of the matrix for normals
+};
+
+/// The objects of a scene in Embree's hands; those that share a mesh are instances of it. After
+/// construction any number of threads may use it.
 class Raycaster {
  public:
-  /// Throws std::runtime_error when Embree fails.
+  /// Throws std::runtime_error when Embree fails. The meshes outlive the object.
   Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;
@@ -53,13 +73,19 @@ class Raycaster {
   const Range<Vector>& bounds() const { return bounds_; }
 
  private:
-  void attach(const Mesh& mesh, unsigned int id);
+  using EmbreeScene = std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)>;
+
+  EmbreeScene newScene() const;
+  template <class Place>
+  void addMesh(RTCSceneTy* scene, const Mesh& mesh, unsigned int id, Place place) const;
+  void addInstance(const RenderSpaceMesh& object, RTCSceneTy* shared, unsigned int id) const;
   void checkDevice() const;
 
-  std::vector<Mesh> meshes_;  ///< in render space
+  std::vector<RenderSpaceMesh> objects_;
   Range<Vector> bounds_ = {};
   std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
-  std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)> scene_;
+  std::map<const Mesh*, EmbreeScene> shared_;  ///< in object space
+  EmbreeScene scene_;
 };
 
 /// The transforms from render space to an object's own space.
