@@ -95,8 +95,7 @@ struct Table {
   void* slots[12] = {};
 };
 
-// ---- Value types and records
-// ---------------------------------------------------------------------
+// ---- Value types and records ----
 
 struct Vector {
   float x, y, z;
@@ -187,8 +186,7 @@ struct ParameterInfos {
 enum TextureKind { COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM };
 enum ParameterType { PARAM_INTEGER = 3, PARAM_BOOLEAN, PARAM_OUTPUT, PARAM_TYPES = 10 };
 
-// ---- Objects: what lies how many pointers from their beginning
-// -----------------------------------
+// ---- Objects: what lies how many pointers from their beginning ----
 
 enum {
   PLUGIN_BASE_INTERFACES = 1,
@@ -198,8 +196,7 @@ enum {
   PLUGIN_INTERFACE_PARAMETERS = 2,
 };
 
-// ---- Identifiers
-// ---------------------------------------------------------------------------------
+// ---- Identifiers ----
 
 constexpr std::uint64_t EXT_QUOR_PLUGIN = 0x7776FFFF;
 constexpr std::uint64_t EXT_TEXTURE = 0x77780002;
@@ -223,8 +220,7 @@ constexpr Identifier kTextureIds[] = {{EXT_TEXTURE, "EXT_TEXTURE"},
                                       {EXT_TEXTURE_INT, "EXT_TEXTURE_INT"},
                                       {EXT_TEXTURE_TRANSFORM, "EXT_TEXTURE_TRANSFORM"}};
 
-// ---- Virtual tables
-// ------------------------------------------------------------------------------
+// ---- Virtual tables ----
 
 /// The last slot of the destructor is the one that also gives the memory back. Microsoft's is told
 /// to by its argument.

@@ -9,8 +9,7 @@ namespace validate {
 
 namespace {
 
-// ---- Textures
-// ------------------------------------------------------------------------------------
+// ---- Textures ----
 
 /// The numbers of a value, a record or a float, from those that begin at `numbers`, and back.
 template <class Value>
@@ -94,8 +93,7 @@ int ask(void* texture, TextureKind kind, Question question, const ShadingContext
   return put(TextureTransformInterface::getTransform(texture, &sc), numbers);
 }
 
-// ---- Objects
-// -------------------------------------------------------------------------------------
+// ---- Objects ----
 
 namespace {
 

@@ -8,8 +8,7 @@
 /// tables of functions.
 namespace validate {
 
-// ---- Textures
-// ------------------------------------------------------------------------------------
+// ---- Textures ----
 
 /// How many numbers a value of the first three kinds has.
 constexpr int kWidths[] = {4, 1, 3};
@@ -33,8 +32,7 @@ struct Input {
 int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
         float* numbers);
 
-// ---- Objects and records, one of each
-// ------------------------------------------------------------
+// ---- Objects and records, one of each ----
 
 struct HostLog {
   void* const* table;

@@ -129,8 +129,7 @@ Options parse(int argc, char** argv) {
   return options;
 }
 
-// ---- A child: one check
-// --------------------------------------------------------------------------
+// ---- A child: one check ----
 
 int runCheck(const std::string& name) {
   for (const Check* check = firstCheck; check != nullptr; check = check->next) {
@@ -192,8 +191,7 @@ Outcome inChild(const std::string& check) {
   return outcome;
 }
 
-// ---- The report
-// ----------------------------------------------------------------------------------
+// ---- The report ----
 
 std::string escaped(const std::string& text) {
   std::string result;

@@ -97,8 +97,7 @@ CHECK(
   }
 }
 
-// ---- Memory
-// --------------------------------------------------------------------------------------
+// ---- Memory ----
 
 void expectRefusal(void* plugin) {
   const Refusal refusal = refuseName(plugin);

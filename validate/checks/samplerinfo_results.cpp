@@ -267,8 +267,7 @@ class Sweep {
   std::vector<Output> outputs_;
 };
 
-// ---- The comparison
-// ------------------------------------------------------------------------------
+// ---- The comparison ----
 
 constexpr std::string_view kRecord[] = {
 #include "results.inc"
