@@ -18,10 +18,11 @@ Value valueAt(const float* numbers) {
   std::memcpy(&value, numbers, sizeof value);
   return value;
 }
+constexpr std::size_t kNumber = sizeof(float);
 template <class Value>
 int put(const Value& value, float* numbers) {
   std::memcpy(numbers, &value, sizeof value);
-  return sizeof value / sizeof(float);
+  return sizeof value / kNumber;
 }
 
 const float* numbersOf(Input* input, Question question, const ShadingContext* sc) {
@@ -35,13 +36,13 @@ Value inputValue(Input* input, const ShadingContext* sc) {
 template <class Value>
 void inputBounds(Input* input, Value* min, Value* max) {
   const float* const numbers = numbersOf(input, BOUNDS, nullptr);
-  constexpr std::size_t kWidth = sizeof(Value) / sizeof(float);
+  constexpr std::size_t kWidth = sizeof(Value) / kNumber;
   *min = valueAt<Value>(&numbers[kWidth]);
   *max = valueAt<Value>(&numbers[2 * kWidth]);
 }
 template <class Value>
 Vector inputGradient(Input* input, const ShadingContext* sc) {
-  return valueAt<Vector>(&numbersOf(input, GRADIENT, sc)[3 * sizeof(Value) / sizeof(float)]);
+  return valueAt<Vector>(&numbersOf(input, GRADIENT, sc)[3 * sizeof(Value) / kNumber]);
 }
 template <std::uint64_t id>
 std::uint64_t inputId(Input* /*input*/) {
