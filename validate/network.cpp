@@ -6,8 +6,7 @@
 
 namespace validate {
 
-// ---- Random numbers
-// ------------------------------------------------------------------------------
+// ---- Random numbers ----
 
 float Random::ordinary() {
   return static_cast<float>(static_cast<std::int32_t>(bits() >> 8) - 0x800000) / 0x100000;
@@ -28,8 +27,7 @@ float Random::number() {
   return ordinary();
 }
 
-// ---- What is sampled
-// -----------------------------------------------------------------------------
+// ---- What is sampled ----
 
 namespace {
 
@@ -94,8 +92,7 @@ Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
     std::generate(row.begin(), row.end(), [&] { return random.number(); });
 }
 
-// ---- The network
-// ---------------------------------------------------------------------------------
+// ---- The network ----
 
 Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_(random_) {
   for (int i = 0; i < plan.plugins; ++i) addPlugin(plan.descs[random_.below(plan.descs.size())]);
@@ -162,8 +159,7 @@ void Network::takeAway(std::uint32_t without) const {
   }
 }
 
-// ---- Its questions
-// -------------------------------------------------------------------------------
+// ---- Its questions ----
 
 Network::Asked Network::asked(int n) const {
   const auto& [index, question] = questions_[static_cast<std::size_t>(n / Samples::kCount)];

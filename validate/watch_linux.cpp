@@ -111,6 +111,7 @@ int addVariables(dl_phdr_info* info, std::size_t /*size*/, void* data) {
   std::vector<Block> writable;
   for (const ElfW(Phdr)* at = info->dlpi_phdr; at != info->dlpi_phdr + info->dlpi_phnum; ++at) {
     if (at->p_type != PT_LOAD) continue;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const Block segment{reinterpret_cast<const unsigned char*>(info->dlpi_addr + at->p_vaddr),
                         at->p_memsz};
     if (search.address >= segment.first && search.address < segment.first + segment.size)
@@ -167,14 +168,14 @@ RefusedLoad loadRefusing(int refuse) {
 
 }  // namespace validate
 
-// ---- The functions that come first
-// ---------------------------------------------------------------
+// ---- The functions that come first ----
 
 using validate::forget;
 using validate::grants;
 using validate::remember;
 
 extern "C" {
+// NOLINTBEGIN: they are named and declared by the C library
 #define FIRST __attribute__((visibility("default")))
 
 void* __libc_malloc(std::size_t size) noexcept;
@@ -229,5 +230,6 @@ COUNT_LOCKS(pthread_spin_lock, pthread_spinlock_t)
 COUNT_LOCKS(pthread_spin_trylock, pthread_spinlock_t)
 #undef COUNT_LOCKS
 #undef FIRST
+// NOLINTEND
 
 }  // extern "C"

@@ -9,7 +9,7 @@ namespace validate {
 
 namespace {
 
-constexpr int kNetworks = 400;
+constexpr int kNetworks = kSanitized ? 100 : 400;
 
 CHECK("evaluation.again",
       "a question is answered with the same bits again, in any order and in the next frame") {
@@ -26,8 +26,8 @@ CHECK("evaluation.again",
 
 // They begin a frame together, each at another place, so that all samples are under way at once.
 CHECK("evaluation.threads", "16 threads that ask at once are answered as one alone is") {
-  constexpr int kThreads = 16;
-  forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
+  constexpr int kThreads = 16, kRounds = 4;
+  forSeeds(kNetworks / 4, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> alone = network.answers();
     network.beginFrame();
@@ -37,14 +37,14 @@ CHECK("evaluation.threads", "16 threads that ask at once are answered as one alo
     for (int i = 0; i < kThreads; ++i) {
       threads[i] = std::jthread([&, i] {
         begin.arrive_and_wait();
-        for (int k = 0; k < questions; ++k) {
+        for (int k = 0; k < kRounds * questions; ++k) {
           const int n = (k + questions * i / kThreads) % questions;
           network.expectAnswer("asked by one of 16 threads", n, alone[static_cast<std::size_t>(n)]);
         }
       });
     }
     for (std::jthread& thread : threads) thread.join();
-    return (1 + kThreads) * questions;
+    return (1 + kThreads * kRounds) * questions;
   });
 }
 

@@ -14,8 +14,7 @@ void leaveOutUnwatched() {
   if (whyNotWatched() != nullptr) leaveOut(whyNotWatched());
 }
 
-// ---- Evaluation
-// ----------------------------------------------------------------------------------
+// ---- Evaluation ----
 
 void expectNone(const char* ofWhat, int Watched::*count) {
   leaveOutUnwatched();
@@ -83,8 +82,7 @@ CHECK(
   }
 }
 
-// ---- Refusal
-// -------------------------------------------------------------------------------------
+// ---- Refusal ----
 
 void ignore(void* /*host*/, void* /*desc*/) {}
 const Table hostTable{
