@@ -12,7 +12,8 @@ elseif(CPACK_GENERATOR STREQUAL "DEB")
   set(documents "${tree}/usr/share/doc/${CPACK_PACKAGE_NAME}")
   file(READ "${documents}/LICENSE" ours)
   file(READ "${documents}/docs/licences.md" others)
-  file(WRITE "${documents}/copyright" "${ours}\n${others}")
+  string(REGEX REPLACE ".*\n(What is compiled in)" "\\1" notices "${others}")
+  file(WRITE "${documents}/copyright" "${ours}\n${notices}")
 
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
   file(WRITE "${documents}/changelog" "${CPACK_PACKAGE_NAME} (${CPACK_PACKAGE_VERSION}) stable; urgency=medium\n
@@ -25,5 +26,8 @@ elseif(CPACK_GENERATOR STREQUAL "DEB")
 ${CPACK_PACKAGE_NAME}: shared-library-lacks-version usr/lib/libquor.so libquor.so
 # The stand-in is there for the tools and the sdk; it is not what the package is about.
 ${CPACK_PACKAGE_NAME}: package-name-doesnt-match-sonames libquor
+# CPack writes these scripts for every package with a library.
+${CPACK_PACKAGE_NAME}: maintscript-calls-ldconfig [postinst]
+${CPACK_PACKAGE_NAME}: maintscript-calls-ldconfig [postrm]
 ")
 endif()
