@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# usage: tests/install/run.sh
+# Goes the whole way of a person who installs build/release and writes a plugin of their own with it.
+set -euo pipefail
+. "$(dirname "$0")/../../scripts/common.sh"
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+tree=$work/tree
+version=$(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
+
+# says TEXT COMMAND...: the command's output has this text.
+says() {
+  local output
+  output=$("${@:2}") || fail "${*:2} fails"
+  [[ $output == *"$1"* ]] || fail "no \"$1\" in what ${*:2} says"
+}
+
+# completes EXPECTED WORD...: what is offered for the last word.
+completes() {
+  local COMP_WORDS=("$tree/bin/$2" "${@:3}") COMP_CWORD=$(($# - 2)) COMPREPLY
+  # shellcheck source=/dev/null
+  . "$tree/share/bash-completion/completions/$2"
+  _samplerinfo "${COMP_WORDS[0]}" "${!#}"
+  [[ ${COMPREPLY[*]} == "$1" ]] || fail "${*:2} is completed to ${COMPREPLY[*]}"
+}
+
+echo "==> install into a folder and move it"
+cmake --install build/release --prefix "$work/first" >/dev/null
+mv "$work/first" "$tree"
+[[ $(ls "$tree/lib/quor/plugins") == SamplerInfo.so ]] || fail "more than the plugin in its folder"
+[[ $(readelf -d "$tree/lib/quor/plugins/SamplerInfo.so") != *PATH* ]] || fail "the plugin has a run path"
+if grep -rlF "$PWD" "$tree"; then fail "these files name the folder of the build"; fi
+
+echo "==> the tools, their manual pages, completion"
+for tool in samplerinfo-preview samplerinfo-validate; do
+  says "[\$ORIGIN/../lib]" readelf -d "$tree/bin/$tool"
+  says "$tool $version (" "$tree/bin/$tool" --version
+  for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version (" zcat "$page"; done
+done
+completes "render check list probe" samplerinfo-preview ""
+completes "--size --samples" samplerinfo-preview render --s
+completes "--seed --seconds" samplerinfo-validate --se
+[[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
+
+echo "==> build a plugin with the sdk, validate and render it"
+cmake -G Ninja -S tests/install -B "$work/clamp" -DCMAKE_PREFIX_PATH="$tree" >/dev/null
+cmake --build "$work/clamp"
+plugin=$work/clamp/Clamp.so
+for module in "$plugin" "$tree/lib/quor/plugins/SamplerInfo.so"; do "$tree/bin/samplerinfo-validate" "$module"; done
+"$tree/bin/samplerinfo-preview" check "$tree/share/samplerinfo/scenes/gallery.json"
+"$tree/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
+cmp "$work/out/clamped.png" "$work/out/expected.png"
+! cmp -s "$work/out/clamped.png" "$work/out/before.png" || fail "nothing was clamped"
