@@ -1,7 +1,11 @@
 # shellcheck shell=bash
-# Sourced by the scripts: goes to the project's root, gives `fail` and `step`.
+# Sourced by the scripts: goes to the project's root, compiles through a cache where there is one, gives `fail` and
+# `step`.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+if command -v ccache >/dev/null; then
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
+fi
 
 # fail TEXT: ends the script with one line that says why.
 fail() {

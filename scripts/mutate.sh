@@ -126,9 +126,6 @@ if [[ -n $check_only ]]; then
 fi
 
 step "packages" scripts/install.sh build
-if command -v ccache >/dev/null; then
-  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
-fi
 rm -rf "$work"
 each_copy() { # each_copy COMMAND: runs it for one copy per core, all at once
   local n pids=() pid
