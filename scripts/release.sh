@@ -3,6 +3,7 @@
 # Builds the packages of what is committed, in a clone, and puts them with their checksums into the new folder FOLDER
 # (dist, if none is named). The same commit gives the same bytes, wherever it is built.
 set -euo pipefail
+umask 022
 dist=$(realpath -m -- "${1:-dist}")
 . "$(dirname "$0")/common.sh"
 
@@ -14,8 +15,7 @@ mkdir -p "$work" "$dist"
 step "clone" git clone --quiet . "$work/samplerinfo"
 cd "$work/samplerinfo"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
-export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
-umask 022
+export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8 CCACHE_DISABLE=1
 
 for preset in package package-windows; do
   step "configure $preset" cmake --preset "$preset"
