@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an answer of the loaded library costs beside the same answer of its twin, the plainest class
 // that asks the same inputs and gives the same answers. Time is taken in short blocks of one and
 // the other by turns; instructions are counted by callgrind, which this program starts on itself.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Everything that depends on the compiler, in one place.
 add_library(project_flags INTERFACE)
 target_compile_features(project_flags INTERFACE cxx_std_20)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Completes the commands and options that a tool's own --help names, and otherwise files.
 _samplerinfo() {

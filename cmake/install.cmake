@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What is installed, and packed by CPack: the plugin, the tools, and the sdk with which others build plugins.
 if(WIN32)
   set(plugin_folder .)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Run by CPack on the tree that it packs: adds what a kind of package wants beside what is installed.
 set(tree "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What CPack makes of the installed tree; scripts/release.sh runs it.
 set(CPACK_PACKAGE_NAME samplerinfo)
 set(CPACK_PACKAGE_VENDOR "the SamplerInfo authors")

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes a colour with alpha of four numbers. As a texture the plugin answers what its output does.
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Combines two colours, each scaled by a number: A = color_a · mult_a, B = color_b · mult_b. Each
 // result is an output; one of them, chosen by `mode`, is also what the plugin itself answers as a
 // texture. The GPU renderer is given `color_a`.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Combines two numbers, a and b. Not a texture itself: each result is an output.
 
 #include <array>

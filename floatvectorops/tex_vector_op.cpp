@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Combines two vectors, each scaled by a number. Not a texture itself: each result is an output.
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The allocation operator of this library. It stays inside the module (nothing but `getLibDesc` is
 // exported), so the process around it keeps its own. In a file of its own because a compiler that
 // inlines one half of a new/delete pair warns that they do not match.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the host meets first: the library's one export, the library descriptor, the registry of
 // plugin descriptors, and the descriptors.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "frame/plugin_desc.h"
 
 namespace QUtils {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "frame/texture_interfaces.h"
 
 namespace QUtils {

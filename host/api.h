@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// Import and export of the members that the host's SDK library defines. The only header that asks

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 /// In the namespace of the types that the mathematics serves, as all of it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/frame_files.h"
 
 #include <oneapi/tbb/parallel_for.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <oneapi/tbb/global_control.h>
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/render.h"
 
 #include <oneapi/tbb/blocked_range2d.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/reports.h"
 
 #include <algorithm>

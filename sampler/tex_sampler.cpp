@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Gives data of the shading point as textures. Has no inputs and is not a texture itself: each
 // quantity is an output, in one of the headers of this folder.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/bench.sh [OPTION...]
 # Installs what is missing, builds the benchmarks and measures every output against its twin; or, with
 # --check, only compares their answers. PRESET chooses another build than release.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Sourced by the scripts: goes to the project's root, compiles through a cache where there is one, gives `fail` and
 # `step`.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/count.sh
 # Counts the lines of C and C++, without blanks and comments, and says how much of them are tests.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/docs.sh
 # Writes the tables of docs/plugins.md anew, from what the library registers.
 set -euo pipefail

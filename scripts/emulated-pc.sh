@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/emulated-pc.sh [COMMAND [ARGUMENT...]]
 # Runs a command as root in an emulated PC, which executes the 32-bit programs that this system's kernel
 # may refuse. The PC sees this system's files but keeps what it writes to itself; it has no network.

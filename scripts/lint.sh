@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/lint.sh
 # Checks the format of every C and C++ file and analyses every one that is compiled on this system, and
-# all scripts.
+# all scripts, and that each says its licence.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -30,8 +31,17 @@ scripts() {
   git ls-files -z '*.sh' .ci/run | xargs -0 shellcheck
 }
 
+# Prints the files that do not say under which licence they are.
+licences() {
+  local missing
+  missing=$(git grep -L 'SPDX-License-Identifier: MIT' -- '*.c' '*.cpp' '*.h' '*.in' '*.cmake' '*CMakeLists.txt' '*.sh' '*.bash' \
+    '*.def' '*.map' .ci/run 'scenes/*.json') || true
+  [[ -z $missing ]] || { echo "$missing" && return 1; }
+}
+
 step "packages" scripts/install.sh build bench clang lint
 step "clang-format" format
 step "shellcheck" scripts
+step "licence lines" licences
 step "configure clang-release" cmake --preset clang-release -DSAMPLERINFO_BENCH=ON
 step "clang-tidy" analyse

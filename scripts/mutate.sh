@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/mutate.sh [--check] [PATTERN]
 # Shows what the tests are worth: applies each edit of tests/mutants.txt, a fault that somebody could make, to a copy
 # of the tree, builds it and runs the tests up to the first failure. Fails if the tests let a fault pass.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/preview.sh [SCENE] [RENDER-OPTION...]
 # Installs what is missing, builds the preview and renders the gallery into out/, or the named scene
 # into a folder of its name in it.

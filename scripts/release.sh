@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/release.sh [FOLDER]
 # Builds the packages of what is committed, in a clone, and puts them with their checksums into the new folder FOLDER
 # (dist, if none is named). The same commit gives the same bytes, wherever it is built.

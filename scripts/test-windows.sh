@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/test-windows.sh
 # Installs what is missing, builds the presets for 32-bit Windows and runs their tests under Wine; in an
 # emulated PC where this system executes no 32-bit programs, or anywhere with EMULATED_PC=1.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/test-wine.sh
 # The part of scripts/test-windows.sh that executes 32-bit programs: runs the tests of the two builds
 # under Wine.

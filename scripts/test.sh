@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: scripts/test.sh [PRESET [CTEST-OPTION...]]
 # Installs what is missing, builds a preset (release, if none is named) and runs its tests.
 set -euo pipefail

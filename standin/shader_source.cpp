@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "standin/shader_source.h"
 
 namespace QUtils {

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Fails unless DOCUMENT ends with the tables that PREVIEW lists for the library as it is built.
 execute_process(COMMAND ${PREVIEW} list --markdown OUTPUT_VARIABLE tables COMMAND_ERROR_IS_FATAL ANY)
 file(READ ${DOCUMENT} text)

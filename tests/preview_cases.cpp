@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>

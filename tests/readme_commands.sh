@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs the commands in README.md's blocks of shell code, as they are written there, up to the first that fails.
 set -euo pipefail
 . "$(dirname "$0")/../scripts/common.sh"

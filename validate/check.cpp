@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/check.h"
 
 #include <bit>

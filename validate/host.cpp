@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/host.h"
 
 #include <cstdarg>

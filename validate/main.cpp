@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <getopt.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/subject.h"
 
 #include "validate/process.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # How to link a DLL. CMake's own rules want the resource tools of Visual Studio, for a manifest that
 # nobody reads, and a debug database.
 set(CMAKE_CXX_CREATE_SHARED_LIBRARY

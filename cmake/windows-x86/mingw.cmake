@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # 32-bit Windows with the MinGW cross compiler. Its objects are not laid out as the host expects, but it
 # has a whole C++ library, so the unit tests run on Windows' arithmetic, heap and locks with it.
 set(CMAKE_SYSTEM_NAME Windows)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The allocation operator of a DLL that brings none of its own. In a file of its own, so that the
 // linker leaves it out of one that does.
 

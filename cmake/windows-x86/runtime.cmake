@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What stands in for Visual Studio: the headers of the MinGW cross compiler, whose C++ library is used
 # as far as it is all headers, and msvcrt.dll, which is part of Windows, for C and for exceptions.
 #   windows_headers  compiler options; everything is compiled with them

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Start-up of a DLL: what Visual Studio's runtime would link into it. Runs the static constructors
 // when the DLL is loaded and the destructors when it goes, and gives the compiler and the linker
 // the names that they expect to find.

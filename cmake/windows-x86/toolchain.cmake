@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Builds on Linux for the host's platform: 32-bit Windows with the object layout of Microsoft's C++
 # compiler. A MinGW build will not do: its objects have two slots for the destructor where the host
 # expects one. clang knows the layout; what else a DLL needs is in this folder.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/messages/one_line.h"
 
 #include <vector>

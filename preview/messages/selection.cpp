@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/messages/selection.h"
 
 #include <fnmatch.h>

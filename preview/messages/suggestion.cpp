@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/messages/suggestion.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/pictures/color_map.h"
 
 #include <algorithm>

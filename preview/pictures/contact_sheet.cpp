@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/pictures/contact_sheet.h"
 
 #include <ft2build.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/pictures/image_files.h"
 
 #include <Iex.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/pictures/output_folder.h"
 
 #include <cerrno>

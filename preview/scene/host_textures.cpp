@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/scene/host_textures.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/scene/network.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/scene/plugin_library.h"
 
 #include <dlfcn.h>

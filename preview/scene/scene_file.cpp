@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/scene/scene_file.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/world/camera.h"
 
 #include <ImathMatrixAlgo.h>

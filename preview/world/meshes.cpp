@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/world/meshes.h"
 
 #include <tiny_obj_loader.h>

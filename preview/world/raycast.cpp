@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/world/raycast.h"
 
 #if __has_include(<embree4/rtcore.h>)

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: dll_symbols.sh DLL
 # Checks that the DLL exports `getLibDesc` alone, and that it needs nothing but the host's library and
 # what ships with Windows.

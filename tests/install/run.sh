@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: tests/install/run.sh
 # Goes the whole way of a person who installs build/release and writes a plugin of their own with it.
 set -euo pipefail

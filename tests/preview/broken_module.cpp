@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "frame/plugin.h"
 
 // A module with one plugin, and one fault that the build chooses.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/twins/pairs.h"
 
 #include "tests/twins/float3_to_acolor.h"

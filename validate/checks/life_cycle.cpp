@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "validate/checks/added_interface.h"
 #include "validate/host.h"
 #include "validate/subject.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The classes and records that the host meets, used in a way that has clang print their layouts.
 
 #include "frame/plugin.h"

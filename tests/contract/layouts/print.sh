@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: print.sh CLANG++ [RECORD]
 # Prints the layouts of the classes and records that the host meets as Microsoft's compiler lays them
 # out on 32-bit x86; or compares them with a record of an earlier time.
