@@ -100,7 +100,7 @@ index_read=yes
 apt update || index_read=
 if ! "$get"; then
   [[ -n $index_read ]] ||
-    fail "the package index cannot be read (is there a network?; see build/install.log) to get: ${missing[*]}"
+    fail "apt could not get ${missing[*]}: not every index could be read; is there a network? See build/install.log"
   cat "$log" >&2
-  fail "apt could not get: ${missing[*]}"
+  fail "apt could not get ${missing[*]}"
 fi
