@@ -5,6 +5,8 @@
 
 namespace preview {
 
+inline constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
+
 /// The signal by which the user has asked the program to end, or 0.
 inline volatile std::sig_atomic_t interruption = 0;
 
@@ -12,12 +14,17 @@ inline volatile std::sig_atomic_t interruption = 0;
 /// one ends the program at once. A file that grows beyond the limit fails as on a full disk.
 inline void noteInterruptions() {
   std::signal(SIGXFSZ, SIG_IGN);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : kInterruptions) {
     std::signal(signal, [](int caught) {
       interruption = caught;
       std::signal(caught, SIG_DFL);
     });
   }
+}
+
+/// For what must not be left half done.
+inline void ignoreInterruptions() {
+  for (const int signal : kInterruptions) std::signal(signal, SIG_IGN);
 }
 
 }  // namespace preview

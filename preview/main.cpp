@@ -135,7 +135,6 @@ void runRender(const Options& options, Problems& problems) {
   }
   ErrorStreamLog log;
   ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
-  noteInterruptions();
   renderScene(
       std::move(scene), library,
       {.output = options.output,
@@ -143,11 +142,7 @@ void runRender(const Options& options, Problems& problems) {
        .only = options.names,
        .half = options.half,
        .log = options.log ? &log : nullptr},
-      [&](const char* doing, double part) {
-        if (interruption != 0) throw std::runtime_error("interrupted");
-        bar.show(doing, part);
-      },
-      problems);
+      [&](const char* doing, double part) { bar.show(doing, part); }, problems);
 }
 
 void runProbe(const Options& options, Problems& problems) {

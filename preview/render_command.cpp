@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "preview/frame_files.h"
+#include "preview/interruption.h"
 #include "preview/messages/errors.h"
 #include "preview/messages/selection.h"
 #include "preview/pictures/output_folder.h"
@@ -123,6 +124,8 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   problems.throwFirst();
   const int rowsAtOnce = rowsAtATime(scene, plan);
   World world(scene);
+  // While nothing is written, an interruption ends the program at once.
+  noteInterruptions();
   OutputFolder folder(options.output);
 
   // To write a pixel takes about as long as to evaluate it that often.
@@ -140,6 +143,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
       for (int row = 0; row < scene.image.height; row += rowsAtOnce) {
         const int rows = std::min(rowsAtOnce, scene.image.height - row);
         const auto report = [&](const char* doing, double part) {
+          if (interruption != 0) throw std::runtime_error("interrupted");
           const double ofFrame = (row + part * rows) / scene.image.height;
           progress(doing, (number - first + ofFrame) / options.frames.count());
         };
@@ -153,7 +157,11 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
     network.renderEnd();
   } catch (const WriteError& e) {
     folder.fail(e.what());
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error("out of memory for " + std::to_string(scene.pictures.size()) +
+                             " pictures, " + std::to_string(rowsAtOnce) + " rows at a time");
   }
+  ignoreInterruptions();
   folder.commit();
 }
 

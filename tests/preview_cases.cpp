@@ -210,7 +210,8 @@ class Preview : public testing::TestWithParam<Case> {
     const auto before = filesIn(folder_);
     const std::string command = "exec >'" + (base_ / "out").string() + "' 2>'" +
                                 (base_ / "err").string() + "' </dev/null; cd '" + folder_.string() +
-                                "'; preview() { '" PREVIEW "' \"$@\"; }; scenes='" SCENES
+                                "'; preview='" PREVIEW
+                                "'; preview() { \"$preview\" \"$@\"; }; scenes='" SCENES
                                 "'; modules='" MODULES "'\n" +
                                 text;
     const int status = std::system(command.c_str());

@@ -1,16 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "preview/pictures/output_folder.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ranges>
+#include <set>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "preview/messages/errors.h"
 
 namespace preview {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kPrefix = ".samplerinfo-preview-";
+const std::error_code kIsFolder = std::make_error_code(std::errc::is_a_directory);
+
+/// Removes the hidden folders of runs that were killed: those that no process has locked.
+void removeLeftovers(const fs::path& folder) {
+  std::error_code ignored;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
+    if (!entry.path().filename().string().starts_with(kPrefix)) continue;
+    const FolderLock lock(entry.path(), LOCK_EX | LOCK_NB);
+    if (lock.isHeld()) fs::remove_all(entry.path(), ignored);
+  }
+}
+
+}  // namespace
+
+FolderLock::FolderLock(const fs::path& folder, int operation)
+    : file_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)),
+      isHeld_(file_ >= 0 && flock(file_, operation) == 0) {}
+
+FolderLock::~FolderLock() {
+  if (file_ >= 0) close(file_);
+}
 
 void OutputFolder::fail(const std::string& why) const {
   throw InputError("cannot write to \"" + asNamed_.string() + "\": " + why);
@@ -32,9 +65,13 @@ OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
   if (!fs::is_directory(existing, error)) {
     fail("\"" + existing.filename().string() + "\" is not a folder");
   }
-  std::string name = (existing / ".samplerinfo-preview-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) fail(std::strerror(errno));
-  temporary_ = name;
+  removeLeftovers(existing);
+  do {
+    std::string name = (existing / (kPrefix + "XXXXXX")).string();
+    if (mkdtemp(name.data()) == nullptr) fail(std::strerror(errno));
+    temporary_ = name;
+    lock_.emplace(temporary_, LOCK_EX);
+  } while (!fs::exists(temporary_));  // taken for a leftover before it was locked
 }
 
 OutputFolder::~OutputFolder() {
@@ -42,17 +79,33 @@ OutputFolder::~OutputFolder() {
   fs::remove_all(temporary_, ignored);
 }
 
-void OutputFolder::commit() try {
-  fs::create_directories(folder_);
+void OutputFolder::commit() {
+  std::set<std::string> names;
   for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
-    const std::string name = file.path().filename().string();
-    if (fs::is_directory(folder_ / name)) fail(name + " is a folder");
+    names.insert(file.path().filename().string());
   }
-  for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
-    fs::rename(file.path(), folder_ / file.path().filename());
+  const fs::path older = temporary_ / "older";
+  std::vector<std::pair<fs::path, fs::path>> moved;
+  const auto move = [&](const fs::path& from, const fs::path& to) {
+    fs::rename(from, to);
+    moved.emplace_back(from, to);
+  };
+  std::string current;
+  try {
+    fs::create_directories(folder_);
+    fs::create_directory(older);
+    for (const std::string& name : names) {
+      current = name + ": ";
+      const fs::path target = folder_ / name;
+      if (fs::is_directory(target)) throw fs::filesystem_error("", kIsFolder);
+      if (fs::exists(fs::symlink_status(target))) move(target, older / name);
+      move(temporary_ / name, target);
+    }
+  } catch (const fs::filesystem_error& e) {
+    std::error_code ignored;
+    for (const auto& [from, to] : std::views::reverse(moved)) fs::rename(to, from, ignored);
+    fail(current + e.code().message());
   }
-} catch (const fs::filesystem_error& e) {
-  fail(e.code().message());
 }
 
 }  // namespace preview

@@ -2,12 +2,29 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace preview {
 
+/// An exclusive lock on a folder, as far as its file system has such; gone with the process.
+class FolderLock {
+ public:
+  FolderLock(const std::filesystem::path& folder, int operation);  ///< of flock()
+  ~FolderLock();
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+  bool isHeld() const { return isHeld_; }
+
+ private:
+  int file_;
+  bool isHeld_;
+};
+
 /// Files that appear in a folder together: they are written to a hidden folder in it (or where it
-/// is to be made), and moved when all of them are there. Without `commit` nothing is left behind.
+/// is to be made), and moved when all of them are there. Without `commit` nothing is left behind;
+/// what a killed run left, the next one removes.
 class OutputFolder {
  public:
   /// Throws `InputError` if nothing can be written there.
@@ -19,7 +36,8 @@ class OutputFolder {
   /// Where to write the file that is to become `name` in the folder.
   std::filesystem::path pathFor(const std::string& name) const { return temporary_ / name; }
 
-  /// Replaces files of the same names, leaves others alone.
+  /// Replaces files of the same names, leaves others alone. If one of them may not be replaced,
+  /// none is.
   void commit();
 
   /// Throws an `InputError` that names the folder.
@@ -28,6 +46,7 @@ class OutputFolder {
  private:
   std::filesystem::path asNamed_;  ///< the folder, as the user named it
   std::filesystem::path folder_, temporary_;
+  std::optional<FolderLock> lock_;  ///< of `temporary_`
 };
 
 }  // namespace preview

@@ -1,23 +1,56 @@
 // SPDX-License-Identifier: MIT
 #include "preview/world/frame.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cmath>
+#include <new>
 
 #include "preview/messages/errors.h"
 
 namespace preview {
 
+namespace {
+
+/// Throws where meshes would take more memory than the machine has.
+void checkMemory(std::size_t triangles) {
+  constexpr double kBytesOfTriangle = 160;  // with its vertices and Embree's part, about
+  constexpr double kGiB = 1 << 30;
+  const double needed = kBytesOfTriangle * static_cast<double>(triangles) / kGiB;
+  const double present = static_cast<double>(sysconf(_SC_PHYS_PAGES)) *
+                         static_cast<double>(sysconf(_SC_PAGESIZE)) / kGiB;
+  if (needed <= present) return;
+  throw SceneError("objects", std::to_string(triangles) + " triangles would take " +
+                                  std::to_string(std::lround(needed)) + " GiB, the machine has " +
+                                  std::to_string(std::lround(present)) +
+                                  "; objects of the same shape share theirs");
+}
+
+bool isRound(const Shape& shape) {
+  return std::holds_alternative<Sphere>(shape) || std::holds_alternative<Torus>(shape);
+}
+
+}  // namespace
+
 World::World(const Scene& scene) {
   for (const Object& object : scene.objects) {
-    auto mesh = meshes_.find(object.shape);
-    if (mesh == meshes_.end()) {
-      try {
-        mesh = meshes_.emplace(object.shape, makeMesh(object.shape)).first;
-      } catch (const InputError& e) {
-        throw SceneError(object.place + ".shape", e.what());
-      }
+    objects_.push_back({&meshes_[object.shape], object.toWorld});
+  }
+  std::size_t triangles = 0;
+  for (const auto& [shape, mesh] : meshes_) triangles += isRound(shape) ? kTrianglesOfRound : 0;
+  checkMemory(triangles);
+  for (const Object& object : scene.objects) {
+    Mesh& mesh = meshes_[object.shape];
+    if (!mesh.triangles.empty()) continue;
+    try {
+      mesh = makeMesh(object.shape);
+    } catch (const InputError& e) {
+      throw SceneError(object.place + ".shape", e.what());
+    } catch (const std::bad_alloc&) {
+      throw std::runtime_error(object.place + ".shape: out of memory");
     }
-    objects_.push_back({&mesh->second, object.toWorld});
+    if (!isRound(object.shape)) checkMemory(triangles += mesh.triangles.size());
   }
 }
 

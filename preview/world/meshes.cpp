@@ -65,7 +65,7 @@ V3d outwardPerAngle(double phi) { return {-std::cos(phi), 0, std::sin(phi)}; }
 
 Mesh build(const Sphere& sphere) {
   Mesh mesh;
-  addGrid(mesh, 192, 96, [r = sphere.radius](double u, double v) {
+  addGrid(mesh, kColumns, kRows, [r = sphere.radius](double u, double v) {
     const double phi = turned(u);
     const double latitude = kPi * (v - 0.5);
     const double ring = v == 0 || v == 1 ? 0 : std::cos(latitude);  // each pole is one point
@@ -99,7 +99,7 @@ Mesh build(const Box& box) {
 
 Mesh build(const Torus& torus) {
   Mesh mesh;
-  addGrid(mesh, 192, 96, [&](double u, double v) {
+  addGrid(mesh, kColumns, kRows, [&](double u, double v) {
     const double phi = turned(u);
     const double theta = turned(v);
     const V3d normal = outward(phi) * std::cos(theta) + V3d(0, std::sin(theta), 0);

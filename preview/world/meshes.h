@@ -29,6 +29,10 @@ struct Mesh {
   bool hasUvw = true;  ///< where false, uvw and its derivatives are 0
 };
 
+/// Columns and rows of the grid of a sphere or torus.
+inline constexpr std::uint32_t kColumns = 192, kRows = 96;
+inline constexpr std::size_t kTrianglesOfRound = std::size_t{2} * kColumns * kRows;
+
 /// Spheres and tori have the exact positions, normals and derivatives at the vertices of a fine
 /// grid; planes and boxes are exact throughout. Throws InputError as `loadObj` does.
 Mesh makeMesh(const Shape& shape);

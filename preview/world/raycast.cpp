@@ -87,9 +87,10 @@ std::array<float, 12> RenderSpaceMesh::matrix() const {
 
 Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
     : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
-  checkDevice();
   std::map<const Mesh*, int> uses;
   for (const PlacedMesh& object : objects) ++uses[object.mesh];
+  for (const auto& [mesh, count] : uses) triangles_ += mesh->triangles.size();
+  checkDevice();
   for (const auto& [mesh, count] : uses) {
     if (count == 1) continue;
     RTCScene shared = shared_.emplace(mesh, newScene()).first->second.get();
@@ -155,6 +156,10 @@ void Raycaster::addInstance(const RenderSpaceMesh& object, RTCScene shared, unsi
 
 void Raycaster::checkDevice() const {
   const RTCError error = rtcGetDeviceError(device_.get());
+  if (error == RTC_ERROR_OUT_OF_MEMORY) {
+    throw std::runtime_error("out of memory for what rays meet: " + std::to_string(triangles_) +
+                             " triangles");
+  }
   if (error != RTC_ERROR_NONE) {
     throw std::runtime_error("Embree reports error " + std::to_string(error));
   }

@@ -82,6 +82,7 @@ class Raycaster {
   void addInstance(const RenderSpaceMesh& object, RTCSceneTy* shared, unsigned int id) const;
   void checkDevice() const;
 
+  std::size_t triangles_ = 0;
   std::vector<RenderSpaceMesh> objects_;
   Range<Vector> bounds_ = {};
   std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
