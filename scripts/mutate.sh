@@ -6,6 +6,7 @@
 # PATTERN, a regular expression, chooses by "FILE: NAME"; --check looks only whether the edits still apply.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
+. scripts/edits.sh
 
 list=tests/mutants.txt
 work=build/mutate
@@ -18,50 +19,6 @@ for argument in "$@"; do
     *) pattern=$argument ;;
   esac
 done
-
-titles=() files=() olds=() news=() reasons=()
-
-# Adds a line to a text of the last edit. The first one may stand anywhere in a line of the file, the others begin
-# as the file has them.
-add_line() {
-  local -n texts=$1
-  ((last >= 0)) || fail "$list:$number: no \"FILE: NAME\" before it"
-  if [[ -n ${texts[last]} ]]; then
-    texts[last]+=$'\n'$2
-  else
-    texts[last]=${2#"${2%%[! ]*}"}
-  fi
-}
-
-read_list() {
-  local number=0 line last=-1
-  while IFS= read -r line; do
-    number=$((number + 1))
-    case $line in
-      '' | '#'*) ;;
-      '-'*) add_line olds "${line#-}" ;;
-      '+'*) add_line news "${line#+}" ;;
-      'equivalent: '*) reasons[last]=${line#*: } ;;
-      *': '*)
-        titles+=("$line") files+=("${line%%: *}") olds+=('') news+=('') reasons+=('')
-        last=$((${#titles[@]} - 1))
-        ;;
-      *) fail "$list:$number: neither \"FILE: NAME\" nor a line of an edit" ;;
-    esac
-  done <"$list"
-}
-
-# Writes the file of edit $1, read from this tree, with the edit done to $2.
-apply() {
-  local text old=${olds[$1]} rest
-  [[ -f ${files[$1]} ]] || fail "${titles[$1]}: there is no such file"
-  [[ -n $old ]] || fail "${titles[$1]}: it has no line to replace"
-  text=$(<"${files[$1]}")
-  rest=${text#*"$old"}
-  [[ $rest != "$text" ]] || fail "${titles[$1]}: the text to replace is not there"
-  [[ ${rest#*"$old"} == "$rest" ]] || fail "${titles[$1]}: the text to replace occurs more than once"
-  printf '%s\n' "${text%%"$old"*}${news[$1]}$rest" >"$2"
-}
 
 # build COPY [TARGET...] and tests COPY [CTEST-OPTION...] write a log into the copy.
 build() {
@@ -91,7 +48,7 @@ failed_test() { sed -n 's/^[[:space:]]*[0-9]* - //p' "$1/log" | tail -n 1; }
 make_copy() {
   mkdir -p "$1/tmp"
   git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$1"
-  cmake -S "$1" --preset release -DSAMPLERINFO_BENCH=OFF >"$1/log" 2>&1
+  cmake -S "$1" --preset release -DSAMPLERINFO_BENCH=OFF -DSAMPLERINFO_TWINS=OFF >"$1/log" 2>&1
   if ! { build "$1" && tests "$1"; }; then
     cat "$1/log"
     fail "without any edit it does not build or does not pass"
@@ -112,7 +69,7 @@ work_in() {
   done
 }
 
-read_list
+read_list "$list" equivalent
 chosen=()
 for i in "${!titles[@]}"; do
   [[ ${titles[i]} =~ $pattern ]] || continue
@@ -142,13 +99,13 @@ step "${#chosen[@]} edits" each_copy work_in
 survivors=0 equivalents=0
 for i in "${chosen[@]}"; do
   killed=$(<"$work/taken-$i/killer")
-  if [[ -z $killed && -n ${reasons[i]} ]]; then
+  if [[ -z $killed && -n ${remarks[i]} ]]; then
     equivalents=$((equivalents + 1))
-    echo "equivalent: ${titles[i]} (${reasons[i]})"
+    echo "equivalent: ${titles[i]} (${remarks[i]})"
   elif [[ -z $killed ]]; then
     survivors=$((survivors + 1))
     echo "SURVIVES: ${titles[i]}"
-  elif [[ -n ${reasons[i]} ]]; then
+  elif [[ -n ${remarks[i]} ]]; then
     echo "not equivalent, as $killed shows: ${titles[i]}"
   fi
 done
