@@ -23,7 +23,14 @@ namespace {
 
 // The parent process reads these lines; what else is printed is the module's.
 void report(const char* what, const std::string& line) {
-  std::printf("\n#%s %s\n", what, line.c_str());
+  std::string printable;
+  for (const char c : line) {
+    if (c >= ' ' && c <= '~')
+      printable += c;
+    else
+      printable += formatted("\\x%02X", static_cast<unsigned char>(c));
+  }
+  std::printf("\n#%s %s\n", what, printable.c_str());
   std::fflush(stdout);
 }
 
@@ -56,16 +63,7 @@ std::string text(float value) {
   return formatted("%.9g [%08" PRIx32 "]", static_cast<double>(value),
                    std::bit_cast<std::uint32_t>(value));
 }
-std::string text(const std::string& value) {
-  std::string quoted = "\"";
-  for (const char c : value) {
-    if (static_cast<unsigned char>(c) >= ' ' && c != '\x7F')
-      quoted += c;
-    else
-      quoted += formatted("\\x%02X", static_cast<unsigned char>(c));
-  }
-  return quoted + '"';
-}
+std::string text(const std::string& value) { return '"' + value + '"'; }
 std::string text(const char* value) { return value == nullptr ? "null" : text(std::string(value)); }
 std::string text(const void* value) {
   return value == nullptr
