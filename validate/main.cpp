@@ -21,10 +21,11 @@ namespace validate {
 
 namespace {
 
-constexpr double kTimeLimit = 240;
+double timeLimit = 240;  ///< for a check
 
 constexpr char kHelp[] =
-    R"(usage: samplerinfo-validate MODULE [--only PATTERN]... [--seed N] [--seconds S] [--junit FILE]
+    R"(usage: samplerinfo-validate MODULE [--only PATTERN]... [--seed N] [--seconds S] [--timeout S]
+                                   [--junit FILE]
        samplerinfo-validate --list [--only PATTERN]...
 
 Loads a plugin module as the renderer does and tries everything that a host may do to it. Each check
@@ -34,6 +35,7 @@ runs in a process of its own.
   --list          prints the checks and what each of them wants to hold
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     evaluates for so long, as a soak
+  --timeout S     gives each check so long (default 240, with --seconds more)
   --junit FILE    writes the report as JUnit's XML, too
   --help, --version
 
@@ -75,12 +77,13 @@ Number numberOf(const char* option, const std::string& value) {
 }
 
 Options parse(int argc, char** argv) {
-  enum { ONLY = 1000, LIST, SEED, SECONDS, JUNIT, HELP, VERSION, CHILD, RECORD, SHOW };
+  enum { ONLY = 1000, LIST, SEED, SECONDS, TIMEOUT, JUNIT, HELP, VERSION, CHILD, RECORD, SHOW };
   const option known[] = {
       {"only", required_argument, nullptr, ONLY},
       {"list", no_argument, nullptr, LIST},
       {"seed", required_argument, nullptr, SEED},
       {"seconds", required_argument, nullptr, SECONDS},
+      {"timeout", required_argument, nullptr, TIMEOUT},
       {"junit", required_argument, nullptr, JUNIT},
       {"help", no_argument, nullptr, HELP},
       {"version", no_argument, nullptr, VERSION},
@@ -103,6 +106,9 @@ Options parse(int argc, char** argv) {
         break;
       case SECONDS:
         trial.seconds = numberOf<double>("--seconds", optarg);
+        break;
+      case TIMEOUT:
+        timeLimit = numberOf<double>("--timeout", optarg);
         break;
       case JUNIT:
         options.junit = optarg;
@@ -167,7 +173,7 @@ Outcome inChild(const std::string& check) {
   seconds << trial.seconds;
   const Ending ending = runAgain({trial.module, "--child", check, "--seed",
                                   std::to_string(trial.seed), "--seconds", seconds.str()},
-                                 kTimeLimit + 10 * trial.seconds);
+                                 timeLimit + 10 * trial.seconds);
   Outcome outcome;
   outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::istringstream lines(ending.output);
