@@ -10,6 +10,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "validate/check.h"
@@ -23,6 +24,10 @@ namespace {
 
 double timeLimit = 240;  ///< for a check
 
+constexpr std::string_view kWithTwin[] = {
+#include "twins.inc"
+};
+
 constexpr char kHelp[] =
     R"(usage: samplerinfo-validate MODULE [--only PATTERN]... [--seed N] [--seconds S] [--timeout S]
                                    [--junit FILE]
@@ -32,7 +37,8 @@ Loads a plugin module as the renderer does and tries everything that a host may 
 runs in a process of its own.
 
   --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
-  --list          prints the checks and what each of them wants to hold
+  --list          prints the checks and what each of them wants to hold; those without a twin, a broken
+                  module that they are seen to fail, say so
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     evaluates for so long, as a soak
   --timeout S     gives each check so long (default 240, with --seconds more)
@@ -329,7 +335,10 @@ int run(int argc, char** argv) {
   }
   if (checks.empty()) refuse("no check matches the pattern; --list shows their names");
   if (options.list) {
-    for (const Check* check : checks) std::printf("%-36s %s\n", check->name, check->promise);
+    for (const Check* check : checks) {
+      const bool hasTwin = std::ranges::find(kWithTwin, check->name) != std::end(kWithTwin);
+      std::printf("%-36s %s%s\n", check->name, check->promise, hasTwin ? "" : " (no twin)");
+    }
     return 0;
   }
   if (options.rest.empty()) refuse("which module? --help shows the usage");
