@@ -5,9 +5,11 @@
 #include <oneapi/tbb/parallel_invoke.h>
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 #include "preview/messages/number_text.h"
+#include "preview/scene/flaws.h"
 #include "preview/scene/texture.h"
 
 namespace preview {
@@ -37,16 +39,18 @@ FloatImage associated(const FloatImage& values, const FloatImage& coverage) {
   return result;
 }
 
+int channelCount(const LayerSource& source) { return channelCount(*source.texture, source.show); }
+
 /// Viewers take Y alone for luminance: a number is called a value, V.
+const char* channelNames(const LayerSource& source) {
+  const int channels = channelCount(source);
+  return channels == 1 ? "V" : channels == 3 ? "XYZ" : "RGBA";
+}
+
 std::vector<ExrLayer> layersOf(const Plan& plan) {
   std::vector<ExrLayer> layers = {{"", "RGBA", false}};
   for (const LayerSource& source : plan.sources) {
-    const int channels = channelCount(*source.texture, source.show);
-    layers.push_back({source.name,
-                      channels == 1   ? "V"
-                      : channels == 3 ? "XYZ"
-                                      : "RGBA",
-                      source.isInteger});
+    layers.push_back({source.name, channelNames(source), source.isInteger});
   }
   return layers;
 }
@@ -61,6 +65,22 @@ ExrHeader headerOf(const Scene& scene, const Frame& frame, std::int32_t number) 
           .worldToCamera = frame.camera().matrixFromWorld(),
           .nearPlane = near,
           .farPlane = far};
+}
+
+void addTo(PictureNumbers& numbers, const FloatImage& values, const FloatImage& coverage,
+           const std::optional<Bounds>& bounds) {
+  if (bounds && !numbers.outsideBounds) numbers.outsideBounds = 0;
+  for (std::size_t i = 0; i < values.pixels(); ++i) {
+    if (coverage.pixel(i)[0] == 0) continue;
+    const std::span<const float> pixel = values.pixel(i);
+    if (bounds && isOutside(pixel, *bounds)) ++*numbers.outsideBounds;
+    for (std::size_t c = 0; c < pixel.size(); ++c) {
+      if (!std::isfinite(pixel[c])) continue;
+      auto& [min, max] = numbers.channels[c];
+      min = std::min(min, pixel[c]);
+      max = std::max(max, pixel[c]);
+    }
+  }
 }
 
 std::string captionOf(const Picture& picture, const std::string& layer,
@@ -78,12 +98,39 @@ std::string captionOf(const Picture& picture, const std::string& layer,
 
 }  // namespace
 
+PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits) {
+  PageScene page{.name = scene.file.stem().string(),
+                 .width = scene.image.width,
+                 .height = scene.image.height,
+                 .samples = scene.image.samples,
+                 .first = scene.frames.first,
+                 .last = scene.frames.last,
+                 .digits = digits,
+                 .pictures = {}};
+  for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
+    const Picture& picture = scene.pictures[i];
+    const LayerSource& source = plan.sources[plan.sourceOfPicture[i]];
+    const auto node = std::ranges::find(scene.nodes, picture.from.node, &Node::name);
+    page.pictures.push_back({.name = picture.name,
+                             .caption = picture.caption,
+                             .layer = source.name,
+                             .node = node->name,
+                             .plugin = node->plugin,
+                             .kind = kindName(*source.texture),
+                             .channels = channelNames(source),
+                             .low = picture.low,
+                             .high = picture.high});
+  }
+  return page;
+}
+
 FrameFiles::FrameFiles(const Scene& scene, const Plan& plan, const Frame& frame,
                        std::int32_t number, std::string suffix, const OutputFolder& folder,
                        bool half)
     : scene_(scene),
       plan_(plan),
       folder_(folder),
+      number_(number),
       suffix_(std::move(suffix)),
       pictures_(scene.pictures.size()),
       exr_(folder.pathFor(scene.file.stem().string() + suffix_ + ".exr"),
@@ -100,7 +147,9 @@ void FrameFiles::write(const Film& film, const std::function<void(double)>& prog
   const bool isLast = film.firstRow + film.coverage.height() == scene_.image.height;
   tbb::parallel_invoke(
       [&] {
-        if (isLast) writeContactSheet();
+        if (!isLast) return;
+        writeContactSheet();
+        writeNumbers();
       },
       [&] { writeExr(film); });
   progress(1);
@@ -108,6 +157,8 @@ void FrameFiles::write(const Film& film, const std::function<void(double)>& prog
 
 void FrameFiles::writePicture(std::size_t index, const Film& film) {
   const Picture& picture = scene_.pictures[index];
+  const LayerSource& source = plan_.sources[plan_.sourceOfPicture[index]];
+  const FloatImage& values = film.layers[plan_.sourceOfPicture[index]];
   const Image& size = scene_.image;
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
@@ -115,12 +166,14 @@ void FrameFiles::writePicture(std::size_t index, const Film& film) {
         new PictureFile{{folder_.pathFor(picture.name + suffix_ + ".png"), size.width, size.height},
                         {size.width, size.height},
                         {}});
+    file->numbers.channels.resize(static_cast<std::size_t>(channelCount(source)));
   }
-  const auto [colors, specials] = mapToColors(film.layers[plan_.sourceOfPicture[index]],
-                                              film.coverage, picture.low, picture.high);
+  const auto [colors, specials] = mapToColors(values, film.coverage, picture.low, picture.high);
   file->png.write(colors);
   file->thumbnail.add(colors);
-  file->specials += specials;
+  file->numbers.specials += specials;
+  addTo(file->numbers, values, film.coverage,
+        source.show == Show::Value ? boundsOf(*source.texture) : std::nullopt);
 }
 
 void FrameFiles::writeExr(const Film& film) {
@@ -133,13 +186,20 @@ void FrameFiles::writeExr(const Film& film) {
 void FrameFiles::writeContactSheet() const {
   std::vector<Thumbnail> thumbnails;
   for (std::size_t i = 0; i < pictures_.size(); ++i) {
-    const auto& [png, thumbnail, specials] = *pictures_[i];
+    const auto& [png, thumbnail, numbers] = *pictures_[i];
     const std::string& layer = plan_.sources[plan_.sourceOfPicture[i]].name;
-    thumbnails.push_back({&thumbnail.image(), captionOf(scene_.pictures[i], layer, specials)});
+    thumbnails.push_back(
+        {&thumbnail.image(), captionOf(scene_.pictures[i], layer, numbers.specials)});
   }
   const FloatImage sheet = contactSheet(thumbnails);
   PngFile(folder_.pathFor("contact_sheet" + suffix_ + ".png"), sheet.width(), sheet.height())
       .write(sheet);
+}
+
+void FrameFiles::writeNumbers() const {
+  std::vector<PictureNumbers> numbers;
+  for (const auto& picture : pictures_) numbers.push_back(picture->numbers);
+  writePageNumbers(folder_.pathFor("index" + suffix_ + ".js"), number_, numbers);
 }
 
 }  // namespace preview

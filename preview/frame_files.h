@@ -10,6 +10,7 @@
 #include "preview/pictures/contact_sheet.h"
 #include "preview/pictures/image_files.h"
 #include "preview/pictures/output_folder.h"
+#include "preview/pictures/page.h"
 #include "preview/render.h"
 
 namespace preview {
@@ -20,9 +21,12 @@ struct Plan {
   std::vector<std::size_t> sourceOfPicture;
 };
 
+/// What `index.html` says of a scene; `digits` as in `PageScene`.
+PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits);
+
 /// The files of one frame, written in rows from top to bottom as they are rendered: a PNG for each
-/// picture, the contact sheet, and all raw values in an EXR file. Throws `WriteError` and
-/// `InputError`.
+/// picture, the contact sheet, what the page says of the frame, and all raw values in an EXR file.
+/// Throws `WriteError` and `InputError`.
 class FrameFiles {
  public:
   /// The names of the files end in `suffix`. All that is referred to outlives the object.
@@ -36,15 +40,17 @@ class FrameFiles {
   struct PictureFile {
     PngFile png;
     Reduction thumbnail;
-    SpecialPixels specials;
+    PictureNumbers numbers;
   };
   void writePicture(std::size_t index, const Film& film);
   void writeExr(const Film& film);
   void writeContactSheet() const;
+  void writeNumbers() const;
 
   const Scene& scene_;
   const Plan& plan_;
   const OutputFolder& folder_;
+  std::int32_t number_;
   std::string suffix_;
   std::vector<std::unique_ptr<PictureFile>> pictures_;
   ExrFile exr_;

@@ -97,12 +97,18 @@ int rowsAtATime(const Scene& scene, const Plan& plan) {
   return std::min(rows < kTileSize ? rows : rows / kTileSize * kTileSize, scene.image.height);
 }
 
-/// ".0001" and so on, if the scene has several frames.
-std::string frameSuffix(const Scene& scene, std::int32_t frame) {
+/// Of the frame numbers in file names, which only have them if the scene has several frames.
+std::size_t frameDigits(const Scene& scene) {
   constexpr std::size_t kDigits = 4;
-  if (scene.frames.count() == 1) return "";
+  if (scene.frames.count() == 1) return 0;
+  return std::max(kDigits, std::to_string(scene.frames.last).size());
+}
+
+/// ".0001" and so on.
+std::string frameSuffix(const Scene& scene, std::int32_t frame) {
+  const std::size_t digits = frameDigits(scene);
+  if (digits == 0) return "";
   const std::string number = std::to_string(frame);
-  const std::size_t digits = std::max(kDigits, std::to_string(scene.frames.last).size());
   return "." + std::string(digits - number.size(), '0') + number;
 }
 
@@ -155,6 +161,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
       network.frameEnd();
     }
     network.renderEnd();
+    writePage(folder.pathFor("index.html"), pageOf(scene, plan, frameDigits(scene)));
   } catch (const WriteError& e) {
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {

@@ -24,10 +24,10 @@ struct RenderOptions {
 /// What it throws ends the render.
 using Progress = std::function<void(const char* doing, double part)>;
 
-/// Renders the pictures of a scene into a folder: a PNG for each, `contact_sheet.png`, and all raw
-/// values in one EXR per frame. Where the scene has several frames, file names end in their
-/// numbers. Everything is checked before rendering starts, and files appear only when all are done.
-/// Throws `SceneError` and `InputError`.
+/// Renders the pictures of a scene into a folder: a PNG for each, `contact_sheet.png`, the page
+/// `index.html`, and all raw values in one EXR per frame. Where the scene has several frames, the
+/// names of all but the page end in their numbers. Everything is checked before rendering starts,
+/// and files appear only when all are done. Throws `SceneError` and `InputError`.
 void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions& options,
                  const Progress& progress, Problems& problems);
 

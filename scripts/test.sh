@@ -10,6 +10,7 @@ sections=(build)
 [[ $preset != clang-* ]] || sections+=(clang)
 
 step "packages for $preset" scripts/install.sh "${sections[@]}"
+scripts/install.sh browser || echo "==> NO BROWSER CAN BE INSTALLED: the page of a render is not tested"
 step "configure $preset" cmake --preset "$preset"
 step "build $preset" cmake --build --preset "$preset"
 step "test $preset" ctest --preset "$preset" --parallel "$(nproc)" "${@:2}"

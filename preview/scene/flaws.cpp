@@ -6,6 +6,18 @@
 
 namespace preview {
 
+bool isOutside(std::span<const float> values, const Bounds& bounds) {
+  const auto& [lower, upper] = bounds;
+  for (std::size_t c = 0; c < values.size(); ++c) {
+    constexpr float kRounding = 1e-6F;  // of the bounds
+    const float nearest = std::clamp(values[c], lower[c], upper[c]);
+    const float rounding = kRounding * std::max(std::abs(lower[c]), std::abs(upper[c]));
+    const bool inside = values[c] == nearest || std::abs(values[c] - nearest) <= rounding;
+    if (!std::isnan(values[c]) && !inside) return true;
+  }
+  return false;
+}
+
 Flaws flawsOf(const PluginInterface& texture, const ShadingContext& sc) {
   Flaws flaws;
   const auto set = [&](Flaw flaw, bool here) {
@@ -22,17 +34,12 @@ Flaws flawsOf(const PluginInterface& texture, const ShadingContext& sc) {
     return flaws;
   }
   const Channels values = evaluate(texture, Show::Value, sc);
-  const Channels lower = evaluate(texture, Show::Lower, sc);
-  const Channels upper = evaluate(texture, Show::Upper, sc);
-  for (std::size_t c = 0; c < values.size(); ++c) {
-    constexpr float kRounding = 1e-6F;  // of the bounds
-    set(Flaw::NaN, std::isnan(values[c]));
-    set(Flaw::Infinity, std::isinf(values[c]));
-    const float nearest = std::clamp(values[c], lower[c], upper[c]);
-    const float rounding = kRounding * std::max(std::abs(lower[c]), std::abs(upper[c]));
-    const bool inside = values[c] == nearest || std::abs(values[c] - nearest) <= rounding;
-    set(Flaw::OutsideBounds, id != EXT_TEXTURE_INT && !std::isnan(values[c]) && !inside);
+  for (const float value : values) {
+    set(Flaw::NaN, std::isnan(value));
+    set(Flaw::Infinity, std::isinf(value));
   }
+  const std::optional<Bounds> bounds = boundsOf(texture);
+  set(Flaw::OutsideBounds, bounds && isOutside(values, *bounds));
   const Channels gradient = evaluate(texture, Show::Gradient, sc);
   set(Flaw::GradientNotFinite,
       !std::ranges::all_of(gradient, [](float part) { return std::isfinite(part); }));

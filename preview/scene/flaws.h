@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bitset>
+#include <span>
 #include <string>
 
 #include "preview/scene/texture.h"
@@ -15,8 +16,10 @@ inline constexpr const char* kFlawNames[] = {"NaN", "infinity", "outside its bou
                                              "gradient unlike the change of its values"};
 using Flaws = std::bitset<std::size(kFlawNames)>;
 
-/// Those of a texture at one point; the last takes several points. A value that only rounding puts
-/// outside is not.
+/// Whether a value lies outside its bounds by more than rounding. NaN does not.
+bool isOutside(std::span<const float> values, const Bounds& bounds);
+
+/// Those of a texture at one point; the last takes several points.
 Flaws flawsOf(const PluginInterface& texture, const ShadingContext& sc);
 
 }  // namespace preview

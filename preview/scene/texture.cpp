@@ -13,17 +13,20 @@ Channels channels(float v) { return {v}; }
 Channels channels(Vector v) { return {v.x, v.y, v.z}; }
 Channels channels(AColor v) { return {v.r, v.g, v.b, v.a}; }
 
-/// What the three kinds of textures with bounds and gradients have in common.
+template <class T, class Interface>
+Bounds boundsAs(const PluginInterface& texture, void (Interface::*bounds)(T&, T&) const) {
+  T lower = {}, upper = {};
+  (static_cast<const Interface&>(texture).*bounds)(lower, upper);
+  return {channels(lower), channels(upper)};
+}
+
+/// The value or the gradient of a texture that has both.
 template <class T, class Interface>
 Channels evaluateAs(const PluginInterface& texture,
-                    T (Interface::*value)(const ShadingContext&) const,
-                    void (Interface::*bounds)(T&, T&) const, Show show, const ShadingContext& sc) {
+                    T (Interface::*value)(const ShadingContext&) const, Show show,
+                    const ShadingContext& sc) {
   const auto& typed = static_cast<const Interface&>(texture);
-  if (show == Show::Value) return channels((typed.*value)(sc));
-  if (show == Show::Gradient) return channels(typed.getGradient(sc));
-  T lower = {}, upper = {};
-  (typed.*bounds)(lower, upper);
-  return channels(show == Show::Lower ? lower : upper);
+  return show == Show::Value ? channels((typed.*value)(sc)) : channels(typed.getGradient(sc));
 }
 
 Vector columnOf(const Transform& transform, Show show) {
@@ -57,15 +60,28 @@ int channelCount(const PluginInterface& texture, Show show) {
   return id == EXT_TEXTURE ? 4 : 1;
 }
 
-Channels evaluate(const PluginInterface& texture, Show show, const ShadingContext& sc) {
-  if (channelCount(texture, show) == 0) return {};
+std::optional<Bounds> boundsOf(const PluginInterface& texture) {
   switch (texture.getInterfaceId()) {
     case EXT_TEXTURE_FLOAT:
-      return evaluateAs(texture, &TextureFloatInterface::getFloat,
-                        &TextureFloatInterface::getFloatBounds, show, sc);
+      return boundsAs(texture, &TextureFloatInterface::getFloatBounds);
     case EXT_TEXTURE_VECTOR:
-      return evaluateAs(texture, &TextureVectorInterface::getVector,
-                        &TextureVectorInterface::getVectorBounds, show, sc);
+      return boundsAs(texture, &TextureVectorInterface::getVectorBounds);
+    case EXT_TEXTURE:
+      return boundsAs(texture, &TextureInterface::getColorBounds);
+    default:
+      return std::nullopt;
+  }
+}
+
+Channels evaluate(const PluginInterface& texture, Show show, const ShadingContext& sc) {
+  if (channelCount(texture, show) == 0) return {};
+  if (show == Show::Lower) return boundsOf(texture)->lower;
+  if (show == Show::Upper) return boundsOf(texture)->upper;
+  switch (texture.getInterfaceId()) {
+    case EXT_TEXTURE_FLOAT:
+      return evaluateAs(texture, &TextureFloatInterface::getFloat, show, sc);
+    case EXT_TEXTURE_VECTOR:
+      return evaluateAs(texture, &TextureVectorInterface::getVector, show, sc);
     case EXT_TEXTURE_INT:
       return channels(
           static_cast<float>(static_cast<const TextureIntInterface&>(texture).getInt(sc)));
@@ -73,8 +89,7 @@ Channels evaluate(const PluginInterface& texture, Show show, const ShadingContex
       return channels(
           columnOf(static_cast<const TextureTransformInterface&>(texture).getTransform(sc), show));
     default:
-      return evaluateAs(texture, &TextureInterface::getColor, &TextureInterface::getColorBounds,
-                        show, sc);
+      return evaluateAs(texture, &TextureInterface::getColor, show, sc);
   }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "frame/texture_interfaces.h"
 #include "preview/scene/scene.h"
@@ -16,6 +17,13 @@ const char* kindName(const PluginInterface& texture);
 int channelCount(const PluginInterface& texture, Show show);
 
 using Channels = std::array<float, 4>;
+
+struct Bounds {
+  Channels lower, upper;
+};
+
+/// The bounds that a texture declares; none if it is of integers or transforms.
+std::optional<Bounds> boundsOf(const PluginInterface& texture);
 
 /// What `show` shows of a texture; the channels beyond its count are zero.
 Channels evaluate(const PluginInterface& texture, Show show, const ShadingContext& sc);

@@ -1,0 +1,54 @@
+// Runs in the page: does what a user does, and leaves its verdict in the page.
+const wrong = [];
+function expect(what, got, expected) {
+  if (String(got) !== String(expected)) wrong.push(`${what}: expected ${expected}, got ${got}`);
+}
+const names = () => [...document.querySelectorAll("main a:not([hidden]) b")].map(name => name.textContent);
+const press = key => document.activeElement.dispatchEvent(new KeyboardEvent("keydown", {key, bubbles: true, cancelable: true}));
+const isLoaded = image => image.decode().then(() => image.naturalWidth, () => 0);
+function enter(id, value) {
+  find(id)[find(id).type === "checkbox" ? "checked" : "value"] = value;
+  find(id).dispatchEvent(new Event("input", {bubbles: true}));
+}
+
+addEventListener("load", async () => {
+  expect("pictures", names(), "a,b,sum,lower,root");
+  press("/");
+  expect("focus after /", document.activeElement.id, "search");
+  enter("search", "LOW tint");
+  expect("found", names(), "lower");
+  expect("count", find("count").textContent, "1 of 5 pictures");
+  press("Escape");
+  expect("after Escape", names().length, 5);
+  enter("node", "tint");
+  expect("of the node", names(), "sum,lower,root");
+  enter("node", "");
+  enter("flawed", true);
+  expect("with warnings", names(), "root");
+  enter("flawed", false);
+
+  press("ArrowRight");
+  press("ArrowRight");
+  document.activeElement.click();
+  await new Promise(resolve => addEventListener("hashchange", resolve, {once: true}));
+  expect("large", dialog.open && find("name").textContent, "b");
+  expect("caption", find("caption").textContent, "<\/script> \u2264");
+  expect("range", [...document.querySelectorAll("#bars span")].map(end => end.textContent), "−1,3,−1,3,−1,3");
+  expect("values", document.querySelectorAll("#bars .bar")[1].lastChild.textContent, "from −2 to −2, clipped in part");
+  press("ArrowLeft");
+  press("ArrowLeft");
+  expect("last", find("name").textContent, "root");
+  expect("large picture", await isLoaded(find("large")), 16);
+  const counts = () => [...document.querySelectorAll("#special tr")].map(row => row.lastChild.textContent);
+  expect("counts", counts(), "192,0,0,0,");
+
+  press(".");
+  await new Promise(resolve => setTimeout(resolve, 100));
+  expect("frame", find("frameNumber").textContent + find("large").src.slice(-14), "frame 2/root.0002.png");
+  expect("picture of the frame", await isLoaded(find("large")), 16);
+  expect("missing", find("missing").hidden, true);
+  find("close").click();
+  expect("closed", dialog.open, false);
+  expect("grid of the frame", await isLoaded(document.querySelector("main img[src='a.0002.png']")), 16);
+  document.title = wrong.length === 0 ? "All is as expected" : wrong.join("; ");
+});

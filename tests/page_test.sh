@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# usage: tests/page_test.sh PREVIEW
+# Tries the page of a render in a browser; exit code 77 without one.
+set -euo pipefail
+
+preview=$1
+script=$(dirname "$(realpath "$0")")/page_test.js
+if ! command -v chromium >/dev/null; then
+  echo "THE PAGE IS NOT TESTED: there is no chromium here"
+  exit 77
+fi
+
+folder=$(mktemp -d)
+trap 'rm -r "$folder"' EXIT
+cd "$folder"
+cat >scene.json <<'EOS'
+{
+  "image": {"width": 16, "height": 12, "samples": 1},
+  "frames": {"first": 1, "last": 2},
+  "objects": {"wall": {"shape": {"plane": {"width": 9, "depth": 9}}, "transform": {"rotate": [90, 0, 0]}}},
+  "nodes": {
+    "n": {"plugin": "constant", "params": {"value": -1}},
+    "v": {"plugin": "constant", "params": {"value": [4, -2, 0]}},
+    "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n", "float_b": 0.5}}
+  },
+  "pictures": {
+    "a": {"from": "n"},
+    "b": {"from": "v", "range": [-1, 3], "caption": "</script> \u2264"},
+    "sum": {"from": "tint.sum"},
+    "lower": {"from": "tint.sum", "show": "lower"},
+    "root": {"from": "tint.power"}
+  }
+}
+EOS
+"$preview" render scene.json -o out
+{
+  cat out/index.html
+  echo "<script>"
+  cat "$script"
+  echo "</script>"
+} >out/test.html
+
+# The console, where errors come, is on the error stream. Virtual time waits for what is loaded.
+timeout 120 chromium --headless --no-sandbox --disable-gpu --user-data-dir="$folder/profile" --enable-logging=stderr \
+  --virtual-time-budget=10000 --dump-dom "file://$folder/out/test.html" >dom 2>log
+if grep CONSOLE log; then exit 1; fi
+grep -o '<title>.*</title>' dom
+grep -q '<title>All is as expected</title>' dom
