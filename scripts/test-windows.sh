@@ -47,5 +47,4 @@ else
 fi
 echo "==> an emulated PC, as $why"
 scripts/emulated-pc.sh || nothing_executed "$why, and the emulated PC cannot be installed"
-step "Windows in the emulated PC" \
-  scripts/emulated-pc.sh env SAMPLERINFO_RACE_FRAMES=100 scripts/test-wine.sh
+step "Windows in the emulated PC" scripts/emulated-pc.sh scripts/test-wine.sh
