@@ -5,6 +5,7 @@
 #include <oneapi/tbb/parallel_invoke.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <mutex>
 
@@ -83,16 +84,33 @@ void addTo(PictureNumbers& numbers, const FloatImage& values, const FloatImage& 
   }
 }
 
+/// Whether the words of a name stand in a text, whatever stands between their letters: "mode0" in
+/// "mode 0: sum", "sampler_point" in "sampler.point".
+bool names(const std::string& text, const std::string& name) {
+  const auto isLetter = [](unsigned char c) { return std::isalnum(c) != 0 || c >= 0x80; };
+  for (std::size_t begin = 0; begin < text.size(); ++begin) {
+    if (begin > 0 && isLetter(text[begin - 1])) continue;
+    std::size_t at = begin;
+    const bool found = std::ranges::all_of(name, [&](char letter) {
+      if (!isLetter(letter)) return true;
+      while (at < text.size() && !isLetter(text[at])) ++at;
+      return at < text.size() && text[at++] == letter;
+    });
+    if (found && (at == text.size() || !isLetter(text[at]))) return true;
+  }
+  return false;
+}
+
 std::string captionOf(const Picture& picture, const std::string& layer,
                       const SpecialPixels& specials) {
-  std::string caption = picture.name + ": ";
-  caption += picture.caption.empty() ? layer : picture.caption;
+  std::string caption = picture.caption.empty() ? layer : picture.caption;
+  if (!names(caption, picture.name)) caption.insert(0, picture.name + ": ");
   if (picture.low != 0 || picture.high != 1) {
     constexpr const char* kNoBreak = "\u00A0";
     caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
   }
   const std::string special = describe(specials);
-  if (!special.empty()) caption += " " + special;
+  if (!special.empty()) caption += " (" + special + ")";
   return caption;
 }
 

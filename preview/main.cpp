@@ -92,6 +92,7 @@ struct Options {
   int threads = 0;  // as many as the machine has
   std::vector<std::string> names;
   bool half = false;
+  bool quiet = false;
   bool log = false;
   bool markdown = false;
   bool json = false;
@@ -134,7 +135,7 @@ void runRender(const Options& options, Problems& problems) {
                     static_cast<std::size_t>(options.threads));
   }
   ErrorStreamLog log;
-  ProgressBar bar(!options.log && isatty(STDERR_FILENO) != 0);
+  ProgressBar bar(!options.log && !options.quiet && isatty(STDERR_FILENO) != 0);
   renderScene(
       std::move(scene), library,
       {.output = options.output,
@@ -209,7 +210,8 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
   app.set_version_flag("--version", std::string(kProgram) + " " PREVIEW_VERSION);
   app.footer(
       "Exit codes: 0 all is well; 1 the machine failed, or the plugin library did; 2 a command\n"
-      "line, a scene or a plugin library that cannot be used; 3 warnings, with check --strict;\n"
+      "line, scene, plugin library or folder that cannot be used; 3 warnings, with check "
+      "--strict;\n"
       "128 and the number of a signal that interrupted a render.");
   options.plugin = defaultPluginLibrary();
   app.add_option("--plugin", options.plugin, "The plugin library instead of SamplerInfo.so")
@@ -241,6 +243,7 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
       ->type_name("NAME")
       ->allow_extra_args(false)
       ->delimiter(',');
+  render->add_flag("-q,--quiet", options.quiet, "Show no progress");
   render->add_flag("--half", options.half, "Half floats in the EXR file");
   render->add_option("--threads", options.threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));

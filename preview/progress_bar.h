@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <string>
 
 namespace preview {
 
-/// How much is done, on the error stream while the object lives.
+/// What is being done, how much of it, and how long the rest will take: on the error stream, while
+/// the object lives.
 class ProgressBar {
  public:
   explicit ProgressBar(bool visible) : visible_(visible) {}
@@ -17,17 +20,34 @@ class ProgressBar {
   ProgressBar& operator=(const ProgressBar&) = delete;
 
   void show(const char* doing, double part) {
-    const int percent = static_cast<int>(part * 100);
-    if (!visible_ || percent == shown_) return;
-    shown_ = percent;
-    constexpr int kPercentPerMark = 2;
-    const std::string done(static_cast<std::size_t>(percent / kPercentPerMark), '#');
-    std::fprintf(stderr, "\r%-9s [%-50s] %3d %%", doing, done.c_str(), percent);
+    if (!visible_) return;
+    if (part == 0) begin_ = Clock::now();
+    constexpr int kMarks = 50;
+    const std::string marks(static_cast<std::size_t>(part * kMarks), '#');
+    char line[128];
+    std::snprintf(line, sizeof line, "%-9s [%-*s] %3d %%%s", doing, kMarks, marks.c_str(),
+                  static_cast<int>(part * 100), timeLeft(part).c_str());
+    if (shown_ == line) return;
+    shown_ = line;
+    std::fprintf(stderr, "\r\033[K%s", line);
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  std::string timeLeft(double part) const {
+    constexpr double kSoon = 1;  // seconds after which a guess is of use
+    const double passed = std::chrono::duration<double>(Clock::now() - begin_).count();
+    if (part == 0 || passed < kSoon) return "";
+    const auto left = std::llround(passed * (1 - part) / part);
+    constexpr int kMinute = 60;
+    return left < kMinute ? ", " + std::to_string(left) + " s left"
+                          : ", " + std::to_string((left + kMinute / 2) / kMinute) + " min left";
+  }
+
   bool visible_;
-  int shown_ = -1;
+  Clock::time_point begin_;
+  std::string shown_;
 };
 
 }  // namespace preview

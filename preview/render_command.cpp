@@ -129,6 +129,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   const Plan plan = planOf(scene, network, problems);
   problems.throwFirst();
   const int rowsAtOnce = rowsAtATime(scene, plan);
+  progress("reading", 0);
   World world(scene);
   // While nothing is written, an interruption ends the program at once.
   noteInterruptions();
@@ -139,6 +140,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
 
   try {
+    progress("rendering", 0);
     network.renderBegin();
     const auto [first, last] = options.frames;
     for (std::int32_t number = first; number <= last; ++number) {

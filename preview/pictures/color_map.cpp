@@ -31,10 +31,16 @@ Color colorOf(std::span<const float> values, double low, double high, SpecialPix
     return kMinusInfinityColor;
   }
   Color color;
+  bool above = false, below = false;
   for (std::size_t c = 0; c < color.size(); ++c) {
     const double value = values.size() == 1 ? values[0] : values[c];
-    color[c] = static_cast<float>(std::clamp((value - low) / (high - low), 0.0, 1.0));
+    const double part = (value - low) / (high - low);
+    above = above || part > 1;
+    below = below || part < 0;
+    color[c] = static_cast<float>(std::clamp(part, 0.0, 1.0));
   }
+  specials.aboveWhite += above ? 1 : 0;
+  specials.belowBlack += below ? 1 : 0;
   return color;
 }
 
@@ -44,6 +50,8 @@ SpecialPixels& SpecialPixels::operator+=(const SpecialPixels& more) {
   nan += more.nan;
   plusInfinity += more.plusInfinity;
   minusInfinity += more.minusInfinity;
+  aboveWhite += more.aboveWhite;
+  belowBlack += more.belowBlack;
   return *this;
 }
 
@@ -57,6 +65,8 @@ std::string describe(const SpecialPixels& specials) {
   add(specials.nan, "NaN");
   add(specials.plusInfinity, "+inf");
   add(specials.minusInfinity, "-inf");
+  add(specials.aboveWhite, "above white");
+  add(specials.belowBlack, "below black");
   return text;
 }
 

@@ -9,14 +9,15 @@
 /// How raw values become colours that can be shown.
 namespace preview {
 
-/// How many pixels are shown in a colour that stands for no value.
+/// How many pixels are shown in a colour that stands for no value, or are clipped.
 struct SpecialPixels {
-  std::size_t nan = 0, plusInfinity = 0, minusInfinity = 0;
+  std::size_t nan = 0, plusInfinity = 0, minusInfinity = 0, aboveWhite = 0, belowBlack = 0;
 
   SpecialPixels& operator+=(const SpecialPixels& more);
 };
 
-/// For a caption: "3 NaN, 12 +inf, 1 -inf", what there is of it; empty if there is nothing.
+/// For a caption: "3 NaN, 12 +inf, 1 -inf, 5 above white, 2 below black", what there is of it;
+/// empty if there is nothing.
 std::string describe(const SpecialPixels& specials);
 
 struct ColorImage {
