@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ranges>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -103,7 +102,10 @@ void OutputFolder::commit() {
     }
   } catch (const fs::filesystem_error& e) {
     std::error_code ignored;
-    for (const auto& [from, to] : std::views::reverse(moved)) fs::rename(to, from, ignored);
+    for (; !moved.empty(); moved.pop_back()) {
+      const auto& [from, to] = moved.back();
+      fs::rename(to, from, ignored);
+    }
     fail(current + e.code().message());
   }
 }
