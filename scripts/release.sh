@@ -18,10 +18,10 @@ cd "$work/samplerinfo"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8 CCACHE_DISABLE=1
 
-for preset in package package-windows; do
-  step "configure $preset" cmake --preset "$preset"
-  step "build $preset" cmake --build --preset "$preset"
-done
+step "configure package" cmake --preset package
+step "build package" cmake --build --preset package
+step "configure package-windows" cmake --preset package-windows
+step "build package-windows" cmake --build --preset package-windows --target samplerinfo
 step "pack for Linux" cpack --config build/package/CPackConfig.cmake -B "$dist" -G "DEB;TGZ"
 step "pack for Windows" cpack --config build/package-windows/CPackConfig.cmake -B "$dist" -G ZIP
 rm -r "$dist/_CPack_Packages"
