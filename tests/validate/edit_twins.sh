@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: tests/validate/edit_twins.sh FOLDER
 # Writes for each twin of twins.txt the edited file to FOLDER/NUMBER/FILE, and FOLDER/twins.cmake with a line for each.
 set -euo pipefail

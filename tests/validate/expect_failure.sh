@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: tests/validate/expect_failure.sh VALIDATE MODULE CHECK TEXT
 # Succeeds if the check fails on the module, and says so with this text.
 set -uo pipefail
