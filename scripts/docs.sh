@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # usage: scripts/docs.sh
-# Writes the tables of docs/plugins.md anew, from what the library registers.
+# Writes the tables of docs/plugins.md anew, from what the library registers, and the pictures in docs/pictures.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -12,6 +12,9 @@ grep -qxF "$marker" "$document" || fail "no line \"$marker\" in $document"
 step "packages" scripts/install.sh build
 step "configure release" cmake --preset release
 step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
-tables=$(build/release/preview/samplerinfo-preview list --markdown)
+preview=build/release/preview/samplerinfo-preview
+rm -rf docs/pictures
+step "pictures" scripts/docs-pictures.sh "$preview" docs/pictures
+tables=$("$preview" list --markdown)
 text=$(sed "/^$marker\$/q" "$document")
 printf '%s\n\n%s\n' "$text" "$tables" >"$document"

@@ -244,6 +244,16 @@ class Preview : public testing::TestWithParam<Case> {
     return step;
   }
 
+  void compare(const fs::path& picture, const fs::path& recorded, int line) const {
+    constexpr double kTolerated = 0.001;  // of the pixels
+    const double differing = difference(Png(picture), Png(recorded));
+    if (differing <= kTolerated) return;
+    const fs::path kept = fs::path(testing::TempDir()) / recorded.filename();
+    fs::copy_file(picture, kept, fs::copy_options::overwrite_existing);
+    fail(line, std::to_string(100 * differing) + " % of the pixels differ from " +
+                   recorded.string() + "\nThere came " + kept.string());
+  }
+
   void take(const Step& step) try {
     std::istringstream words(step.text);
     std::string name, second;
@@ -271,15 +281,12 @@ class Preview : public testing::TestWithParam<Case> {
       const std::string got = pixelText(folder_ / name, x, y);
       if (!isLike(second, got)) fail(step.line, "expected " + second + "\nThere came  " + got);
     } else if (step.verb == "picture") {
-      constexpr double kTolerated = 0.001;  // of the pixels
       words >> second;
       const fs::path recorded = fs::path(case_.file).parent_path() / second;
-      const double differing = difference(Png(folder_ / name), Png(recorded));
-      if (differing <= kTolerated) return;
-      const fs::path kept = fs::path(testing::TempDir()) / second;
-      fs::copy_file(folder_ / name, kept, fs::copy_options::overwrite_existing);
-      fail(step.line, std::to_string(100 * differing) + " % of the pixels differ from " +
-                          recorded.string() + "\nThere came " + kept.string());
+      if (!fs::is_directory(recorded)) return compare(folder_ / name, recorded, step.line);
+      for (const fs::directory_entry& each : fs::directory_iterator(recorded)) {
+        compare(folder_ / name / each.path().filename(), each.path(), step.line);
+      }
     } else {
       fail(step.line, "unknown verb " + step.verb);
     }
