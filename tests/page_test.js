@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs in the page: does what a user does, and leaves its verdict in the page.
 const wrong = [];
 function expect(what, got, expected) {

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # usage: tests/page_test.sh PREVIEW
 # Tries the page of a render in a browser; exit code 77 without one.
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "preview/pictures/page.h"
 
 #include <cerrno>
