@@ -127,14 +127,16 @@ class Network {
   std::vector<AskedOutput> questions_;
 };
 
-/// Calls `round` with one seed after the other, so many times or as long as `--seconds` says, and
-/// notes how many evaluations it says that it did. A failure names the seed that has it come first.
+/// Calls `round` with one seed after the other, so many times, or as often as a busy machine can in
+/// 20 s, or as long as `--seconds` says, and notes how many evaluations it says that it did. A
+/// failure names the seed that has it come first.
 template <class Round>
 void forSeeds(int times, const Round& round) {
   using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::duration<double>(trial.seconds);
+  const bool soak = trial.seconds > 0;
+  const auto end = Clock::now() + std::chrono::duration<double>(soak ? trial.seconds : 20);
   std::uint64_t evaluations = 0;
-  for (int i = 0; trial.seconds > 0 ? Clock::now() < end : i < times; ++i, ++trial.seed)
+  for (int i = 0; Clock::now() < end && (soak || i < times); ++i, ++trial.seed)
     evaluations += static_cast<std::uint64_t>(round(trial.seed));
   note(std::to_string(evaluations) + " evaluations");
 }
