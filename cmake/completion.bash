@@ -11,7 +11,7 @@ _samplerinfo() {
   done
   help=$("$1" ${command:+"$command"} --help 2>/dev/null || "$1" --help 2>/dev/null)
   if [[ $2 == -* ]]; then
-    words=$(grep -E '^ +-' <<<"$help" | grep -oE -- '--[a-z]+')
+    words=$(grep -E '^ +-' <<<"$help" | grep -oE -- '--[a-z]+' | awk '!seen[$0]++')
   elif [[ -z $command ]]; then
     words=$(sed -nE '/^Subcommands:/,/^$/s/^ +([a-z]+) .*/\1/p' <<<"$help")
   fi
