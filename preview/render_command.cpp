@@ -142,8 +142,8 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   try {
     progress("rendering", 0);
     network.renderBegin();
-    const auto [first, last] = options.frames;
-    for (std::int32_t number = first; number <= last; ++number) {
+    const Frames& frames = options.frames;
+    for (std::int32_t number = frames.first; number <= frames.last; ++number) {
       const Frame frame(scene, world, number, options.log);
       network.frameBegin();
       FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
@@ -153,7 +153,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
         const auto report = [&](const char* doing, double part) {
           if (interruption != 0) throw std::runtime_error("interrupted");
           const double ofFrame = (row + part * rows) / scene.image.height;
-          progress(doing, (number - first + ofFrame) / options.frames.count());
+          progress(doing, (number - frames.first + ofFrame) / frames.count());
         };
         const Film film = renderRows(scene, frame, plan.sources, row, rows,
                                      [&](double part) { report("rendering", part * rendering); });
