@@ -67,6 +67,8 @@ void writePageNumbers(const std::filesystem::path& path, std::int32_t frame,
     json.push_back({{"nan", picture.specials.nan},
                     {"plusInfinity", picture.specials.plusInfinity},
                     {"minusInfinity", picture.specials.minusInfinity},
+                    {"aboveWhite", picture.specials.aboveWhite},
+                    {"belowBlack", picture.specials.belowBlack},
                     {"outsideBounds", outside ? Json(*outside) : Json()},
                     {"channels", channels}});
   }
