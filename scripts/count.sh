@@ -5,13 +5,14 @@
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-product=(frame host math sampler colorops floatvectorops standin preview cmake)
+product=(frame host math sampler colorops floatvectorops standin preview validate cmake)
 
 # The lines of the files in these folders.
 lines() {
   local patterns=() folder
   for folder in "$@"; do patterns+=("$folder/*.c" "$folder/*.cpp" "$folder/*.h"); done
-  git ls-files -- "${patterns[@]}" | cloc --quiet --csv --skip-uniqueness --list-file=- | awk -F, '$2 == "SUM" { print $5 }'
+  git ls-files -- "${patterns[@]}" |
+    cloc --quiet --csv --skip-uniqueness --list-file=- | awk -F, '$2 == "SUM" { print $5 }'
 }
 
 step "packages" scripts/install.sh lint
