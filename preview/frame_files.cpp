@@ -87,7 +87,10 @@ void addTo(PictureNumbers& numbers, const FloatImage& values, const FloatImage& 
 /// Whether the words of a name stand in a text, whatever stands between their letters: "mode0" in
 /// "mode 0: sum", "sampler_point" in "sampler.point".
 bool names(const std::string& text, const std::string& name) {
-  const auto isLetter = [](unsigned char c) { return std::isalnum(c) != 0 || c >= 0x80; };
+  const auto isLetter = [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return std::isalnum(byte) != 0 || byte >= 0x80;
+  };
   for (std::size_t begin = 0; begin < text.size(); ++begin) {
     if (begin > 0 && isLetter(text[begin - 1])) continue;
     std::size_t at = begin;
@@ -142,6 +145,11 @@ PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits) {
   return page;
 }
 
+FrameFiles::PictureFile::PictureFile(std::filesystem::path path, const Image& size, int channels)
+    : png(std::move(path), size.width, size.height), thumbnail(size.width, size.height) {
+  numbers.channels.resize(static_cast<std::size_t>(channels));
+}
+
 FrameFiles::FrameFiles(const Scene& scene, const Plan& plan, const Frame& frame,
                        std::int32_t number, std::string suffix, const OutputFolder& folder,
                        bool half)
@@ -177,14 +185,10 @@ void FrameFiles::writePicture(std::size_t index, const Film& film) {
   const Picture& picture = scene_.pictures[index];
   const LayerSource& source = plan_.sources[plan_.sourceOfPicture[index]];
   const FloatImage& values = film.layers[plan_.sourceOfPicture[index]];
-  const Image& size = scene_.image;
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
-    file.reset(
-        new PictureFile{{folder_.pathFor(picture.name + suffix_ + ".png"), size.width, size.height},
-                        {size.width, size.height},
-                        {}});
-    file->numbers.channels.resize(static_cast<std::size_t>(channelCount(source)));
+    file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
+                                         scene_.image, channelCount(source));
   }
   const auto [colors, specials] = mapToColors(values, film.coverage, picture.low, picture.high);
   file->png.write(colors);

@@ -41,6 +41,8 @@ class FrameFiles {
     PngFile png;
     Reduction thumbnail;
     PictureNumbers numbers;
+
+    PictureFile(std::filesystem::path path, const Image& size, int channels);
   };
   void writePicture(std::size_t index, const Film& film);
   void writeExr(const Film& film);
