@@ -19,4 +19,4 @@ step "packages" scripts/install.sh build
 step "configure release" cmake --preset release
 step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
 step "render $scene" build/release/preview/samplerinfo-preview render "$scene" -o "$out" "$@"
-echo "The pictures are in $PWD/$out"
+echo "The pictures are in $PWD/$out; open index.html there"
