@@ -114,7 +114,8 @@ class Builder {
       while (*--begin != '"') {
       }
       escaped = false;
-      for (const char* before = begin; *--before == '\\';) escaped = !escaped;
+      for (const char* before = begin; before != text_.data() && *--before == '\\';)
+        escaped = !escaped;
     }
     return begin;
   }
