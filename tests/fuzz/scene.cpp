@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a scene file: read, its nodes made and connected, and told that a frame begins.
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "preview/messages/errors.h"
+#include "preview/scene/network.h"
+#include "preview/scene/scene_file.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace preview;
+  static const PluginLibrary library(SAMPLERINFO_MODULE);
+  static const int file = memfd_create("scene", 0);
+  static const std::string path = "/proc/self/fd/" + std::to_string(file);
+  if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) abort();
+  Problems problems;
+  problems.attempt([&] {
+    const Scene scene = readScene(path, problems);
+    const Network network(scene.nodes, library, problems);
+    if (!problems.errors().empty()) return;
+    network.renderBegin();
+    network.frameBegin();
+  });
+  for (const SceneError& error : problems.errors()) problems.positionOf(error);
+  return 0;
+}
