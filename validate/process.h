@@ -16,7 +16,7 @@ bool isMapped(const std::string& path);
 /// The names that a module exports.
 std::vector<std::string> exportsOf(const std::string& path, void* module);
 
-/// How many bytes of the heap are in use; 0 where the C library does not say.
+/// How many bytes of the C library's heap are in use.
 std::size_t heapInUse();
 
 /// How a process came to its end, and what it wrote on its standard output.

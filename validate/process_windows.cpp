@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <malloc.h>
 #include <windows.h>
 
 #include <cmath>
@@ -44,7 +45,13 @@ std::vector<std::string> exportsOf(const std::string& /*path*/, void* module) {
   return names;
 }
 
-std::size_t heapInUse() { return 0; }
+// That of msvcrt.dll, which is this program's too.
+std::size_t heapInUse() {
+  std::size_t size = 0;
+  _HEAPINFO entry{};
+  while (_heapwalk(&entry) == _HEAPOK) size += entry._useflag == _USEDENTRY ? entry._size : 0;
+  return size;
+}
 
 Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   char program[MAX_PATH];

@@ -14,6 +14,8 @@ std::vector<std::string> tableLines();
 /// inputs. Where `powf` is used there is a line with the numbers themselves for each of the first
 /// rows.
 std::vector<std::string> resultLines();
+/// Fails unless these lines are the recorded ones, powers to the last place.
+void expectRecorded(const std::vector<std::string>& lines);
 
 /// Prints what a digest stands for: inputs and answers of a group of rows. Returns false if there
 /// is no such output, question or group.

@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: MIT
+// What compilers for 32-bit Windows take for granted of the functions that they call, and what only
+// that system has.
+#include <malloc.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <bit>
+#include <cfloat>
+#include <cstdlib>
+#include <cstring>
+
+#include "validate/checks/added_interface.h"
+#include "validate/checks/records.h"
+#include "validate/network.h"
+#include "validate/process.h"
+
+namespace validate {
+
+namespace {
+
+// ---- Calls ----
+
+/// Static, so that it is in reach whatever the registers and the stack are.
+struct {
+  // before the call
+  void *function, *self, *stack;
+  bool givesFloat;
+  // after it
+  void* stackAfter;
+  std::uint32_t eax, edx, ebx, esi, edi, ebp;
+  float st0;
+  // of the caller
+  void *esp, *frame;
+} now;
+
+constexpr std::uint32_t kEbx = 0xB1B1B1B1, kEsi = 0x51515151, kEdi = 0xD1D1D1D1, kEbp = 0xBEBEBEBE;
+
+/// Calls with these words on a stack that lies so many bytes above a multiple of 16.
+[[gnu::noinline]] void enter(const std::vector<std::uint32_t>& words, std::uint32_t above) {
+  const std::size_t size = words.size() * sizeof words[0];
+  const auto room = reinterpret_cast<std::uintptr_t>(alloca(size + 32));
+  now.stack = reinterpret_cast<void*>((room + 15) / 16 * 16 + above);
+  std::memcpy(now.stack, words.data(), size);
+  asm volatile(
+      "movl %%esp, %[esp]\n movl %%ebp, %[frame]\n movl %[stack], %%esp\n movl %[self], %%ecx\n"
+      "movl %[kEbx], %%ebx\n movl %[kEsi], %%esi\n movl %[kEdi], %%edi\n movl %[kEbp], %%ebp\n"
+      "call *%[function]\n"
+      "movl %%esp, %[stackAfter]\n movl %[esp], %%esp\n"
+      "movl %%ebp, %[ebp]\n movl %[frame], %%ebp\n"
+      "movl %%ebx, %[ebx]\n movl %%esi, %[esi]\n movl %%edi, %[edi]\n"
+      "movl %%eax, %[eax]\n movl %%edx, %[edx]\n"
+      "cmpb $0, %[givesFloat]\n je 0f\n fstps %[st0]\n0:"
+      : [esp] "+m"(now.esp), [frame] "+m"(now.frame), [stackAfter] "=m"(now.stackAfter),
+        [eax] "=m"(now.eax), [edx] "=m"(now.edx), [ebx] "=m"(now.ebx), [esi] "=m"(now.esi),
+        [edi] "=m"(now.edi), [ebp] "=m"(now.ebp), [st0] "=m"(now.st0)
+      : [function] "m"(now.function), [self] "m"(now.self), [stack] "m"(now.stack),
+        [givesFloat] "m"(now.givesFloat), [kEbx] "i"(kEbx), [kEsi] "i"(kEsi), [kEdi] "i"(kEdi),
+        [kEbp] "i"(kEbp)
+      : "eax", "ecx", "edx", "ebx", "esi", "edi", "cc", "memory", "st", "st(1)", "st(2)", "st(3)",
+        "st(4)", "st(5)", "st(6)", "st(7)", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6",
+        "xmm7");
+}
+
+std::uint32_t alignment;  ///< of the stack in the calls that follow
+
+std::string stack() { return "esp " + text(alignment) + " above a multiple of 16"; }
+
+/// Calls an operation and looks at what it leaves behind.
+template <int number, class Result, class... Parameters>
+Result call(const char* name, const Operation<number, Result(Parameters...)>& /*operation*/,
+            void* self, std::type_identity_t<Parameters>... arguments) {
+  constexpr bool kIsRecord = std::is_class_v<Result>;
+  constexpr std::uint32_t kGuard = 0x6A6A6A6A;
+  std::array<std::uint32_t, 20> room;  // a record, and guards around it
+  std::uint32_t* const record = &room[4];
+  room.fill(kGuard);
+
+  std::vector<std::uint32_t> words;
+  const auto push = [&words](const auto& argument) {
+    const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
+    words.insert(words.end(), bits.begin(), bits.end());
+  };
+  if constexpr (kIsRecord) push(record);
+  (push(arguments), ...);
+  now.function = virtualTable(self)[number];
+  now.self = self;
+  now.givesFloat = std::is_same_v<Result, float>;
+  enter(words, alignment);
+
+  const auto expectKept = [&](const char* what, std::uint32_t came, std::uint32_t expected) {
+    if (came == expected) return;
+    failExpectation(name + (", " + stack()) + ": " + what,
+                    formatted("%08x", static_cast<unsigned>(came)),
+                    formatted("%08x", static_cast<unsigned>(expected)));
+  };
+  expectKept("bytes that it takes off the stack",
+             static_cast<std::uint32_t>(static_cast<char*>(now.stackAfter) -
+                                        static_cast<char*>(now.stack)),
+             4 * words.size());
+  expectKept("ebx", now.ebx, kEbx);
+  expectKept("esi", now.esi, kEsi);
+  expectKept("edi", now.edi, kEdi);
+  expectKept("ebp", now.ebp, kEbp);
+  if constexpr (kIsRecord) {
+    expectKept("eax, where the record is", now.eax, words[0]);
+    for (std::size_t i = 0; i < room.size(); ++i) {
+      if (i < 4 || i >= 4 + sizeof(Result) / 4) expectKept("beside the record", room[i], kGuard);
+    }
+    Result result;
+    std::memcpy(&result, record, sizeof result);
+    return result;
+  } else if constexpr (std::is_same_v<Result, float>) {
+    return now.st0;
+  } else if constexpr (std::is_same_v<Result, std::uint64_t>) {
+    return std::uint64_t{now.edx} << 32 | now.eax;
+  } else if constexpr (!std::is_void_v<Result>) {
+    return std::bit_cast<Result>(now.eax);
+  }
+}
+#define CALL(operation, ...) call(#operation, operation, __VA_ARGS__)
+
+/// What `ask` does, by such calls.
+void askTexture(const Network::Asked& asked, float* numbers) {
+  const char* const name = asked.output.c_str();
+  void* const texture = asked.texture;
+  const ShadingContext* const sc = &asked.context;
+  const auto put = [numbers](const auto& answer) { std::memcpy(numbers, &answer, sizeof answer); };
+  const auto askOne = [&](const auto& value, const auto& bounds, const auto& gradient) {
+    if (asked.question == VALUE) return put(call(name, value, texture, sc));
+    if (asked.question == GRADIENT) return put(call(name, gradient, texture, sc));
+    decltype(value(texture, sc)) limits[2];
+    call(name, bounds, texture, &limits[0], &limits[1]);
+    put(limits);
+  };
+  switch (asked.kind) {
+    case COLOR:
+      return askOne(TextureInterface::getColor, TextureInterface::getColorBounds,
+                    TextureInterface::getGradient);
+    case NUMBER:
+      return askOne(TextureFloatInterface::getFloat, TextureFloatInterface::getFloatBounds,
+                    TextureFloatInterface::getGradient);
+    case VECTOR:
+      return askOne(TextureVectorInterface::getVector, TextureVectorInterface::getVectorBounds,
+                    TextureVectorInterface::getGradient);
+    case INTEGER:
+      return put(call(name, TextureIntInterface::getInt, texture, sc));
+    case TRANSFORM:
+      return put(call(name, TextureTransformInterface::getTransform, texture, sc));
+  }
+}
+
+CHECK("abi.stack",
+      "on a stack aligned to 4 bytes, however it lies, a question is answered with the same bits") {
+  forSeeds(20, [descs = descriptors()](std::uint32_t seed) {
+    const Network network({.descs = descs, .seed = seed});
+    for (int n = 0; n < network.questions(); ++n) {
+      const Network::Asked asked = network.asked(n);
+      float expected[12];
+      const int count = ask(asked.texture, asked.kind, asked.question, asked.context, expected);
+      for (alignment = 0; alignment < 16; alignment += 4) {
+        float came[12];
+        askTexture(asked, came);
+        for (int i = 0; i < count; ++i)
+          expect(network.question(n) + ", " + stack(), came[i], expected[i]);
+      }
+    }
+    return 5 * network.questions();
+  });
+}
+
+void ignore(void* /*host*/, void* /*desc*/) {}
+const Table hostTable{
+    QuorPluginHost::registerPluginDesc.entry<ignore>(),
+    QuorPluginHost::unregisterPluginDesc.entry<ignore>(),
+};
+
+/// What a host asks of a descriptor and a plugin, but for evaluations.
+void live(void* desc) {
+  void* const* host = hostTable.slots;
+  AddedInterface added(1);
+  CALL(PluginDesc::getPluginId, desc);
+  CALL(PluginDesc::getPluginName, desc);
+  CALL(PluginDesc::supportsInterface, desc, EXT_QUOR_PLUGIN);
+  CALL(PluginDesc::getExtraInfo, desc);
+  CALL(PluginDesc::registerPlugin, desc, &host);
+  void* const plugin = CALL(PluginDesc::newPlugin, desc, nullptr);
+  CALL(Plugin::getPluginDesc, plugin);
+  CALL(Plugin::setPluginName, plugin, "a name");
+  CALL(PluginBase::addInterface, plugin, &added, 1);
+  CALL(PluginBase::removeInterface, plugin, &added);
+  CALL(PluginBase::releaseInterface, plugin, &added);
+  void* const part = CALL(PluginBase::getInterface, plugin, EXT_QUOR_PLUGIN);
+  CALL(PluginInterface::getInterfaceId, part);
+  CALL(PluginInterface::getInterfaceName, part);
+  CALL(PluginInterface::getPlugin, part);
+  CALL(PluginInterface::release, part);
+  CALL(QuorPluginInterface::renderBegin, part, nullptr);
+  for (const ParameterInfo& info : parametersOf(desc)) {
+    QuorPluginParameter* const value = CALL(QuorPluginInterface::getParameter, part, info.name);
+    if (!isOutput(info)) CALL(QuorPluginInterface::setParameter, part, value);
+  }
+  CALL(QuorPluginInterface::frameBegin, part, nullptr);
+  CALL(QuorPluginInterface::frameEnd, part, nullptr);
+  CALL(QuorPluginInterface::renderEnd, part, nullptr);
+  if (void* const source = CALL(PluginBase::getInterface, plugin, EXT_RTTEX)) {
+    CALL(RTTexInterface::getShaderInfo, source);
+    CALL(RTTexInterface::setShaderInfo, source, nullptr);
+  }
+  CALL(PluginDesc::deletePlugin, desc, plugin);
+  CALL(PluginDesc::unregisterPlugin, desc, &host);
+}
+
+CHECK("abi.registers",
+      "a call keeps ebx, esi, edi and ebp, takes its arguments off the stack, and writes nothing "
+      "beside a record, whose address it returns") {
+  for (alignment = 0; alignment < 16; alignment += 4) {
+    CALL(PluginLibDesc::getLibraryName, library());
+    CALL(PluginLibDesc::getLibraryDescription, library());
+    CALL(PluginLibDesc::enumPluginDescs, library(), nullptr);
+    for (void* desc : descriptors()) live(desc);
+  }
+}
+
+// ---- Memory ----
+
+CHECK("abi.deleting",
+      "the destructor's argument says whether it gives the memory back: 0, no, or 1, yes") {
+  constexpr Operation<slot(1), void*(std::uint32_t flags)> destroy;
+  for (void* desc : descriptors()) {
+    for (const std::uint32_t flags : {0, 1}) {
+      const std::string asked = nameOf(desc) + ", destroyed with " + text(flags);
+      const std::size_t before = heapInUse();
+      void* const plugin = PluginDesc::newPlugin(desc, nullptr);
+      if (heapInUse() == before) leaveOut("the module does not allocate in msvcrt.dll");
+      {
+        AddedInterface added(1);
+        PluginBase::addInterface(plugin, &added, 1);
+        CALL(destroy, plugin, flags);
+        expect(asked + ": releases", added.releases, 1);
+      }
+      expect(asked + ": memory is left", heapInUse() != before, flags == 0);
+      if (flags == 0) std::free(plugin);
+      expect(asked + ": all memory is given back", heapInUse() == before, true);
+    }
+  }
+}
+
+// ---- Loading ----
+
+struct {
+  std::int32_t calls, plugins;
+} atDisabling;
+
+/// Stands in for the system's function. The host's library may call it too.
+BOOL WINAPI disableThreadLibraryCalls(HMODULE module) {
+  auto* const getLibDesc = reinterpret_cast<void* (*)()>(symbolOf(module, "getLibDesc"));
+  if (getLibDesc == nullptr) return TRUE;
+  ++atDisabling.calls;
+  void* const library = getLibDesc();
+  if (words(library)[0] != nullptr)
+    atDisabling.plugins = PluginLibDesc::enumPluginDescs(library, nullptr);
+  return TRUE;
+}
+
+/// Every call of a function goes to another from now on.
+void divert(void* function, void* other) {
+  unsigned char jump[5] = {0xE9};
+  const std::int32_t distance =
+      static_cast<char*>(other) - (static_cast<char*>(function) + sizeof jump);
+  std::memcpy(&jump[1], &distance, sizeof distance);
+  DWORD protection;
+  VirtualProtect(function, sizeof jump, PAGE_EXECUTE_READWRITE, &protection);
+  std::memcpy(function, jump, sizeof jump);
+}
+
+CHECK("samplerinfo.thread_notifications",
+      "loading makes the descriptors, then switches off the notifications of threads, once") {
+  divert(symbolOf(GetModuleHandleA("kernel32"), "DisableThreadLibraryCalls"),
+         reinterpret_cast<void*>(&disableThreadLibraryCalls));
+  const std::int32_t plugins = PluginLibDesc::enumPluginDescs(library(), nullptr);
+  expect("calls of DisableThreadLibraryCalls", atDisabling.calls, 1);
+  expect("descriptors at that time", atDisabling.plugins, plugins);
+}
+
+// ---- Arithmetic ----
+
+CHECK("samplerinfo.x87",
+      "every output answers as recorded with the x87 at 53 bits, and at 24 bits, too, but for what "
+      "the C runtime computes") {
+  _controlfp(_PC_53, _MCW_PC);
+  const std::vector<std::string> lines = resultLines();
+  expectRecorded(lines);
+  _controlfp(_PC_24, _MCW_PC);
+  const std::vector<std::string> inSingle = resultLines();
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const bool ofRuntime = std::ranges::any_of(
+        std::array{".power ", ".mode=5 ", ".sin ", ".cos "},
+        [&](const char* name) { return lines[i].find(name) != std::string::npos; });
+    if (!ofRuntime) expect("at 24 bits", inSingle[i], lines[i]);
+  }
+}
+
+}  // namespace
+
+}  // namespace validate
