@@ -12,12 +12,14 @@
 #include <string>
 
 #include "preview/messages/errors.h"
+#include "preview/messages/number_text.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
+constexpr double kMaxNumber = 1e9;  // of a file; what is made of it stays within floats
 
 /// A vertex in double precision; the normal's length is free.
 struct SurfacePoint {
@@ -138,6 +140,7 @@ class ObjLines {
       checkNumbers(words, word == "vt" ? 1 : 3);
       ++counts_[static_cast<std::size_t>(kind - kKinds)];
     }
+    if (!file.eof()) fail(path_, "cannot be read");
     for (std::size_t kind = 0; kind < std::size(kKinds); ++kind) {
       const auto [greatest, line] = greatest_[kind];
       if (greatest <= counts_[kind]) continue;
@@ -158,8 +161,10 @@ class ObjLines {
       const char* begin = word.data() + (word.front() == '+' ? 1 : 0);
       const char* end = word.data() + word.size();
       double value = 0;
-      if (std::from_chars(begin, end, value).ptr != end || !std::isfinite(value)) {
-        failAtLine("\"" + shortened(word) + "\" is not a number");
+      const auto [behind, error] = std::from_chars(begin, end, value);
+      if (error != std::errc() || behind != end || !(std::abs(value) <= kMaxNumber)) {
+        failAtLine("\"" + shortened(word) + "\" is not a number from " + text(-kMaxNumber) +
+                   " to " + text(kMaxNumber));
       }
     }
     if (missing > 0) failAtLine("a number is missing");
@@ -215,16 +220,6 @@ V3d normalOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
 V3d uvwOf(const tinyobj::attrib_t& attrib, const tinyobj::index_t& corner) {
   const float* t = &attrib.texcoords[2 * static_cast<std::size_t>(corner.texcoord_index)];
   return {t[0], t[1], 0};
-}
-
-void check(const std::filesystem::path& path, const tinyobj::attrib_t& attrib,
-           const Corners& corners) {
-  if (corners.empty()) fail(path, "has no faces");
-  for (const auto* list : {&attrib.vertices, &attrib.normals, &attrib.texcoords}) {
-    if (!std::ranges::all_of(*list, [](float value) { return std::isfinite(value); })) {
-      fail(path, "has a coordinate that is not a finite number");
-    }
-  }
 }
 
 /// What leads from the first corner of a triangle to the second and to the third.
@@ -284,7 +279,7 @@ Mesh loadObj(const std::filesystem::path& path) {
   for (const tinyobj::shape_t& shape : shapes) {
     corners.insert(corners.end(), shape.mesh.indices.begin(), shape.mesh.indices.end());
   }
-  check(path, attrib, corners);
+  if (corners.empty()) fail(path, "has no faces");
 
   Mesh mesh;
   mesh.hasUvw = std::ranges::all_of(
