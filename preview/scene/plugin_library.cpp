@@ -2,13 +2,30 @@
 #include "preview/scene/plugin_library.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
+#include <cstring>
+#include <fstream>
 
 #include "preview/messages/errors.h"
 #include "standin/introspection.h"
 
 namespace preview {
+
+namespace {
+
+/// Whether a library ends before the last of what its header announces, the table of its sections:
+/// the loader would map what is not there, and crash.
+bool isCutOff(const std::filesystem::path& file) {
+  ElfW(Ehdr) header = {};
+  std::ifstream(file, std::ios::binary).read(reinterpret_cast<char*>(&header), sizeof header);
+  const std::size_t sections = std::size_t{header.e_shnum} * header.e_shentsize;
+  return std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 &&
+         file_size(file) < header.e_shoff + sections;
+}
+
+}  // namespace
 
 void PluginLibrary::Close::operator()(void* handle) const { dlclose(handle); }
 
@@ -18,6 +35,7 @@ void PluginLibrary::refuse(const std::string& why) const {
 }
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file) : file_(file) {
+  if (isCutOff(file)) refuse("it is cut off");
   // A name without a slash would be looked for in the system's folders.
   handle_.reset(dlopen(absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!handle_) throw InputError(std::string("cannot load the plugin library: ") + dlerror());
