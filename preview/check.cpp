@@ -194,7 +194,7 @@ void lookAtGrid(const Scene& scene, const Look& look, std::vector<Watched>& text
 class Report {
  public:
   Report(std::ostream& out, const std::filesystem::path& file, const Problems& problems)
-      : out_(out), file_(file.string()), problems_(problems) {}
+      : out_(out), file_(shownPath(file)), problems_(problems) {}
 
   void line(const char* severity, const SceneError& what) {
     out_ << file_ << positionText(problems_.positionOf(what)) << ": " << severity << what.what()
@@ -284,7 +284,7 @@ Findings check(const std::filesystem::path& file, const PluginLibrary& library, 
   });
   for (const SceneError& error : problems.errors()) report.line("error: ", error);
   findings.errors = problems.errors().size();
-  out << file.string() << ": " << counted(findings.errors, "error");
+  out << shownPath(file) << ": " << counted(findings.errors, "error");
   if (findings.errors == 0) {
     out << ", " << counted(findings.warnings, "warning") << ", " << counted(findings.notes, "note");
   }

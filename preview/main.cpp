@@ -172,11 +172,6 @@ int runCheck(const Options& options) {
   return options.strict && findings.warnings != 0 ? kExitWarnings : 0;
 }
 
-std::string shownPath(const std::filesystem::path& path) {
-  constexpr std::size_t kMaxPath = 80;
-  return oneLine(path.string(), kMaxPath);
-}
-
 int fail(const std::string& prefix, const char* what, int exitCode) {
   std::cerr << prefix << ": " << oneLine(what) << "\n";
   return exitCode;

@@ -24,10 +24,14 @@ std::size_t lengthOfFirst(std::string_view text) {
   return overlong || surrogate || (first == 0xF4 && second >= 0x90) ? 0 : length;
 }
 
+/// Whether a terminal would do something else than show it: line breaks and changes of the
+/// direction of writing, too. UTF-8 sorts as the characters' numbers do.
 bool isControl(std::string_view character) {
-  const auto first = static_cast<unsigned char>(character[0]);
-  if (character.size() == 1) return first < ' ' || first == 0x7F;
-  return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;  // U+0080 to U+009F
+  const auto within = [&](std::string_view first, std::string_view last) {
+    return first <= character && character <= last;
+  };
+  return character < " " || within("\x7F", "\xC2\x9F") || within("\u2028", "\u202E") ||
+         within("\u2066", "\u2069");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace preview {
@@ -14,5 +15,10 @@ std::string oneLine(const std::string& text, std::size_t max = kMaxMessage);
 
 /// A name or value from the user within a message.
 inline std::string shortened(const std::string& text) { return oneLine(text, 40); }
+
+/// The file that a message is of, in front of it.
+inline std::string shownPath(const std::filesystem::path& path) {
+  return oneLine(path.string(), 80);
+}
 
 }  // namespace preview

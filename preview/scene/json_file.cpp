@@ -234,6 +234,8 @@ Json readJson(const std::filesystem::path& file, Problems& problems) {
     if (text.size() > kMaxBytes) throw SceneError("", "is larger than 256 MiB");
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
+  // The parser would take it for the end.
+  if (text.find('\0') != std::string::npos) throw SceneError("", "has a NUL in it");
   Json root;
   const char* reached = text.data();
   Builder builder(text, reached, root, problems);

@@ -232,9 +232,11 @@ Camera readCamera(const Item& item) {
 }
 
 ObjFile readObjFile(const Item& item, const std::filesystem::path& folder) {
-  ObjFile file{folder / item.text("the name of a file")};
+  const std::string& name = item.text("the name of a file");
+  ObjFile file{folder / name};
   std::error_code unusable;
-  if (!std::filesystem::is_regular_file(file.path, unusable)) {
+  if (name.find('\0') != std::string::npos ||
+      !std::filesystem::is_regular_file(file.path, unusable)) {
     item.fail("no file \"" + file.path.string() + "\"");
   }
   return file;
