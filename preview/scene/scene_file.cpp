@@ -348,7 +348,7 @@ ParameterValue readValue(const Item& item) {
     item.failExpecting(R"(a number, true or false, a list of numbers, "node" or "node.output")");
   }
   const std::size_t count = item.size();
-  if (count != 3 && count != 4) item.failExpecting("a list of 3 or 4 numbers");
+  if (count != 3 && count != 4) item.failExpecting("a number or a list of 3 or 4");
   const std::vector<double> numbers = item.numbers(count, kLargestFloat);
   const std::vector<float> v(numbers.begin(), numbers.end());
   if (count == 3) return Vector{v[0], v[1], v[2]};
@@ -370,7 +370,7 @@ Node readNode(const std::string& name, const Item& item) {
 }
 
 Show readShow(const Item& item) {
-  const std::string text = item.text("what to show");
+  const std::string text = item.text(R"(a word such as "gradient")");
   const auto* const name = std::ranges::find(kShowNames, text);
   if (name == std::end(kShowNames)) {
     item.fail(unknown("cannot show", text, {std::begin(kShowNames), std::end(kShowNames)}));
