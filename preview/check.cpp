@@ -232,10 +232,12 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
             bool showNotes, Report& report, Findings& findings) {
   Connections connections(scene.nodes);
   for (const Picture& picture : pictures) connections.need(picture.from);
-  for (const Node& node : scene.nodes) {
-    if (connections.isNeeded(node)) continue;
+  const auto warn = [&](const std::string& place, const char* what) {
     ++findings.warnings;
-    report.line("warning: ", {node.place, "no picture needs it"});
+    report.line("warning: ", {place, what});
+  };
+  for (const Node& node : scene.nodes) {
+    if (!connections.isNeeded(node)) warn(node.place, "no picture needs it");
   }
 
   std::vector<Watched> textures = watchedOf(network, connections);
@@ -250,6 +252,9 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
     network.frameEnd();
   }
   network.renderEnd();
+  if (std::ranges::all_of(textures, [](const Watched& watched) { return watched.points == 0; })) {
+    warn("camera", "no object is seen at any point");
+  }
   for (const Watched& watched : textures) tell(watched, showNotes, report, findings);
 }
 
