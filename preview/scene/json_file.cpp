@@ -226,12 +226,12 @@ const Json* Json::find(const std::string& member) const {
 }
 
 Json readJson(const std::filesystem::path& file, Problems& problems) {
-  constexpr std::size_t kMaxBytes = std::size_t{1} << 28;
+  constexpr std::size_t kMaxBytes = std::size_t{1} << 24;  // its values take up to 80 times that
   std::ifstream stream(file, std::ios::binary);
   std::string text;
   for (char block[4096]; stream.read(block, sizeof block), stream.gcount() > 0;) {
     text.append(block, static_cast<std::size_t>(stream.gcount()));
-    if (text.size() > kMaxBytes) throw SceneError("", "is larger than 256 MiB");
+    if (text.size() > kMaxBytes) throw SceneError("", "is larger than 16 MiB");
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
   // The parser would take it for the end.

@@ -19,7 +19,8 @@ namespace preview {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-constexpr double kMaxNumber = 1e9;  // of a file; what is made of it stays within floats
+constexpr double kMaxNumber = 1e9;   // of a file; what is made of it stays within floats
+constexpr int kMaxCorners = 10'000;  // cutting a face into triangles takes their square
 
 /// A vertex in double precision; the normal's length is free.
 struct SurfacePoint {
@@ -182,7 +183,10 @@ class ObjLines {
         if (*at != '/' || kind == 2) failAtLine("\"" + shortened(word) + "\" is no corner");
       }
     }
-    if (corners < 3) failAtLine("a face of " + std::to_string(corners) + " corners");
+    if (corners < 3 || corners > kMaxCorners) {
+      failAtLine("expected a face of 3 to " + std::to_string(kMaxCorners) + " corners, found " +
+                 std::to_string(corners));
+    }
   }
 
   /// An index counts from 1, or from -1 backwards from the line; returns what is behind it.
