@@ -30,8 +30,8 @@ bool isControl(std::string_view character) {
   const auto within = [&](std::string_view first, std::string_view last) {
     return first <= character && character <= last;
   };
-  return character < " " || within("\x7F", "\xC2\x9F") || within("\u2028", "\u202E") ||
-         within("\u2066", "\u2069");
+  return character < " " || within("\x7F", "\xC2\x9F") || within("\u2028", "\u202F") ||
+         within("\u2060", "\u206F");
 }
 
 }  // namespace
