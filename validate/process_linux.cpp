@@ -69,7 +69,10 @@ std::vector<std::string> exportsOf(const std::string& path, void* /*module*/) {
   return names;
 }
 
-std::size_t heapInUse() { return mallinfo2().uordblks; }
+std::size_t heapInUse() {
+  const struct mallinfo2 heap = mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
 
 Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   std::vector<char*> argv{const_cast<char*>("samplerinfo-validate")};
