@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <iterator>
 
 namespace validate {
@@ -79,9 +80,8 @@ const float* numbersOfLeaf(Input* input, Question question, const ShadingContext
   }
   if (question == BOUNDS) return leaf.numbersAt[0].data();
   const ShadingContext* const first = leaf.samples.contexts.data();
-  if (sc < first || sc >= first + Samples::kCount)
-    fail("an input is asked with a shading context that is not the host's");
-  return leaf.numbersAt[static_cast<std::size_t>(sc - first)].data();
+  const bool isOfHost = sc >= first && sc < first + Samples::kCount;
+  return leaf.numbersAt[isOfHost ? static_cast<std::size_t>(sc - first) : 0].data();
 }
 
 }  // namespace
@@ -96,11 +96,8 @@ Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
 // ---- The network ----
 
 Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_(random_) {
+  if (plan.descs.empty()) leaveOut("the library has no plugins");
   for (int i = 0; i < plan.plugins; ++i) addPlugin(plan.descs[random_.below(plan.descs.size())]);
-  Random choice(plan.without);
-  for (const Connection& each : connections_) {
-    if (plan.without == 0 || !choice.oneIn(3)) each.plugin.connect(each.input, each.texture);
-  }
   for (std::size_t i = 0; i < outputs_.size(); ++i) {
     for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
       const bool answersValueAlone = outputs_[i].kind >= INTEGER;
@@ -108,32 +105,31 @@ Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_
     }
   }
   for (const Instance& plugin : plugins_) QuorPluginInterface::renderBegin(plugin.part(), nullptr);
-  beginFrame();
+  if (plan.begins) beginFrame();
 }
 
 void Network::addPlugin(void* desc) {
   const Instance& plugin = plugins_.emplace_back(desc);
   for (const ParameterInfo& info : parametersOf(desc)) {
-    if (!isOutput(info)) setInput(plugin, info);
+    if (isOutput(info)) continue;
+    inputs_.push_back({plugin, info, outputs_.size()});
+    if (!random_.oneIn(4)) set(inputs_.back());
   }
   addOutputs(plugin);
 }
 
-void Network::setInput(const Instance& plugin, const ParameterInfo& info) {
+void Network::set(const PluginInput& input) {
+  const auto& [plugin, info, outputs] = input;
   if (info.type == PARAM_BOOLEAN) {
     plugin.set(info.name, KIND_BOOLEAN, static_cast<std::int32_t>(random_.below(2)));
   } else if (info.type == PARAM_INTEGER) {
-    const std::uint32_t any = random_.bits(), small = random_.below(20) - 2;
-    plugin.set(info.name, KIND_INTEGER, static_cast<std::int32_t>(any % 8 == 0 ? any : small));
-  } else if (!random_.oneIn(4)) {
-    const Output* const output =
-        outputs_.empty() ? nullptr : &outputs_[random_.below(outputs_.size())];
-    if (output != nullptr && output->kind == kindOf(info)) {
-      connections_.push_back({plugin, info.name, output->texture});
-    } else {
-      Leaf& leaf = leaves_.emplace_back(kindOf(info), samples_, random_);
-      connections_.push_back({plugin, info.name, &leaf});
-    }
+    const std::uint32_t around = static_cast<std::uint32_t>(info.initial) + random_.below(20) - 2;
+    plugin.set(info.name, KIND_INTEGER, static_cast<std::int32_t>(around));
+  } else {
+    const Output* const output = outputs != 0 ? &outputs_[random_.below(outputs)] : nullptr;
+    const bool fits = output != nullptr && output->kind == kindOf(info);
+    plugin.connect(info.name,
+                   fits ? output->texture : &leaves_.emplace_back(kindOf(info), samples_, random_));
   }
 }
 
@@ -153,23 +149,24 @@ void Network::beginFrame() const {
   for (const Instance& plugin : plugins_) plugin.beginFrame();
 }
 
-void Network::takeAway(std::uint32_t without) const {
-  Random choice(without);
-  for (const Connection& each : connections_) {
-    if (choice.oneIn(3)) each.plugin.connect(each.input, nullptr);
+void Network::changeInputs() {
+  for (const PluginInput& input : inputs_) {
+    const std::uint32_t choice = random_.below(3);
+    if (choice == 0) set(input);
+    if (choice == 1 && isTextureInput(input.info)) input.plugin.connect(input.info.name, nullptr);
   }
 }
 
 // ---- Its questions ----
 
-Network::Asked Network::asked(int n) const {
-  const auto& [index, question] = questions_[static_cast<std::size_t>(n / Samples::kCount)];
+Network::Asked Network::asked(std::size_t n) const {
+  const auto& [index, question] = questions_[n / Samples::kCount];
   const Output& output = outputs_[index];
   return {output.name, output.texture, output.kind, question,
-          samples_.contexts[static_cast<std::size_t>(n % Samples::kCount)]};
+          samples_.contexts[n % Samples::kCount]};
 }
 
-Answer Network::answer(int n) const {
+Answer Network::answer(std::size_t n) const {
   const Asked now = asked(n);
   float numbers[std::tuple_size_v<Answer>];
   const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
@@ -183,30 +180,44 @@ Answer Network::answer(int n) const {
 }
 
 std::vector<Answer> Network::answers() const {
-  std::vector<Answer> answers(static_cast<std::size_t>(questions()));
-  for (int n = 0; n < questions(); ++n) answers[static_cast<std::size_t>(n)] = answer(n);
+  std::vector<Answer> answers;
+  answers.reserve(questions());
+  for (std::size_t n = 0; n < questions(); ++n) {
+    if (n % Samples::kCount == 0 && isTimeUp()) break;  // the clock costs as much as an answer
+    answers.push_back(answer(n));
+  }
   return answers;
 }
 
-std::string Network::question(int n) const {
+std::string Network::question(std::size_t n) const {
   constexpr const char* kNames[] = {"value", "bounds", "gradient"};
-  const std::size_t plugin =
-      outputs_[questions_[static_cast<std::size_t>(n / Samples::kCount)].output].plugin;
-  return "plugin " + std::to_string(plugin) + ", " + asked(n).output + ", " +
-         kNames[asked(n).question] + " at sample " + std::to_string(n % Samples::kCount);
+  return "plugin " + std::to_string(outputs_[questions_[n / Samples::kCount].output].plugin) +
+         ", " + asked(n).output + ", " + kNames[asked(n).question] + " at sample " +
+         std::to_string(n % Samples::kCount);
 }
 
-void Network::expectAnswer(const char* when, int n, const Answer& expected) const {
-  const Answer came = answer(n);
+void Network::expectSame(const char* when, std::size_t n, const Answer& came,
+                         const Answer& expected) const {
   if (came == expected) return;
   const auto different = std::mismatch(came.begin(), came.end(), expected.begin());
   failExpectation(question(n) + ", " + when, text(std::bit_cast<float>(*different.first)),
                   text(std::bit_cast<float>(*different.second)));
 }
 
+void Network::expectAnswer(const char* when, std::size_t n, const Answer& expected) const {
+  expectSame(when, n, answer(n), expected);
+}
+
 void Network::expectAnswers(const char* when, const std::vector<Answer>& expected) const {
-  for (int n = 0; n < questions(); ++n)
-    expectAnswer(when, n, expected[static_cast<std::size_t>(n)]);
+  for (std::size_t n = 0; n < expected.size(); ++n) expectAnswer(when, n, expected[n]);
+}
+
+bool isTimeUp() {
+  using Clock = std::chrono::steady_clock;
+  static const Clock::time_point end =
+      Clock::now() + std::chrono::round<Clock::duration>(
+                         std::chrono::duration<double>(trial.seconds > 0 ? trial.seconds : 20));
+  return Clock::now() >= end;
 }
 
 }  // namespace validate

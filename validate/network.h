@@ -2,7 +2,7 @@
 #pragma once
 
 #include <array>
-#include <chrono>
+#include <cstddef>
 #include <deque>
 #include <random>
 #include <span>
@@ -35,7 +35,7 @@ class Random {
 
 /// A scene in one frame, and samples of it.
 struct Samples {
-  static constexpr int kCount = 16;
+  static constexpr std::size_t kCount = 16;
   explicit Samples(Random& random);
 
   Host host;
@@ -59,28 +59,29 @@ struct Leaf : Input {
 using Answer = std::array<std::uint32_t, 12>;
 
 /// Plugins whose inputs are connected to nothing, to leaves of their own, or to plugins made before
-/// them; in their first frame.
+/// them.
 class Network {
  public:
   struct Plan {
     std::vector<void*> descs;
     std::uint32_t seed;
     int plugins = 6;
-    bool ordinary = false;      ///< the numbers
-    std::uint32_t without = 0;  ///< leaves out what `takeAway` with this number takes away
+    bool ordinary = false;  ///< the numbers
+    bool begins = true;     ///< the first frame
   };
   explicit Network(const Plan& plan);
   Network(const Network&) = delete;
   void operator=(const Network&) = delete;
 
   void beginFrame() const;
-  /// Takes a third of the connections away.
-  void takeAway(std::uint32_t without) const;
+  /// Of the inputs a third each is left as it is, set anew, and taken away: the same ones in
+  /// networks of the same plan.
+  void changeInputs();
 
   /// The n-th of all questions to all outputs at all samples.
-  int questions() const { return static_cast<int>(questions_.size()) * Samples::kCount; }
-  Answer answer(int n) const;
-  std::vector<Answer> answers() const;
+  std::size_t questions() const { return questions_.size() * Samples::kCount; }
+  Answer answer(std::size_t n) const;
+  std::vector<Answer> answers() const;  ///< to as many questions as there is time for
   struct Asked {
     const std::string& output;
     void* texture;
@@ -88,9 +89,12 @@ class Network {
     Question question;
     const ShadingContext& context;
   };
-  Asked asked(int n) const;
-  std::string question(int n) const;
-  void expectAnswer(const char* when, int n, const Answer& expected) const;
+  Asked asked(std::size_t n) const;
+  std::string question(std::size_t n) const;
+  void expectSame(const char* when, std::size_t n, const Answer& came,
+                  const Answer& expected) const;
+  void expectAnswer(const char* when, std::size_t n, const Answer& expected) const;
+  /// To the first questions, of which the answers are known.
   void expectAnswers(const char* when, const std::vector<Answer>& expected) const;
 
   const std::deque<Instance>& plugins() const { return plugins_; }
@@ -108,36 +112,36 @@ class Network {
     std::size_t output;
     Question question;
   };
-  struct Connection {
+  struct PluginInput {
     const Instance& plugin;
-    const char* input;
-    void* texture;
+    const ParameterInfo& info;
+    std::size_t outputs;  ///< how many there were before the plugin
   };
 
   void addPlugin(void* desc);
   void addOutputs(const Instance& plugin);
-  void setInput(const Instance& plugin, const ParameterInfo& info);
+  void set(const PluginInput& input);
 
   Random random_;
   Samples samples_;
   std::deque<Leaf> leaves_;
   std::deque<Instance> plugins_;
-  std::vector<Connection> connections_;
+  std::vector<PluginInput> inputs_;
   std::vector<Output> outputs_;
   std::vector<AskedOutput> questions_;
 };
 
-/// Calls `round` with one seed after the other, so many times, or as often as a busy machine can in
-/// 20 s, or as long as `--seconds` says, and notes how many evaluations it says that it did. A
-/// failure names the seed that has it come first.
+/// Whether a check has evaluated for long enough: `--seconds`, or 20 s if modules or machines are
+/// slow.
+bool isTimeUp();
+
+/// Calls `round` with one seed after the other, so many times, or for `--seconds`, and notes how
+/// many evaluations it says that it did. A failure names the seed that has it come first.
 template <class Round>
 void forSeeds(int times, const Round& round) {
-  using Clock = std::chrono::steady_clock;
-  const bool soak = trial.seconds > 0;
-  const auto end = Clock::now() + std::chrono::duration<double>(soak ? trial.seconds : 20);
-  std::uint64_t evaluations = 0;
-  for (int i = 0; Clock::now() < end && (soak || i < times); ++i, ++trial.seed)
-    evaluations += static_cast<std::uint64_t>(round(trial.seed));
+  std::size_t evaluations = 0;
+  for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed)
+    evaluations += round(trial.seed);
   note(std::to_string(evaluations) + " evaluations");
 }
 

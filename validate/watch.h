@@ -28,8 +28,8 @@ struct Block {
   const unsigned char* first = nullptr;
   std::size_t size = 0;
 };
-/// The block, allocated when last watched, in which an object lies; of no size if there is none.
-Block blockOf(const void* object);
+/// The blocks allocated when last watched and not given back meanwhile.
+std::vector<Block> blocksLeft();
 /// The module's own variables: where it can write among what holds this address.
 std::vector<Block> variablesAround(const void* address);
 
@@ -40,7 +40,7 @@ void silenceDebugOutput();
 /// loader's own is refused.
 struct RefusedLoad {
   Asker refused = Asker::NOBODY;
-  std::string ending;  ///< empty if it went on
+  std::string ending;  ///< "signal 6", "exit code 3"; empty if it went on
   std::string debugOutput;
 };
 RefusedLoad loadRefusing(int refuse);

@@ -13,7 +13,7 @@ const char* whyNotWatched() {
 void watch(int /*refuse*/) {}
 Watched stopWatching() { return {}; }
 Asker refusedSoFar() { return Asker::NOBODY; }
-Block blockOf(const void* /*object*/) { return {}; }
+std::vector<Block> blocksLeft() { return {}; }
 std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
 void silenceDebugOutput() {}
 RefusedLoad loadRefusing(int /*refuse*/) { return {}; }

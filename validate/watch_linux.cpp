@@ -42,20 +42,8 @@ bool isFileOfModule(const char* path) {
          one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Whether the heap may be asked on behalf of the function that a call returns to.
-bool grants(const void* caller) {
-  if (!watching) return true;
-  Dl_info asker{};
-  dladdr(caller, &asker);
-  if (reinterpret_cast<std::uintptr_t>(asker.dli_fbase) == getauxval(AT_BASE)) return true;
-  if (++watched.allocations != refuseAt) return true;
-  *refused = isFileOfModule(asker.dli_fname) ? Asker::MODULE : Asker::OTHER;
-  errno = ENOMEM;
-  return false;
-}
-
 void* remember(void* block) {
-  if (watching && block != nullptr && blockCount < std::size(blocks)) {
+  if (block != nullptr && blockCount < std::size(blocks)) {
     blocks[blockCount++] = {static_cast<unsigned char*>(block), malloc_usable_size(block)};
     ++watched.left;
   }
@@ -69,6 +57,19 @@ void forget(const void* block) {
     --watched.left;
     return;
   }
+}
+
+/// What a request comes to, made by the function that a call returns to. The loader's are its own.
+template <class Request>
+void* answerTo(const void* caller, const Request& request) {
+  if (!watching) return request();
+  Dl_info asker{};
+  dladdr(caller, &asker);
+  if (reinterpret_cast<std::uintptr_t>(asker.dli_fbase) == getauxval(AT_BASE)) return request();
+  if (++watched.allocations != refuseAt) return remember(request());
+  *refused = isFileOfModule(asker.dli_fname) ? Asker::MODULE : Asker::OTHER;
+  errno = ENOMEM;
+  return nullptr;
 }
 
 /// What stands behind one of the functions below.
@@ -93,12 +94,7 @@ Watched stopWatching() {
 }
 Asker refusedSoFar() { return watched.refused; }
 
-Block blockOf(const void* object) {
-  for (std::size_t i = blockCount; i-- != 0;) {
-    if (object >= blocks[i].first && object < blocks[i].first + blocks[i].size) return blocks[i];
-  }
-  return {};
-}
+std::vector<Block> blocksLeft() { return {blocks, blocks + blockCount}; }
 
 namespace {
 
@@ -136,10 +132,14 @@ void silenceDebugOutput() { dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR
 RefusedLoad loadRefusing(int refuse) {
   constexpr int kTimeLimit = 20;
   // The child tells what happened even if it dies.
-  refused = static_cast<Asker*>(
-      mmap(nullptr, sizeof *refused, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  struct Progress {
+    Asker refused;
+    bool wentOn;
+  };
+  auto* const progress = static_cast<Progress*>(
+      mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   int output[2];
-  if (refused == MAP_FAILED || pipe2(output, O_CLOEXEC) != 0) fail("no memory or no pipe");
+  if (progress == MAP_FAILED || pipe2(output, O_CLOEXEC) != 0) fail("no memory or no pipe");
   const pid_t child = fork();
   if (child < 0) fail("no process");
   if (child == 0) {
@@ -147,11 +147,13 @@ RefusedLoad loadRefusing(int refuse) {
     setrlimit(RLIMIT_CORE, &none);
     alarm(kTimeLimit);
     dup2(output[1], STDERR_FILENO);
+    refused = &progress->refused;
     watch(refuse);
     []() noexcept {  // a loader handles no exceptions
       std::string why;
       openModule(trial.module, why);
     }();
+    progress->wentOn = true;
     _exit(0);
   }
   close(output[1]);
@@ -162,18 +164,18 @@ RefusedLoad loadRefusing(int refuse) {
   close(output[0]);
   int status = 0;
   waitpid(child, &status, 0);
-  if (WIFSIGNALED(status)) load.ending = "signal " + std::to_string(WTERMSIG(status));
-  load.refused = *refused;
+  if (WIFSIGNALED(status))
+    load.ending = "signal " + std::to_string(WTERMSIG(status));
+  else if (!progress->wentOn)
+    load.ending = "exit code " + std::to_string(WEXITSTATUS(status));
+  load.refused = progress->refused;
+  munmap(progress, sizeof(Progress));
   return load;
 }
 
 }  // namespace validate
 
 // ---- The functions that come first ----
-
-using validate::forget;
-using validate::grants;
-using validate::remember;
 
 extern "C" {
 // NOLINTBEGIN: they are named and declared by the C library
@@ -185,33 +187,32 @@ void* __libc_realloc(void* block, std::size_t size) noexcept;
 void* __libc_memalign(std::size_t alignment, std::size_t size) noexcept;
 void __libc_free(void* block) noexcept;
 
-FIRST void* malloc(std::size_t size) noexcept {
-  return grants(__builtin_return_address(0)) ? remember(__libc_malloc(size)) : nullptr;
-}
+#define ANSWER(request) validate::answerTo(__builtin_return_address(0), [&] { return request; })
+
+FIRST void* malloc(std::size_t size) noexcept { return ANSWER(__libc_malloc(size)); }
 FIRST void* calloc(std::size_t count, std::size_t size) noexcept {
-  return grants(__builtin_return_address(0)) ? remember(__libc_calloc(count, size)) : nullptr;
+  return ANSWER(__libc_calloc(count, size));
 }
 FIRST void* realloc(void* block, std::size_t size) noexcept {
-  if (!grants(__builtin_return_address(0))) return nullptr;
-  void* const larger = __libc_realloc(block, size);
-  if (larger != nullptr || size == 0) forget(block);
-  return remember(larger);
+  return validate::answerTo(__builtin_return_address(0), [&] {
+    void* const answer = __libc_realloc(block, size);
+    if (answer != nullptr || size == 0) validate::forget(block);
+    return answer;
+  });
 }
 FIRST void* memalign(std::size_t alignment, std::size_t size) noexcept {
-  if (!grants(__builtin_return_address(0))) return nullptr;
-  return remember(__libc_memalign(alignment, size));
+  return ANSWER(__libc_memalign(alignment, size));
 }
 FIRST void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
-  if (!grants(__builtin_return_address(0))) return nullptr;
-  return remember(__libc_memalign(alignment, size));
+  return ANSWER(__libc_memalign(alignment, size));
 }
 FIRST int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
-  if (!grants(__builtin_return_address(0))) return ENOMEM;
-  *block = remember(__libc_memalign(alignment, size));
-  return *block != nullptr ? 0 : ENOMEM;
+  void* const answer = ANSWER(__libc_memalign(alignment, size));
+  if (answer != nullptr) *block = answer;
+  return answer != nullptr ? 0 : ENOMEM;
 }
 FIRST void free(void* block) noexcept {
-  forget(block);
+  validate::forget(block);
   __libc_free(block);
 }
 
@@ -230,6 +231,7 @@ COUNT_LOCKS(pthread_rwlock_trywrlock, pthread_rwlock_t)
 COUNT_LOCKS(pthread_spin_lock, pthread_spinlock_t)
 COUNT_LOCKS(pthread_spin_trylock, pthread_spinlock_t)
 #undef COUNT_LOCKS
+#undef ANSWER
 #undef FIRST
 // NOLINTEND
 

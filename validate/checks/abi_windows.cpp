@@ -154,7 +154,7 @@ CHECK("abi.stack",
       "on a stack aligned to 4 bytes, however it lies, a question is answered with the same bits") {
   forSeeds(20, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
-    for (int n = 0; n < network.questions(); ++n) {
+    for (std::size_t n = 0; n < network.questions(); ++n) {
       const Network::Asked asked = network.asked(n);
       float expected[12];
       const int count = ask(asked.texture, asked.kind, asked.question, asked.context, expected);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <latch>
+#include <span>
 #include <thread>
 
 #include "validate/network.h"
@@ -17,35 +18,48 @@ CHECK("evaluation.again",
   forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> first = network.answers();
-    for (int n = network.questions(); n-- != 0;)
-      network.expectAnswer("asked again", n, first[static_cast<std::size_t>(n)]);
+    for (std::size_t n = first.size(); n-- != 0;) network.expectAnswer("asked again", n, first[n]);
     network.beginFrame();
     network.expectAnswers("asked in the next frame", first);
-    return 3 * network.questions();
+    return 3 * first.size();
   });
 }
 
-// They begin a frame together, each at another place, so that all samples are under way at once.
+// The threads ask first, each from another place on, so that all samples are under way at once.
 CHECK("evaluation.threads", "16 threads that ask at once are answered as one alone is") {
-  constexpr int kThreads = 16, kRounds = 4;
-  forSeeds(kNetworks / 4, [descs = descriptors()](std::uint32_t seed) {
-    const Network network({.descs = descs, .seed = seed});
-    const std::vector<Answer> alone = network.answers();
-    network.beginFrame();
-    const int questions = network.questions();
+  constexpr std::size_t kThreads = 16;
+  std::vector<Answer> answers[kThreads];
+  forSeeds(kNetworks / 3, [&, descs = descriptors()](std::uint32_t seed) {
+    const Network network({.descs = descs, .seed = seed}), second({.descs = descs, .seed = seed});
+    const std::size_t questions = network.questions();
+    const auto asked = [questions](std::size_t thread, std::size_t k) {
+      return (k + questions * thread / kThreads) % questions;
+    };
     std::latch begin(kThreads);
-    std::jthread threads[kThreads];
-    for (int i = 0; i < kThreads; ++i) {
-      threads[i] = std::jthread([&, i] {
+    std::vector<std::jthread> threads;
+    for (std::size_t i = 0; i < kThreads; ++i) {
+      answers[i].clear();
+      answers[i].reserve(questions);
+      threads.emplace_back([&, i] {
         begin.arrive_and_wait();
-        for (int k = 0; k < kRounds * questions; ++k) {
-          const int n = (k + questions * i / kThreads) % questions;
-          network.expectAnswer("asked by one of 16 threads", n, alone[static_cast<std::size_t>(n)]);
+        for (std::size_t k = 0; k < questions; ++k) {
+          if (k % Samples::kCount == 0 && isTimeUp()) break;
+          answers[i].push_back(network.answer(asked(i, k)));
         }
       });
     }
-    for (std::jthread& thread : threads) thread.join();
-    return (1 + kThreads * kRounds) * questions;
+    threads.clear();
+    std::vector<Answer> alone;
+    for (std::size_t n = 0; n < questions; ++n) alone.push_back(second.answer(n));
+    std::size_t evaluations = questions;
+    for (std::size_t i = 0; i < kThreads; ++i) {
+      evaluations += answers[i].size();
+      for (std::size_t k = 0; k < answers[i].size(); ++k) {
+        const std::size_t n = asked(i, k);
+        network.expectSame("asked by one of 16 threads", n, answers[i][k], alone[n]);
+      }
+    }
+    return evaluations;
   });
 }
 
@@ -56,13 +70,12 @@ CHECK("evaluation.instances",
     const std::vector<Answer> first = network.answers();
     const Network same({.descs = descs, .seed = seed}), other({.descs = descs, .seed = ~seed});
     const std::vector<Answer> ofOther = other.answers();
-    for (int n = 0; n < network.questions(); ++n) {
-      const Answer& expected = first[static_cast<std::size_t>(n)];
-      same.expectAnswer("asked of a second instance", n, expected);
-      network.expectAnswer("asked between questions to a second instance", n, expected);
+    for (std::size_t n = 0; n < first.size(); ++n) {
+      same.expectAnswer("asked of a second instance", n, first[n]);
+      network.expectAnswer("asked between questions to a second instance", n, first[n]);
     }
     other.expectAnswers("asked after other instances", ofOther);
-    return 3 * network.questions() + 2 * other.questions();
+    return 3 * first.size() + 2 * ofOther.size();
   });
 }
 
@@ -83,21 +96,48 @@ CHECK("evaluation.reload", "a module that is unloaded and loaded again gives the
       }
       closeModule(module);
     }
-    return 2 * static_cast<int>(first.size());
+    return 2 * first.size();
   });
 }
 
-CHECK("evaluation.taken_away",
-      "from the next frame on an input that was taken away is as one that never was connected") {
+CHECK("evaluation.changed",
+      "from the next frame on, and not before, inputs that were set anew or taken away are as if "
+      "they had always been so") {
   forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
-    const std::uint32_t without = ~seed | 1;
-    const Network never({.descs = descs, .seed = seed, .without = without});
-    const Network network({.descs = descs, .seed = seed});
-    network.expectAnswers("asked with all inputs", network.answers());
-    network.takeAway(without);
+    Network always({.descs = descs, .seed = seed, .begins = false});
+    always.changeInputs();
+    always.beginFrame();
+    Network network({.descs = descs, .seed = seed});
+    const std::vector<Answer> first = network.answers();
+    network.changeInputs();
+    network.expectAnswers("asked before the next frame", first);
     network.beginFrame();
-    network.expectAnswers("asked after inputs were taken away", never.answers());
-    return 4 * network.questions();
+    const std::vector<Answer> changed = always.answers();
+    network.expectAnswers("asked after inputs were changed", changed);
+    return 2 * (first.size() + changed.size());
+  });
+}
+
+CHECK("evaluation.records", "frames and questions leave the records of the host as they are") {
+  forSeeds(kNetworks / 40, [descs = descriptors()](std::uint32_t seed) {
+    Network network({.descs = descs, .seed = seed, .begins = false});
+    const std::span records = std::as_bytes(std::span(&network.samples(), 1));
+    const std::vector before(records.begin(), records.end());
+    const auto expectUnchanged = [&](const std::string& when) {
+      const auto changed = std::ranges::mismatch(records, before).in1;
+      if (changed != records.end())
+        failExpectation(when + ": records of the host",
+                        "byte " + std::to_string(changed - records.begin()) + " written",
+                        "nothing written");
+    };
+    network.beginFrame();
+    expectUnchanged("a frame begun");
+    std::size_t n = 0;
+    for (; n < network.questions() && !isTimeUp(); ++n) {
+      network.answer(n);
+      expectUnchanged(network.question(n));
+    }
+    return n;
   });
 }
 
@@ -107,7 +147,8 @@ CHECK("evaluation.asked_once",
   forSeeds(10 * kNetworks, [descs = descriptors()](std::uint32_t seed) {
     Network network({.descs = descs, .seed = seed, .plugins = 1});
     for (Leaf& leaf : network.leaves()) leaf.counts = true;
-    for (int n = 0; n < network.questions(); ++n) {
+    std::size_t n = 0;
+    for (; n < network.questions() && !isTimeUp(); ++n) {
       network.answer(n);
       const ShadingContext* const context = &network.asked(n).context;
       for (Leaf& leaf : network.leaves()) {
@@ -123,7 +164,7 @@ CHECK("evaluation.asked_once",
         leaf.asked = {};
       }
     }
-    return network.questions();
+    return n;
   });
 }
 

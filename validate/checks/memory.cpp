@@ -19,16 +19,17 @@ void leaveOutUnwatched() {
 
 void expectNone(const char* ofWhat, int Watched::*count) {
   leaveOutUnwatched();
-  for (int i = 0; i < 40; ++i, ++trial.seed) {
-    const Network network({.descs = descriptors(), .seed = trial.seed});
-    network.answers();
-    for (int n = 0; n < network.questions(); ++n) {
+  forSeeds(40, [&, descs = descriptors()](std::uint32_t seed) {
+    const Network network({.descs = descs, .seed = seed});
+    const std::size_t questions = network.answers().size();
+    for (std::size_t n = 0; n < questions; ++n) {
       watch();
       network.answer(n);
       const Watched watched = stopWatching();
       if (watched.*count != 0) expect(network.question(n) + ": " + ofWhat, watched.*count, 0);
     }
-  }
+    return 2 * questions;
+  });
 }
 
 CHECK("memory.allocations", "after the first sample of a frame no question allocates memory") {
@@ -51,25 +52,27 @@ struct Copy {
         bytes(original.first, original.first + original.size) {}
 };
 
-CHECK(
-    "memory.unchanged",
-    "after the first sample of a frame nothing is written into plugins or the module's variables") {
+CHECK("memory.unchanged",
+      "after the first sample of a frame nothing is written into plugins, what they have allocated "
+      "or the module's variables") {
   leaveOutUnwatched();
-  for (int i = 0; i < 20; ++i, ++trial.seed) {
-    const std::vector<void*> descs = descriptors();
+  forSeeds(10, [descs = descriptors()](std::uint32_t seed) {
     watch();
-    const Network network({.descs = descs, .seed = trial.seed});
+    const Network network({.descs = descs, .seed = seed});
+    const std::size_t questions = network.answers().size();
     stopWatching();
-    network.answers();
     std::vector<Copy> copies;
-    for (const Instance& plugin : network.plugins()) {
-      const Block block = blockOf(plugin.object());
-      if (block.size == 0) leaveOut(plugin.name() + " is not on the heap");
-      copies.emplace_back(plugin.name(), block);
+    for (const Block& block : blocksLeft()) {
+      std::string owner = "memory allocated before";
+      for (const Instance& plugin : network.plugins()) {
+        if (plugin.object() >= block.first && plugin.object() < block.first + block.size)
+          owner = plugin.name();
+      }
+      copies.emplace_back(owner, block);
     }
     for (const Block& variables : variablesAround(library()))
       copies.emplace_back("the module's variables", variables);
-    for (int n = 0; n < network.questions(); ++n) {
+    for (std::size_t n = 0; n < questions; ++n) {
       network.answer(n);
       for (const Copy& copy : copies) {
         if (std::memcmp(copy.block.first, copy.bytes.data(), copy.bytes.size()) == 0) continue;
@@ -80,7 +83,8 @@ CHECK(
                         "nothing written");
       }
     }
-  }
+    return 2 * questions;
+  });
 }
 
 // ---- Refusal ----
@@ -96,37 +100,39 @@ struct Fault {
   const char *call = nullptr, *came = nullptr;
 };
 
-enum class Outcome { DONE, REFUSED, WRONG };
-/// A refused request of the module's own is thrown as a text, one of the libraries that it uses as
-/// they like.
+/// What may be thrown where the module's own request is refused. For other libraries' requests a
+/// `std::bad_alloc` will do in any case.
+enum class Thrown { TEXT, TEXT_OR_BAD_ALLOC };
+
+enum class Attempt { DONE, REFUSED, WRONG };
 template <class Call>
-Outcome outcomeOf(const Call& call) {
+Attempt attemptOnce(Thrown allowed, const Call& call) {
   try {
-    return call() ? Outcome::DONE : Outcome::REFUSED;
+    return call() ? Attempt::DONE : Attempt::REFUSED;
   } catch (char*) {
-    return Outcome::REFUSED;
+    return Attempt::REFUSED;
   } catch (const std::bad_alloc&) {
-    return refusedSoFar() == Asker::OTHER ? Outcome::REFUSED : Outcome::WRONG;
+    return allowed == Thrown::TEXT && refusedSoFar() == Asker::MODULE ? Attempt::WRONG
+                                                                      : Attempt::REFUSED;
   } catch (...) {
-    return Outcome::WRONG;
+    return Attempt::WRONG;
   }
 }
 
-/// Tries a call, and once more if a request is refused to it. Allocates nothing, as it is watched.
-template <class Call>
-void attempt(Fault& fault, const char* name, const Call& call) {
-  if (fault.call != nullptr) return;
-  Outcome outcome = outcomeOf(call);
-  if (outcome == Outcome::REFUSED && refusedSoFar() != Asker::NOBODY) outcome = outcomeOf(call);
-  if (outcome == Outcome::WRONG) fault = {name, "an exception that is no char*"};
-  if (outcome == Outcome::REFUSED) fault = {name, "a refusal without a refused request"};
-}
-
-/// The life of a plugin.
-Fault live(void* desc, AddedInterface& added) {
+/// The life of a plugin. A call to which a request is refused is tried once more. Allocates
+/// nothing, as it is watched.
+Fault live(void* desc, AddedInterface& added, Thrown allowed) {
   void* const* table = hostTable.slots;
   Fault fault;
   void* plugin = nullptr;
+  const auto attempt = [&](const char* name, const auto& call) {
+    if (fault.call != nullptr) return;
+    Attempt result = attemptOnce(allowed, call);
+    if (result == Attempt::REFUSED && refusedSoFar() != Asker::NOBODY)
+      result = attemptOnce(allowed, call);
+    if (result == Attempt::WRONG) fault = {name, "another exception"};
+    if (result == Attempt::REFUSED) fault = {name, "a refusal without a refused request"};
+  };
   const auto setName = [&](const char* name) {
     Plugin::setPluginName(plugin, name);
     return true;
@@ -134,38 +140,38 @@ Fault live(void* desc, AddedInterface& added) {
   const auto add = [&](std::int32_t releaseWithOwner) {
     return PluginBase::addInterface(plugin, &added, releaseWithOwner) != 0;
   };
-  attempt(fault, "registerPlugin", [&] {
+  attempt("registerPlugin", [&] {
     PluginDesc::registerPlugin(desc, &table);
     return true;
   });
-  attempt(fault, "newPlugin",
-          [&] { return (plugin = PluginDesc::newPlugin(desc, nullptr)) != nullptr; });
-  attempt(fault, "setPluginName", [&] { return setName("a name"); });
-  attempt(fault, "setPluginName again", [&] { return setName("another name, a longer one"); });
-  attempt(fault, "addInterface", [&] { return add(1); });
-  attempt(fault, "addInterface again", [&] { return add(0); });
+  attempt("newPlugin", [&] { return (plugin = PluginDesc::newPlugin(desc, nullptr)) != nullptr; });
+  attempt("setPluginName", [&] { return setName("a name"); });
+  attempt("setPluginName again", [&] { return setName("another name, a longer one"); });
+  attempt("addInterface", [&] { return add(1); });
+  attempt("addInterface again", [&] { return add(0); });
   PluginDesc::deletePlugin(desc, plugin);
   PluginDesc::unregisterPlugin(desc, &table);
   return fault;
 }
 
-CHECK("memory.refused",
-      "a refused request for memory is thrown as a text, costs nothing, and the next try works") {
+void refuseInLife(Thrown allowed) {
   leaveOutUnwatched();
   silenceDebugOutput();
   int refusals = 0;
   for (void* desc : descriptors()) {
     const std::string name = nameOf(desc);
     AddedInterface added(1);
-    live(desc, added);
+    live(desc, added, allowed);
     for (int request = 1;; ++request) {
       added.releases = 0;
       watch(request);
-      const Fault fault = live(desc, added);
+      const Fault fault = live(desc, added, allowed);
       const Watched watched = stopWatching();
       const std::string asked = name + ", request " + text(request) + " of its life refused";
       if (fault.call != nullptr)
-        failExpectation(asked + ": " + fault.call, fault.came, "success, or char* once");
+        failExpectation(asked + ": " + fault.call, fault.came,
+                        std::string("success, or once char*") +
+                            (allowed == Thrown::TEXT ? "" : " or std::bad_alloc"));
       expect(asked + ": blocks left", watched.left, 0);
       expect(asked + ": releases", added.releases, 1);
       if (watched.refused == Asker::NOBODY) break;
@@ -175,22 +181,48 @@ CHECK("memory.refused",
   note(text(refusals) + " requests refused");
 }
 
-CHECK("memory.refused_at_load",
-      "a request that is refused while the module is loaded ends the process with debug output, or "
-      "nothing") {
+/// Calls `judge` with each end that loading the module comes to where one request is refused.
+template <class Judge>
+void refuseAtLoad(const Judge& judge) {
   leaveOutUnwatched();
-  int refusals = 0;
   for (int request = 1;; ++request) {
     const RefusedLoad load = loadRefusing(request);
-    const std::string asked = "loading, request " + text(request) + " refused";
     if (load.refused == Asker::NOBODY) {
       expect("loading with no request refused: came to its end by", load.ending, "");
-      break;
+      note(text(request - 1) + " requests refused");
+      return;
     }
-    ++refusals;
-    if (load.ending.empty()) continue;
-    expect(asked + ": came to its end by", load.ending, "signal 6");
-    if (load.refused != Asker::MODULE) continue;
+    if (!load.ending.empty()) judge("loading, request " + text(request) + " refused", load);
+  }
+}
+
+CHECK(
+    "memory.refused",
+    "a refused request for memory is thrown as a text or a std::bad_alloc, costs nothing, and the "
+    "next try works") {
+  refuseInLife(Thrown::TEXT_OR_BAD_ALLOC);
+}
+
+CHECK(
+    "memory.refused_at_load",
+    "a request that is refused while the module is loaded may end the process, but with no crash") {
+  refuseAtLoad([](const std::string& asked, const RefusedLoad& load) {
+    if (load.ending.starts_with("signal")) expect(asked, load.ending, "signal 6");
+  });
+}
+
+// ---- Refusal, as this library answers it ----
+
+CHECK("samplerinfo.memory.refused", "a refused request for memory is thrown as a text") {
+  refuseInLife(Thrown::TEXT);
+}
+
+CHECK("samplerinfo.memory.refused_at_load",
+      "a request that is refused while the module is loaded ends the process with debug output, or "
+      "nothing") {
+  refuseAtLoad([](const std::string& asked, const RefusedLoad& load) {
+    expect(asked, load.ending, "signal 6");
+    if (load.refused != Asker::MODULE) return;
     std::string::size_type at = 0;
     for (const char* line : {"[operator new] failed (size is ", "Getting free heap memory.\n",
                              "heapstatus=", "Number of blocks visited: "}) {
@@ -199,8 +231,7 @@ CHECK("memory.refused_at_load",
         failExpectation(asked + ": debug output", text(load.debugOutput),
                         "lines with " + text(line));
     }
-  }
-  note(text(refusals) + " requests refused");
+  });
 }
 
 }  // namespace

@@ -52,12 +52,13 @@ Vector ofUnitLength(const Vector& v) {
 }
 
 /// The samples: a shading point, and its neighbours on both sides along each axis, far and near.
-/// All that has to be of unit length is; the camera is not turned.
+/// All that has to be of unit length is; the camera is not turned and does not move.
 constexpr double kStep = 1.0 / 256;
 enum Distance { FAR = 1, NEAR = 7 };
 void placeSamples(Samples& samples, Random& random) {
   constexpr PreciseTransform kIdentity = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}};
   samples.host.frameData.worldToCamera = samples.host.frameData.cameraToWorld = kIdentity;
+  samples.host.services.cameraMoving = 0;
   ShadingContext& centre = samples.contexts[0];
   centre.shadingPoint = {random.ordinary() / 8.0, random.ordinary() / 8.0, random.ordinary() / 8.0};
   for (Vector* direction : {&centre.rayDirection, &centre.normal, &centre.geometricNormal})
@@ -98,7 +99,7 @@ struct Tally {
   }
 };
 
-void report(const std::map<std::string, Tally>& outputs, const char* what) {
+void noteTallies(const std::map<std::string, Tally>& outputs, const char* what) {
   int never = 0;
   for (const auto& [output, tally] : outputs) {
     never += tally.times == 0;
@@ -115,14 +116,14 @@ void report(const std::map<std::string, Tally>& outputs, const char* what) {
 template <class Judge>
 void forTrials(const Judge& judge) {
   for (void* desc : descriptors()) {
-    for (int i = 0; i < kTrials; ++i, ++trial.seed) {
+    for (int i = 0; i < kTrials && !isTimeUp(); ++i, ++trial.seed) {
       Network network({.descs = {desc}, .seed = trial.seed, .plugins = 1, .ordinary = true});
       Random random(trial.seed);
       placeSamples(network.samples(), random);
       for (Leaf& leaf : network.leaves()) leaf.numbersFor = linearNumbers;
       const std::vector<Answer> answers = network.answers();
-      for (int n = 0; n < network.questions(); n += Samples::kCount)
-        judge(network.asked(n), &answers[static_cast<std::size_t>(n)]);
+      for (std::size_t n = 0; n + Samples::kCount <= answers.size(); n += Samples::kCount)
+        judge(network.asked(n), &answers[n]);
     }
   }
 }
@@ -147,7 +148,7 @@ CHECK("notes.bounds", "says how often a value lies outside its bounds, and how f
     }
     outputs[asked.output].add(farthest > 0, farthest, example);
   });
-  report(outputs, "outside its bounds");
+  noteTallies(outputs, "outside its bounds");
 }
 
 CHECK("notes.gradients",
@@ -171,7 +172,7 @@ CHECK("notes.gradients",
                                 formatted("%.6g for %.6g", is, narrow));
     }
   });
-  report(outputs, "another gradient");
+  noteTallies(outputs, "another gradient");
 }
 
 }  // namespace
