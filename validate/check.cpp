@@ -71,8 +71,13 @@ std::string text(const void* value) {
              : formatted("object at 0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(value));
 }
 
+void expectName(const std::string& asked, const char* came) {
+  expectUtf8(asked, came);
+  if (*came == '\0') failExpectation(asked, text(came), "a name");
+}
+
 void expectUtf8(const std::string& asked, const char* came) {
-  if (came == nullptr || *came == '\0') failExpectation(asked, text(came), "a text");
+  if (came == nullptr) failExpectation(asked, text(came), "a text");
   for (const auto* at = reinterpret_cast<const unsigned char*>(came); *at != 0;) {
     const int more = *at < 0x80   ? 0
                      : *at < 0xC2 ? -1

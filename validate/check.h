@@ -81,7 +81,8 @@ void expect(const std::string& asked, const T& came, const std::type_identity_t<
   if (text(came) != text(expected)) failExpectation(asked, text(came), text(expected));
 }
 
-/// Fails unless the text is there, not empty, and UTF-8.
+/// Fails unless the text is there and UTF-8; that of a name is not empty.
 void expectUtf8(const std::string& asked, const char* came);
+void expectName(const std::string& asked, const char* came);
 
 }  // namespace validate

@@ -58,6 +58,9 @@ struct Operation<number, Result(Parameters...)> {
 
   constexpr int slot() const { return number; }
 
+  /// Does nothing and answers 0 or null.
+  TableEntry nothing() const { return {number, reinterpret_cast<void*>(&answerNothing)}; }
+
   /// `body` is called with the object, as a pointer of its own kind, and the arguments.
   template <auto body>
   TableEntry entry() const {
@@ -77,6 +80,7 @@ struct Operation<number, Result(Parameters...)> {
     }
   };
 
+  static Result METHOD answerNothing(void* /*self*/, Parameters...) { return Result(); }
   template <auto body>
   static Result METHOD answer(void* self, Parameters... arguments) {
     return body(Self{self}, arguments...);
@@ -90,7 +94,8 @@ struct Operation<number, Result(Parameters...)> {
 
 /// The table of objects that are made here.
 struct Table {
-  Table(std::initializer_list<TableEntry> entries) {
+  Table(std::initializer_list<TableEntry> entries) { add(entries); }
+  void add(std::initializer_list<TableEntry> entries) {
     for (const TableEntry& entry : entries) slots[entry.slot] = entry.function;
   }
   void* slots[12] = {};
@@ -247,6 +252,22 @@ inline constexpr Operation<slot(3), void*()> getPlugin{};
 inline constexpr Operation<slot(4), const char*()> getInterfaceName{};
 inline constexpr Operation<slot(5), void()> release{};
 }  // namespace PluginInterface
+
+// The tables of objects and interfaces that are made here: what is not given does nothing.
+struct ObjectTable : Table {
+  ObjectTable(std::initializer_list<TableEntry> entries)
+      : Table({PluginBase::getInterface.nothing(), PluginBase::releaseInterface.nothing(),
+               PluginBase::addInterface.nothing(), PluginBase::removeInterface.nothing()}) {
+    add(entries);
+  }
+};
+struct InterfaceTable : Table {
+  InterfaceTable(std::initializer_list<TableEntry> entries)
+      : Table({PluginInterface::getPlugin.nothing(), PluginInterface::getInterfaceName.nothing(),
+               PluginInterface::release.nothing()}) {
+    add(entries);
+  }
+};
 
 namespace PluginLibDesc {
 inline constexpr Operation<slot(6), const char*()> getLibraryName{};

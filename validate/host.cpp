@@ -45,9 +45,14 @@ template <class Value>
 Vector inputGradient(Input* input, const ShadingContext* sc) {
   return valueAt<Vector>(&numbersOf(input, GRADIENT, sc)[3 * sizeof(Value) / kNumber]);
 }
+
 template <std::uint64_t id>
-std::uint64_t inputId(Input* /*input*/) {
+std::uint64_t idOf(void* /*self*/) {
   return id;
+}
+template <TextureKind kind>
+const char* nameOfInput(Input* /*input*/) {
+  return kTextureIds[kind].name;
 }
 
 /// The operations of a kind of textures.
@@ -61,8 +66,9 @@ struct Questions {
     const int width = put(min, numbers);
     return width + put(max, numbers + width);
   }
-  static inline const Table inputTable{
-      PluginInterface::getInterfaceId.entry<inputId<kTextureIds[kind].id>>(),
+  static inline const InterfaceTable inputTable{
+      PluginInterface::getInterfaceId.entry<idOf<kTextureIds[kind].id>>(),
+      PluginInterface::getInterfaceName.entry<nameOfInput<kind>>(),
       value.template entry<inputValue<Value>>(),
       bounds.template entry<inputBounds<Value>>(),
       gradient.template entry<inputGradient<Value>>(),
@@ -141,7 +147,10 @@ Vector worldToObjectNormal(void* /*self*/, const ShadingContext* /*sc*/, const V
 Vector worldToObjectPoint(void* /*self*/, const ShadingContext* /*sc*/, const Vector* p) {
   return {2 * p->x, 2 * p->y, 2 * p->z};
 }
-const Table mappingTable{
+const char* nameOfMapping(void* /*self*/) { return "EXT_OBJECT_SPACE_MAPPING"; }
+const InterfaceTable mappingTable{
+    PluginInterface::getInterfaceId.entry<idOf<EXT_OBJECT_SPACE_MAPPING>>(),
+    PluginInterface::getInterfaceName.entry<nameOfMapping>(),
     ObjectSpaceMapping::worldToObjectNormal.entry<worldToObjectNormal>(),
     ObjectSpaceMapping::worldToObjectPoint.entry<worldToObjectPoint>(),
 };
@@ -150,7 +159,7 @@ void* const* const mapping = mappingTable.slots;
 void* partOfObject(void* /*self*/, std::uint64_t id) {
   return id == EXT_OBJECT_SPACE_MAPPING ? const_cast<void* const**>(&mapping) : nullptr;
 }
-const Table objectTable{PluginBase::getInterface.entry<partOfObject>()};
+const ObjectTable objectTable{PluginBase::getInterface.entry<partOfObject>()};
 
 void uvwDerivatives(HostSurface::Part* part, const ShadingContext* /*sc*/, std::int32_t /*channel*/,
                     Vector* a, Vector* b, Vector* c) {
@@ -162,7 +171,12 @@ Vector uvw(HostSurface::Part* part, const ShadingContext* /*sc*/, std::int32_t c
   const Vector& at = part->surface->uvw;
   return {at.x, at.y, at.z + static_cast<float>(channel)};
 }
-const Table uvwSourceTable{
+void* surfaceOfPart(HostSurface::Part* part) { return part->surface; }
+const char* nameOfUvwSource(void* /*self*/) { return "EXT_UVW_SOURCE"; }
+const InterfaceTable uvwSourceTable{
+    PluginInterface::getInterfaceId.entry<idOf<EXT_UVW_SOURCE>>(),
+    PluginInterface::getPlugin.entry<surfaceOfPart>(),
+    PluginInterface::getInterfaceName.entry<nameOfUvwSource>(),
     UvwSource::getUVWDerivatives.entry<uvwDerivatives>(),
     UvwSource::getUVW.entry<uvw>(),
 };
@@ -170,14 +184,22 @@ const Table uvwSourceTable{
 std::int32_t materialId(HostSurface::Part* part, const ShadingContext* /*sc*/) {
   return part->surface->materialId;
 }
-const Table materialIdSourceTable{MaterialIdSource::getMaterialId.entry<materialId>()};
+const char* nameOfMaterialIdSource(void* /*self*/) { return "EXT_MATERIAL_ID_SOURCE"; }
+const InterfaceTable materialIdSourceTable{
+    PluginInterface::getInterfaceId.entry<idOf<EXT_MATERIAL_ID_SOURCE>>(),
+    PluginInterface::getPlugin.entry<surfaceOfPart>(),
+    PluginInterface::getInterfaceName.entry<nameOfMaterialIdSource>(),
+    MaterialIdSource::getMaterialId.entry<materialId>(),
+};
 
 void* partOfSurface(HostSurface* surface, std::uint64_t id) {
   if (id == EXT_UVW_SOURCE) return &surface->uvwSource;
   if (id == EXT_MATERIAL_ID_SOURCE) return &surface->materialIdSource;
   return nullptr;
 }
-const Table surfaceTable{PluginBase::getInterface.entry<partOfSurface>()};
+const ObjectTable surfaceTable{PluginBase::getInterface.entry<partOfSurface>()};
+
+const ObjectTable frameDataTable{};
 
 }  // namespace
 
@@ -188,6 +210,7 @@ Host::Host() : cameraMotion(cameraMotionTable.slots), object(objectTable.slots) 
   surface.uvwSource = {uvwSourceTable.slots, &surface};
   surface.materialIdSource = {materialIdSourceTable.slots, &surface};
   services = {&log, &scene, &cameraMotion, 0};
+  frameData.table = frameDataTable.slots;
   renderContext = {&services, &frameData};
   sc.renderContext = &renderContext;
   sc.object = &object;

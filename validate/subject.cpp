@@ -5,18 +5,25 @@
 
 namespace validate {
 
+Loaded::Loaded() {
+  std::string why;
+  handle_ = openModule(trial.module, why);
+  if (handle_ == nullptr) fail("cannot be loaded: " + why);
+}
+
+Loaded::~Loaded() { closeModule(handle_); }
+
+void* Loaded::library() const {
+  auto* const getLibDesc = reinterpret_cast<void* (*)()>(symbolOf(handle_, "getLibDesc"));
+  if (getLibDesc == nullptr) fail("exports no getLibDesc");
+  void* const answer = getLibDesc();
+  if (answer == nullptr) failExpectation("getLibDesc", "null", "an object");
+  return answer;
+}
+
 void* library() {
-  static void* const descriptor = [] {
-    std::string why;
-    void* module = openModule(trial.module, why);
-    if (module == nullptr) fail("cannot be loaded: " + why);
-    auto* getLibDesc = reinterpret_cast<void* (*)()>(symbolOf(module, "getLibDesc"));
-    if (getLibDesc == nullptr) fail("exports no getLibDesc");
-    void* answer = getLibDesc();
-    if (answer == nullptr) fail("getLibDesc: came null, expected an object");
-    return answer;
-  }();
-  return descriptor;
+  static const auto* const module = new Loaded;
+  return module->library();
 }
 
 namespace {
@@ -86,13 +93,26 @@ std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32
   return QuorPluginInterface::setParameter(part_, &record);
 }
 
-QuorPluginParameter* Instance::parameter(const char* parameterName) const {
-  return QuorPluginInterface::getParameter(part_, parameterName);
+QuorPluginParameter* Instance::find(const char* parameter) const {
+  return QuorPluginInterface::getParameter(part_, parameter);
+}
+
+QuorPluginParameter& Instance::parameter(const char* parameter) const {
+  QuorPluginParameter* const found = find(parameter);
+  if (found == nullptr)
+    failExpectation(name() + ".getParameter(" + text(parameter) + ")", "null", "a parameter");
+  return *found;
 }
 
 void* Instance::texture(const char* output) const {
-  const QuorPluginParameter* found = parameter(output);
+  const QuorPluginParameter* found = find(output);
   return found != nullptr && found->kind == KIND_INTERFACE ? found->value.iface : nullptr;
+}
+
+void Instance::beginFrame() const {
+  if (!rendering_) QuorPluginInterface::renderBegin(part_, nullptr);
+  rendering_ = true;
+  QuorPluginInterface::frameBegin(part_, nullptr);
 }
 
 }  // namespace validate

@@ -12,7 +12,22 @@
 /// The module on trial, as a host sees it.
 namespace validate {
 
-/// The library descriptor; loads the module when first asked. The check fails if it cannot be had.
+/// The module, loaded once more. The check fails if it cannot be.
+class Loaded {
+ public:
+  Loaded();
+  ~Loaded();
+  Loaded(const Loaded&) = delete;
+  void operator=(const Loaded&) = delete;
+
+  void* handle() const { return handle_; }
+  void* library() const;  ///< its library descriptor
+
+ private:
+  void* handle_;
+};
+
+/// The library descriptor of the module, which stays loaded.
 void* library();
 
 /// The descriptors that an enumeration shows: all of them, or as many as the visitor wants.
@@ -50,9 +65,10 @@ class Instance {
   std::int32_t connect(const char* input, void* texture) const;
   std::int32_t set(const char* parameter, ParameterKind kind, std::int32_t value) const;
 
-  QuorPluginParameter* parameter(const char* parameterName) const;
+  QuorPluginParameter* find(const char* parameter) const;
+  QuorPluginParameter& parameter(const char* parameter) const;  ///< it has to be there
   void* texture(const char* output) const;  ///< null if there is none of this name
-  void beginFrame() const { QuorPluginInterface::frameBegin(part_, nullptr); }
+  void beginFrame() const;                  ///< all frames are of one render
 
  private:
   struct Deleter {
@@ -62,6 +78,7 @@ class Instance {
   void* desc_;
   std::unique_ptr<void, Deleter> object_;
   void* part_ = nullptr;
+  mutable bool rendering_ = false;
 };
 
 }  // namespace validate

@@ -7,26 +7,23 @@
 
 namespace validate {
 
-/// An interface to add to an object. Knows how often it was released, and as the how manieth of
-/// all.
+/// An interface to add to an object. Knows how often it was released.
 struct AddedInterface {
   explicit AddedInterface(std::uint64_t identifier) : id(identifier) {}
 
   static std::uint64_t getId(AddedInterface* self) { return self->id; }
   static void release(AddedInterface* self) {
-    static int turns = 0;
     ++self->releases;
-    self->turn = ++turns;
     if (self->whenReleased) self->whenReleased();
   }
-  static inline const Table kTable{
+  static inline const InterfaceTable kTable{
       PluginInterface::getInterfaceId.entry<getId>(),
       PluginInterface::release.entry<release>(),
   };
 
   void* const* table = kTable.slots;
   std::uint64_t id;
-  int releases = 0, turn = 0;
+  int releases = 0;
   std::function<void()> whenReleased;
 };
 

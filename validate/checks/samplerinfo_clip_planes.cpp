@@ -4,6 +4,7 @@
 #include <future>
 #include <thread>
 
+#include "validate/checks/throwing.h"
 #include "validate/host.h"
 #include "validate/subject.h"
 
@@ -13,10 +14,7 @@ namespace {
 
 /// A sampler in its first frame. The camera is at the origin and looks down the negative z axis.
 struct Sampler : Instance {
-  Sampler() : Instance(descriptor("TexSampler")) {
-    QuorPluginInterface::renderBegin(part(), nullptr);
-    beginFrame();
-  }
+  Sampler() : Instance(descriptor("TexSampler")) { beginFrame(); }
   float nearPlane(const Host& host) const { return plane("cameraNearClipPlane", host); }
   float farPlane(const Host& host) const { return plane("cameraFarClipPlane", host); }
 
@@ -127,6 +125,29 @@ CHECK("samplerinfo.clip_planes.race",
     expectLines(when, host, frame);
   }
   note(text(frame) + " frames");
+}
+
+CHECK("samplerinfo.clip_planes.throwing_host",
+      "a host that throws from its box or its log gets its exception back, and planes next time") {
+  leaveOutForeignExceptions();
+  BoxedHost host;
+  const Sampler sampler;
+  const auto failing = [] { throw HostFailure(); };
+  const auto expectThrown = [&](const std::string& what) {
+    expect(what + " that throws: the exception comes back",
+           throws([&] { sampler.nearPlane(host); }), true);
+  };
+  host.scene.whileAsked = failing;
+  expectThrown("a box");
+  host.scene.whileAsked = nullptr;
+  host.log.whilePrinting = failing;
+  expectThrown("a log");
+  expectPlanes("in this frame", sampler, host, 5, 20);
+  host.log.whilePrinting = nullptr;
+  host.setBox(3, 20);
+  sampler.beginFrame();
+  expectPlanes("in the next frame", sampler, host, 3, 20);
+  expectLines("", host, 1);
 }
 
 }  // namespace

@@ -2,56 +2,13 @@
 #include <random>
 
 #include "validate/checks/refusal.h"
+#include "validate/checks/throwing.h"
 #include "validate/host.h"
 #include "validate/subject.h"
 
 namespace validate {
 
 namespace {
-
-void leaveOutForeignExceptions() {
-  if (kMicrosoft)
-    leaveOut("this program's exceptions are not those that the module's compiler knows");
-}
-
-/// Whether the call throws what the hosts here throw.
-struct HostFailure {};
-template <class Call>
-bool throws(const Call& call) {
-  try {
-    call();
-  } catch (const HostFailure&) {
-    return true;
-  }
-  return false;
-}
-
-CHECK("samplerinfo.throwing_host",
-      "a host that throws from its box or its log gets its exception back, and planes next time") {
-  leaveOutForeignExceptions();
-  Host host;
-  host.frameData.worldToCamera.c2.z = 1;
-  host.scene.lo.z = -20;
-  host.scene.hi.z = -5;
-  const Instance sampler(descriptor("TexSampler"));
-  QuorPluginInterface::renderBegin(sampler.part(), nullptr);
-  sampler.beginFrame();
-  const auto nearPlane = [&] {
-    return TextureFloatInterface::getFloat(sampler.texture("cameraNearClipPlane"), &host.sc);
-  };
-  const auto failing = [] { throw HostFailure(); };
-  host.scene.whileAsked = failing;
-  expect("a box that throws: the exception comes back", throws(nearPlane), true);
-  host.scene.whileAsked = nullptr;
-  host.log.whilePrinting = failing;
-  expect("a log that throws: the exception comes back", throws(nearPlane), true);
-  expect("cameraNearClipPlane in this frame", nearPlane(), 5);
-  host.log.whilePrinting = nullptr;
-  host.scene.hi.z = -3;
-  sampler.beginFrame();
-  expect("cameraNearClipPlane in the next frame", nearPlane(), 3);
-  expect("lines in the log", host.log.lines, 1);
-}
 
 CHECK(
     "samplerinfo.throwing_input",
@@ -69,7 +26,6 @@ CHECK(
       for (float& number : input.numbers) number = static_cast<float>(random() % 1000) / 64;
       instance.connect(info.name, &input);
     }
-    QuorPluginInterface::renderBegin(instance.part(), nullptr);
     instance.beginFrame();
     for (const ParameterInfo& info : parametersOf(desc)) {
       for (int question = VALUE; isOutput(info) && question < QUESTIONS; ++question) {

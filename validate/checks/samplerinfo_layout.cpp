@@ -73,9 +73,12 @@ CHECK(
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
       if (!isOutput(info)) continue;
-      expect(instance.name() + '.' + info.name + ".getPlugin() is an object",
-             PluginInterface::getPlugin(instance.texture(info.name)) != nullptr,
+      void* const texture = instance.texture(info.name);
+      const std::string output = instance.name() + '.' + info.name;
+      expect(output + ".getPlugin() is an object", PluginInterface::getPlugin(texture) != nullptr,
              std::string_view(info.name) == "intensity");
+      expect(output + ".getInterfaceName()", PluginInterface::getInterfaceName(texture),
+             kTextureIds[kindOf(info)].name);
     }
   }
   Input a(COLOR);

@@ -120,7 +120,6 @@ class Sweep {
       outputs_.push_back(
           {plugin_.name() + ".mode=" + text(mode), nullptr, COLOR, mode, mode == 5, {}});
     }
-    QuorPluginInterface::renderBegin(plugin_.part(), nullptr);
   }
 
   std::vector<std::string> lines() {

@@ -51,6 +51,8 @@ std::vector<std::string> tableLines() {
       lines.push_back(std::string("  has ") + kind.name + " at pointer " +
                       text(static_cast<std::int32_t>(words(part) - words(instance.object()))));
       expect(kind.name, PluginInterface::getInterfaceName(part), kind.name);
+      expect(std::string(kind.name) + "->getPlugin()", PluginInterface::getPlugin(part),
+             instance.object());
     }
     for (const ParameterInfo& info : parametersOf(desc)) {
       std::string line = std::string("  ") + kTypes[info.type] + ' ' + text(info.name);

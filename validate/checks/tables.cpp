@@ -12,7 +12,7 @@ CHECK("tables.texts", "parameters have unique names, known types and texts in UT
   for (void* desc : descriptors()) {
     std::set<std::string> names;
     for (const ParameterInfo& info : parametersOf(desc)) {
-      expectUtf8(nameOf(desc) + ": a parameter's name", info.name);
+      expectName(nameOf(desc) + ": a parameter's name", info.name);
       const std::string parameter = nameOf(desc) + '.' + info.name;
       expect(parameter + ": its name is new", names.insert(info.name).second, true);
       expect(parameter + ": its type is known", info.type >= 0 && info.type < PARAM_TYPES, true);
@@ -28,17 +28,16 @@ CHECK("tables.values",
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
       const std::string asked = instance.name() + ".getParameter(" + text(info.name) + ")";
-      const QuorPluginParameter* found = instance.parameter(info.name);
-      if (found == nullptr) fail(asked + ": came null, expected a parameter");
-      expect(asked + ": name", found->name, info.name);
+      const QuorPluginParameter& found = instance.parameter(info.name);
+      expect(asked + ": name", found.name, info.name);
       const ParameterKind kind = info.type == PARAM_INTEGER   ? KIND_INTEGER
                                  : info.type == PARAM_BOOLEAN ? KIND_BOOLEAN
                                                               : KIND_INTERFACE;
-      expect(asked + ": kind", std::int32_t{found->kind}, kind);
-      if (kind == KIND_INTEGER) expect(asked, found->value.integer, info.initial);
-      if (kind == KIND_BOOLEAN) expect(asked, found->value.boolean, info.initial != 0);
+      expect(asked + ": kind", std::int32_t{found.kind}, kind);
+      if (kind == KIND_INTEGER) expect(asked, found.value.integer, info.initial);
+      if (kind == KIND_BOOLEAN) expect(asked, found.value.boolean, info.initial != 0);
       if (kind != KIND_INTERFACE) continue;
-      expect(asked + ": has a texture", found->value.iface != nullptr, isOutput(info));
+      expect(asked + ": has a texture", found.value.iface != nullptr, isOutput(info));
     }
   }
 }
@@ -46,34 +45,40 @@ CHECK("tables.values",
 CHECK("tables.unknown", "a name that is no parameter's is not found and takes no value") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
-    expect(instance.name() + ".getParameter of an unknown name",
-           instance.parameter("no such parameter") == nullptr, true);
+    expect(instance.name() + ".getParameter of an unknown name", instance.find("no such parameter"),
+           nullptr);
     expect(instance.name() + ".setParameter of an unknown name",
            instance.connect("no such parameter", nullptr), 0);
   }
 }
 
-CHECK("tables.inputs",
-      "each input takes a texture or number of its kind, and gives the texture up") {
+CHECK(
+    "tables.inputs",
+    "each input takes a texture or number of its kind, and gives it up; integers may have limits") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
       if (isOutput(info)) continue;
       const std::string asked = instance.name() + ".setParameter(" + text(info.name) + ")";
-      const QuorPluginParameter& value = *instance.parameter(info.name);
+      const auto& value = instance.parameter(info.name).value;
       if (isTextureInput(info)) {
         Input input(kindOf(info));
         for (void* texture : {static_cast<void*>(&input), static_cast<void*>(nullptr)}) {
           expect(asked, instance.connect(info.name, texture), 1);
           instance.beginFrame();
-          expect(asked + ": what it has then", value.value.iface, texture);
+          expect(asked + ": what it has then", value.iface, texture);
+        }
+      } else if (info.type == PARAM_BOOLEAN) {
+        for (const bool on : {true, false}) {
+          expect(asked, instance.set(info.name, KIND_BOOLEAN, on), 1);
+          instance.beginFrame();
+          expect(asked + ": what it has then", value.boolean, on);
         }
       } else {
-        const ParameterKind kind = info.type == PARAM_INTEGER ? KIND_INTEGER : KIND_BOOLEAN;
-        expect(asked, instance.set(info.name, kind, 1), 1);
+        instance.set(info.name, KIND_INTEGER, info.initial + 1);
+        expect(asked, instance.set(info.name, KIND_INTEGER, info.initial), 1);
         instance.beginFrame();
-        expect(asked + ": what it has then",
-               kind == KIND_INTEGER ? value.value.integer : value.value.boolean, 1);
+        expect(asked + ": what it has then", value.integer, info.initial);
       }
     }
   }

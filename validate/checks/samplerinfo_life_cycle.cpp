@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+
+#include "validate/checks/added_interface.h"
+#include "validate/subject.h"
+
+namespace validate {
+
+namespace {
+
+CHECK("samplerinfo.life_cycle.made",
+      "a new plugin has no interfaces, and what newPlugin is given makes no difference") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    expect(instance.name() + ": interfaces", words(instance.object())[PLUGIN_BASE_INTERFACES],
+           nullptr);
+    PluginDesc::deletePlugin(desc, PluginDesc::newPlugin(desc, desc));
+  }
+}
+
+CHECK("samplerinfo.life_cycle.pairs",
+      "renders and frames can begin and end in any number, none of them in pairs") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    instance.beginFrame();
+    for (int i = 0; i < 2; ++i) QuorPluginInterface::frameEnd(instance.part(), nullptr);
+    for (int i = 0; i < 2; ++i) QuorPluginInterface::renderEnd(instance.part(), nullptr);
+    instance.beginFrame();
+  }
+}
+
+CHECK("samplerinfo.life_cycle.integers", "an integer takes any number") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (info.type != PARAM_INTEGER) continue;
+      const std::string asked = instance.name() + ".setParameter(" + text(info.name) + ")";
+      for (const std::int32_t number : {1, -1, INT32_MAX, INT32_MIN}) {
+        expect(asked, instance.set(info.name, KIND_INTEGER, number), 1);
+        instance.beginFrame();
+        expect(asked + ": what it has then", instance.parameter(info.name).value.integer, number);
+      }
+    }
+  }
+}
+
+CHECK("samplerinfo.interfaces.many",
+      "a dying plugin releases more interfaces than fit on a stack") {
+  constexpr int kMany = 700000;
+  for (void* desc : descriptors()) {
+    AddedInterface added(1);
+    {
+      const Instance instance(desc);
+      for (int i = 0; i < kMany; ++i) PluginBase::addInterface(instance.object(), &added, 1);
+    }
+    expect(nameOf(desc) + ": releases", added.releases, kMany);
+  }
+}
+
+CHECK("samplerinfo.interfaces.busy",
+      "an interface can use the dying plugin's list while it is released") {
+  for (void* desc : descriptors()) {
+    const std::string name = nameOf(desc);
+    AddedInterface oldest(1), busy(2), removed(3), other(4), late(5);
+    {
+      const Instance instance(desc);
+      void* const object = instance.object();
+      for (AddedInterface* added : {&oldest, &busy, &removed, &other}) {
+        PluginBase::addInterface(object, added, 1);
+      }
+      busy.whenReleased = [&, object] {
+        expect(name + ".getInterface of the one being released",
+               PluginBase::getInterface(object, 2), nullptr);
+        expect(name + ".getInterface of one that is still there",
+               PluginBase::getInterface(object, 4), &other);
+        expect(name + ".removeInterface", PluginBase::removeInterface(object, &removed), 1);
+        expect(name + ".addInterface", PluginBase::addInterface(object, &late, 1), 1);
+      };
+    }
+    expect(name + ": releases of one that was removed", removed.releases, 0);
+    for (const AddedInterface* added : {&oldest, &busy, &other, &late}) {
+      expect(name + ": releases", added->releases, 1);
+    }
+  }
+}
+
+// An object whose table is replaced by one that notes what its owner is told.
+void* released;
+void noteRelease(void* /*self*/, void* iface) { released = iface; }
+
+CHECK("samplerinfo.interfaces.owner",
+      "a plugin is told when the user of one of its interfaces releases it") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    void*& table = words(instance.object())[0];
+    void* const whole = table;
+    const TableEntry noting = PluginBase::releaseInterface.entry<noteRelease>();
+    void* entries[PluginBase::removeInterface.slot() + 1];
+    std::copy_n(virtualTable(instance.object()), std::size(entries), entries);
+    entries[noting.slot] = noting.function;
+    table = entries;
+    PluginInterface::release(instance.part());
+    table = whole;
+    expect(instance.name() + ".releaseInterface", released, instance.part());
+  }
+}
+
+}  // namespace
+
+}  // namespace validate
