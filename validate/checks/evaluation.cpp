@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "validate/network.h"
-#include "validate/process.h"
 
 namespace validate {
 
@@ -83,18 +82,12 @@ CHECK("evaluation.reload", "a module that is unloaded and loaded again gives the
   std::vector<Answer> first;
   forSeeds(kNetworks / 4, [&](std::uint32_t seed) {
     for (const bool again : {false, true}) {
-      std::string why;
-      void* const module = openModule(trial.module, why);
-      if (module == nullptr) fail(why);
-      {
-        void* const desc = reinterpret_cast<void* (*)()>(symbolOf(module, "getLibDesc"))();
-        const Network network({.descs = enumerate(desc).descs, .seed = seed});
-        if (again)
-          network.expectAnswers("asked of the module loaded again", first);
-        else
-          first = network.answers();
-      }
-      closeModule(module);
+      const Loaded module;
+      const Network network({.descs = enumerate(module.library()).descs, .seed = seed});
+      if (again)
+        network.expectAnswers("asked of the module loaded again", first);
+      else
+        first = network.answers();
     }
     return 2 * first.size();
   });

@@ -9,25 +9,6 @@ namespace validate {
 
 namespace {
 
-/// The module, loaded once more.
-class Loaded {
- public:
-  Loaded() {
-    std::string why;
-    module_ = openModule(trial.module, why);
-    if (module_ == nullptr) fail(why);
-  }
-  ~Loaded() { closeModule(module_); }
-  Loaded(const Loaded&) = delete;
-  void operator=(const Loaded&) = delete;
-
-  void* handle() const { return module_; }
-  void* library() const { return reinterpret_cast<void* (*)()>(symbolOf(module_, "getLibDesc"))(); }
-
- private:
-  void* module_;
-};
-
 void expectMapped(const std::string& when, bool expected) {
   expect("mapped " + when, isMapped(trial.module), expected);
 }
