@@ -34,6 +34,14 @@ struct TableEntry {
   void* function;
 };
 
+/// What this thread asks of the module, for the report of a crash: who knows of which plugin or
+/// output, and at which sample, says so before.
+struct Calling {
+  const char *operation = nullptr, *of = nullptr;
+  int sample = -1;
+};
+inline constinit thread_local Calling calling;
+
 /// A virtual operation. Called with an object it goes through the object's table; `entry` is for
 /// the tables of objects that are made here.
 template <int number, class Signature>
@@ -43,16 +51,25 @@ template <int number, class Result, class... Parameters>
 struct Operation<number, Result(Parameters...)> {
   static constexpr bool kThroughPointer = kMicrosoft && std::is_class_v<Result>;
 
+  const char* name;
+
   Result operator()(void* self, Parameters... arguments) const {
+    calling.operation = name;
     void* const function = virtualTable(self)[number];
     if constexpr (kThroughPointer) {
       using Function = Result*(METHOD*)(void*, Result*, Parameters...);
       Result result;
       reinterpret_cast<Function>(function)(self, &result, arguments...);
+      calling = {};
       return result;
+    } else if constexpr (std::is_void_v<Result>) {
+      reinterpret_cast<void(METHOD*)(void*, Parameters...)>(function)(self, arguments...);
+      calling = {};
     } else {
       using Function = Result(METHOD*)(void*, Parameters...);
-      return reinterpret_cast<Function>(function)(self, arguments...);
+      const Result result = reinterpret_cast<Function>(function)(self, arguments...);
+      calling = {};
+      return result;
     }
   }
 
@@ -239,18 +256,18 @@ inline void deleteThrough(void* part) {
 }
 
 namespace PluginBase {
-inline constexpr Operation<slot(2), void*(std::uint64_t id)> getInterface{};
-inline constexpr Operation<slot(3), void(void* iface)> releaseInterface{};
+inline constexpr Operation<slot(2), void*(std::uint64_t id)> getInterface{"getInterface"};
+inline constexpr Operation<slot(3), void(void* iface)> releaseInterface{"releaseInterface"};
 inline constexpr Operation<slot(4), std::int32_t(void* iface, std::int32_t releaseWithOwner)>
-    addInterface{};
-inline constexpr Operation<slot(5), std::int32_t(void* iface)> removeInterface{};
+    addInterface{"addInterface"};
+inline constexpr Operation<slot(5), std::int32_t(void* iface)> removeInterface{"removeInterface"};
 }  // namespace PluginBase
 
 namespace PluginInterface {
-inline constexpr Operation<slot(2), std::uint64_t()> getInterfaceId{};
-inline constexpr Operation<slot(3), void*()> getPlugin{};
-inline constexpr Operation<slot(4), const char*()> getInterfaceName{};
-inline constexpr Operation<slot(5), void()> release{};
+inline constexpr Operation<slot(2), std::uint64_t()> getInterfaceId{"getInterfaceId"};
+inline constexpr Operation<slot(3), void*()> getPlugin{"getPlugin"};
+inline constexpr Operation<slot(4), const char*()> getInterfaceName{"getInterfaceName"};
+inline constexpr Operation<slot(5), void()> release{"release"};
 }  // namespace PluginInterface
 
 // The tables of objects and interfaces that are made here: what is not given does nothing.
@@ -270,104 +287,113 @@ struct InterfaceTable : Table {
 };
 
 namespace PluginLibDesc {
-inline constexpr Operation<slot(6), const char*()> getLibraryName{};
-inline constexpr Operation<slot(7), const char*()> getLibraryDescription{};
-inline constexpr Operation<slot(8), std::int32_t(void* visitor)> enumPluginDescs{};
+inline constexpr Operation<slot(6), const char*()> getLibraryName{"getLibraryName"};
+inline constexpr Operation<slot(7), const char*()> getLibraryDescription{"getLibraryDescription"};
+inline constexpr Operation<slot(8), std::int32_t(void* visitor)> enumPluginDescs{"enumPluginDescs"};
 }  // namespace PluginLibDesc
 
 namespace PluginDesc {
-inline constexpr Operation<slot(6), std::uint64_t()> getPluginId{};
-inline constexpr Operation<slot(7), void*(void* host)> newPlugin{};
-inline constexpr Operation<slot(8), void(void* plugin)> deletePlugin{};
-inline constexpr Operation<slot(9), std::int32_t(std::uint64_t id)> supportsInterface{};
-inline constexpr Operation<slot(10), const char*()> getPluginName{};
-inline constexpr Operation<slot(11), void(void* host)> registerPlugin{};
-inline constexpr Operation<slot(12), void(void* host)> unregisterPlugin{};
-inline constexpr Operation<slot(13), void*()> getExtraInfo{};
+inline constexpr Operation<slot(6), std::uint64_t()> getPluginId{"getPluginId"};
+inline constexpr Operation<slot(7), void*(void* host)> newPlugin{"newPlugin"};
+inline constexpr Operation<slot(8), void(void* plugin)> deletePlugin{"deletePlugin"};
+inline constexpr Operation<slot(9), std::int32_t(std::uint64_t id)> supportsInterface{
+    "supportsInterface"};
+inline constexpr Operation<slot(10), const char*()> getPluginName{"getPluginName"};
+inline constexpr Operation<slot(11), void(void* host)> registerPlugin{"registerPlugin"};
+inline constexpr Operation<slot(12), void(void* host)> unregisterPlugin{"unregisterPlugin"};
+inline constexpr Operation<slot(13), void*()> getExtraInfo{"getExtraInfo"};
 }  // namespace PluginDesc
 
 namespace Plugin {
-inline constexpr Operation<slot(6), void*()> getPluginDesc{};
-inline constexpr Operation<slot(7), void(const char* text)> setPluginName{};
+inline constexpr Operation<slot(6), void*()> getPluginDesc{"getPluginDesc"};
+inline constexpr Operation<slot(7), void(const char* text)> setPluginName{"setPluginName"};
 }  // namespace Plugin
 
 namespace QuorPluginInterface {
-inline constexpr Operation<slot(6), void(void* renderer)> renderBegin{};
-inline constexpr Operation<slot(7), void(void* renderer)> renderEnd{};
-inline constexpr Operation<slot(8), void(void* renderer)> frameBegin{};
-inline constexpr Operation<slot(9), void(void* renderer)> frameEnd{};
-inline constexpr Operation<slot(10), std::int32_t(QuorPluginParameter* parameter)> setParameter{};
-inline constexpr Operation<slot(11), QuorPluginParameter*(const char* name)> getParameter{};
+inline constexpr Operation<slot(6), void(void* renderer)> renderBegin{"renderBegin"};
+inline constexpr Operation<slot(7), void(void* renderer)> renderEnd{"renderEnd"};
+inline constexpr Operation<slot(8), void(void* renderer)> frameBegin{"frameBegin"};
+inline constexpr Operation<slot(9), void(void* renderer)> frameEnd{"frameEnd"};
+inline constexpr Operation<slot(10), std::int32_t(QuorPluginParameter* parameter)> setParameter{
+    "setParameter"};
+inline constexpr Operation<slot(11), QuorPluginParameter*(const char* name)> getParameter{
+    "getParameter"};
 }  // namespace QuorPluginInterface
 
 namespace TextureInterface {
-inline constexpr Operation<slot(6), AColor(const ShadingContext* sc)> getColor{};
-inline constexpr Operation<slot(7), void(AColor* min, AColor* max)> getColorBounds{};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{};
+inline constexpr Operation<slot(6), AColor(const ShadingContext* sc)> getColor{"getColor"};
+inline constexpr Operation<slot(7), void(AColor* min, AColor* max)> getColorBounds{
+    "getColorBounds"};
+inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
 }  // namespace TextureInterface
 
 namespace TextureFloatInterface {
-inline constexpr Operation<slot(6), float(const ShadingContext* sc)> getFloat{};
-inline constexpr Operation<slot(7), void(float* min, float* max)> getFloatBounds{};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{};
+inline constexpr Operation<slot(6), float(const ShadingContext* sc)> getFloat{"getFloat"};
+inline constexpr Operation<slot(7), void(float* min, float* max)> getFloatBounds{"getFloatBounds"};
+inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
 }  // namespace TextureFloatInterface
 
 namespace TextureVectorInterface {
-inline constexpr Operation<slot(6), Vector(const ShadingContext* sc)> getVector{};
-inline constexpr Operation<slot(7), void(Vector* min, Vector* max)> getVectorBounds{};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{};
+inline constexpr Operation<slot(6), Vector(const ShadingContext* sc)> getVector{"getVector"};
+inline constexpr Operation<slot(7), void(Vector* min, Vector* max)> getVectorBounds{
+    "getVectorBounds"};
+inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
 }  // namespace TextureVectorInterface
 
 namespace TextureIntInterface {
-inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getInt{};
+inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getInt{"getInt"};
 }
 namespace TextureTransformInterface {
-inline constexpr Operation<slot(6), Transform(const ShadingContext* sc)> getTransform{};
+inline constexpr Operation<slot(6), Transform(const ShadingContext* sc)> getTransform{
+    "getTransform"};
 }
 
 namespace RTTexInterface {
-inline constexpr Operation<slot(6), void*()> getShaderInfo{};
-inline constexpr Operation<slot(7), void(void* info)> setShaderInfo{};
+inline constexpr Operation<slot(6), void*()> getShaderInfo{"getShaderInfo"};
+inline constexpr Operation<slot(7), void(void* info)> setShaderInfo{"setShaderInfo"};
 inline constexpr Operation<slot(8),
                            std::int32_t(const char* outputName, const char* secondName,
                                         const char* descriptorKind, void* source, void* oclData)>
-    getShaderSource{};
+    getShaderSource{"getShaderSource"};
 }  // namespace RTTexInterface
 
 // What a host offers. The first four have no destructor in their tables; the `print` of a log,
 // their fifth, takes any number of arguments and has the object as an ordinary first one.
 
 namespace PluginDescVisitor {
-inline constexpr Operation<0, std::int32_t(void* desc)> visitPluginDesc{};
+inline constexpr Operation<0, std::int32_t(void* desc)> visitPluginDesc{"visitPluginDesc"};
 }
 namespace QuorPluginHost {
-inline constexpr Operation<0, void(void* desc)> registerPluginDesc{};
-inline constexpr Operation<1, void(void* desc)> unregisterPluginDesc{};
+inline constexpr Operation<0, void(void* desc)> registerPluginDesc{"registerPluginDesc"};
+inline constexpr Operation<1, void(void* desc)> unregisterPluginDesc{"unregisterPluginDesc"};
 }  // namespace QuorPluginHost
 namespace SceneInfo {
-inline constexpr Operation<0, void(Vector* lo, Vector* hi)> getBoundingBox{};
+inline constexpr Operation<0, void(Vector* lo, Vector* hi)> getBoundingBox{"getBoundingBox"};
 }
 namespace CameraMotion {
-inline constexpr Operation<0, DVector(const DVector* p, double t)> pointToRayTime{};
-inline constexpr Operation<1, Vector(const Vector* v, double t)> vectorToRayTime{};
-inline constexpr Operation<2, DVector(const DVector* p, double t)> pointFromRayTime{};
-inline constexpr Operation<3, Vector(const Vector* v, double t)> vectorFromRayTime{};
+inline constexpr Operation<0, DVector(const DVector* p, double t)> pointToRayTime{"pointToRayTime"};
+inline constexpr Operation<1, Vector(const Vector* v, double t)> vectorToRayTime{"vectorToRayTime"};
+inline constexpr Operation<2, DVector(const DVector* p, double t)> pointFromRayTime{
+    "pointFromRayTime"};
+inline constexpr Operation<3, Vector(const Vector* v, double t)> vectorFromRayTime{
+    "vectorFromRayTime"};
 }  // namespace CameraMotion
 namespace ObjectSpaceMapping {
 inline constexpr Operation<slot(6), Vector(const ShadingContext* sc, const Vector* n)>
-    worldToObjectNormal{};
+    worldToObjectNormal{"worldToObjectNormal"};
 inline constexpr Operation<slot(7), Vector(const ShadingContext* sc, const Vector* p)>
-    worldToObjectPoint{};
+    worldToObjectPoint{"worldToObjectPoint"};
 }  // namespace ObjectSpaceMapping
 namespace UvwSource {
 inline constexpr Operation<slot(6), void(const ShadingContext* sc, std::int32_t channel, Vector* a,
                                          Vector* b, Vector* c)>
-    getUVWDerivatives{};
-inline constexpr Operation<slot(7), Vector(const ShadingContext* sc, std::int32_t channel)>
-    getUVW{};
+    getUVWDerivatives{"getUVWDerivatives"};
+inline constexpr Operation<slot(7), Vector(const ShadingContext* sc, std::int32_t channel)> getUVW{
+    "getUVW"};
 }  // namespace UvwSource
 namespace MaterialIdSource {
-inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getMaterialId{};
+inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getMaterialId{
+    "getMaterialId"};
 }
 
 }  // namespace validate

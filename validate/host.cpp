@@ -56,7 +56,8 @@ const char* nameOfInput(Input* /*input*/) {
 }
 
 /// The operations of a kind of textures.
-template <TextureKind kind, class Value, auto value, auto bounds, auto gradient>
+template <TextureKind kind, class Value, const auto& value, const auto& bounds,
+          const auto& gradient>
 struct Questions {
   static int ask(void* texture, Question question, const ShadingContext& sc, float* numbers) {
     if (question == VALUE) return put(value(texture, &sc), numbers);

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <getopt.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -15,6 +18,7 @@
 
 #include "validate/check.h"
 #include "validate/checks/records.h"
+#include "validate/contract.h"
 #include "validate/process.h"
 #include "validate/subject.h"
 
@@ -144,7 +148,56 @@ Options parse(int argc, char** argv) {
 
 // ---- A child: one check ----
 
-int runCheck(const std::string& name) {
+/// What the module is asked at the moment. Allocates nothing: it may be the heap that is broken.
+const char* called() {
+  static char text[256];
+  const auto [operation, of, sample] = calling;
+  if (operation == nullptr) return "the check";
+  const int length = std::snprintf(text, sizeof text, "%s%s%s", of != nullptr ? of : "",
+                                   of != nullptr ? "." : "", operation);
+  const auto end = std::min(static_cast<std::size_t>(length), sizeof text - 1);
+  if (sample >= 0) std::snprintf(text + end, sizeof text - end, " at sample %d", sample);
+  return text;
+}
+
+void printCalled() {
+  char lines[320];
+  const int length = std::snprintf(lines, sizeof lines, "\n#called %s\n#seed %u\n", called(),
+                                   static_cast<unsigned>(trial.seed));
+  if (write(STDOUT_FILENO, lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
+}
+
+// The instruction that failed, or `abort`, comes again after this and ends the process.
+void reportSignal(int signal) {
+  std::signal(signal, SIG_DFL);
+  printCalled();
+  if (signal == SIGTERM) std::_Exit(1);
+}
+
+// Comes before the stack is unwound, which would call the module.
+[[noreturn]] void reportException() {
+  std::string came = "std::terminate";
+  try {
+    if (std::current_exception() != nullptr) {
+      came = "an exception";
+      throw;
+    }
+  } catch (const char* thrown) {
+    came = "the exception " + text(thrown);
+  } catch (const std::exception& exception) {
+    came = "the exception " + text(exception.what());
+  } catch (...) {
+  }
+  failExpectation(called(), came, "its return");
+}
+
+int runChild(const std::string& name) {
+  std::signal(SIGTERM, reportSignal);
+  if (!kSanitized) {  // a sanitizer reports the others
+    for (const int signal : {SIGABRT, SIGFPE, SIGILL, SIGSEGV}) std::signal(signal, reportSignal);
+  }
+  std::set_terminate(reportException);
+  std::atexit(printCalled);
   for (const Check* check = firstCheck; check != nullptr; check = check->next) {
     if (name == check->name) check->run();
   }
@@ -152,18 +205,6 @@ int runCheck(const std::string& name) {
   if (name.empty()) note(PluginLibDesc::getLibraryName(library()));
   std::puts("\n#held");
   return 0;
-}
-
-int runChild(const std::string& name) {
-  try {
-    return runCheck(name);
-  } catch (const char* thrown) {
-    failExpectation("what is thrown", text(thrown), "nothing");
-  } catch (const std::exception& exception) {
-    failExpectation("what is thrown", text(exception.what()), "nothing");
-  } catch (...) {
-    failExpectation("what is thrown", "something", "nothing");
-  }
 }
 
 struct Outcome {
@@ -182,6 +223,7 @@ Outcome inChild(const std::string& check) {
                                  timeLimit + 10 * trial.seconds);
   Outcome outcome;
   outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  std::string calledLast = "the check", seed = std::to_string(trial.seed);
   std::istringstream lines(ending.output);
   for (std::string line; std::getline(lines, line);) {
     if (line.ends_with('\r')) line.pop_back();
@@ -192,15 +234,14 @@ Outcome inChild(const std::string& check) {
     if (what == "#note") outcome.notes.push_back(rest);
     if (what == "#failed") outcome.failure = rest;
     if (what == "#left-out") outcome.leftOut = rest;
+    if (what == "#called") calledLast = rest;
+    if (what == "#seed") seed = rest;
   }
   if (!outcome.failure.empty()) return outcome;
-  const std::string seed = " (seed " + std::to_string(trial.seed) + ")";
-  if (!ending.failure.empty()) {
-    outcome.failure = "the process: came " + ending.failure + ", expected its end" + seed;
-  } else if (!outcome.held && outcome.leftOut.empty()) {
-    outcome.failure =
-        "the process: came its end in the middle of the check, expected the whole check" + seed;
-  }
+  const bool ended = ending.failure.empty();
+  if (ended && (outcome.held || !outcome.leftOut.empty())) return outcome;
+  outcome.failure = calledLast + ": came " + (ended ? "the end of the process" : ending.failure) +
+                    ", expected its return (seed " + seed + ")";
   return outcome;
 }
 

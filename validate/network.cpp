@@ -134,7 +134,7 @@ void Network::set(const PluginInput& input) {
 }
 
 void Network::addOutputs(const Instance& plugin) {
-  const std::string name = plugin.name();
+  const std::string& name = plugin.name();
   const auto add = [&](const std::string& outputName, void* texture, TextureKind kind) {
     if (texture != nullptr) outputs_.push_back({plugins_.size(), outputName, texture, kind});
   };
@@ -169,6 +169,8 @@ Network::Asked Network::asked(std::size_t n) const {
 Answer Network::answer(std::size_t n) const {
   const Asked now = asked(n);
   float numbers[std::tuple_size_v<Answer>];
+  calling.of = now.output.c_str();
+  calling.sample = n % Samples::kCount;
   const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {

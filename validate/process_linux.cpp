@@ -91,15 +91,18 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
 
   Ending ending;
   using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+  auto end = Clock::now() + std::chrono::duration<double>(seconds);
   pollfd readable{pipe[0], POLLIN, 0};
   char buffer[4096];
   for (ssize_t length = 1; length > 0;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
     if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) == 0) {
-      kill(child, SIGKILL);
+      const bool stopping = !ending.failure.empty();
+      kill(child, stopping ? SIGKILL : SIGTERM);  // the first one lets it say what it is doing
+      if (stopping) break;
       ending.failure = "still running after " + std::to_string(std::lround(seconds)) + " s";
-      break;
+      end = Clock::now() + std::chrono::seconds(1);
+      continue;
     }
     length = read(pipe[0], buffer, sizeof buffer);
     if (length > 0) ending.output.append(buffer, static_cast<std::size_t>(length));

@@ -73,28 +73,34 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
   return {infos->first, infos->last};
 }
 
-Instance::Instance(void* desc)
-    : desc_(desc), object_(PluginDesc::newPlugin(desc, nullptr), Deleter{desc}) {
+Instance::Instance(void* desc) : desc_(desc), name_(nameOf(desc)), object_(nullptr, Deleter{desc}) {
+  calling.of = name_.c_str();
+  object_.reset(PluginDesc::newPlugin(desc, nullptr));
   if (object_ == nullptr) fail(name() + ".newPlugin: came null, expected an object");
   part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
   if (part_ == nullptr)
     fail(name() + ".getInterface(EXT_QUOR_PLUGIN): came null, expected an object");
 }
 
+void* Instance::called() const {
+  calling.of = name_.c_str();
+  return part_;
+}
+
 std::int32_t Instance::connect(const char* input, void* texture) const {
   QuorPluginParameter value{input, KIND_INTERFACE, {}};
   value.value.iface = texture;
-  return QuorPluginInterface::setParameter(part_, &value);
+  return QuorPluginInterface::setParameter(called(), &value);
 }
 
 std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t value) const {
   QuorPluginParameter record{parameter, kind, {value}};
   if (kind == KIND_BOOLEAN) record.value.boolean = value != 0;
-  return QuorPluginInterface::setParameter(part_, &record);
+  return QuorPluginInterface::setParameter(called(), &record);
 }
 
 QuorPluginParameter* Instance::find(const char* parameter) const {
-  return QuorPluginInterface::getParameter(part_, parameter);
+  return QuorPluginInterface::getParameter(called(), parameter);
 }
 
 QuorPluginParameter& Instance::parameter(const char* parameter) const {
@@ -110,9 +116,9 @@ void* Instance::texture(const char* output) const {
 }
 
 void Instance::beginFrame() const {
-  if (!rendering_) QuorPluginInterface::renderBegin(part_, nullptr);
+  if (!rendering_) QuorPluginInterface::renderBegin(called(), nullptr);
   rendering_ = true;
-  QuorPluginInterface::frameBegin(part_, nullptr);
+  QuorPluginInterface::frameBegin(called(), nullptr);
 }
 
 }  // namespace validate

@@ -58,7 +58,7 @@ class Instance {
   void* desc() const { return desc_; }
   void* object() const { return object_.get(); }
   void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
-  std::string name() const { return nameOf(desc_); }
+  const std::string& name() const { return name_; }
   void forget() { static_cast<void>(object_.release()); }  ///< somebody else has deleted it
 
   /// What the plugin answers to a connection or a number.
@@ -76,9 +76,12 @@ class Instance {
     void operator()(void* object) const { PluginDesc::deletePlugin(desc, object); }
   };
   void* desc_;
+  const std::string name_;
   std::unique_ptr<void, Deleter> object_;
   void* part_ = nullptr;
   mutable bool rendering_ = false;
+
+  void* called() const;  ///< its `part`, for a call in its name
 };
 
 }  // namespace validate

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 #include "validate/check.h"
 #include "validate/process.h"
@@ -143,6 +144,7 @@ RefusedLoad loadRefusing(int refuse) {
   const pid_t child = fork();
   if (child < 0) fail("no process");
   if (child == 0) {
+    std::set_terminate(std::abort);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
     alarm(kTimeLimit);

@@ -226,7 +226,7 @@ CHECK("abi.registers",
 
 CHECK("abi.deleting",
       "the destructor's argument says whether it gives the memory back: 0, no, or 1, yes") {
-  constexpr Operation<slot(1), void*(std::uint32_t flags)> destroy;
+  constexpr Operation<slot(1), void*(std::uint32_t flags)> destroy{"the destructor"};
   for (void* desc : descriptors()) {
     for (const std::uint32_t flags : {0, 1}) {
       const std::string asked = nameOf(desc) + ", destroyed with " + text(flags);

@@ -11,7 +11,7 @@ CHECK("life_cycle.made",
       "a new plugin knows its descriptor and has no name, and parameters of its own") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
-    const std::string name = instance.name();
+    const std::string& name = instance.name();
     void** const object = words(instance.object());
     void** const part = words(instance.part());
     expect(name + ": name", object[PLUGIN_NAME], nullptr);
@@ -33,7 +33,7 @@ void expectDifferent(const std::string& ofWhat, void* ofOne, void* ofOther) {
 CHECK("life_cycle.two_instances", "two instances of a plugin share neither objects nor values") {
   for (void* desc : descriptors()) {
     const Instance one(desc), other(desc);
-    const std::string name = one.name();
+    const std::string& name = one.name();
     expectDifferent(name, one.object(), other.object());
     Plugin::setPluginName(one.object(), "one");
     expect(name + ": name of the other", words(other.object())[PLUGIN_NAME], nullptr);
