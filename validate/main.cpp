@@ -336,7 +336,12 @@ int runAll(std::vector<const Check*> checks, const Options& options) {
                         });
 
   const auto isPromise = [](const Check* check) { return matches("samplerinfo.*", check->name); };
-  if (!promises && std::erase_if(checks, isPromise) != 0)
+  const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
+  if (checks.empty())
+    refuse(
+        "--only matches promises of another library alone; they are tried if a pattern begins with "
+        "samplerinfo");
+  if (erased)
     std::puts("left out  samplerinfo.*: promises of another library, unless --only asks for them");
 
   int failed = 0, leftOut = 0;
