@@ -27,6 +27,13 @@ set_target_properties(object_model PROPERTIES EXPORT_NAME sdk OUTPUT_NAME quor_s
 set_target_properties(quor PROPERTIES EXPORT_NAME standin)
 target_include_directories(object_model INTERFACE $<INSTALL_INTERFACE:include/quor>)
 target_compile_features(object_model INTERFACE $<INSTALL_INTERFACE:cxx_std_20>)
+# Whatever a module instantiates of `std` would be exported, and keep it loaded.
+target_compile_options(object_model INTERFACE
+  $<INSTALL_INTERFACE:$<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>>)
+set(is_module $<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>)
+target_link_options(object_model INTERFACE
+  $<INSTALL_INTERFACE:$<${is_module}:LINKER:--version-script=$<INSTALL_PREFIX>/lib/cmake/Quor/exports.map>>)
+install(FILES cmake/exports.map DESTINATION lib/cmake/Quor COMPONENT sdk)
 install(TARGETS quor DESTINATION lib COMPONENT tools)
 install(TARGETS object_model quor EXPORT Quor DESTINATION lib COMPONENT sdk)
 install(EXPORT Quor NAMESPACE Quor:: FILE QuorConfig.cmake

@@ -44,7 +44,7 @@ runs in a process of its own.
   --list          prints the checks and what each of them wants to hold; those without a twin, a broken
                   module that they are seen to fail, say so
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
-  --seconds S     evaluates for so long, as a soak
+  --seconds S     evaluates for so long in each check that evaluates, as a soak
   --timeout S     gives each check so long (default 240, with --seconds more)
   --junit FILE    writes the report as JUnit's XML, too
   --help, --version

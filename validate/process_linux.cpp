@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -41,6 +42,9 @@ bool isMapped(const std::string& path) {
   return module != nullptr;
 }
 
+// What older linkers export on their own account.
+constexpr const char* kOfLinker[] = {"_init", "_fini", "_edata", "_end", "__bss_start"};
+
 std::vector<std::string> exportsOf(const std::string& path, void* /*module*/) {
   std::ifstream file(path, std::ios::binary);
   const auto read = [&file](auto& record, std::size_t offset, std::size_t size) {
@@ -61,9 +65,10 @@ std::vector<std::string> exportsOf(const std::string& path, void* /*module*/) {
       ElfW(Sym) symbol{};
       read(symbol, section.sh_offset + at, sizeof symbol);
       const bool isGlobal = symbol.st_info >> 4 != STB_LOCAL;
-      if (isGlobal && symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS) {
-        names.emplace_back(&texts.at(symbol.st_name));
-      }
+      const std::string name = &texts.at(symbol.st_name);
+      const bool isOfLinker = std::ranges::find(kOfLinker, name) != std::end(kOfLinker);
+      if (isGlobal && symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && !isOfLinker)
+        names.push_back(name);
     }
   }
   return names;
