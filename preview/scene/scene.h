@@ -47,6 +47,7 @@ struct Camera {
 };
 
 // Shapes, in object space and around its origin. The uv coordinates run over [0, 1].
+// NOLINTBEGIN(modernize-use-nullptr): the check takes the 0 of `<=>` for a pointer
 
 struct Sphere {
   double radius = 1;  ///< u around the y axis, v from the south pole to the north
@@ -68,6 +69,7 @@ struct ObjFile {
   std::filesystem::path path;  ///< an existing file; its vt coordinates are the uv coordinates
   auto operator<=>(const ObjFile&) const = default;
 };
+// NOLINTEND(modernize-use-nullptr)
 using Shape = std::variant<Sphere, Plane, Box, Torus, ObjFile>;
 
 struct Object {

@@ -62,9 +62,9 @@ Imath::M44d FrameCamera::matrixFromWorld() const {
           c.x.z, c.y.z, c.z.z, 0, origin.x, origin.y, origin.z, 1};
 }
 
-Ray FrameCamera::primaryRay(double imageX, double imageY, const Pose& c) const {
+Ray FrameCamera::primaryRay(double imageX, double imageY, const Pose& pose) const {
   const V3d direction((imageX - width_ / 2) * pixelSize_, (height_ / 2 - imageY) * pixelSize_, -1);
-  return {toDVector(c.position), toVector(c.vectorToRender(direction.normalized()))};
+  return {toDVector(pose.position), toVector(pose.vectorToRender(direction.normalized()))};
 }
 
 DVector TwoKeyCameraMotion::pointToRayTime(const DVector& point, double rayTime) {
