@@ -4,7 +4,7 @@ set(CPACK_PACKAGE_NAME samplerinfo)
 set(CPACK_PACKAGE_VENDOR "the SamplerInfo authors")
 set(CPACK_PACKAGE_CONTACT "the SamplerInfo authors <samplerinfo@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Texture plugins for the renderer Quor, with tools and sdk")
-set(CPACK_PACKAGE_DESCRIPTION 
+set(CPACK_PACKAGE_DESCRIPTION
 "Five plugins sample and combine data of the shaded point, exact to the bit.
 A reference renderer shows what they answer, a validator tries modules as
 the renderer does, and the sdk is for plugins of one's own.")

@@ -56,10 +56,11 @@ log=$PWD/build/install.log
 
 # Waits up to two minutes while another apt is at work.
 apt() {
+  local end=$((SECONDS + 120))
   until "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
     apt-get -q -o APT::Update::Error-Mode=any "$@" </dev/null >>"$log" 2>&1; do
     tail -n 3 "$log" | grep -q '^E: Could not get lock' || return
-    ((SECONDS < 120)) || fail "another apt still holds its lock, after two minutes"
+    ((SECONDS < end)) || fail "another apt still holds its lock, after two minutes"
     sleep 3
   done
 }

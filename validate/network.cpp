@@ -170,7 +170,7 @@ Answer Network::answer(std::size_t n) const {
   const Asked now = asked(n);
   float numbers[std::tuple_size_v<Answer>];
   calling.of = now.output.c_str();
-  calling.sample = n % Samples::kCount;
+  calling.sample = static_cast<int>(n % Samples::kCount);
   const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
