@@ -40,7 +40,7 @@ endforeach()
 
 add_library(windows_runtime STATIC ${_folder}/startup.cpp ${_folder}/operator_new.cpp)
 target_compile_features(windows_runtime PRIVATE cxx_std_20)
-target_compile_options(windows_runtime PRIVATE -Wall -Wextra -Werror)
+target_compile_options(windows_runtime PRIVATE -Wall -Wextra)
 target_link_libraries(windows_runtime PRIVATE windows_headers)
 target_link_options(windows_runtime INTERFACE
   LINKER:/machine:x86 LINKER:/nodefaultlib LINKER:/safeseh LINKER:/opt:ref LINKER:/timestamp:0)
