@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <csignal>
 
 namespace preview {
@@ -8,13 +9,13 @@ namespace preview {
 inline constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
 
 /// The signal by which the user has asked the program to end, or 0.
-inline volatile std::sig_atomic_t interruption = 0;
+inline std::atomic<int> interruption = 0;
 
 /// From now on the first such signal is only noted, so that a render can end in order; the second
-/// one ends the program at once. A file that grows beyond the limit fails as on a full disk.
+/// one ends the program at once. One that was ignored stays so, as `nohup` wants it.
 inline void noteInterruptions() {
-  std::signal(SIGXFSZ, SIG_IGN);
   for (const int signal : kInterruptions) {
+    if (std::signal(signal, SIG_IGN) == SIG_IGN) continue;
     std::signal(signal, [](int caught) {
       interruption = caught;
       std::signal(caught, SIG_DFL);

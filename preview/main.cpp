@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <iostream>
@@ -173,7 +174,8 @@ int runCheck(const Options& options) {
 }
 
 int fail(const std::string& prefix, const char* what, int exitCode) {
-  std::cerr << prefix << ": " << oneLine(what) << "\n";
+  constexpr std::size_t kWithItsPlace = 300;
+  std::cerr << prefix << ": " << oneLine(what, kWithItsPlace) << "\n";
   return exitCode;
 }
 
@@ -294,6 +296,7 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that grows beyond the limit fails as on a full disk
   Options options;
   Problems problems;
   try {

@@ -92,6 +92,7 @@ void OutputFolder::commit() {
   std::string current;
   try {
     fs::create_directories(folder_);
+    const FolderLock commits(folder_, LOCK_EX);  // of several runs, one after the other
     fs::create_directory(older);
     for (const std::string& name : names) {
       current = name + ": ";

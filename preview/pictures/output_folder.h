@@ -22,9 +22,9 @@ class FolderLock {
   bool isHeld_;
 };
 
-/// Files that appear in a folder together: they are written to a hidden folder in it (or where it
-/// is to be made), and moved when all of them are there. Without `commit` nothing is left behind;
-/// what a killed run left, the next one removes.
+/// Files that are put into a folder in one go: they are written to a hidden folder in it (or where
+/// it is to be made), and moved when all of them are there. Without `commit` nothing is left
+/// behind; what a killed run left, the next one removes.
 class OutputFolder {
  public:
   /// Throws `InputError` if nothing can be written there.

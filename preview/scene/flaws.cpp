@@ -10,10 +10,9 @@ bool isOutside(std::span<const float> values, const Bounds& bounds) {
   const auto& [lower, upper] = bounds;
   for (std::size_t c = 0; c < values.size(); ++c) {
     constexpr float kRounding = 1e-6F;  // of the bounds
-    const float nearest = std::clamp(values[c], lower[c], upper[c]);
-    const float rounding = kRounding * std::max(std::abs(lower[c]), std::abs(upper[c]));
-    const bool inside = values[c] == nearest || std::abs(values[c] - nearest) <= rounding;
-    if (!std::isnan(values[c]) && !inside) return true;
+    const float size = std::max(std::abs(lower[c]), std::abs(upper[c]));
+    const float rounding = std::isfinite(size) ? kRounding * size : 0;
+    if (values[c] < lower[c] - rounding || values[c] > upper[c] + rounding) return true;
   }
   return false;
 }

@@ -21,7 +21,8 @@ bool isCutOff(const std::filesystem::path& file) {
   ElfW(Ehdr) header = {};
   std::ifstream(file, std::ios::binary).read(reinterpret_cast<char*>(&header), sizeof header);
   const std::size_t sections = std::size_t{header.e_shnum} * header.e_shentsize;
-  return std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 &&
+  constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+  return std::memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_ident[EI_CLASS] == kClass &&
          file_size(file) < header.e_shoff + sections;
 }
 
