@@ -8,7 +8,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 folder=$PWD/build/emulated-pc
-seconds=900 # for the command
+seconds=360 # for the command
 
 # The kernel, and a first file system from which it mounts this system's.
 make_kernel() {

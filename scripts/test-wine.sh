@@ -30,8 +30,8 @@ start_wine() {
 make_prefix
 trap 'timeout 30 wineserver --kill || true' EXIT
 step "Wine" start_wine
-step "test windows-x86" timeout 600 \
+step "test windows-x86" timeout 300 \
   ctest --preset windows-x86 --label-regex emulated --parallel "$(nproc)"
-step "test windows-x86-mingw" timeout 600 ctest --preset windows-x86-mingw --parallel "$(nproc)"
+step "test windows-x86-mingw" timeout 300 ctest --preset windows-x86-mingw --parallel "$(nproc)"
 echo "Executed under $(timeout 30 wine --version): the validator on the library with Microsoft's layout, and the"
 echo "unit tests on the MinGW build."

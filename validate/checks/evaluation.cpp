@@ -40,7 +40,8 @@ CHECK("evaluation.threads", "16 threads that ask at once are answered as one alo
       answers[i].clear();
       answers[i].reserve(questions);
       threads.emplace_back([&, i] {
-        begin.arrive_and_wait();
+        begin.count_down();
+        while (!begin.try_wait()) std::this_thread::yield();  // MinGW's wait() can miss the last
         for (std::size_t k = 0; k < questions; ++k) {
           if (k % Samples::kCount == 0 && isTimeUp()) break;
           answers[i].push_back(network.answer(asked(i, k)));
