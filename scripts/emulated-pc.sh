@@ -2,19 +2,19 @@
 # SPDX-License-Identifier: MIT
 # usage: scripts/emulated-pc.sh [COMMAND [ARGUMENT...]]
 # Runs a command as root in an emulated PC, which executes the 32-bit programs that this system's kernel
-# may refuse. The PC sees this system's files but keeps what it writes to itself; it has no network.
-# The command's output and exit code come out here. Without a command only what this needs is installed.
+# may refuse. The PC sees this system's files and keeps what it writes to itself; it has no network.
+# The command's output and exit code come out here. Without a command only the packages are fetched.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 folder=$PWD/build/emulated-pc
+unpacked=$folder/unpacked
 seconds=360 # for the command
 
 # The kernel, and a first file system from which it mounts this system's.
 make_kernel() {
-  local unpacked=$folder/unpacked first=$folder/first modules
-  rm -rf "$unpacked" "$first"
-  scripts/install.sh --unpack "$unpacked" emulated-kernel
+  local first=$folder/first modules
+  rm -rf "$first"
   modules=$(echo "$unpacked"/lib/modules/*)
   mkdir -p "$first/bin" "$first/lib/modules/${modules##*/}"
   cp "$unpacked/bin/busybox" "$first/bin/"
@@ -53,8 +53,12 @@ INIT
 
 scripts/install.sh emulator
 mkdir -p "$folder"
-if [[ ! $folder/initrd -nt scripts/emulated-pc.sh ]]; then make_kernel; fi
+if [[ ! $folder/initrd -nt scripts/emulated-pc.sh ]]; then
+  rm -rf "$unpacked"
+  scripts/install.sh --unpack "$unpacked" emulated-kernel
+fi
 (($# > 0)) || exit 0
+if [[ -d $unpacked ]]; then make_kernel; fi
 
 printf 'export PATH=%q\ncd %q\n' "$PATH" "$PWD" >"$folder/command"
 printf '%q ' "$@" >>"$folder/command"

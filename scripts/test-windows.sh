@@ -3,8 +3,8 @@
 # usage: scripts/test-windows.sh
 # Installs what is missing, builds the presets for 32-bit Windows and runs their tests under Wine; in an
 # emulated PC where this system executes no 32-bit programs, or anywhere with EMULATED_PC=1.
-# Without either it looks at layouts and symbols only and fails, or, with ALLOW_NO_WINE=1, succeeds but
-# says so, also in build/not-executed.txt.
+# Where the packages of neither can be had it looks at layouts and symbols only and fails, or, with
+# ALLOW_NO_WINE=1, succeeds but says so, also in build/not-executed.txt.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -46,5 +46,5 @@ else
   why="this system executes no 32-bit programs"
 fi
 echo "==> an emulated PC, as $why"
-scripts/emulated-pc.sh || nothing_executed "$why, and the emulated PC cannot be installed"
+scripts/emulated-pc.sh || nothing_executed "$why, and the emulated PC's packages cannot be had"
 step "Windows in the emulated PC" scripts/emulated-pc.sh scripts/test-wine.sh
