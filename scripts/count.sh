@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # usage: scripts/count.sh
-# Counts the lines of C and C++, without blanks and comments, and says how much of them are tests.
+# Counts the lines of C and C++, without blanks and comments, and says how much of them are tests: by
+# themselves, and with the validator's checks, which take the place of tests by the interface.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -18,6 +19,12 @@ lines() {
 step "packages" scripts/install.sh lint
 for folder in "${product[@]}"; do printf '%-15s %6d\n' "$folder" "$(lines "$folder")"; done
 of_product=$(lines "${product[@]}") of_bench=$(lines bench) of_tests=$(lines tests)
+of_checks=$(lines validate/checks)
 all=$((of_product + of_bench + of_tests))
 printf '%-15s %6d\n' "product" "$of_product" "bench" "$of_bench" "tests" "$of_tests" "all" "$all"
-echo "tests are $((of_tests * 1000 / all / 10)).$((of_tests * 1000 / all % 10)) % of the lines"
+
+# percent COUNT: its part of all lines.
+percent() {
+  echo "$(($1 * 1000 / all / 10)).$(($1 * 1000 / all % 10)) %"
+}
+echo "tests are $(percent "$of_tests") of the lines, with validate/checks $(percent $((of_tests + of_checks)))"
