@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Sourced by the scripts: goes to the project's root, compiles through a cache where there is one, gives `fail` and
-# `step`.
+# Sourced by the scripts: goes to the project's root, compiles through a cache where there is one, gives `fail`,
+# `step` and `version`.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 if command -v ccache >/dev/null; then
@@ -13,6 +13,9 @@ fail() {
   echo "$(basename "$0"): $1" >&2
   exit 1
 }
+
+# version: that of CMakeLists.txt.
+version() { sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt; }
 
 # step NAME COMMAND...: runs the command, saying what and how long; names the step if it fails.
 step() {

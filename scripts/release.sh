@@ -34,8 +34,8 @@ for file in SamplerInfo.so libquor.so preview/samplerinfo-preview validate/sampl
   objcopy --only-keep-debug "build/package/$file" "debug/.build-id/${id:0:2}/${id:2}.debug"
 done
 cp build/package-windows/SamplerInfo.pdb debug
-version=$(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
-tar --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" -c -C debug . | gzip -9n >"$dist/samplerinfo-$version-debug.tar.gz"
+tar --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" -c -C debug . |
+  gzip -9n >"$dist/samplerinfo-$(version)-debug.tar.gz"
 
 # Without control flow protection: the start-up code of Debian 12 has none.
 step "hardening" hardening-check --nocfprotection build/package/{preview/samplerinfo-preview,validate/samplerinfo-validate}

@@ -8,7 +8,7 @@ set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 tree=$work/tree
-version=$(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
+version=$(version)
 
 # says TEXT COMMAND...: the command's output has this text.
 says() {
