@@ -12,19 +12,22 @@ dist=$(realpath -m -- "${1:-dist}")
 step "packages" scripts/install.sh build windows release
 work=$PWD/build/packages
 rm -rf "$work"
-mkdir -p "$work" "$dist"
+mkdir -p "$work"
 step "clone" git clone --quiet . "$work/samplerinfo"
+# Nothing of the caller's environment gets in: neither flags nor caches of compilers, nor a language.
+mapfile -t variables < <(compgen -e | grep -vxE 'PATH|HOME')
+unset "${variables[@]}"
 cd "$work/samplerinfo"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
-export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8 CCACHE_DISABLE=1
+export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
 
 step "configure package" cmake --preset package
 step "build package" cmake --build --preset package
 step "configure package-windows" cmake --preset package-windows
 step "build package-windows" cmake --build --preset package-windows --target samplerinfo
-step "pack for Linux" cpack --config build/package/CPackConfig.cmake -B "$dist" -G "DEB;TGZ"
-step "pack for Windows" cpack --config build/package-windows/CPackConfig.cmake -B "$dist" -G ZIP
-rm -r "$dist/_CPack_Packages"
+step "pack for Linux" cpack --config build/package/CPackConfig.cmake -B "$work/dist" -G "DEB;TGZ"
+step "pack for Windows" cpack --config build/package-windows/CPackConfig.cmake -B "$work/dist" -G ZIP
+rm -r "$work/dist/_CPack_Packages"
 
 # Where debuggers look for them: by the build id of what they belong to.
 echo "==> debug symbols"
@@ -35,11 +38,14 @@ for file in SamplerInfo.so libquor.so preview/samplerinfo-preview validate/sampl
 done
 cp build/package-windows/SamplerInfo.pdb debug
 tar --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" -c -C debug . |
-  gzip -9n >"$dist/samplerinfo-$(version)-debug.tar.gz"
+  gzip -9n >"$work/dist/samplerinfo-$(version)-debug.tar.gz"
 
 # Without control flow protection: the start-up code of Debian 12 has none.
 step "hardening" hardening-check --nocfprotection build/package/{preview/samplerinfo-preview,validate/samplerinfo-validate}
-cd "$dist"
+cd "$work/dist"
 step "lintian" lintian --allow-root --fail-on error ./*.deb
 sums=$(sha256sum -- *)
 tee SHA256SUMS <<<"$sums"
+mkdir -p "$(dirname "$dist")"
+mv -T "$work/dist" "$dist"
+echo "The packages are in $dist"
