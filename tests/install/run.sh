@@ -22,7 +22,7 @@ completes() {
   local COMP_WORDS=("$tree/bin/$2" "${@:3}") COMP_CWORD=$(($# - 2)) COMPREPLY
   # shellcheck source=/dev/null
   . "$tree/share/bash-completion/completions/$2"
-  _samplerinfo "${COMP_WORDS[0]}" "${!#}"
+  _samplerinfo "${COMP_WORDS[0]}" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
   [[ ${COMPREPLY[*]} == "$1" ]] || fail "${*:2} is completed to ${COMPREPLY[*]}"
 }
 
@@ -42,6 +42,9 @@ done
 completes "render check list probe" samplerinfo-preview ""
 completes "--size --samples" samplerinfo-preview render --s
 completes "--seed --seconds" samplerinfo-validate --se
+completes "--strict" samplerinfo-preview --plugin other.so check --s
+completes "" samplerinfo-preview --plugin ""
+completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 
 echo "==> build a plugin with the sdk, validate and render it"
