@@ -9,9 +9,14 @@ else()
 endif()
 
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
-install(FILES CHANGELOG.md LICENSE README.md SECURITY.md
+# Documents, and the examples that they link to, beside each other as here.
+install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
   DESTINATION ${document_folder} COMPONENT plugin)
-install(DIRECTORY docs DESTINATION ${document_folder} COMPONENT plugin)
+install(DIRECTORY docs scenes DESTINATION ${document_folder} COMPONENT plugin)
+install(FILES tests/install/CMakeLists.txt
+  DESTINATION ${document_folder}/tests/install COMPONENT plugin)
+install(FILES tests/validate/clamp.cpp
+  DESTINATION ${document_folder}/tests/validate COMPONENT plugin)
 
 if(WIN32)
   return()
@@ -74,7 +79,6 @@ function(install_tool tool what)
 endfunction()
 
 if(TARGET samplerinfo-preview)
-  install(DIRECTORY scenes DESTINATION share/samplerinfo COMPONENT tools)
   install_tool(samplerinfo-preview "renders, checks, probes and lists textures of Quor plugins"
     render check probe list)
 endif()

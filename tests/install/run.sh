@@ -33,6 +33,20 @@ mv "$work/first" "$tree"
 [[ $(readelf -d "$tree/lib/quor/plugins/SamplerInfo.so") != *PATH* ]] || fail "the plugin has a run path"
 if grep -rlF "$PWD" "$tree"; then fail "these files name the folder of the build"; fi
 
+echo "==> each part alone"
+for part in plugin tools sdk; do
+  cmake --install build/release --prefix "$work/$part" --component "$part" >/dev/null
+done
+diff <(cd "$tree" && find . -type f -printf '%P\n' | sort) \
+  <(cd "$work" && find plugin tools sdk -type f -printf '%P\n' | sort -u) || fail "the parts are not the whole"
+
+echo "==> the documents' links"
+documents=$work/plugin/share/doc/samplerinfo
+links=$(grep -roP --include='*.md' '\]\(\K(?!https?:)[^) ]+(?=\))' "$documents")
+while IFS=: read -r file link; do
+  [[ -e ${file%/*}/${link%#*} ]] || fail "${file#"$documents/"}: there is no $link"
+done <<<"$links"
+
 echo "==> the tools, their manual pages, completion"
 for tool in samplerinfo-preview samplerinfo-validate; do
   says "[\$ORIGIN/../lib]" readelf -d "$tree/bin/$tool"
@@ -48,11 +62,12 @@ completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 
 echo "==> build a plugin with the sdk, validate and render it"
-cmake -G Ninja -S tests/install -B "$work/clamp" -DCMAKE_PREFIX_PATH="$tree" >/dev/null
+cmake -G Ninja -S "$documents/tests/install" -B "$work/clamp" -DCMAKE_PREFIX_PATH="$work/sdk" >/dev/null
 cmake --build "$work/clamp"
 plugin=$work/clamp/Clamp.so
-for module in "$plugin" "$tree/lib/quor/plugins/SamplerInfo.so"; do "$tree/bin/samplerinfo-validate" "$module"; done
-"$tree/bin/samplerinfo-preview" check "$tree/share/samplerinfo/scenes/gallery.json"
-"$tree/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
+"$work/tools/bin/samplerinfo-validate" "$plugin"
+"$tree/bin/samplerinfo-validate" "$tree/lib/quor/plugins/SamplerInfo.so"
+"$tree/bin/samplerinfo-preview" check "$documents/scenes/gallery.json"
+"$work/tools/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
 cmp "$work/out/clamped.png" "$work/out/expected.png"
 ! cmp -s "$work/out/clamped.png" "$work/out/before.png" || fail "nothing was clamped"
