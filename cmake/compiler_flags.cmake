@@ -28,6 +28,11 @@ else()
   endif()
 endif()
 
+if(NOT WIN32)
+  include(CheckPIESupported)
+  check_pie_supported(LANGUAGES CXX)
+endif()
+
 set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 
 # For programs, as Debian builds them. Not for the library: a guard would stand in each evaluation.
@@ -36,7 +41,6 @@ if(NOT WIN32 AND NOT SAMPLERINFO_SANITIZE)
   target_compile_options(hardened INTERFACE
     -fstack-protector-strong -fstack-clash-protection -Wformat-security
     $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
-  target_link_options(hardened INTERFACE -pie)
 endif()
 
 if(SAMPLERINFO_WINDOWS_RUNTIME)  # a toolchain without Visual Studio brings what stands in for it
