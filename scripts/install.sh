@@ -74,8 +74,10 @@ add_architecture() {
 # With a second architecture enabled apt may refuse while one index is out of step with the others.
 # Naming the release settles which versions are meant; nothing is ever downgraded.
 install() {
+  local codename
+  codename=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
   apt install -y --no-install-recommends "${missing[@]}" ||
-    apt install -y --no-install-recommends -t bookworm "${missing[@]}"
+    apt install -y --no-install-recommends -t "$codename" "${missing[@]}"
 }
 
 unpack() {
