@@ -9,8 +9,13 @@ preset=${1:-release}
 sections=(build)
 [[ $preset != clang-* ]] || sections+=(clang)
 
+# Tests do without it if they must.
+browser() {
+  scripts/install.sh browser || echo "NO BROWSER CAN BE INSTALLED: the page of a render is not tested"
+}
+
 step "packages for $preset" scripts/install.sh "${sections[@]}"
-scripts/install.sh browser || echo "==> NO BROWSER CAN BE INSTALLED: the page of a render is not tested"
+step "browser" browser
 step "configure $preset" cmake --preset "$preset"
 step "build $preset" cmake --build --preset "$preset"
 step "test $preset" ctest --preset "$preset" --parallel "$(nproc)" "${@:2}"
