@@ -55,7 +55,7 @@ if(NOT HELP2MAN)
 endif()
 
 # install_tool(TARGET WHAT [COMMAND...]): a program with its manual pages, one for each of its commands, and
-# completion. WHAT it does is the title of its page.
+# completion. WHAT it does is the title of its page; what a command does is the first line of its help.
 function(install_tool tool what)
   set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/../lib)
   install(TARGETS ${tool} DESTINATION bin COMPONENT tools)
@@ -69,8 +69,14 @@ function(install_tool tool what)
     string(CONFIGURE [[
       set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1")
       file(MAKE_DIRECTORY "${folder}")
+      set(what "@what@")
+      if(NOT "@command@" STREQUAL "")
+        execute_process(COMMAND "$<TARGET_FILE:@tool@>" @command@ --help
+          COMMAND sed -n "1s/./\\l&/p" OUTPUT_VARIABLE what OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+      endif()
       execute_process(
-        COMMAND "@HELP2MAN@" --no-info --name "@what@" --help-option "@command@ --help" "$<TARGET_FILE:@tool@>"
+        COMMAND "@HELP2MAN@" --no-info --name "${what}" --version-string @PROJECT_VERSION@
+                --help-option "@command@ --help" "$<TARGET_FILE:@tool@>"
         COMMAND sed -e "s/^[.]TH [^ ]*/.TH @page@/" -e "s/^@tool@ /@page@ /"
         COMMAND gzip -9n
         OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)]] code @ONLY)
@@ -79,9 +85,9 @@ function(install_tool tool what)
 endfunction()
 
 if(TARGET samplerinfo-preview)
-  install_tool(samplerinfo-preview "renders, checks, probes and lists textures of Quor plugins"
+  install_tool(samplerinfo-preview "render, check, probe and list textures of Quor plugins"
     render check probe list)
 endif()
 if(TARGET samplerinfo-validate)
-  install_tool(samplerinfo-validate "tries a plugin module as the Quor renderer does")
+  install_tool(samplerinfo-validate "try a plugin module as the Quor renderer does")
 endif()

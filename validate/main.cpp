@@ -33,13 +33,13 @@ constexpr std::string_view kWithTwin[] = {
 };
 
 constexpr char kHelp[] =
-    R"(usage: samplerinfo-validate MODULE [--only PATTERN]... [--seed N] [--seconds S] [--timeout S]
-                                   [--junit FILE]
-       samplerinfo-validate --list [--only PATTERN]...
+    R"(Usage: samplerinfo-validate MODULE [OPTION]...
+  or:  samplerinfo-validate --list [--only PATTERN]...
 
 Loads a plugin module as the renderer does and tries everything that a host may do to it. Each check
 runs in a process of its own.
 
+Options:
   --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
   --list          prints the checks and what each of them wants to hold; those without a twin, a broken
                   module that they are seen to fail, say so

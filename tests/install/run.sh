@@ -51,7 +51,7 @@ echo "==> the tools, their manual pages, completion"
 for tool in samplerinfo-preview samplerinfo-validate; do
   says "[\$ORIGIN/../lib]" readelf -d "$tree/bin/$tool"
   says "$tool $version (" "$tree/bin/$tool" --version
-  for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version (" zcat "$page"; done
+  for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version\"" zcat "$page"; done
 done
 completes "render check list probe" samplerinfo-preview ""
 completes "--size --samples" samplerinfo-preview render --s
