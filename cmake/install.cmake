@@ -3,16 +3,19 @@
 if(WIN32)
   set(plugin_folder .)
   set(document_folder doc)
+  set(scene_folder doc)
 else()
   set(plugin_folder lib/quor/plugins)
   set(document_folder share/doc/samplerinfo)
+  set(scene_folder share/samplerinfo)
 endif()
 
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
 # Documents, and the examples that they link to, beside each other as here.
 install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
   DESTINATION ${document_folder} COMPONENT plugin)
-install(DIRECTORY docs scenes DESTINATION ${document_folder} COMPONENT plugin)
+install(DIRECTORY docs DESTINATION ${document_folder} COMPONENT plugin)
+install(DIRECTORY scenes DESTINATION ${scene_folder} COMPONENT plugin)
 install(FILES tests/install/CMakeLists.txt
   DESTINATION ${document_folder}/tests/install COMPONENT plugin)
 install(FILES tests/validate/clamp.cpp
@@ -21,6 +24,9 @@ install(FILES tests/validate/clamp.cpp
 if(WIN32)
   return()
 endif()
+
+file(CREATE_LINK ../../samplerinfo/scenes ${PROJECT_BINARY_DIR}/scenes SYMBOLIC)
+install(FILES ${PROJECT_BINARY_DIR}/scenes DESTINATION ${document_folder} COMPONENT plugin)
 
 install(FILES
   host/api.h host/parameters.h host/plugin_host.h host/records.h host/shading_context.h host/types.h

@@ -26,7 +26,7 @@ files() {
 
 # use PREFIX: renders a scene and validates the plugin with what is installed there.
 use() {
-  local scenes=$1/share/doc/samplerinfo/scenes
+  local scenes=$1/share/samplerinfo/scenes
   bare "$1/bin/samplerinfo-preview" render "$scenes/gallery.json" -o /tmp/out --size 160x120 --samples 1 &&
     [[ -s $root/tmp/out/contact_sheet.png ]] && rm -r "$root/tmp/out" &&
     logged bare "$1/bin/samplerinfo-validate" "$1/lib/quor/plugins/SamplerInfo.so" && tail -n 1 "$log"

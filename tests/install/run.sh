@@ -67,7 +67,7 @@ cmake --build "$work/clamp"
 plugin=$work/clamp/Clamp.so
 "$work/tools/bin/samplerinfo-validate" "$plugin"
 "$tree/bin/samplerinfo-validate" "$tree/lib/quor/plugins/SamplerInfo.so"
-"$tree/bin/samplerinfo-preview" check "$documents/scenes/gallery.json"
+"$tree/bin/samplerinfo-preview" check "$tree/share/samplerinfo/scenes/gallery.json"
 "$work/tools/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
 cmp "$work/out/clamped.png" "$work/out/expected.png"
 ! cmp -s "$work/out/clamped.png" "$work/out/before.png" || fail "nothing was clamped"
