@@ -190,7 +190,8 @@ void FrameFiles::writePicture(std::size_t index, const Film& film) {
     file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
                                          scene_.image, channelCount(source));
   }
-  const auto [colors, specials] = mapToColors(values, film.coverage, picture.low, picture.high);
+  const auto [colors, specials] =
+      mapToColors(values, film.coverage, picture.low, picture.high, film.firstRow);
   file->png.write(colors);
   file->thumbnail.add(colors);
   file->numbers.specials += specials;

@@ -13,10 +13,23 @@ using Color = std::array<float, 3>;
 
 constexpr float kBackground = 0.05F;
 constexpr Color kNanColor = {1, 0, 1};
-constexpr Color kPlusInfinityColor = {1, 1, 1};
-constexpr Color kMinusInfinityColor = {0, 0, 0};
 
-Color colorOf(std::span<const float> values, double low, double high, SpecialPixels& specials) {
+/// Whether a pixel is on the lines that mark what is not black or white by its value.
+struct Lines {
+  bool stripe, grid;
+};
+
+Lines linesAt(int x, int y) {
+  constexpr unsigned kPeriod = 8;
+  const auto isOnLine = [](int i) { return static_cast<unsigned>(i) % kPeriod == kPeriod / 2; };
+  const bool rises = isOnLine(x + y);
+  return {.stripe = rises, .grid = rises || isOnLine(x - y)};
+}
+
+Color grey(float value) { return {value, value, value}; }
+
+Color colorOf(std::span<const float> values, double low, double high, Lines lines,
+              SpecialPixels& specials) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   if (std::ranges::any_of(values, [](float value) { return std::isnan(value); })) {
     ++specials.nan;
@@ -24,11 +37,11 @@ Color colorOf(std::span<const float> values, double low, double high, SpecialPix
   }
   if (std::ranges::find(values, kInfinity) != values.end()) {
     ++specials.plusInfinity;
-    return kPlusInfinityColor;
+    return grey(lines.grid ? 0 : 1);
   }
   if (std::ranges::find(values, -kInfinity) != values.end()) {
     ++specials.minusInfinity;
-    return kMinusInfinityColor;
+    return grey(lines.grid ? 1 : 0);
   }
   Color color;
   bool above = false, below = false;
@@ -37,7 +50,9 @@ Color colorOf(std::span<const float> values, double low, double high, SpecialPix
     const double part = (value - low) / (high - low);
     above = above || part > 1;
     below = below || part < 0;
-    color[c] = static_cast<float>(std::clamp(part, 0.0, 1.0));
+    const double clipped = std::clamp(part, 0.0, 1.0);
+    const bool isLine = clipped != part && lines.stripe;
+    color[c] = static_cast<float>(isLine ? 1 - clipped : clipped);
   }
   specials.aboveWhite += above ? 1 : 0;
   specials.belowBlack += below ? 1 : 0;
@@ -71,14 +86,18 @@ std::string describe(const SpecialPixels& specials) {
 }
 
 ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,
-                       double high) {
+                       double high, int firstRow) {
   ColorImage mapped{FloatImage(values.width(), values.height(), 3), {}};
-  for (std::size_t i = 0; i < values.pixels(); ++i) {
-    const float covered = coverage.pixel(i)[0];
-    Color color = {};
-    if (covered > 0) color = colorOf(values.pixel(i), low, high, mapped.specials);
-    for (std::size_t c = 0; c < color.size(); ++c) {
-      mapped.colors.pixel(i)[c] = covered * color[c] + (1 - covered) * kBackground;
+  for (int y = 0; y < values.height(); ++y) {
+    for (int x = 0; x < values.width(); ++x) {
+      const float covered = coverage.pixel(x, y)[0];
+      Color color = {};
+      if (covered > 0) {
+        color = colorOf(values.pixel(x, y), low, high, linesAt(x, firstRow + y), mapped.specials);
+      }
+      for (std::size_t c = 0; c < color.size(); ++c) {
+        mapped.colors.pixel(x, y)[c] = covered * color[c] + (1 - covered) * kBackground;
+      }
     }
   }
   return mapped;

@@ -25,12 +25,13 @@ struct ColorImage {
   SpecialPixels specials;
 };
 
-/// `low` becomes black and `high` white, what lies outside is clipped. One channel gives grey; of
-/// three or four channels each colour has its own, and alpha is not shown. A pixel is magenta if
-/// any of its values, alpha included, is NaN, or else white if any is plus infinity, or
-/// else black if any is minus infinity. `coverage` has one channel: the part of each pixel that has
-/// a value at all. The rest is grey.
+/// `low` becomes black and `high` white. One channel gives grey; of three or four channels each
+/// colour has its own, and alpha is not shown. What lies outside is clipped, and striped with the
+/// opposite end, which tells it from black and white. A pixel is magenta if any of its values,
+/// alpha included, is NaN, or else white with a black grid if any is plus infinity, or else black
+/// with a white grid if any is minus infinity. `coverage` has one channel: the part of each pixel
+/// that has a value at all. The rest is grey. `firstRow` is that of `values` in the whole picture.
 ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,
-                       double high);
+                       double high, int firstRow);
 
 }  // namespace preview
