@@ -18,6 +18,8 @@ function enter(id, value) {
 }
 
 addEventListener("load", async () => {
+  while (!numbersOfFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
+  expect("first frame that is there", find("frameNumber").textContent, "frame 3");
   expect("pictures", names(), "a,b,sum,lower,root");
   press("/");
   expect("focus after /", document.activeElement.id, "search");
@@ -37,7 +39,7 @@ addEventListener("load", async () => {
   press("ArrowRight");
   document.activeElement.click();
   await new Promise(resolve => addEventListener("hashchange", resolve, {once: true}));
-  expect("large", dialog.open && find("name").textContent, "b");
+  expect("large", !dialog.hidden && find("name").textContent, "b");
   expect("caption", find("caption").textContent, "<\/script> \u2264");
   expect("range", [...document.querySelectorAll("#bars span")].map(end => end.textContent), "−1,3,−1,3,−1,3");
   expect("values", document.querySelectorAll("#bars .bar")[1].lastChild.textContent, "from −2 to −2");
@@ -50,10 +52,12 @@ addEventListener("load", async () => {
 
   press(".");
   await new Promise(resolve => setTimeout(resolve, 100));
-  expect("frame", find("frameNumber").textContent + find("large").src.slice(-14), "frame 2/root.0002.png");
+  expect("frame", find("frameNumber").textContent + find("large").src.slice(-14), "frame 4/root.0004.png");
   expect("picture of the frame", await widthOf(find("large")), 16);
-  find("close").click();
-  expect("closed", dialog.open, false);
-  expect("grid of the frame", await widthOf(document.querySelector("main img[src='a.0002.png']")), 16);
+  find("frame").focus();
+  press("Escape");
+  expect("closed", dialog.hidden, true);
+  expect("focus after closing", document.activeElement.textContent.startsWith("root"), true);
+  expect("grid of the frame", await widthOf(document.querySelector("main img[src='a.0004.png']")), 16);
   document.title = wrong.length === 0 ? "All is as expected" : wrong.join("; ");
 });
