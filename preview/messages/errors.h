@@ -14,6 +14,11 @@ class InputError : public std::runtime_error {
   explicit InputError(const std::string& text) : std::runtime_error(oneLine(text)) {}
 };
 
+/// For something that stands in the place of something else.
+inline std::string unexpected(const std::string& found, const std::string& expected) {
+  return "expected " + expected + ", found " + found;
+}
+
 /// In a file: counted from 1, columns in characters; line 0 stands for "unknown".
 struct Position {
   int line = 0, column = 0;

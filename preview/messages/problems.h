@@ -36,13 +36,15 @@ class Problems {
 
   void setPosition(const std::string& place, Position position) { positions_[place] = position; }
 
-  /// That of the error, or of its place, or of what this place would be in.
+  /// That of the error, or of its place, or of what this place is or would be in.
   Position positionOf(const SceneError& error) const {
     if (error.position.line != 0) return error.position;
-    for (std::string place = error.place;; place.resize(place.find_last_of(".["))) {
+    for (std::string place = error.place;;) {
       const auto known = positions_.find(place);
       if (known != positions_.end()) return known->second;
-      if (place.find_last_of(".[") == std::string::npos) return {};
+      if (place.empty()) return {};
+      const std::size_t end = place.find_last_of(".[");
+      place.resize(end == std::string::npos ? 0 : end);
     }
   }
 

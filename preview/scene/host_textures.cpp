@@ -48,7 +48,7 @@ class Parameters {
     if (parameter == nullptr) return initial;
     const auto value = textureValue(parameter->value);
     if (value && std::holds_alternative<T>(*value)) return std::get<T>(*value);
-    throw SceneError(parameter->place, expected);
+    throw SceneError(parameter->place, unexpected(parameter->written, expected));
   }
 
   /// The texture of the source that `make` makes of two values of the same kind.
@@ -56,9 +56,13 @@ class Parameters {
   TexturePointer makeOf(const std::string& a, const std::string& b, Make make) const {
     const Parameter &first = require(a), &second = require(b);
     const auto v = textureValue(first.value), w = textureValue(second.value);
-    if (!v) throw SceneError(first.place, "expected a number, [x, y, z] or [r, g, b, a]");
+    if (!v) {
+      throw SceneError(first.place,
+                       unexpected(first.written, "a number, [x, y, z] or [r, g, b, a]"));
+    }
     if (!w || w->index() != v->index()) {
-      throw SceneError(second.place, "expected numbers as \"" + a + "\" has them: one, 3 or 4");
+      throw SceneError(second.place,
+                       unexpected(second.written, "as many numbers as \"" + a + "\" has"));
     }
     return std::visit(
         [&]<class T>(const T& value) { return textureOf(make(value, std::get<T>(*w))); }, *v);
@@ -86,7 +90,7 @@ TexturePointer makeConstant(const Node& node, Problems& problems) {
 
 TexturePointer makeChecker(const Node& node, Problems& problems) {
   const Parameters parameters(node, {"even", "odd", "tiles"}, problems);
-  const float tiles = parameters.valueOr("tiles", 8.0F, "expected a number");
+  const float tiles = parameters.valueOr("tiles", 8.0F, "a number");
   return parameters.makeOf("even", "odd", [tiles]<class T>(T even, T odd) {
     return standin::Checker<T>{even, odd, tiles};
   });
@@ -94,8 +98,7 @@ TexturePointer makeChecker(const Node& node, Problems& problems) {
 
 TexturePointer makeRamp(const Node& node, Problems& problems) {
   const Parameters parameters(node, {"from", "to", "direction"}, problems);
-  const Vector direction =
-      parameters.valueOr("direction", Vector{1, 0, 0}, "expected a list of 3 numbers");
+  const Vector direction = parameters.valueOr("direction", Vector{1, 0, 0}, "a list of 3 numbers");
   return parameters.makeOf("from", "to", [direction]<class T>(T from, T to) {
     return standin::Ramp<T>{from, to, direction};
   });

@@ -100,6 +100,19 @@ class Builder {
   }
   // NOLINTEND(readability-identifier-naming)
 
+  /// Counts on from the last such position, which is not behind `to`.
+  Position positionAt(const char* to) {
+    for (; counted_ < to; ++counted_) {
+      const bool continues = (static_cast<unsigned char>(*counted_) & 0xC0U) == 0x80;
+      if (*counted_ == '\n') {
+        position_ = {position_.line + 1, 1};
+      } else if (!continues) {
+        ++position_.column;
+      }
+    }
+    return position_;
+  }
+
  private:
   struct Level {
     Json* value;
@@ -144,7 +157,10 @@ class Builder {
   }
 
   Json* add(const char* begin, Json value) {
-    if (open_.empty()) return &(root_ = std::move(value));
+    if (open_.empty()) {
+      value.position = positionAt(begin);
+      return &(root_ = std::move(value));
+    }
     Level& level = open_.back();
     if (level.value->kind == Json::Kind::List) {
       value.position = positionAt(begin);
@@ -196,19 +212,6 @@ class Builder {
     return result + "[" + std::to_string(level.value->members.size()) + "]";
   }
 
-  /// Counts on from the last such position, which is not behind `to`.
-  Position positionAt(const char* to) {
-    for (; counted_ < to; ++counted_) {
-      const bool continues = (static_cast<unsigned char>(*counted_) & 0xC0U) == 0x80;
-      if (*counted_ == '\n') {
-        position_ = {position_.line + 1, 1};
-      } else if (!continues) {
-        ++position_.column;
-      }
-    }
-    return position_;
-  }
-
   const std::string& text_;
   const char*& reached_;
   const char* counted_;
@@ -234,11 +237,13 @@ Json readJson(const std::filesystem::path& file, Problems& problems) {
     if (text.size() > kMaxBytes) throw SceneError("", "is larger than 16 MiB");
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
-  // The parser would take it for the end.
-  if (text.find('\0') != std::string::npos) throw SceneError("", "has a NUL in it");
   Json root;
   const char* reached = text.data();
   Builder builder(text, reached, root, problems);
+  // The parser would take it for the end.
+  if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
+    throw SceneError("", unexpected("a NUL", "text"), builder.positionAt(text.data() + nul));
+  }
   nlohmann::json::sax_parse(TextIterator(text.data(), reached),
                             TextIterator(text.data() + text.size(), reached), &builder,
                             nlohmann::json::input_format_t::json, true, true);

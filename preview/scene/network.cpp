@@ -21,7 +21,7 @@ using standin::ParameterInfo;
 using standin::ParamType;
 
 [[noreturn]] void refuse(const Parameter& parameter, const ParameterInfo& info,
-                         const std::string& what = "") {
+                         const std::string& foundKind = "") {
   std::string expected = "true or false";
   if (info.type == ParamType::Integer) expected = "a whole number of 32 bits";
   if (info.kind().texture != 0) {
@@ -30,7 +30,7 @@ using standin::ParamType;
                                                         : "[r, g, b, a]";
     expected = std::string("a ") + info.kind().value + ": " + form + R"(, "node" or "node.output")";
   }
-  throw SceneError(parameter.place, "expected " + expected + what);
+  throw SceneError(parameter.place, unexpected(parameter.written + foundKind, expected));
 }
 
 }  // namespace
@@ -142,8 +142,7 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
     PluginInterface* texture = find(*reference, parameter.place);
     if (texture == nullptr) return;
     if (texture->getInterfaceId() != info->kind().texture) {
-      refuse(parameter, *info,
-             "; \"" + oneLine(reference->text()) + "\" is of kind " + kindName(*texture));
+      refuse(parameter, *info, std::string(" of kind ") + kindName(*texture));
     }
     plugin.connect(parameter.name, texture);
   } else {

@@ -98,6 +98,7 @@ struct Parameter {
   std::string name;
   std::string place;  ///< in the file, as in "nodes.tint.params.mode"
   ParameterValue value;
+  std::string written;  ///< the value as messages show it
 };
 
 struct Node {

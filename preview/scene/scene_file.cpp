@@ -42,10 +42,13 @@ class Item {
   [[noreturn]] void fail(const std::string& text) const { throw SceneError(place_, text); }
 
   [[noreturn]] void failExpecting(const std::string& what) const {
-    std::string found = value_->written;
-    if (isList()) found = "a list of " + std::to_string(value_->members.size());
-    if (value_->kind == Json::Kind::Object) found = "an object";
-    fail("expected " + what + ", found " + found);
+    fail(unexpected(written(), what));
+  }
+
+  /// The value as messages show it.
+  std::string written() const {
+    if (isList()) return "a list of " + std::to_string(size());
+    return value_->kind == Json::Kind::Object ? "an object" : value_->written;
   }
 
   /// Runs a step; what is wrong there does not keep the next one from being tried. False if there
@@ -131,20 +134,21 @@ class Item {
     return static_cast<std::int32_t>(number);
   }
 
-  /// A list of that many numbers, each within ±`limit`.
-  std::vector<double> numbers(std::size_t count, double limit) const {
+  /// A list of that many numbers.
+  std::vector<double> numbers(std::size_t count, double min, double max) const {
     if (!isList() || size() != count) {
       failExpecting("a list of " + std::to_string(count) + " numbers");
     }
     std::vector<double> result;
-    for (const Item& element : elements()) result.push_back(element.number(-limit, limit));
+    for (const Item& element : elements()) result.push_back(element.number(min, max));
     return result;
   }
 
-  DVector dvector(double limit) const {
-    const std::vector<double> v = numbers(3, limit);
+  DVector dvector(double min, double max) const {
+    const std::vector<double> v = numbers(3, min, max);
     return {v[0], v[1], v[2]};
   }
+  DVector dvector(double limit) const { return dvector(-limit, limit); }
 
  private:
   const Json* value_;
@@ -179,7 +183,10 @@ Frames readFrames(const Item& item) {
                {"last", [&](const Item& v) { frames.last = v.integer(0, kMaxFrame); }}});
   });
   if (!item.has("last")) frames.last = frames.first;
-  if (good && frames.last < frames.first) item.fail("the last frame comes before the first");
+  if (good && frames.last < frames.first) {
+    item.fail("the last frame, " + std::to_string(frames.last) + ", comes before the first, " +
+              std::to_string(frames.first));
+  }
   return frames;
 }
 
@@ -189,7 +196,9 @@ Shutter readShutter(const Item& item) {
     item.read({{"open", [&](const Item& v) { shutter.open = v.number(0, 1); }},
                {"close", [&](const Item& v) { shutter.close = v.number(0, 1); }}});
   });
-  if (good && shutter.close < shutter.open) item.fail("closes before it opens");
+  if (good && shutter.close < shutter.open) {
+    item.fail("closes at " + text(shutter.close) + ", before it opens at " + text(shutter.open));
+  }
   return shutter;
 }
 
@@ -220,7 +229,7 @@ std::vector<CameraKey> readCameraKeys(const Item& item) {
   for (const Item& element : item.elements()) {
     item.attempt([&] { keys.push_back(readCameraKey(element)); });
   }
-  if (item.size() == 0 || item.size() > 2) item.fail("expected one or two keys");
+  if (item.size() == 0 || item.size() > 2) item.failExpecting("one or two keys");
   return keys;
 }
 
@@ -267,7 +276,7 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
                 v.read({{"radius", into(radius)}, {"tube", into(tube)}});
               }},
              {"obj", [&](const Item& v) { shape = readObjFile(v, folder); }}});
-  if (item.size() != 1) item.fail("expected one shape");
+  if (item.size() != 1) item.fail(unexpected(std::to_string(item.size()), "one shape"));
   return shape;
 }
 
@@ -296,9 +305,7 @@ DVector readScale(const Item& item) {
     const double factor = item.number(kMinScale, kMaxLength);
     return {factor, factor, factor};
   }
-  const DVector scale = item.dvector(kMaxLength);
-  if (std::min({scale.x, scale.y, scale.z}) < kMinScale) item.fail("expected positive numbers");
-  return scale;
+  return item.dvector(kMinScale, kMaxLength);
 }
 
 PreciseTransform readTransform(const Item& item) {
@@ -349,7 +356,7 @@ ParameterValue readValue(const Item& item) {
   }
   const std::size_t count = item.size();
   if (count != 3 && count != 4) item.failExpecting("a number or a list of 3 or 4");
-  const std::vector<double> numbers = item.numbers(count, kLargestFloat);
+  const std::vector<double> numbers = item.numbers(count, -kLargestFloat, kLargestFloat);
   const std::vector<float> v(numbers.begin(), numbers.end());
   if (count == 3) return Vector{v[0], v[1], v[2]};
   return AColor{v[0], v[1], v[2], v[3]};
@@ -361,7 +368,8 @@ Node readNode(const std::string& name, const Item& item) {
     item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
                {"params", [&](const Item& v) {
                   v.forMembers([&](const std::string& parameter, const Item& content) {
-                    node.parameters.push_back({parameter, content.place(), readValue(content)});
+                    node.parameters.push_back(
+                        {parameter, content.place(), readValue(content), content.written()});
                   });
                 }}});
     item.require("plugin");
@@ -381,7 +389,8 @@ Show readShow(const Item& item) {
 std::string readCaption(const Item& item) {
   const std::string& caption = item.text("a text");
   if (caption.size() > kMaxCaption) {
-    item.fail("a caption is up to " + std::to_string(kMaxCaption) + " bytes long");
+    item.fail(unexpected(std::to_string(caption.size()),
+                         "at most " + std::to_string(kMaxCaption) + " bytes"));
   }
   return caption;
 }
@@ -393,8 +402,8 @@ Picture readPicture(const std::string& name, const Item& item) {
              {"show", [&](const Item& v) { picture.show = readShow(v); }},
              {"caption", [&](const Item& v) { picture.caption = readCaption(v); }},
              {"range", [&](const Item& v) {
-                const std::vector<double> range = v.numbers(2, kLargestFloat);
-                if (range[0] == range[1]) v.fail("the range is empty");
+                const std::vector<double> range = v.numbers(2, -kLargestFloat, kLargestFloat);
+                if (range[0] == range[1]) v.fail("begins and ends at " + text(range[0]));
                 picture.low = range[0];
                 picture.high = range[1];
               }}});
@@ -410,7 +419,9 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
     member.attempt([&] { checkName(name, member); });
     result.push_back(read(name, member));
   });
-  if (item.size() > max) item.fail("expected at most " + std::to_string(max));
+  if (item.size() > max) {
+    item.fail(unexpected(std::to_string(item.size()), "at most " + std::to_string(max)));
+  }
   return result;
 }
 
@@ -418,6 +429,7 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
 
 Scene readScene(const std::filesystem::path& file, Problems& problems) {
   const Json json = readJson(file, problems);
+  problems.setPosition("", json.position);
   Scene scene;
   scene.file = file;
   const std::filesystem::path folder = file.parent_path();
@@ -442,7 +454,7 @@ Scene readScene(const std::filesystem::path& file, Problems& problems) {
     const Json* members = json.find(section);
     if (members == nullptr || (members->kind == Json::Kind::Object && members->members.empty())) {
       const std::string one(section, std::strlen(section) - 1);
-      problems.add({section, "expected at least one " + one});
+      problems.add({section, unexpected("none", "at least one " + one)});
     }
   }
   return scene;

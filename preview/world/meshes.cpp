@@ -120,7 +120,7 @@ Mesh build(const ObjFile& file) { return loadObj(file.path); }
 [[noreturn]] void fail(const std::filesystem::path& path, std::string reason) {
   while (!reason.empty() && reason.back() == '\n') reason.pop_back();
   std::ranges::replace(reason, '\n', ' ');
-  throw InputError(path.string() + ": " + reason);
+  throw InputError(shownPath(path) + ": " + reason);
 }
 
 /// Refuses what the parser would take for something else: what is no number, or is missing, for 0,
