@@ -179,18 +179,16 @@ int fail(const std::string& prefix, const char* what, int exitCode) {
   return exitCode;
 }
 
-/// The first word of a command line that is no option, if it is no command either.
-std::optional<std::string> mistypedCommand(const std::vector<std::string>& words,
-                                           const std::vector<std::string>& commands) {
+/// Refuses a command line that has something else in the place of the command.
+void checkCommand(const std::vector<std::string>& words, const std::vector<std::string>& commands) {
   for (std::size_t i = 0; i < words.size(); ++i) {
-    if (words[i] == "--plugin") {
-      ++i;
-    } else if (!words[i].starts_with("-")) {
-      const bool known = std::ranges::find(commands, words[i]) != commands.end();
-      return known ? std::nullopt : std::optional(words[i]);
-    }
+    const std::string& word = words[i];
+    if (word == "--plugin") ++i;
+    if (word.starts_with("--plugin")) continue;
+    if (std::ranges::find(commands, word) != commands.end()) return;
+    if (!word.starts_with("-")) throw InputError(unknown("no command", word, commands));
+    throw InputError(unexpected("\"" + shortened(word) + "\"", "a command"));
   }
-  return std::nullopt;
 }
 
 void flushOutput() {
@@ -228,7 +226,11 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
   };
   CLI::App* render = app.add_subcommand("render", "Render the pictures of a scene");
   addCommon(render);
-  render->add_option("-o,--output", options.output, "The folder for the pictures")->required();
+  render->add_option("-o,--output", options.output, "The folder for the pictures")
+      ->required()
+      ->check([](const std::string& text) {
+        return text.starts_with("-") ? unexpected("\"" + shortened(text) + "\"", "a folder") : "";
+      });
   render->add_option("--samples", options.samples, "Samples per pixel instead of the scene's")
       ->check(CLI::Range(1, kMaxSamples));
   expect<FrameRange>(
@@ -271,10 +273,7 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
     for (const CLI::App* command : {render, check, probe, list}) {
       commands.push_back(command->get_name());
     }
-    const auto mistyped = mistypedCommand({argv + 1, argv + argc}, commands);
-    if (mistyped && e.get_exit_code() != 0) {
-      throw InputError(unknown("no command", *mistyped, commands));
-    }
+    if (e.get_exit_code() != 0) checkCommand({argv + 1, argv + argc}, commands);
     if (app.exit(e) != 0) return kExitBadInput;
     flushOutput();
     return 0;
