@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "preview/messages/characters.h"
 #include "preview/messages/errors.h"
 
 namespace preview {
@@ -23,26 +24,6 @@ constexpr int kTextSize = 13;
 constexpr int kLineHeight = 17;
 constexpr float kPaper = 0.015F;
 constexpr float kInk = 0.8F;
-
-/// The code points of UTF-8 text; what is none becomes U+FFFD.
-std::u32string codePoints(const std::string& text) {
-  std::u32string points;
-  for (std::size_t i = 0; i < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[i++]);
-    const int following = lead < 0x80    ? 0
-                          : lead >= 0xF0 ? 3
-                          : lead >= 0xE0 ? 2
-                          : lead >= 0xC0 ? 1
-                                         : -1;
-    char32_t point = following <= 0 ? lead : lead & (0x3FU >> following);
-    int missing = following;
-    for (; missing > 0 && i < text.size() && (text[i] & 0xC0) == 0x80; --missing) {
-      point = point << 6 | (static_cast<unsigned char>(text[i++]) & 0x3FU);
-    }
-    points.push_back(missing == 0 ? point : U'\uFFFD');
-  }
-  return points;
-}
 
 class Font {
  public:
@@ -60,16 +41,16 @@ class Font {
 
   int widthOf(const std::string& text) {
     int width = 0;
-    for (const char32_t point : codePoints(text)) {
-      if (load(point, FT_LOAD_DEFAULT)) width += advance();
+    for (const Character& character : charactersOf(text)) {
+      if (load(character.point, FT_LOAD_DEFAULT)) width += advance();
     }
     return width;
   }
 
   /// Draws text whose baseline begins at (x, y), as far as it fits left of `right`.
   void draw(FloatImage& image, const std::string& text, int x, int y, int right) {
-    for (const char32_t point : codePoints(text)) {
-      if (!load(point, FT_LOAD_RENDER)) continue;
+    for (const Character& character : charactersOf(text)) {
+      if (!load(character.point, FT_LOAD_RENDER)) continue;
       if (x + advance() > right) return;
       blend(image, x + face_->glyph->bitmap_left, y - face_->glyph->bitmap_top);
       x += advance();
