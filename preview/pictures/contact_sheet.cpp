@@ -78,11 +78,11 @@ class Font {
   std::unique_ptr<FT_FaceRec_, FT_Error (*)(FT_Face)> face_;
 };
 
-std::vector<std::string> linesOf(const std::string& caption, int width, Font& font) {
+std::vector<std::string> linesOf(const std::string& caption, Font& font) {
   std::vector<std::string> lines;
   std::istringstream words(caption);
   for (std::string word; words >> word;) {
-    if (!lines.empty() && font.widthOf(lines.back() + " " + word) <= width) {
+    if (!lines.empty() && font.widthOf(lines.back() + " " + word) <= kThumbnailWidth) {
       lines.back() += " " + word;
     } else {
       lines.push_back(word);
@@ -91,20 +91,17 @@ std::vector<std::string> linesOf(const std::string& caption, int width, Font& fo
   return lines;
 }
 
-FloatImage reduced(int width, int height, int maxWidth) {
-  const double scale =
-      std::min({1.0, static_cast<double>(maxWidth) / width, 2.0 * maxWidth / height});
+FloatImage reduced(int width, int height) {
+  constexpr double kMaxWidth = kThumbnailWidth, kMaxHeight = 2 * kMaxWidth;
+  const double scale = std::min({1.0, kMaxWidth / width, kMaxHeight / height});
   const auto length = [&](int side) { return std::max(1, static_cast<int>(side * scale)); };
   return {length(width), length(height), 3};
 }
 
 }  // namespace
 
-Reduction::Reduction(int width, int height, int maxWidth)
-    : width_(width),
-      height_(height),
-      image_(reduced(width, height, maxWidth)),
-      sums_(image_.row(0).size()) {}
+Reduction::Reduction(int width, int height)
+    : width_(width), height_(height), image_(reduced(width, height)), sums_(image_.row(0).size()) {}
 
 void Reduction::add(const FloatImage& rows) {
   // Each pixel is the mean of those that it covers.
@@ -131,11 +128,11 @@ void Reduction::add(const FloatImage& rows) {
   }
 }
 
-FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
+FloatImage contactSheet(std::span<const Thumbnail> thumbnails) {
   Font font;
   std::vector<std::vector<std::string>> captions;
   for (const Thumbnail& thumbnail : thumbnails) {
-    captions.push_back(linesOf(thumbnail.caption, width, font));
+    captions.push_back(linesOf(thumbnail.caption, font));
   }
 
   const auto columns =
@@ -150,11 +147,12 @@ FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
     rowTops.push_back(rowTops.back() + height + kMargin);
   }
 
-  FloatImage sheet(kMargin + static_cast<int>(columns) * (width + kMargin), rowTops.back(), 3);
+  constexpr int kColumn = kThumbnailWidth + kMargin;
+  FloatImage sheet(kMargin + static_cast<int>(columns) * kColumn, rowTops.back(), 3);
   for (std::size_t i = 0; i < sheet.pixels(); ++i) std::ranges::fill(sheet.pixel(i), kPaper);
   for (std::size_t i = 0; i < thumbnails.size(); ++i) {
     const FloatImage& image = *thumbnails[i].image;
-    const int left = kMargin + static_cast<int>(i % columns) * (width + kMargin);
+    const int left = kMargin + static_cast<int>(i % columns) * kColumn;
     const int top = rowTops[i / columns];
     for (int y = 0; y < image.height(); ++y) {
       for (int x = 0; x < image.width(); ++x) {
@@ -164,7 +162,7 @@ FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width) {
     int baseline = top + image.height();
     for (const std::string& line : captions[i]) {
       baseline += kLineHeight;
-      font.draw(sheet, line, left, baseline, left + width);
+      font.draw(sheet, line, left, baseline, left + kThumbnailWidth);
     }
   }
   return sheet;

@@ -17,11 +17,11 @@ struct Thumbnail {
   std::string caption;      ///< UTF-8
 };
 
-/// An image that comes in rows, scaled down until it is at most `maxWidth` wide and twice that
-/// high. An image that is small enough stays as it is.
+/// An image that comes in rows, scaled down until it is at most `kThumbnailWidth` wide and twice
+/// that high. An image that is small enough stays as it is.
 class Reduction {
  public:
-  Reduction(int width, int height, int maxWidth = kThumbnailWidth);
+  Reduction(int width, int height);
 
   /// The next rows, of three channels.
   void add(const FloatImage& rows);
@@ -37,8 +37,8 @@ class Reduction {
 };
 
 /// All thumbnails on one sheet, in rows from the top left, about as many rows as columns; none is
-/// wider than `width`. Captions stand below, broken into lines at spaces; what is still too wide is
-/// cut. Throws InputError if the font cannot be used.
-FloatImage contactSheet(std::span<const Thumbnail> thumbnails, int width = kThumbnailWidth);
+/// wider than its column. Captions stand below, broken into lines at spaces; what is still too wide
+/// is cut. Throws InputError if the font cannot be used.
+FloatImage contactSheet(std::span<const Thumbnail> thumbnails);
 
 }  // namespace preview
