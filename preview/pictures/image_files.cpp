@@ -24,7 +24,6 @@
 #include <exception>
 #include <fstream>
 #include <functional>
-#include <list>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -179,7 +178,7 @@ void ExrFile::write(std::span<const FloatImage* const> images) {
   const int first = output_->exr->currentScanLine();
   const int rows = images.front()->height();
   Imf::FrameBuffer frameBuffer;
-  std::list<std::vector<Imath::half>> halves;
+  std::vector<std::vector<Imath::half>> halves;
   for (std::size_t i = 0; i < layers_.size(); ++i) {
     const FloatImage& image = *images[i];
     const auto insert = [&](const auto& values) {
