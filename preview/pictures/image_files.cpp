@@ -148,7 +148,7 @@ ExrFile::ExrFile(std::filesystem::path path, const ExrHeader& about,
     : path_(std::move(path)), rowsLeft_(about.height) {
   Imf::Header header(about.width, about.height, 1, Imath::V2f(0),
                      static_cast<float>(about.screenWindowWidth));
-  header.insert("software", Imf::StringAttribute("samplerinfo-preview " PREVIEW_VERSION));
+  header.insert("software", Imf::StringAttribute("samplerinfo-preview " PROJECT_VERSION));
   header.insert("scene", Imf::StringAttribute(about.scene));
   header.insert("frame", Imf::IntAttribute(about.frame));
   header.insert("clipNear", Imf::FloatAttribute(static_cast<float>(about.nearPlane)));
