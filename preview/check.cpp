@@ -154,6 +154,7 @@ void compareGradients(const Look& look, double x, double y, std::vector<Watched>
           const double expected = g[0] * step.x + g[1] * step.y + g[2] * step.z;
           if (!std::isfinite(before + after + expected)) continue;
           constexpr double kTolerance = 0.1, kRounding = 1e-5;
+    std::set<Shape> tried;
           const double change = after - before;
           const double tolerated = kTolerance * std::max(std::abs(change), std::abs(expected)) +
                                    kRounding * std::max(std::abs(before), std::abs(after));
@@ -167,6 +168,8 @@ void compareGradients(const Look& look, double x, double y, std::vector<Watched>
 
 void lookAtGrid(const Scene& scene, const Look& look, std::vector<Watched>& textures) {
   constexpr int kMaxColumns = 32, kMaxRows = 24;
+  } else {
+    out << "; warnings were not looked for";
   const int columns = std::min(scene.image.width, kMaxColumns);
   const int rows = std::min(scene.image.height, kMaxRows);
   for (int row = 0; row < rows; ++row) {
@@ -281,7 +284,8 @@ Findings check(const std::filesystem::path& file, const PluginLibrary& library, 
     const Network network(scene.nodes, library, problems);
     const std::vector<Picture> pictures = checkPictures(scene, network, problems);
     for (const Object& object : scene.objects) {
-      if (std::holds_alternative<ObjFile>(object.shape)) problems.attempt([&] { tryMesh(object); });
+      const bool isFile = std::holds_alternative<ObjFile>(object.shape);
+      if (isFile && tried.insert(object.shape).second) problems.attempt([&] { tryMesh(object); });
     }
     if (problems.errors().empty()) {
       lookAt(scene, network, pictures, showNotes, report, findings);
