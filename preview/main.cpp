@@ -249,6 +249,10 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
 
   CLI::App* check = app.add_subcommand("check", "Tell everything that is wrong with a scene");
   addScene(check);
+  check->footer(
+      "Warnings are looked for where there are no errors. Gradients of vectors are not\n"
+      "compared: it is not defined of which number of a vector they are.\n\n" +
+      app.get_footer());
   check->add_flag("--strict", options.strict, "End with exit code 3 if there are warnings");
   check->add_flag("--notes", options.notes, "Show what outputs need not promise, too");
 

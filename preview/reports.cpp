@@ -6,9 +6,9 @@
 #include <iomanip>
 #include <nlohmann/json.hpp>
 
+#include "preview/judge.h"
 #include "preview/messages/number_text.h"
 #include "preview/messages/selection.h"
-#include "preview/scene/flaws.h"
 #include "preview/scene/promises.h"
 #include "preview/scene/texture.h"
 #include "standin/introspection.h"
@@ -142,16 +142,18 @@ std::vector<Part> partsOf(const PluginInterface& texture) {
           {"gradient", {Show::Gradient}, ""}};
 }
 
-std::vector<std::string> marksOf(const PluginInterface& texture, const ShadingContext& sc) {
-  const Flaws flaws = flawsOf(texture, sc);
+std::vector<std::string> marksOf(const Expectation& texture, const Judgement& judgement) {
   std::vector<std::string> marks;
-  for (std::size_t i = 0; i < flaws.size(); ++i) {
-    if (flaws[i]) marks.emplace_back(kFlawNames[i]);
+  for (std::size_t i = 0; i < judgement.flaws.size(); ++i) {
+    const bool isWrong = judgement.flaws[i] && texture.excludes(static_cast<Flaw>(i));
+    if (isWrong) marks.emplace_back(kFlawNames[i]);
   }
   return marks;
 }
 
-std::string answersAsText(const PluginInterface& texture, const ShadingContext& sc) {
+std::string answersAsText(const Expectation& expectation, const Judgement& judgement,
+                          const ShadingContext& sc) {
+  const PluginInterface& texture = *expectation.texture;
   std::string line = kindName(texture);
   for (const Part& part : partsOf(texture)) {
     line += "  " + part.name;
@@ -161,19 +163,20 @@ std::string answersAsText(const PluginInterface& texture, const ShadingContext& 
       separator = part.separator;
     }
   }
-  for (const std::string& mark : marksOf(texture, sc)) line += "  ! " + mark;
+  for (const std::string& mark : marksOf(expectation, judgement)) line += "  ! " + mark;
   return line;
 }
 
-Json answersAsJson(const Network::NamedTexture& named, const ShadingContext& sc) {
-  const auto& [name, texture] = named;
-  Json json = {{"name", name}, {"kind", kindName(*texture)}};
-  for (const Part& part : partsOf(*texture)) {
+Json answersAsJson(const Expectation& expectation, const Judgement& judgement,
+                   const ShadingContext& sc) {
+  const PluginInterface& texture = *expectation.texture;
+  Json json = {{"name", expectation.name.text()}, {"kind", kindName(texture)}};
+  for (const Part& part : partsOf(texture)) {
     Json shown = Json::array();
-    for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(*texture, show, sc)));
+    for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
     json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
   }
-  json["marks"] = marksOf(*texture, sc);
+  json["marks"] = marksOf(expectation, judgement);
   return json;
 }
 
@@ -202,16 +205,22 @@ void listPlugins(const PluginLibrary& library, const std::vector<std::string>& p
 
 void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
            std::ostream& out) {
-  std::vector<Network::NamedTexture> textures = network.textures();
   std::vector<std::string> names;
-  std::ranges::transform(textures, std::back_inserter(names), &Network::NamedTexture::first);
+  for (const auto& texture : network.textures()) names.push_back(texture.name.text());
   const Selection selection(what.patterns, "no texture", names);
-  std::erase_if(textures, [&](const auto& named) { return !selection.has(named.first); });
+  Connections connections(scene.nodes);
+  std::vector<Expectation> textures;
   std::size_t width = 0;
-  for (const auto& named : textures) width = std::max(width, named.first.size());
+  for (const auto& texture : network.textures()) {
+    const std::string name = texture.name.text();
+    if (!selection.has(name)) continue;
+    textures.push_back(expectationOf(texture, connections));
+    width = std::max(width, name.size());
+  }
 
   Json json = {{"frame", what.frame}, {"pixel", {what.x, what.y}}, {"object", nullptr}};
   std::string lines = "nothing is seen there\n";
+  std::vector<Judgement> judgements;
   const auto report = [&](const ShadingContext& sc, std::size_t object) {
     const DVector& p = sc.shadingPoint;
     const std::string& name = scene.objects[object].name;
@@ -220,19 +229,23 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
     json["object"] = name;
     json["renderSpace"] = {p.x, p.y, p.z};
     json["rayTime"] = sc.rayTime;
-    for (const auto& named : textures) {
+    for (std::size_t i = 0; i < textures.size(); ++i) {
       if (what.json) {
-        json["textures"].push_back(answersAsJson(named, sc));
+        json["textures"].push_back(answersAsJson(textures[i], judgements[i], sc));
       } else {
-        const std::string gap(width - named.first.size() + 2, ' ');
-        lines += named.first + gap + answersAsText(*named.second, sc) + "\n";
+        std::string line = textures[i].name.text();
+        line.resize(width + 2, ' ');
+        lines += line + answersAsText(textures[i], judgements[i], sc) + "\n";
       }
     }
   };
 
   network.renderBegin();
   network.frameBegin();
-  frame.shade(what.x + 0.5, what.y + 0.5, (scene.shutter.open + scene.shutter.close) / 2, report);
+  const double x = what.x + 0.5, y = what.y + 0.5;
+  const double rayTime = (scene.shutter.open + scene.shutter.close) / 2;
+  judgements = judge(frame, x, y, rayTime, textures);
+  frame.shade(x, y, rayTime, report);
   network.frameEnd();
   network.renderEnd();
   if (what.json) {

@@ -194,10 +194,10 @@ std::vector<Network::NamedTexture> Network::textures() const {
   std::vector<NamedTexture> result;
   for (const Instance& node : instances_) {
     const std::string& name = node.node->name;
-    if (const PluginInterface* texture = node.texture()) result.emplace_back(name, texture);
+    if (const PluginInterface* texture = node.texture()) result.push_back({{name, ""}, texture});
     if (node.plugin == nullptr) continue;
     for (const std::string& output : node.parameterNames(true)) {
-      result.emplace_back(Reference{name, output}.text(), node.texture(output));
+      result.push_back({{name, output}, node.texture(output)});
     }
   }
   return result;

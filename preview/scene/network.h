@@ -15,7 +15,10 @@ namespace preview {
 /// Between `frameBegin` and `frameEnd` its textures may be evaluated from any thread.
 class Network {
  public:
-  using NamedTexture = std::pair<std::string, const PluginInterface*>;
+  struct NamedTexture {
+    Reference name;
+    const PluginInterface* texture;
+  };
 
   /// Tells where a node, a parameter or a connection is not as its plugin has it, where connections
   /// form a cycle, or are so many that a sample would never end. Only a network of which nothing is
@@ -30,7 +33,7 @@ class Network {
   /// the file, if such a node has none.
   std::vector<std::string> outputs(const std::string& node, const std::string& place) const;
 
-  /// Every texture that a reference can name, under that name: the nodes in the order of the file,
+  /// Every texture that a reference can name: the nodes in the order of the file,
   /// outputs in the order of their registration.
   std::vector<NamedTexture> textures() const;
 

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "preview/judge.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "math/vector.h"
+#include "preview/scene/promises.h"
+
+namespace preview {
+
+namespace {
+
+/// The number of which a texture's gradient is that.
+double scalarOf(const PluginInterface& texture, const ShadingContext& sc) {
+  const Channels v = evaluate(texture, Show::Value, sc);
+  if (texture.getInterfaceId() != EXT_TEXTURE) return v[0];
+  return (static_cast<double>(v[0]) + v[1] + v[2]) / 3;
+}
+
+double cosine(Vector a, Vector b) { return dot(toDouble(a), toDouble(b)); }  // of unit length
+
+/// Compares the gradient in the middle between two near points with what changes from the one to
+/// the other. Where that is an edge or a kink, it fits on one side of the middle.
+void compareGradient(const PluginInterface& texture, const ShadingContext& a,
+                     const ShadingContext& middle, const ShadingContext& b, Judgement& judgement) {
+  const Channels g = evaluate(texture, Show::Gradient, middle);
+  const auto differs = [&](const ShadingContext& from, const ShadingContext& to) {
+    const DVector &p = from.shadingPoint, &q = to.shadingPoint;
+    const double before = scalarOf(texture, from);
+    const double after = scalarOf(texture, to);
+    const double expected = g[0] * (q.x - p.x) + g[1] * (q.y - p.y) + g[2] * (q.z - p.z);
+    const double change = after - before;
+    if (!std::isfinite(change + expected)) return false;
+    judgement.gradientWasCompared = true;
+    constexpr double kTolerance = 0.1, kRounding = 1e-5;
+    return std::abs(change - expected) >
+           kTolerance * std::max(std::abs(change), std::abs(expected)) +
+               kRounding * std::max(std::abs(before), std::abs(after));
+  };
+  judgement.flaws.set(static_cast<std::size_t>(Flaw::GradientDiffers),
+                      differs(a, b) && differs(a, middle) && differs(middle, b));
+}
+
+}  // namespace
+
+Expectation expectationOf(const Network::NamedTexture& texture, Connections& connections) {
+  const Node& node = connections.nodeOf(texture.name);
+  const Connections::Kept kept = connections.keptByInputs(node);
+  const Promise promise = promiseOf(node.plugin, texture.name.output);
+  const InterfaceId kind = texture.texture->getInterfaceId();
+  const bool isNumber = kind == EXT_TEXTURE || kind == EXT_TEXTURE_FLOAT;
+  return {.name = texture.name,
+          .node = &node,
+          .texture = texture.texture,
+          .boundsEnclose = kept.bounds && promise.boundsEnclose,
+          .gradientIsExact = promise.gradient == GradientIs::Exact,
+          .gradientIsCompared = isNumber && kept.gradient && promise.gradient != GradientIs::Zero};
+}
+
+std::vector<Judgement> judge(const Frame& frame, double x, double y, double rayTime,
+                             const std::vector<Expectation>& textures) {
+  std::vector<Judgement> judgements;
+  const auto at = [&](double offset, auto use) { frame.shade(x + offset, y, rayTime, use); };
+  at(0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
+    for (const Expectation& one : textures) judgements.push_back({flawsOf(*one.texture, middle)});
+    constexpr double kHalf = 0.5;  // pixels
+    at(-kHalf, [&](const ShadingContext& a, std::size_t objectA) {
+      at(kHalf, [&](const ShadingContext& b, std::size_t objectB) {
+        constexpr double kSmooth = 0.99;
+        if (objectA != objectMiddle || objectB != objectMiddle ||
+            cosine(a.geometricNormal, b.geometricNormal) < kSmooth) {
+          return;
+        }
+        for (std::size_t i = 0; i < textures.size(); ++i) {
+          if (!textures[i].gradientIsCompared) continue;
+          compareGradient(*textures[i].texture, a, middle, b, judgements[i]);
+        }
+      });
+    });
+  });
+  return judgements;
+}
+
+}  // namespace preview

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <vector>
+
+#include "preview/scene/connections.h"
+#include "preview/scene/flaws.h"
+#include "preview/scene/network.h"
+#include "preview/world/frame.h"
+
+/// What textures answer in a scene, judged by what they promise.
+namespace preview {
+
+/// A texture, and what may be expected of it: no more than of what it builds on.
+struct Expectation {
+  Reference name;
+  const Node* node;
+  const PluginInterface* texture;
+  bool boundsEnclose, gradientIsExact;
+  bool gradientIsCompared;
+
+  /// Whether it promises to be without such a flaw.
+  bool excludes(Flaw flaw) const {
+    return (flaw != Flaw::OutsideBounds || boundsEnclose) &&
+           (flaw != Flaw::GradientDiffers || gradientIsExact);
+  }
+};
+
+Expectation expectationOf(const Network::NamedTexture& texture, Connections& connections);
+
+struct Judgement {
+  Flaws flaws;
+  bool gradientWasCompared = false;
+};
+
+/// Of each texture at a point of the image, in pixels; empty if nothing is seen there. On a smooth
+/// surface gradients are compared with what changes over a pixel; those of vectors are not, since
+/// it is not defined of which number they are.
+std::vector<Judgement> judge(const Frame& frame, double x, double y, double rayTime,
+                             const std::vector<Expectation>& textures);
+
+}  // namespace preview
