@@ -64,7 +64,7 @@ void keepOnly(const std::vector<std::string>& patterns, std::vector<Picture>& pi
   std::erase_if(pictures, [&](const Picture& picture) { return !selection.has(picture.name); });
 }
 
-Plan planOf(const Scene& scene, const Network& network, Problems& problems) {
+Plan planOf(const std::vector<Picture>& pictures, const Network& network, Problems& problems) {
   Plan plan;
   const auto add = [&](const Picture& picture) {
     if (picture.from.node.empty()) return;  // has been told to be wrong
@@ -83,7 +83,7 @@ Plan planOf(const Scene& scene, const Network& network, Problems& problems) {
           {name, texture, picture.show, texture->getInterfaceId() == EXT_TEXTURE_INT});
     }
   };
-  for (const Picture& picture : scene.pictures) problems.attempt([&] { add(picture); });
+  for (const Picture& picture : pictures) problems.attempt([&] { add(picture); });
   return plan;
 }
 
@@ -115,10 +115,10 @@ std::string frameSuffix(const Scene& scene, std::int32_t frame) {
 
 }  // namespace
 
-std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems& problems) {
-  scene.pictures = picturesOf(scene, network, problems);
-  planOf(scene, network, problems);
-  return scene.pictures;
+std::vector<Picture> checkPictures(const Scene& scene, const Network& network, Problems& problems) {
+  std::vector<Picture> pictures = picturesOf(scene, network, problems);
+  planOf(pictures, network, problems);
+  return pictures;
 }
 
 void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions& options,
@@ -127,7 +127,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   scene.pictures = picturesOf(scene, network, problems);
   problems.throwFirst();
   keepOnly(options.only, scene.pictures);
-  const Plan plan = planOf(scene, network, problems);
+  const Plan plan = planOf(scene.pictures, network, problems);
   problems.throwFirst();
   const int rowsAtOnce = rowsAtATime(scene, plan);
   progress("reading", 0);

@@ -32,6 +32,6 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
                  const Progress& progress, Problems& problems);
 
 /// Tells what is wrong with the pictures of a scene, and returns them, each of "node.*" by itself.
-std::vector<Picture> checkPictures(Scene scene, const Network& network, Problems& problems);
+std::vector<Picture> checkPictures(const Scene& scene, const Network& network, Problems& problems);
 
 }  // namespace preview
