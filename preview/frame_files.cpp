@@ -19,9 +19,7 @@ namespace {
 
 /// The picture that viewers show first, RGBA: the first of a colour, or else the first of all.
 std::size_t mainSource(const Plan& plan) {
-  const auto isColor = [&](std::size_t source) {
-    return channelCount(*plan.sources[source].texture, plan.sources[source].show) == 4;
-  };
+  const auto isColor = [&](std::size_t source) { return plan.sources[source].channels() == 4; };
   const auto color = std::ranges::find_if(plan.sourceOfPicture, isColor);
   return color == plan.sourceOfPicture.end() ? plan.sourceOfPicture.front() : *color;
 }
@@ -40,11 +38,9 @@ FloatImage associated(const FloatImage& values, const FloatImage& coverage) {
   return result;
 }
 
-int channelCount(const LayerSource& source) { return channelCount(*source.texture, source.show); }
-
 /// Viewers take Y alone for luminance: a number is called a value, V.
 const char* channelNames(const LayerSource& source) {
-  const int channels = channelCount(source);
+  const int channels = source.channels();
   return channels == 1 ? "V" : channels == 3 ? "XYZ" : "RGBA";
 }
 
@@ -188,7 +184,7 @@ void FrameFiles::writePicture(std::size_t index, const Film& film) {
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
     file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
-                                         scene_.image, channelCount(source));
+                                         scene_.image, source.channels());
   }
   const auto [colors, specials] =
       mapToColors(values, film.coverage, picture.low, picture.high, film.firstRow);

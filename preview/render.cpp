@@ -64,7 +64,7 @@ Film renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerS
   const int width = scene.image.width;
   Film film{firstRow, FloatImage(width, rows, 1), {}};
   for (const LayerSource& source : sources) {
-    film.layers.emplace_back(width, rows, channelCount(*source.texture, source.show));
+    film.layers.emplace_back(width, rows, source.channels());
   }
 
   std::mutex mutex;

@@ -20,6 +20,8 @@ struct LayerSource {
   const PluginInterface* texture;
   Show show;
   bool isInteger;  ///< the first sample of a pixel that sees anything stands for all
+
+  int channels() const { return channelCount(*texture, show); }
 };
 
 /// Some rows of a rendered frame. Pixels where nothing is seen are zero.

@@ -91,7 +91,7 @@ Plan planOf(const std::vector<Picture>& pictures, const Network& network, Proble
 int rowsAtATime(const Scene& scene, const Plan& plan) {
   std::size_t numbers = 1;  // of a pixel: the coverage
   for (const LayerSource& source : plan.sources) {
-    numbers += static_cast<std::size_t>(channelCount(*source.texture, source.show));
+    numbers += static_cast<std::size_t>(source.channels());
   }
   numbers *= static_cast<std::size_t>(scene.image.width);
   const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / numbers, 1));
