@@ -54,13 +54,10 @@ World::World(const Scene& scene) {
   }
 }
 
-std::shared_ptr<const Raycaster> World::raycaster(const DVector& worldOffset) {
-  if (raycaster_ == nullptr || wide(worldOffset) != wide(worldOffset_)) {
-    raycaster_.reset();  // room for the next
-    raycaster_ = std::make_shared<const Raycaster>(objects_, worldOffset);
-    worldOffset_ = worldOffset;
-  }
-  return raycaster_;
+const Raycaster& World::raycaster(const DVector& worldOffset) {
+  if (!raycaster_) raycaster_.emplace(objects_);
+  raycaster_->setWorldOffset(worldOffset);
+  return *raycaster_;
 }
 
 Frame::Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* log)
@@ -69,8 +66,8 @@ Frame::Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* l
       raycaster_(world.raycaster(camera_.worldOffset())),
       log_(log),
       objects_(scene.objects.size()) {
-  box_.lo = raycaster_->bounds().lo;
-  box_.hi = raycaster_->bounds().hi;
+  box_.lo = raycaster_.bounds().lo;
+  box_.hi = raycaster_.bounds().hi;
   frameData_.frameTime = number;
   frameData_.worldToCamera = camera_.worldToCamera();
   frameData_.cameraToWorld = camera_.cameraToWorld();

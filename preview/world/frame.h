@@ -2,7 +2,6 @@
 #pragma once
 
 #include <map>
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -23,18 +22,17 @@ class World {
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
-  /// For a render space with its origin at `worldOffset`: the last one, as long as it serves.
-  std::shared_ptr<const Raycaster> raycaster(const DVector& worldOffset);
+  /// For the render space with its origin at `worldOffset`, until the next call.
+  const Raycaster& raycaster(const DVector& worldOffset);
 
  private:
   std::map<Shape, Mesh> meshes_;
   std::vector<PlacedMesh> objects_;
-  std::shared_ptr<const Raycaster> raycaster_;
-  DVector worldOffset_ = {};  ///< of the raycaster
+  std::optional<Raycaster> raycaster_;
 };
 
 /// One frame of a scene: everything of the host that a shading context leads to. After construction
-/// any number of threads may use it.
+/// any number of threads may use it, until the next frame of its world is made.
 class Frame {
  public:
   /// `number` is one of the scene's frames; `log` may be null and is not owned.
@@ -54,7 +52,7 @@ class Frame {
   bool shade(double imageX, double imageY, double rayTime, Evaluate evaluate) const {
     TwoKeyCameraMotion motion(camera_, rayTime);
     const Ray ray = camera_.primaryRay(imageX, imageY, motion.pose());
-    const std::optional<Hit> hit = raycaster_->intersect(ray);
+    const std::optional<Hit> hit = raycaster_.intersect(ray);
     if (!hit) return false;
     RenderServices services = {log_, &box_, &motion, camera_.moves() ? 1 : 0};
     RenderContext context = {&services, &frameData_};
@@ -69,7 +67,7 @@ class Frame {
 
   const Scene& scene_;
   FrameCamera camera_;
-  std::shared_ptr<const Raycaster> raycaster_;
+  const Raycaster& raycaster_;
   RenderLog* log_;
 
   // A shading context leads to these by pointers that are not to const.

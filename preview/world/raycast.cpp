@@ -54,13 +54,19 @@ class Barycentric {
 
 }  // namespace
 
-RenderSpaceMesh::RenderSpaceMesh(const PlacedMesh& object, const DVector& worldOffset)
+RenderSpaceMesh::RenderSpaceMesh(const PlacedMesh& object)
     : mesh_(*object.mesh),
       x_(wide(object.toWorld.c0)),
       y_(wide(object.toWorld.c1)),
       z_(wide(object.toWorld.c2)),
-      origin_(originOf(object.toWorld, worldOffset)),
-      normals_(inverseRows(x_, y_, z_)) {}
+      inWorld_(wide(object.toWorld.offset)),
+      normals_(inverseRows(x_, y_, z_)) {
+  for (const Vertex& vertex : mesh_.vertices) box_.extendBy(vector(vertex.position));
+}
+
+void RenderSpaceMesh::setWorldOffset(const DVector& worldOffset) {
+  origin_ = inWorld_ - wide(worldOffset);
+}
 
 Vector RenderSpaceMesh::position(const Vertex& vertex) const {
   return toVector(vector(vertex.position) + origin_);
@@ -85,8 +91,10 @@ std::array<float, 12> RenderSpaceMesh::matrix() const {
   return numbers;
 }
 
-Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset)
-    : device_(rtcNewDevice(nullptr), rtcReleaseDevice), scene_(nullptr, rtcReleaseScene) {
+Raycaster::Raycaster(std::span<const PlacedMesh> objects)
+    : objects_(objects.begin(), objects.end()),
+      device_(rtcNewDevice(nullptr), rtcReleaseDevice),
+      scene_(nullptr, rtcReleaseScene) {
   std::map<const Mesh*, int> uses;
   for (const PlacedMesh& object : objects) ++uses[object.mesh];
   for (const auto& [mesh, count] : uses) triangles_ += mesh->triangles.size();
@@ -95,36 +103,41 @@ Raycaster::Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOf
     if (count == 1) continue;
     RTCScene shared = shared_.emplace(mesh, newScene()).first->second.get();
     addMesh(shared, *mesh, 0, std::mem_fn(&Vertex::position));
-    rtcCommitScene(shared);
+    build(shared);
   }
+}
 
+void Raycaster::setWorldOffset(const DVector& worldOffset) {
+  if (scene_ != nullptr && wide(worldOffset) == worldOffset_) return;
+  worldOffset_ = wide(worldOffset);
+  scene_.reset();  // room for the next
   scene_ = newScene();
-  bool first = true;
-  for (const PlacedMesh& placed : objects) {
-    const auto id = static_cast<unsigned int>(objects_.size());
-    const RenderSpaceMesh& object = objects_.emplace_back(placed, worldOffset);
-    const auto place = [&](const Vertex& vertex) { return object.position(vertex); };
-    const auto shared = shared_.find(placed.mesh);
+  Imath::Box3d box;
+  for (unsigned int id = 0; id < objects_.size(); ++id) {
+    RenderSpaceMesh& object = objects_[id];
+    object.setWorldOffset(worldOffset);
+    box.extendBy(object.bounds());
+    const auto shared = shared_.find(&object.mesh());
     if (shared == shared_.end()) {
-      addMesh(scene_.get(), *placed.mesh, id, place);
+      addMesh(scene_.get(), object.mesh(), id,
+              [&](const Vertex& vertex) { return object.position(vertex); });
     } else {
       addInstance(object, shared->second.get(), id);
     }
-    for (const Vertex& vertex : placed.mesh->vertices) {
-      const Vector p = place(vertex);
-      if (first) bounds_ = {p, p};
-      first = false;
-      bounds_ = {min(bounds_.lo, p), max(bounds_.hi, p)};
-    }
   }
-  rtcCommitScene(scene_.get());
-  checkDevice();
+  if (!box.isEmpty()) bounds_ = {toVector(box.min), toVector(box.max)};
+  build(scene_.get());
 }
 
 Raycaster::EmbreeScene Raycaster::newScene() const {
   EmbreeScene scene(rtcNewScene(device_.get()), rtcReleaseScene);
   rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_ROBUST);
   return scene;
+}
+
+void Raycaster::build(RTCScene scene) const {
+  rtcCommitScene(scene);
+  checkDevice();
 }
 
 template <class Place>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <ImathBox.h>
+
 #include <array>
 #include <cstddef>
 #include <map>
@@ -43,12 +45,15 @@ struct Hit {
   Vector a, b, c;
 };
 
-/// A mesh with its place in render space.
+/// A mesh with its place in a render space.
 class RenderSpaceMesh {
  public:
-  RenderSpaceMesh(const PlacedMesh& object, const DVector& worldOffset);
+  explicit RenderSpaceMesh(const PlacedMesh& object);
+
+  void setWorldOffset(const DVector& worldOffset);
 
   const Mesh& mesh() const { return mesh_; }
+  Imath::Box3d bounds() const { return {box_.min + origin_, box_.max + origin_}; }
   Vector position(const Vertex& vertex) const;
   Vertex placed(const Vertex& vertex) const;
   std::array<float, 12> matrix() const;  ///< column by column, the origin last
@@ -57,16 +62,22 @@ class RenderSpaceMesh {
   V3d vector(const Vector& v) const { return x_ * v.x + y_ * v.y + z_ * v.z; }
 
   const Mesh& mesh_;
-  V3d x_, y_, z_, origin_;      ///< of object space
+  V3d x_, y_, z_, inWorld_;     ///< of object space, the origin last
+  V3d origin_;                  ///< the same in render space
   std::array<V3d, 3> normals_;  ///< the columns of the matrix for normals
+  Imath::Box3d box_;            ///< around the vertices, from the origin
 };
 
-/// The objects of a scene in Embree's hands; those that share a mesh are instances of it. After
-/// construction any number of threads may use it.
+/// The objects of a scene in Embree's hands, for one render space after the other. Those that share
+/// a mesh are instances of it, which is built once. Between two calls of `setWorldOffset` any
+/// number of threads may use it.
 class Raycaster {
  public:
-  /// Throws std::runtime_error when Embree fails. The meshes outlive the object.
-  Raycaster(std::span<const PlacedMesh> objects, const DVector& worldOffset);
+  /// The meshes outlive the object. Throws std::runtime_error when Embree fails.
+  explicit Raycaster(std::span<const PlacedMesh> objects);
+
+  /// Has to be called before rays are cast. Throws std::runtime_error when Embree fails.
+  void setWorldOffset(const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;
 
@@ -77,6 +88,7 @@ class Raycaster {
   using EmbreeScene = std::unique_ptr<RTCSceneTy, void (*)(RTCSceneTy*)>;
 
   EmbreeScene newScene() const;
+  void build(RTCSceneTy* scene) const;
   template <class Place>
   void addMesh(RTCSceneTy* scene, const Mesh& mesh, unsigned int id, Place place) const;
   void addInstance(const RenderSpaceMesh& object, RTCSceneTy* shared, unsigned int id) const;
@@ -84,6 +96,7 @@ class Raycaster {
 
   std::size_t triangles_ = 0;
   std::vector<RenderSpaceMesh> objects_;
+  V3d worldOffset_;
   Range<Vector> bounds_ = {};
   std::unique_ptr<RTCDeviceTy, void (*)(RTCDeviceTy*)> device_;
   std::map<const Mesh*, EmbreeScene> shared_;  ///< in object space
