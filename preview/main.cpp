@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "preview/check.h"
-#include "preview/interruption.h"
+#include "preview/messages/interruption.h"
 #include "preview/messages/problems.h"
 #include "preview/messages/suggestion.h"
 #include "preview/progress_bar.h"

@@ -5,8 +5,8 @@
 #include <unordered_set>
 
 #include "preview/frame_files.h"
-#include "preview/interruption.h"
 #include "preview/messages/errors.h"
+#include "preview/messages/interruption.h"
 #include "preview/messages/selection.h"
 #include "preview/pictures/output_folder.h"
 #include "preview/render.h"
@@ -141,10 +141,13 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
 
   try {
-    progress("rendering", 0);
     network.renderBegin();
     const Frames& frames = options.frames;
     for (std::int32_t number = frames.first; number <= frames.last; ++number) {
+      const auto ofAll = [&](double part) {
+        return (number - frames.first + part) / frames.count();
+      };
+      progress("building", ofAll(0));
       const Frame frame(scene, world, number, options.log);
       network.frameBegin();
       FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
@@ -152,9 +155,8 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
       for (int row = 0; row < scene.image.height; row += rowsAtOnce) {
         const int rows = std::min(rowsAtOnce, scene.image.height - row);
         const auto report = [&](const char* doing, double part) {
-          if (interruption != 0) throw std::runtime_error("interrupted");
-          const double ofFrame = (row + part * rows) / scene.image.height;
-          progress(doing, (number - frames.first + ofFrame) / frames.count());
+          throwIfInterrupted();
+          progress(doing, ofAll((row + part * rows) / scene.image.height));
         };
         const Film film = renderRows(scene, frame, plan.sources, row, rows,
                                      [&](double part) { report("rendering", part * rendering); });

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "math/vector.h"
+#include "preview/messages/interruption.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
@@ -136,7 +137,10 @@ Raycaster::EmbreeScene Raycaster::newScene() const {
 }
 
 void Raycaster::build(RTCScene scene) const {
+  rtcSetSceneProgressMonitorFunction(
+      scene, [](void* /*unused*/, double /*part*/) { return interruption == 0; }, nullptr);
   rtcCommitScene(scene);
+  throwIfInterrupted();
   checkDevice();
 }
 

@@ -76,7 +76,8 @@ class Raycaster {
   /// The meshes outlive the object. Throws std::runtime_error when Embree fails.
   explicit Raycaster(std::span<const PlacedMesh> objects);
 
-  /// Has to be called before rays are cast. Throws std::runtime_error when Embree fails.
+  /// Has to be called before rays are cast. Throws std::runtime_error when Embree fails, or when an
+  /// interruption was noted.
   void setWorldOffset(const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;

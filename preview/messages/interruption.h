@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <stdexcept>
 
 namespace preview {
 
@@ -10,6 +11,10 @@ inline constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
 
 /// The signal by which the user has asked the program to end, or 0.
 inline std::atomic<int> interruption = 0;
+
+inline void throwIfInterrupted() {
+  if (interruption != 0) throw std::runtime_error("interrupted");
+}
 
 /// From now on the first such signal is only noted, so that a render can end in order; the second
 /// one ends the program at once. One that was ignored stays so, as `nohup` wants it.
