@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <iterator>
 #include <mutex>
+#include <sstream>
 
 #include "preview/messages/number_text.h"
 #include "preview/scene/flaws.h"
@@ -80,22 +82,26 @@ void addTo(PictureNumbers& numbers, const FloatImage& values, const FloatImage& 
   }
 }
 
-/// Whether the words of a name stand in a text, whatever stands between their letters: "mode0" in
+/// The words of a text: its letters and digits, as far as nothing else stands between them.
+std::vector<std::string> wordsOf(std::string text) {
+  const auto isSign = [](unsigned char c) { return c < 0x80 && std::isalnum(c) == 0; };
+  std::ranges::replace_if(text, isSign, ' ');
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+/// Whether some words of a text are those of a name, wherever they are divided: "mode0" in
 /// "mode 0: sum", "sampler_point" in "sampler.point".
 bool names(const std::string& text, const std::string& name) {
-  const auto isLetter = [](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return std::isalnum(byte) != 0 || byte >= 0x80;
-  };
-  for (std::size_t begin = 0; begin < text.size(); ++begin) {
-    if (begin > 0 && isLetter(text[begin - 1])) continue;
-    std::size_t at = begin;
-    const bool found = std::ranges::all_of(name, [&](char letter) {
-      if (!isLetter(letter)) return true;
-      while (at < text.size() && !isLetter(text[at])) ++at;
-      return at < text.size() && text[at++] == letter;
-    });
-    if (found && (at == text.size() || !isLetter(text[at]))) return true;
+  std::string letters;
+  for (const std::string& word : wordsOf(name)) letters += word;
+  const std::vector<std::string> words = wordsOf(text);
+  for (auto first = words.begin(); first != words.end(); ++first) {
+    std::string joined;
+    for (auto word = first; word != words.end() && joined.size() < letters.size(); ++word) {
+      joined += *word;
+    }
+    if (joined == letters) return true;
   }
   return false;
 }
