@@ -1,56 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "preview/world/frame.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cmath>
 #include <new>
 
 #include "preview/messages/errors.h"
+#include "preview/messages/memory.h"
 
 namespace preview {
 
 namespace {
 
-/// Throws where meshes would take more memory than the machine has.
-void checkMemory(std::size_t triangles) {
-  constexpr double kBytesOfTriangle = 160;  // with its vertices and Embree's part, about
-  constexpr double kGiB = 1 << 30;
-  const double needed = kBytesOfTriangle * static_cast<double>(triangles) / kGiB;
-  const double present = static_cast<double>(sysconf(_SC_PHYS_PAGES)) *
-                         static_cast<double>(sysconf(_SC_PAGESIZE)) / kGiB;
-  if (needed <= present) return;
-  throw SceneError("objects", std::to_string(triangles) + " triangles would take " +
-                                  std::to_string(std::lround(needed)) + " GiB, the machine has " +
-                                  std::to_string(std::lround(present)) +
-                                  "; objects of the same shape share theirs");
-}
-
-bool isRound(const Shape& shape) {
-  return std::holds_alternative<Sphere>(shape) || std::holds_alternative<Torus>(shape);
+/// The memory that a triangle takes, with its vertices and Embree's part, about.
+double bytesOfTriangle(const Shape& shape) {
+  constexpr double kWithItsOwnVertices = 360, kOfGrid = 165;
+  return std::holds_alternative<ObjFile>(shape) ? kWithItsOwnVertices : kOfGrid;
 }
 
 }  // namespace
 
 World::World(const Scene& scene) {
-  for (const Object& object : scene.objects) {
-    objects_.push_back({&meshes_[object.shape], object.toWorld});
-  }
   std::size_t triangles = 0;
-  for (const auto& [shape, mesh] : meshes_) triangles += isRound(shape) ? kTrianglesOfRound : 0;
-  checkMemory(triangles);
-  for (const Object& object : scene.objects) {
-    Mesh& mesh = meshes_[object.shape];
-    if (!mesh.triangles.empty()) continue;
-    try {
-      mesh = makeMesh(object.shape);
-    } catch (const InputError& e) {
-      throw SceneError(object.place + ".shape", e.what());
-    } catch (const std::bad_alloc&) {
-      throw std::runtime_error(object.place + ".shape: out of memory");
+  double bytes = 0;
+  std::string place;
+  try {
+    for (const Object& object : scene.objects) {
+      place = object.place + ".shape";
+      const auto [known, isNew] = meshes_.try_emplace(object.shape);
+      objects_.push_back({&known->second, object.toWorld});
+      if (!isNew) continue;
+      const std::size_t count = countTriangles(object.shape);
+      triangles += count;
+      bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
+      checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes);
     }
-    if (!isRound(object.shape)) checkMemory(triangles += mesh.triangles.size());
+    for (const Object& object : scene.objects) {
+      place = object.place + ".shape";
+      Mesh& mesh = meshes_[object.shape];
+      if (mesh.triangles.empty()) mesh = makeMesh(object.shape);
+    }
+  } catch (const InputError& e) {
+    throw SceneError(place, e.what());
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error(place + ": out of memory; all objects, " + std::to_string(triangles) +
+                             " triangles, take " + gibText(bytes));
   }
 }
 

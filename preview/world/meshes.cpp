@@ -19,8 +19,10 @@ namespace preview {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-constexpr double kMaxNumber = 1e9;   // of a file; what is made of it stays within floats
-constexpr int kMaxCorners = 10'000;  // cutting a face into triangles takes their square
+constexpr std::uint32_t kColumns = 192, kRows = 96;  // of the grid of a sphere or torus
+constexpr double kMaxNumber = 1e9;         // of a file; what is made of it stays within floats
+constexpr int kMaxCorners = 10'000;        // cutting a face into triangles takes their square
+constexpr std::size_t kMaxLine = 1 << 20;  // bytes; the longest face is a third of it
 
 /// A vertex in double precision; the normal's length is free.
 struct SurfacePoint {
@@ -115,8 +117,6 @@ Mesh build(const Torus& torus) {
   return mesh;
 }
 
-Mesh build(const ObjFile& file) { return loadObj(file.path); }
-
 [[noreturn]] void fail(const std::filesystem::path& path, std::string reason) {
   while (!reason.empty() && reason.back() == '\n') reason.pop_back();
   std::ranges::replace(reason, '\n', ' ');
@@ -129,9 +129,12 @@ class ObjLines {
  public:
   explicit ObjLines(const std::filesystem::path& path) : path_(path) {}
 
-  void check() {
+  /// Returns the number of triangles into which the faces are cut.
+  std::size_t check() {
     std::ifstream file(path_);
-    for (std::string line; std::getline(file, line); ++line_) {
+    std::vector<char> buffer(kMaxLine);
+    for (; file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
+      const std::string line = buffer.data();
       std::istringstream words(line.substr(0, line.find('#')));
       std::string word;
       words >> word;
@@ -141,13 +144,15 @@ class ObjLines {
       checkNumbers(words, word == "vt" ? 1 : 3);
       ++counts_[static_cast<std::size_t>(kind - kKinds)];
     }
-    if (!file.eof()) fail(path_, "cannot be read");
+    if (file.bad() || !file.is_open()) fail(path_, "cannot be read");
+    if (!file.eof()) failAtLine("is longer than " + std::to_string(kMaxLine - 2) + " characters");
     for (std::size_t kind = 0; kind < std::size(kKinds); ++kind) {
       const auto [greatest, line] = greatest_[kind];
       if (greatest <= counts_[kind]) continue;
       line_ = line;
       failAtLine("there is no " + (kKinds[kind] + (" " + std::to_string(greatest))));
     }
+    return triangles_;
   }
 
  private:
@@ -187,6 +192,7 @@ class ObjLines {
       failAtLine("expected a face of 3 to " + std::to_string(kMaxCorners) + " corners, found " +
                  std::to_string(corners));
     }
+    triangles_ += static_cast<std::size_t>(corners) - 2;
   }
 
   /// An index counts from 1, or from -1 backwards from the line; returns what is behind it.
@@ -205,6 +211,7 @@ class ObjLines {
 
   const std::filesystem::path& path_;
   int line_ = 1;
+  std::size_t triangles_ = 0;
   std::int64_t counts_[std::size(kKinds)] = {};                    // so far
   std::pair<std::int64_t, int> greatest_[std::size(kKinds)] = {};  // index, and its line
 };
@@ -262,14 +269,8 @@ void setUvw(std::vector<Vertex>& vertices, const tinyobj::attrib_t& attrib, cons
   }
 }
 
-}  // namespace
-
-Mesh makeMesh(const Shape& shape) {
-  return std::visit([](const auto& s) { return build(s); }, shape);
-}
-
-Mesh loadObj(const std::filesystem::path& path) {
-  ObjLines(path).check();
+Mesh build(const ObjFile& obj) {
+  const auto& path = obj.path;
   std::ifstream file(path);
   tinyobj::attrib_t attrib;
   std::vector<tinyobj::shape_t> shapes;
@@ -289,6 +290,8 @@ Mesh loadObj(const std::filesystem::path& path) {
   mesh.hasUvw = std::ranges::all_of(
       corners, [](const tinyobj::index_t& corner) { return corner.texcoord_index >= 0; });
   const std::vector<V3d> smooth = smoothNormals(attrib, corners);
+  mesh.vertices.reserve(corners.size());
+  mesh.triangles.reserve(corners.size() / 3);
   for (const tinyobj::index_t& corner : corners) {
     V3d normal = normalOf(attrib, corner);
     if (normal == V3d(0)) normal = smooth[static_cast<std::size_t>(corner.vertex_index)];
@@ -300,6 +303,22 @@ Mesh loadObj(const std::filesystem::path& path) {
     if (mesh.hasUvw) setUvw(mesh.vertices, attrib, corners, first);
   }
   return mesh;
+}
+
+std::size_t count(const Sphere& /*shape*/) { return std::size_t{2} * kColumns * kRows; }
+std::size_t count(const Torus& /*shape*/) { return std::size_t{2} * kColumns * kRows; }
+std::size_t count(const Plane& /*shape*/) { return 2; }
+std::size_t count(const Box& /*shape*/) { return 12; }
+std::size_t count(const ObjFile& file) { return ObjLines(file.path).check(); }
+
+}  // namespace
+
+std::size_t countTriangles(const Shape& shape) {
+  return std::visit([](const auto& s) { return count(s); }, shape);
+}
+
+Mesh makeMesh(const Shape& shape) {
+  return std::visit([](const auto& s) { return build(s); }, shape);
 }
 
 }  // namespace preview

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 #include "host/types.h"
@@ -29,18 +28,17 @@ struct Mesh {
   bool hasUvw = true;  ///< where false, uvw and its derivatives are 0
 };
 
-/// Columns and rows of the grid of a sphere or torus.
-inline constexpr std::uint32_t kColumns = 192, kRows = 96;
-inline constexpr std::size_t kTrianglesOfRound = std::size_t{2} * kColumns * kRows;
+/// How many triangles the mesh of a shape has, or at most has. Throws InputError, with one line
+/// that names the file, for an OBJ file that cannot be used.
+std::size_t countTriangles(const Shape& shape);
 
-/// Spheres and tori have the exact positions, normals and derivatives at the vertices of a fine
-/// grid; planes and boxes are exact throughout. Throws InputError as `loadObj` does.
-Mesh makeMesh(const Shape& shape);
-
+/// The mesh of a shape whose triangles were counted. Spheres and tori have the exact positions,
+/// normals and derivatives at the vertices of a fine grid; planes and boxes are exact throughout.
+///
 /// The faces of a Wavefront OBJ file, its groups and materials put together. Corners without a
 /// normal get the mean of those of the faces around them, weighted by area; a file in which any
 /// corner lacks texture coordinates gives a mesh without uvw. Derivatives are those of each
-/// triangle. Throws InputError with one line that names the file.
-Mesh loadObj(const std::filesystem::path& path);
+/// triangle. Throws InputError as `countTriangles` does.
+Mesh makeMesh(const Shape& shape);
 
 }  // namespace preview
