@@ -15,6 +15,7 @@
 
 #include "preview/check.h"
 #include "preview/messages/interruption.h"
+#include "preview/messages/memory.h"
 #include "preview/messages/problems.h"
 #include "preview/messages/suggestion.h"
 #include "preview/progress_bar.h"
@@ -310,7 +311,8 @@ int main(int argc, char** argv) {
   } catch (const InputError& e) {
     return fail(kProgram, e.what(), kExitBadInput);
   } catch (const std::bad_alloc&) {
-    return fail(kProgram, "out of memory", 1);
+    return fail(kProgram, ("out of memory, with " + memoryText(usedMemory()) + " in use").c_str(),
+                1);
   } catch (const std::exception& e) {
     constexpr int kExitOfSignals = 128;
     return fail(kProgram, e.what(), interruption != 0 ? kExitOfSignals + interruption : 1);

@@ -7,6 +7,7 @@
 #include "preview/frame_files.h"
 #include "preview/messages/errors.h"
 #include "preview/messages/interruption.h"
+#include "preview/messages/memory.h"
 #include "preview/messages/selection.h"
 #include "preview/pictures/output_folder.h"
 #include "preview/render.h"
@@ -87,15 +88,29 @@ Plan planOf(const std::vector<Picture>& pictures, const Network& network, Proble
   return plan;
 }
 
-/// How many rows of a frame are rendered, and then written, at a time.
-int rowsAtATime(const Scene& scene, const Plan& plan) {
+/// Float numbers of a row of a frame.
+std::size_t numbersOfRow(const Scene& scene, const Plan& plan) {
   std::size_t numbers = 1;  // of a pixel: the coverage
   for (const LayerSource& source : plan.sources) {
     numbers += static_cast<std::size_t>(source.channels());
   }
-  numbers *= static_cast<std::size_t>(scene.image.width);
-  const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / numbers, 1));
+  return numbers * static_cast<std::size_t>(scene.image.width);
+}
+
+/// How many rows of a frame are rendered, and then written, at a time.
+int rowsAtATime(const Scene& scene, std::size_t numbersOfRow) {
+  const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / numbersOfRow, 1));
   return std::min(rows < kTileSize ? rows : rows / kTileSize * kTileSize, scene.image.height);
+}
+
+/// The memory that the pictures take while `numbers` of them are rendered at a time, about.
+double bytesOf(const Scene& scene, std::size_t numbers) {
+  constexpr double kOfPngFile = 300'000;
+  constexpr double kCopies = 2;  // of layers, in the EXR file; of thumbnails, on the contact sheet
+  const Reduction thumbnail(scene.image.width, scene.image.height);
+  const double ofThumbnail = static_cast<double>(thumbnail.image().values().size_bytes());
+  return static_cast<double>(scene.pictures.size()) * (kOfPngFile + kCopies * ofThumbnail) +
+         static_cast<double>(numbers * sizeof(float)) * kCopies;
 }
 
 /// Of the frame numbers in file names, which only have them if the scene has several frames.
@@ -129,7 +144,11 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   keepOnly(options.only, scene.pictures);
   const Plan plan = planOf(scene.pictures, network, problems);
   problems.throwFirst();
-  const int rowsAtOnce = rowsAtATime(scene, plan);
+  const std::size_t ofRow = numbersOfRow(scene, plan);
+  const int rowsAtOnce = rowsAtATime(scene, ofRow);
+  const std::string pictures = std::to_string(scene.pictures.size()) + " pictures";
+  const double bytes = bytesOf(scene, ofRow * static_cast<std::size_t>(rowsAtOnce));
+  checkMemory(pictures, bytes);
   progress("reading", 0);
   World world(scene);
   // While nothing is written, an interruption ends the program at once.
@@ -170,8 +189,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   } catch (const WriteError& e) {
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {
-    throw std::runtime_error("out of memory for " + std::to_string(scene.pictures.size()) +
-                             " pictures, " + std::to_string(rowsAtOnce) + " rows at a time");
+    throw std::runtime_error("out of memory; " + pictures + " take " + memoryText(bytes));
   }
   ignoreInterruptions();
   folder.commit();

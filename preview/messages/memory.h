@@ -5,19 +5,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <string>
 
 #include "preview/messages/errors.h"
 
 namespace preview {
 
-/// "1.5 GiB"
-inline std::string gibText(double bytes) {
-  constexpr double kGiB = 1 << 30;
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f GiB", bytes / kGiB);
-  return text;
+inline std::string memoryText(double bytes) {
+  constexpr double kMiB = 1 << 20;
+  return std::to_string(std::llround(bytes / kMiB)) + " MiB";
 }
 
 /// Throws InputError where something takes more memory than there is: that of the machine, or as
@@ -29,8 +26,16 @@ inline void checkMemory(const std::string& what, double bytes) {
       static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
   const double present = std::min(machine, static_cast<double>(limit.rlim_cur));
   if (bytes <= present) return;
-  throw InputError(what + " would take " + gibText(bytes) + " of memory, there are " +
-                   gibText(present));
+  throw InputError(what + " would take " + memoryText(bytes) + " of memory, there are " +
+                   memoryText(present));
+}
+
+/// The most that the program has had so far, in bytes.
+inline double usedMemory() {
+  constexpr double kKiB = 1024;
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  return kKiB * static_cast<double>(usage.ru_maxrss);
 }
 
 }  // namespace preview

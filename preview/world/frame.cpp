@@ -43,7 +43,7 @@ World::World(const Scene& scene) {
     throw SceneError(place, e.what());
   } catch (const std::bad_alloc&) {
     throw std::runtime_error(place + ": out of memory; all objects, " + std::to_string(triangles) +
-                             " triangles, take " + gibText(bytes));
+                             " triangles, take " + memoryText(bytes));
   }
 }
 
