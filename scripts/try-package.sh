@@ -71,3 +71,4 @@ step "use the archive" use /opt/samplerinfo
 rm -r "$root/opt/samplerinfo"
 step "purge what the package needed" logged bare apt-get autoremove -y --purge
 diff <(echo "$before") <(files) || fail "the package leaves something"
+echo "Nothing of the package stays"
