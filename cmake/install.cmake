@@ -85,7 +85,8 @@ function(install_tool tool what)
                 --help-option "@command@ --help" "$<TARGET_FILE:@tool@>"
         COMMAND sed -e "s/^[.]TH [^ ]*/.TH @page@/" -e "s/^@tool@ /@page@ /"
         COMMAND gzip -9n
-        OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)]] code @ONLY)
+        OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)
+      list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${CMAKE_INSTALL_PREFIX}/share/man/man1/@page@.1.gz")]] code @ONLY)
     install(CODE "${code}" COMPONENT tools)
   endforeach()
 endfunction()

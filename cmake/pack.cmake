@@ -2,6 +2,12 @@
 # Run by CPack on the tree that it packs: adds what a kind of package wants beside what is installed.
 set(tree "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
 
+# CPack strips programs and shared libraries alone.
+file(GLOB_RECURSE archives "${tree}/*.a")
+foreach(archive IN LISTS archives)
+  execute_process(COMMAND strip --strip-debug --enable-deterministic-archives "${archive}" COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+
 if(CPACK_GENERATOR STREQUAL "ZIP")
   file(GLOB_RECURSE files RELATIVE "${tree}" "${tree}/*")
   list(SORT files)

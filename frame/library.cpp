@@ -96,4 +96,4 @@ LibDesc libDesc;
 }  // namespace samplerinfo
 
 /// The library's only export: its descriptor, which lives from load to unload.
-extern "C" SAMPLERINFO_EXPORT QUtils::PluginLibDesc* getLibDesc() { return &samplerinfo::libDesc; }
+extern "C" QUOR_EXPORT QUtils::PluginLibDesc* getLibDesc() { return &samplerinfo::libDesc; }

@@ -13,8 +13,11 @@ step "packages" scripts/install.sh build
 step "configure release" cmake --preset release
 step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
 preview=build/release/preview/samplerinfo-preview
+pictures=build/pictures
+rm -rf "$pictures"
+step "pictures" scripts/docs-pictures.sh "$preview" "$pictures"
 rm -rf docs/pictures
-step "pictures" scripts/docs-pictures.sh "$preview" docs/pictures
+mv "$pictures" docs/pictures
 tables=$("$preview" list --markdown)
 text=$(sed "/^$marker\$/q" "$document")
 printf '%s\n\n%s\n' "$text" "$tables" >"$document"

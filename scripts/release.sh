@@ -5,8 +5,9 @@
 # (dist, if none is named). The same commit gives the same bytes, wherever it is built.
 set -euo pipefail
 umask 022
-dist=$(realpath -m -- "${1:-dist}")
+dist=${1:+$(realpath -m -- "$1")}
 . "$(dirname "$0")/common.sh"
+dist=${dist:-$PWD/dist}
 
 [[ ! -e $dist ]] || fail "$dist: there is something already"
 step "packages" scripts/install.sh build windows release
@@ -15,8 +16,9 @@ rm -rf "$work"
 mkdir -p "$work"
 step "clone" git clone --quiet . "$work/samplerinfo"
 # Nothing of the caller's environment gets in: neither flags nor caches of compilers, nor a language.
-mapfile -t variables < <(compgen -e | grep -vxE 'PATH|HOME')
+mapfile -t variables < <(compgen -e | grep -vxE 'HOME|SHELLOPTS|BASHOPTS')
 unset "${variables[@]}"
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 cd "$work/samplerinfo"
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8

@@ -4,8 +4,9 @@
 # Tries, as root, what scripts/release.sh has put into FOLDER (dist, if none is named) on a bare Debian 12 in build/bare:
 # uses what the .deb installs and the .tar.gz unpacks, and looks for what stays when the .deb is purged.
 set -euo pipefail
-dist=$(realpath -m -- "${1:-dist}")
+dist=${1:+$(realpath -m -- "$1")}
 . "$(dirname "$0")/common.sh"
+dist=${dist:-$PWD/dist}
 
 root=$PWD/build/bare
 log=$PWD/build/try-package.log
@@ -52,7 +53,8 @@ completion() {
 }
 
 ((EUID == 0)) || fail "only root can make a system of its own"
-package=$(ls "$dist"/samplerinfo_*.deb) archive=$(ls "$dist"/samplerinfo-*-Linux.tar.gz)
+package=$(echo "$dist"/samplerinfo_*.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-*.tar.gz)
+[[ -f $package && -f $archive ]] || fail "$dist: there is not one .deb and one .tar.gz for Linux"
 step "packages" scripts/install.sh bare
 rm -rf "$root"
 step "a bare Debian 12" logged debootstrap --variant=minbase --include=bash-completion,man-db bookworm "$root"

@@ -58,6 +58,7 @@ completes "--size --samples" samplerinfo-preview render --s
 completes "--seed --seconds" samplerinfo-validate --se
 completes "--strict" samplerinfo-preview --plugin other.so check --s
 completes "" samplerinfo-preview --plugin ""
+completes "" samplerinfo-preview --plugin = ""
 completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 

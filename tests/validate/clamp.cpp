@@ -90,4 +90,4 @@ class LibDesc final : public PluginLibDesc {
 
 }  // namespace
 
-extern "C" SAMPLERINFO_EXPORT PluginLibDesc* getLibDesc() { return &libDesc; }
+extern "C" QUOR_EXPORT PluginLibDesc* getLibDesc() { return &libDesc; }
