@@ -49,8 +49,11 @@ void lookAtGrid(const Scene& scene, const Look& look, const std::vector<Expectat
       const int x = (2 * column + 1) * scene.image.width / (2 * columns);
       const int y = (2 * row + 1) * scene.image.height / (2 * rows);
       const std::string where = "pixel " + std::to_string(x) + "," + std::to_string(y) + look.name;
-      const auto judgements = judge(look.frame, x + 0.5, y + 0.5, look.rayTime, textures);
-      for (std::size_t i = 0; i < judgements.size(); ++i) tallies[i].add(judgements[i], where);
+      judge(look.frame, x + 0.5, y + 0.5, look.rayTime, textures,
+            [&](const ShadingContext& /*seen*/, std::size_t /*object*/,
+                const std::vector<Judgement>& judgements) {
+              for (std::size_t i = 0; i < tallies.size(); ++i) tallies[i].add(judgements[i], where);
+            });
     }
   }
 }
@@ -94,8 +97,9 @@ void tell(const Expectation& texture, const Tally& tally, bool showNotes, Report
   }
 }
 
-void lookAt(const Scene& scene, const Network& network, const std::vector<Picture>& pictures,
-            bool showNotes, Report& report, Findings& findings) {
+void lookAt(const Scene& scene, World& world, const Network& network,
+            const std::vector<Picture>& pictures, bool showNotes, Report& report,
+            Findings& findings) {
   Connections connections(scene.nodes);
   for (const Picture& picture : pictures) connections.need(picture.from);
   const auto warn = [&](const std::string& place, const char* what) {
@@ -112,7 +116,6 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
     textures.push_back(expectationOf(texture, connections));
   }
   std::vector<Tally> tallies(textures.size());
-  World world(scene);
   const auto& [first, last] = scene.frames;
   network.renderBegin();
   for (const std::int32_t number : std::set{first, first + (last - first) / 2, last}) {
@@ -132,12 +135,6 @@ void lookAt(const Scene& scene, const Network& network, const std::vector<Pictur
   }
 }
 
-void tryMesh(const Object& object) {
-  Scene alone;
-  alone.objects = {object};
-  const World world(alone);
-}
-
 std::string counted(std::size_t count, const char* what) {
   return (count == 0 ? "no" : std::to_string(count)) + " " + what + (count == 1 ? "" : "s");
 }
@@ -154,13 +151,9 @@ Findings check(const std::filesystem::path& file, const PluginLibrary& library, 
     if (scene.nodes.empty() && !problems.errors().empty()) return;  // what else is wrong follows
     const Network network(scene.nodes, library, problems);
     const std::vector<Picture> pictures = checkPictures(scene, network, problems);
-    std::set<Shape> tried;
-    for (const Object& object : scene.objects) {
-      const bool isFile = std::holds_alternative<ObjFile>(object.shape);
-      if (isFile && tried.insert(object.shape).second) problems.attempt([&] { tryMesh(object); });
-    }
+    World world(scene, problems);
     if (problems.errors().empty()) {
-      lookAt(scene, network, pictures, showNotes, report, findings);
+      lookAt(scene, world, network, pictures, showNotes, report, findings);
     }
   });
   for (const SceneError& error : problems.errors()) report.line("error: ", error);

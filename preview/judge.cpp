@@ -58,11 +58,11 @@ Expectation expectationOf(const Network::NamedTexture& texture, Connections& con
           .gradientIsCompared = isNumber && kept.gradient && promise.gradient != GradientIs::Zero};
 }
 
-std::vector<Judgement> judge(const Frame& frame, double x, double y, double rayTime,
-                             const std::vector<Expectation>& textures) {
-  std::vector<Judgement> judgements;
-  const auto at = [&](double offset, auto use) { frame.shade(x + offset, y, rayTime, use); };
+void judge(const Frame& frame, double x, double y, double rayTime,
+           const std::vector<Expectation>& textures, const UseJudgements& use) {
+  const auto at = [&](double offset, auto look) { frame.shade(x + offset, y, rayTime, look); };
   at(0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
+    std::vector<Judgement> judgements;
     for (const Expectation& one : textures) judgements.push_back({flawsOf(*one.texture, middle)});
     constexpr double kHalf = 0.5;  // pixels
     at(-kHalf, [&](const ShadingContext& a, std::size_t objectA) {
@@ -78,8 +78,8 @@ std::vector<Judgement> judge(const Frame& frame, double x, double y, double rayT
         }
       });
     });
+    use(middle, objectMiddle, judgements);
   });
-  return judgements;
 }
 
 }  // namespace preview

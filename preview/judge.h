@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "preview/scene/connections.h"
@@ -33,10 +34,14 @@ struct Judgement {
   bool gradientWasCompared = false;
 };
 
-/// Of each texture at a point of the image, in pixels; empty if nothing is seen there. On a smooth
+/// Takes what is seen, the index of its object, and the judgement of each texture there.
+using UseJudgements =
+    std::function<void(const ShadingContext&, std::size_t, const std::vector<Judgement>&)>;
+
+/// Judges textures at a point of the image, in pixels, if anything is seen there. On a smooth
 /// surface gradients are compared with what changes over a pixel; those of vectors are not, since
 /// it is not defined of which number they are.
-std::vector<Judgement> judge(const Frame& frame, double x, double y, double rayTime,
-                             const std::vector<Expectation>& textures);
+void judge(const Frame& frame, double x, double y, double rayTime,
+           const std::vector<Expectation>& textures, const UseJudgements& use);
 
 }  // namespace preview

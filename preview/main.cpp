@@ -162,7 +162,8 @@ void runProbe(const Options& options, Problems& problems) {
   const Network network(scene.nodes, library, problems);
   problems.throwFirst();
   ErrorStreamLog log;
-  World world(scene);
+  World world(scene, problems);
+  problems.throwFirst();
   const Frame seen(scene, world, frame, options.log ? &log : nullptr);
   probe(scene, network, seen, {frame, x, y, options.names, options.json}, std::cout);
 }
@@ -184,8 +185,9 @@ int fail(const std::string& prefix, const char* what, int exitCode) {
 void checkCommand(const std::vector<std::string>& words, const std::vector<std::string>& commands) {
   for (std::size_t i = 0; i < words.size(); ++i) {
     const std::string& word = words[i];
-    if (word == "--plugin") ++i;
-    if (word.starts_with("--plugin")) continue;
+    const bool isPlugin = word == "--plugin";
+    if (isPlugin) ++i;
+    if (isPlugin || word.starts_with("--plugin=")) continue;
     if (std::ranges::find(commands, word) != commands.end()) return;
     if (!word.starts_with("-")) throw InputError(unknown("no command", word, commands));
     throw InputError(unexpected("\"" + shortened(word) + "\"", "a command"));

@@ -103,14 +103,14 @@ int rowsAtATime(const Scene& scene, std::size_t numbersOfRow) {
   return std::min(rows < kTileSize ? rows : rows / kTileSize * kTileSize, scene.image.height);
 }
 
-/// The memory that the pictures take while `numbers` of them are rendered at a time, about.
-double bytesOf(const Scene& scene, std::size_t numbers) {
+/// The memory that the pictures take while some rows of so many numbers are rendered, about.
+double bytesOf(const Scene& scene, std::size_t numbersOfRow, int rows) {
   constexpr double kOfPngFile = 300'000;
-  constexpr double kCopies = 2;  // of layers, in the EXR file; of thumbnails, on the contact sheet
+  constexpr double kCopies = 2;  // of a thumbnail; one is on the contact sheet
   const Reduction thumbnail(scene.image.width, scene.image.height);
   const double ofThumbnail = static_cast<double>(thumbnail.image().values().size_bytes());
   return static_cast<double>(scene.pictures.size()) * (kOfPngFile + kCopies * ofThumbnail) +
-         static_cast<double>(numbers * sizeof(float)) * kCopies;
+         static_cast<double>(numbersOfRow * sizeof(float)) * rows + ExrFile::bytesFor(numbersOfRow);
 }
 
 /// Of the frame numbers in file names, which only have them if the scene has several frames.
@@ -147,10 +147,11 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   const std::size_t ofRow = numbersOfRow(scene, plan);
   const int rowsAtOnce = rowsAtATime(scene, ofRow);
   const std::string pictures = std::to_string(scene.pictures.size()) + " pictures";
-  const double bytes = bytesOf(scene, ofRow * static_cast<std::size_t>(rowsAtOnce));
+  const double bytes = bytesOf(scene, ofRow, rowsAtOnce);
   checkMemory(pictures, bytes);
   progress("reading", 0);
-  World world(scene);
+  World world(scene, problems);
+  problems.throwFirst();
   // While nothing is written, an interruption ends the program at once.
   noteInterruptions();
   OutputFolder folder(options.output);
@@ -189,7 +190,8 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   } catch (const WriteError& e) {
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {
-    throw std::runtime_error("out of memory; " + pictures + " take " + memoryText(bytes));
+    throw std::runtime_error("out of memory for " + pictures + ", which take about " +
+                             memoryText(bytes) + ", with " + memoryText(usedMemory()) + " in use");
   }
   ignoreInterruptions();
   folder.commit();

@@ -142,13 +142,15 @@ std::vector<Part> partsOf(const PluginInterface& texture) {
           {"gradient", {Show::Gradient}, ""}};
 }
 
-std::vector<std::string> marksOf(const Expectation& texture, const Judgement& judgement) {
-  std::vector<std::string> marks;
+/// The flaws that a texture promises to be without, or those that it does not.
+std::vector<std::string> flawsOf(const Expectation& texture, const Judgement& judgement,
+                                 bool promised) {
+  std::vector<std::string> names;
   for (std::size_t i = 0; i < judgement.flaws.size(); ++i) {
-    const bool isWrong = judgement.flaws[i] && texture.excludes(static_cast<Flaw>(i));
-    if (isWrong) marks.emplace_back(kFlawNames[i]);
+    const bool isPromised = texture.excludes(static_cast<Flaw>(i));
+    if (judgement.flaws[i] && isPromised == promised) names.emplace_back(kFlawNames[i]);
   }
-  return marks;
+  return names;
 }
 
 std::string answersAsText(const Expectation& expectation, const Judgement& judgement,
@@ -163,7 +165,10 @@ std::string answersAsText(const Expectation& expectation, const Judgement& judge
       separator = part.separator;
     }
   }
-  for (const std::string& mark : marksOf(expectation, judgement)) line += "  ! " + mark;
+  for (const std::string& flaw : flawsOf(expectation, judgement, true)) line += "  ! " + flaw;
+  for (const std::string& flaw : flawsOf(expectation, judgement, false)) {
+    line += "  (" + flaw + "; nothing better is promised)";
+  }
   return line;
 }
 
@@ -176,7 +181,8 @@ Json answersAsJson(const Expectation& expectation, const Judgement& judgement,
     for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
     json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
   }
-  json["marks"] = marksOf(expectation, judgement);
+  json["marks"] = flawsOf(expectation, judgement, true);
+  json["notes"] = flawsOf(expectation, judgement, false);
   return json;
 }
 
@@ -220,8 +226,8 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
 
   Json json = {{"frame", what.frame}, {"pixel", {what.x, what.y}}, {"object", nullptr}};
   std::string lines = "nothing is seen there\n";
-  std::vector<Judgement> judgements;
-  const auto report = [&](const ShadingContext& sc, std::size_t object) {
+  const auto report = [&](const ShadingContext& sc, std::size_t object,
+                          const std::vector<Judgement>& judgements) {
     const DVector& p = sc.shadingPoint;
     const std::string& name = scene.objects[object].name;
     lines = "object " + name + ", render space (" + text(p.x) + ", " + text(p.y) + ", " +
@@ -242,10 +248,8 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
 
   network.renderBegin();
   network.frameBegin();
-  const double x = what.x + 0.5, y = what.y + 0.5;
   const double rayTime = (scene.shutter.open + scene.shutter.close) / 2;
-  judgements = judge(frame, x, y, rayTime, textures);
-  frame.shade(x, y, rayTime, report);
+  judge(frame, what.x + 0.5, what.y + 0.5, rayTime, textures, report);
   network.frameEnd();
   network.renderEnd();
   if (what.json) {

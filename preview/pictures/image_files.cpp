@@ -31,6 +31,14 @@
 namespace preview {
 namespace {
 
+/// 0 stands for the caller's own.
+int exrThreads() {
+  constexpr std::size_t kMost = 8;
+  const std::size_t threads =
+      tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
+  return threads > 1 ? static_cast<int>(std::min(threads, kMost)) : 0;
+}
+
 /// IEC 61966-2-1, for numbers from 0 to 1.
 int encodeSrgb(float linear) {
   const float encoded =
@@ -162,9 +170,7 @@ ExrFile::ExrFile(std::filesystem::path path, const ExrHeader& about,
       header.channels().insert(channels.back().name, Imf::Channel(channels.back().type));
     }
   }
-  const auto threads = static_cast<int>(
-      tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism));
-  Imf::setGlobalThreadCount(threads > 1 ? threads : 0);
+  Imf::setGlobalThreadCount(exrThreads());
   try {
     output_ = std::make_unique<Output>(path_, header);
   } catch (const Iex::BaseExc&) {  // its own words name the hidden folder
@@ -173,6 +179,12 @@ ExrFile::ExrFile(std::filesystem::path path, const ExrHeader& about,
 }
 
 ExrFile::~ExrFile() = default;
+
+double ExrFile::bytesFor(std::size_t numbersOfRow) {
+  constexpr double kRowsOfBuffer = 16, kCopies = 2;  // as they are, and while they are compressed
+  const int buffers = std::max(1, 2 * exrThreads());
+  return buffers * kCopies * kRowsOfBuffer * static_cast<double>(numbersOfRow * sizeof(float));
+}
 
 void ExrFile::write(std::span<const FloatImage* const> images) {
   const int first = output_->exr->currentScanLine();

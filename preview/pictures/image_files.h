@@ -64,8 +64,8 @@ struct ExrHeader {
   double nearPlane, farPlane;
 };
 
-/// An EXR file of 32-bit floats, not changed in any way, or of half floats. It is compressed on as
-/// many threads as oneTBB may use.
+/// An EXR file of 32-bit floats, not changed in any way, or of half floats. It is compressed on the
+/// threads that oneTBB may use, on eight of them at most: each has buffers of its own.
 class ExrFile {
  public:
   ExrFile(std::filesystem::path path, const ExrHeader& about, const std::vector<ExrLayer>& layers,
@@ -73,6 +73,9 @@ class ExrFile {
   ~ExrFile();
   ExrFile(const ExrFile&) = delete;
   ExrFile& operator=(const ExrFile&) = delete;
+
+  /// The memory that such a file takes, about, if its rows have so many numbers.
+  static double bytesFor(std::size_t numbersOfRow);
 
   /// The next rows: an image for each layer, in their order.
   void write(std::span<const FloatImage* const> images);

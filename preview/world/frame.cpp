@@ -19,31 +19,36 @@ double bytesOfTriangle(const Shape& shape) {
 
 }  // namespace
 
-World::World(const Scene& scene) {
+World::World(const Scene& scene, Problems& problems) {
   std::size_t triangles = 0;
   double bytes = 0;
-  std::string place;
-  try {
-    for (const Object& object : scene.objects) {
-      place = object.place + ".shape";
-      const auto [known, isNew] = meshes_.try_emplace(object.shape);
-      objects_.push_back({&known->second, object.toWorld});
-      if (!isNew) continue;
-      const std::size_t count = countTriangles(object.shape);
-      triangles += count;
-      bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
-      checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes);
+  const auto at = [&](const Object& object, auto step) {
+    const std::string place = object.place + ".shape";
+    try {
+      step();
+    } catch (const InputError& e) {
+      throw SceneError(place, e.what());
+    } catch (const std::bad_alloc&) {
+      throw std::runtime_error(place + ": out of memory; all objects, " +
+                               std::to_string(triangles) + " triangles, take " + memoryText(bytes));
     }
-    for (const Object& object : scene.objects) {
-      place = object.place + ".shape";
-      Mesh& mesh = meshes_[object.shape];
-      if (mesh.triangles.empty()) mesh = makeMesh(object.shape);
-    }
-  } catch (const InputError& e) {
-    throw SceneError(place, e.what());
-  } catch (const std::bad_alloc&) {
-    throw std::runtime_error(place + ": out of memory; all objects, " + std::to_string(triangles) +
-                             " triangles, take " + memoryText(bytes));
+  };
+  std::vector<std::pair<const Object*, Mesh*>> toMake;
+  for (const Object& object : scene.objects) {
+    const auto [known, isNew] = meshes_.try_emplace(object.shape);
+    objects_.push_back({&known->second, object.toWorld});
+    if (!isNew) continue;
+    std::size_t count = 0;
+    const auto look = [&] { count = countTriangles(object.shape); };
+    if (!problems.attempt([&] { at(object, look); })) continue;
+    triangles += count;
+    bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
+    at(object,
+       [&] { checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes); });
+    toMake.emplace_back(&object, &known->second);
+  }
+  for (const auto& [object, mesh] : toMake) {
+    problems.attempt([&] { at(*object, [&] { *mesh = makeMesh(object->shape); }); });
   }
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "preview/messages/problems.h"
 #include "preview/scene/scene.h"
 #include "preview/world/camera.h"
 #include "preview/world/meshes.h"
@@ -17,8 +18,9 @@ namespace preview {
 /// The objects of a scene; those of the same shape share a mesh.
 class World {
  public:
-  /// Throws `SceneError` for a file that cannot be used. `scene` outlives the object.
-  explicit World(const Scene& scene);
+  /// If files of meshes cannot be used, `problems` tells of them, and the object is good for
+  /// nothing. Throws `SceneError` where there is not enough memory. `scene` outlives the object.
+  World(const Scene& scene, Problems& problems);
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 

@@ -134,7 +134,8 @@ class ObjLines {
     std::ifstream file(path_);
     std::vector<char> buffer(kMaxLine);
     for (; file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
-      const std::string line = buffer.data();
+      const std::streamsize end = file.eof() ? 0 : 1;  // is counted
+      const std::string line(buffer.data(), static_cast<std::size_t>(file.gcount() - end));
       std::istringstream words(line.substr(0, line.find('#')));
       std::string word;
       words >> word;
@@ -145,7 +146,7 @@ class ObjLines {
       ++counts_[static_cast<std::size_t>(kind - kKinds)];
     }
     if (file.bad() || !file.is_open()) fail(path_, "cannot be read");
-    if (!file.eof()) failAtLine("is longer than " + std::to_string(kMaxLine - 2) + " characters");
+    if (!file.eof()) failAtLine("is longer than " + std::to_string(kMaxLine - 1) + " characters");
     for (std::size_t kind = 0; kind < std::size(kKinds); ++kind) {
       const auto [greatest, line] = greatest_[kind];
       if (greatest <= counts_[kind]) continue;

@@ -15,6 +15,7 @@
 
 #include "math/vector.h"
 #include "preview/messages/interruption.h"
+#include "preview/messages/memory.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
@@ -175,7 +176,7 @@ void Raycaster::checkDevice() const {
   const RTCError error = rtcGetDeviceError(device_.get());
   if (error == RTC_ERROR_OUT_OF_MEMORY) {
     throw std::runtime_error("out of memory for what rays meet: " + std::to_string(triangles_) +
-                             " triangles");
+                             " triangles, with " + memoryText(usedMemory()) + " in use");
   }
   if (error != RTC_ERROR_NONE) {
     throw std::runtime_error("Embree reports error " + std::to_string(error));
