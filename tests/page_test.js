@@ -19,7 +19,7 @@ function enter(id, value) {
 
 addEventListener("load", async () => {
   while (!numbersOfFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
-  expect("first frame that is there", find("frameNumber").textContent, "frame 3");
+  expect("first frame that is there", find("frameNumber").textContent, "frame 2");
   expect("pictures", names(), "a,b,sum,lower,root");
   press("/");
   expect("focus after /", document.activeElement.id, "search");
@@ -50,6 +50,9 @@ addEventListener("load", async () => {
   expect("large picture", await widthOf(find("large")), 16);
   expect("counts", counts(), "192,0,0,0,0,0,");
 
+  press(".");
+  await new Promise(resolve => setTimeout(resolve, 100));
+  expect("frame between", find("frameNumber").textContent, "frame 3 is not here");
   press(".");
   await new Promise(resolve => setTimeout(resolve, 100));
   expect("frame", find("frameNumber").textContent + find("large").src.slice(-14), "frame 4/root.0004.png");

@@ -17,7 +17,7 @@ cd "$folder"
 cat >scene.json <<'EOS'
 {
   "image": {"width": 16, "height": 12, "samples": 1},
-  "frames": {"first": 1, "last": 4},
+  "frames": {"first": 1, "last": 2001},
   "objects": {"wall": {"shape": {"plane": {"width": 9, "depth": 9}}, "transform": {"rotate": [90, 0, 0]}}},
   "nodes": {
     "n": {"plugin": "constant", "params": {"value": -1}},
@@ -33,7 +33,7 @@ cat >scene.json <<'EOS'
   }
 }
 EOS
-"$preview" render scene.json -o out --frames 3-4
+for frame in 2 4; do "$preview" render scene.json -o out --frames $frame; done
 {
   cat out/index.html
   echo "<script>"
