@@ -11,6 +11,7 @@
 #include <mutex>
 #include <sstream>
 
+#include "preview/judge.h"
 #include "preview/messages/number_text.h"
 #include "preview/scene/flaws.h"
 #include "preview/scene/texture.h"
@@ -130,17 +131,19 @@ PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits) {
                  .last = scene.frames.last,
                  .digits = digits,
                  .pictures = {}};
+  Connections connections(scene.nodes);
   for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
     const Picture& picture = scene.pictures[i];
     const LayerSource& source = plan.sources[plan.sourceOfPicture[i]];
-    const auto node = std::ranges::find(scene.nodes, picture.from.node, &Node::name);
+    const Expectation expected = expectationOf({picture.from, source.texture}, connections);
     page.pictures.push_back({.name = picture.name,
                              .caption = picture.caption,
                              .layer = source.name,
-                             .node = node->name,
-                             .plugin = node->plugin,
+                             .node = expected.node->name,
+                             .plugin = expected.node->plugin,
                              .kind = kindName(*source.texture),
                              .channels = channelNames(source),
+                             .boundsEnclose = expected.boundsEnclose,
                              .low = picture.low,
                              .high = picture.high});
   }

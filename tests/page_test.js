@@ -6,6 +6,7 @@ function expect(what, got, expected) {
 }
 const names = () => [...document.querySelectorAll("main a:not([hidden]) b")].map(name => name.textContent);
 const counts = () => [...document.querySelectorAll("#special tr")].map(row => row.lastChild.textContent);
+const warningRows = () => [...document.querySelectorAll("#special .warning")].map(row => row.children[1].textContent);
 const press = key => document.activeElement.dispatchEvent(new KeyboardEvent("keydown", {key, bubbles: true, cancelable: true}));
 // Virtual time stands still while something is fetched; for decoding it would not wait.
 async function widthOf(image) {
@@ -20,19 +21,24 @@ function enter(id, value) {
 addEventListener("load", async () => {
   while (!numbersOfFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
   expect("first frame that is there", find("frameNumber").textContent, "frame 2");
-  expect("pictures", names(), "a,b,sum,lower,root");
+  expect("pictures", names(), "a,b,i,sum,lower,root");
   press("/");
   expect("focus after /", document.activeElement.id, "search");
   enter("search", "LOW tint");
   expect("found", names(), "lower");
-  expect("count", find("count").textContent, "1 of 5 pictures");
+  expect("count", find("count").textContent, "1 of 6 pictures");
   press("Escape");
-  expect("after Escape", names().length, 5);
+  expect("after Escape", names().length, 6);
   enter("node", "tint");
   expect("of the node", names(), "sum,lower,root");
   enter("node", "");
   enter("flawed", true);
   expect("with warnings", names(), "root");
+  const inverted = pictures[2];
+  inverted.boundsEnclose = true;  // no output breaks such a promise
+  refresh();
+  expect("with warnings, if bounds are to enclose", names(), "i,root");
+  inverted.boundsEnclose = false;
   enter("flawed", false);
 
   press("ArrowRight");
@@ -44,11 +50,14 @@ addEventListener("load", async () => {
   expect("range", [...document.querySelectorAll("#bars span")].map(end => end.textContent), "−1,3,−1,3,−1,3");
   expect("values", document.querySelectorAll("#bars .bar")[1].lastChild.textContent, "from −2 to −2");
   expect("clipped", counts(), "0,0,0,0,192,192,");
-  press("ArrowLeft");
-  press("ArrowLeft");
+  press("ArrowRight");
+  expect("outside bounds", counts(), "0,0,0,192,0,0,");
+  expect("warnings of what need not enclose", warningRows(), "");
+  for (let i = 0; i < 3; ++i) press("ArrowLeft");
   expect("last", find("name").textContent, "root");
   expect("large picture", await widthOf(find("large")), 16);
   expect("counts", counts(), "192,0,0,0,0,0,");
+  expect("warnings", warningRows(), "NaN");
 
   press(".");
   await new Promise(resolve => setTimeout(resolve, 100));

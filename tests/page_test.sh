@@ -22,11 +22,13 @@ cat >scene.json <<'EOS'
   "nodes": {
     "n": {"plugin": "constant", "params": {"value": -1}},
     "v": {"plugin": "constant", "params": {"value": [4, -2, 0]}},
+    "inverted": {"plugin": "Float3ToAColor", "params": {"float1": 3, "invert": true}},
     "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n", "float_b": 0.5}}
   },
   "pictures": {
     "a": {"from": "n"},
     "b": {"from": "v", "range": [-1, 3], "caption": "</script> \u2264"},
+    "i": {"from": "inverted.color"},
     "sum": {"from": "tint.sum"},
     "lower": {"from": "tint.sum", "show": "lower"},
     "root": {"from": "tint.power"}

@@ -43,6 +43,7 @@ void writePage(const std::filesystem::path& path, const PageScene& scene) {
                         {"plugin", picture.plugin},
                         {"kind", picture.kind},
                         {"channels", picture.channels},
+                        {"boundsEnclose", picture.boundsEnclose},
                         {"low", picture.low},
                         {"high", picture.high}});
   }

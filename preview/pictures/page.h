@@ -21,6 +21,7 @@ struct PagePicture {
   std::string node, plugin;  ///< that the layer is of
   std::string kind;          ///< as in "float"
   std::string channels;      ///< a letter each, as in "XYZ"
+  bool boundsEnclose;        ///< as promised; else a value may lie outside without a warning
   double low, high;          ///< the values that become black and white
 };
 
