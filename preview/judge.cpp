@@ -62,8 +62,10 @@ void judge(const Frame& frame, double x, double y, double rayTime,
            const std::vector<Expectation>& textures, const UseJudgements& use) {
   const auto at = [&](double offset, auto look) { frame.shade(x + offset, y, rayTime, look); };
   at(0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
-    std::vector<Judgement> judgements;
-    for (const Expectation& one : textures) judgements.push_back({flawsOf(*one.texture, middle)});
+    std::vector<Judgement> judgements(textures.size());
+    for (std::size_t i = 0; i < textures.size(); ++i) {
+      judgements[i].flaws = flawsOf(*textures[i].texture, middle);
+    }
     constexpr double kHalf = 0.5;  // pixels
     at(-kHalf, [&](const ShadingContext& a, std::size_t objectA) {
       at(kHalf, [&](const ShadingContext& b, std::size_t objectB) {

@@ -33,7 +33,7 @@ World::World(const Scene& scene, Problems& problems) {
                                std::to_string(triangles) + " triangles, take " + memoryText(bytes));
     }
   };
-  std::vector<std::pair<const Object*, Mesh*>> toMake;
+  std::vector<const Object*> toMake;
   for (const Object& object : scene.objects) {
     const auto [known, isNew] = meshes_.try_emplace(object.shape);
     objects_.push_back({&known->second, object.toWorld});
@@ -45,10 +45,11 @@ World::World(const Scene& scene, Problems& problems) {
     bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
     at(object,
        [&] { checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes); });
-    toMake.emplace_back(&object, &known->second);
+    toMake.push_back(&object);
   }
-  for (const auto& [object, mesh] : toMake) {
-    problems.attempt([&] { at(*object, [&] { *mesh = makeMesh(object->shape); }); });
+  for (const Object* object : toMake) {
+    const auto make = [&] { meshes_[object->shape] = makeMesh(object->shape); };
+    problems.attempt([&] { at(*object, make); });
   }
 }
 
