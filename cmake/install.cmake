@@ -82,9 +82,10 @@ function(install_tool tool what)
       endif()
       execute_process(
         COMMAND "@HELP2MAN@" --no-info --name "${what}" --version-string @PROJECT_VERSION@
-                --help-option "@command@ --help" "$<TARGET_FILE:@tool@>"
+                --help-option "@command@ --help" "./$<TARGET_FILE_NAME:@tool@>"
         COMMAND sed -e "s/^[.]TH [^ ]*/.TH @page@/" -e "s/^@tool@ /@page@ /"
         COMMAND gzip -9n
+        WORKING_DIRECTORY "$<TARGET_FILE_DIR:@tool@>"  # a shell sees the program's name: no blank in it
         OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)
       list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${CMAKE_INSTALL_PREFIX}/share/man/man1/@page@.1.gz")]] code @ONLY)
     install(CODE "${code}" COMPONENT tools)
