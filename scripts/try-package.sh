@@ -56,6 +56,7 @@ completion() {
 package=$(echo "$dist"/samplerinfo_*.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-*.tar.gz)
 [[ -f $package && -f $archive ]] || fail "$dist: there is not one .deb and one .tar.gz for Linux"
 step "packages" scripts/install.sh bare
+mkdir -p build
 rm -rf "$root"
 step "a bare Debian 12" logged debootstrap --variant=minbase --include=bash-completion,man-db bookworm "$root"
 step "what there is to install" logged bare apt-get update
