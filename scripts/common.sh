@@ -8,10 +8,10 @@ if command -v ccache >/dev/null; then
   export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
 fi
 
-# fail TEXT: ends the script with one line that says why.
+# fail TEXT [CODE]: ends the script with one line that says why.
 fail() {
   echo "$(basename "$0"): $1" >&2
-  exit 1
+  exit "${2:-1}"
 }
 
 # version: that of CMakeLists.txt.

@@ -53,23 +53,28 @@ INIT
 
 scripts/install.sh emulator
 mkdir -p "$folder"
-if [[ ! $folder/initrd -nt scripts/emulated-pc.sh ]]; then
-  rm -rf "$unpacked"
-  scripts/install.sh --unpack "$unpacked" emulated-kernel
+if [[ ! $folder/initrd -nt scripts/emulated-pc.sh && ! -d $unpacked ]]; then
+  rm -rf "$unpacked.part"
+  scripts/install.sh --unpack "$unpacked.part" emulated-kernel
+  mv "$unpacked.part" "$unpacked"
 fi
 (($# > 0)) || exit 0
 if [[ -d $unpacked ]]; then make_kernel; fi
 
 printf 'export PATH=%q\ncd %q\n' "$PATH" "$PWD" >"$folder/command"
 printf '%q ' "$@" >>"$folder/command"
-rm -f "$folder/status"
+rm -f "$folder/status" "$folder/console.log"
+code=0
 timeout --foreground -k 10 "$seconds" qemu-system-x86_64 -nodefaults -display none -no-reboot -nic none \
   -accel tcg,thread=multi -cpu qemu64 -smp "$(nproc)" -m 2048 \
   -kernel "$folder/kernel" -initrd "$folder/initrd" \
   -append "console=ttyS0 quiet panic=-1 mitigations=off folder=\"$folder\"" \
   -serial "file:$folder/console.log" -serial stdio \
   -virtfs local,path=/,mount_tag=system,security_model=none,readonly=on,multidevs=remap \
-  -virtfs "local,path=$folder,mount_tag=folder,security_model=none" </dev/null || true
-[[ -s $folder/status ]] ||
-  fail "the emulated PC did not end the command within $seconds s; see build/emulated-pc/console.log"
+  -virtfs "local,path=$folder,mount_tag=folder,security_model=none" </dev/null || code=$?
+if [[ ! -s $folder/status ]]; then
+  why="ended by itself, with exit code $code, before the command did"
+  ((code != 124 && code != 137)) || why="did not end the command within $seconds s"
+  fail "the emulated PC $why; see build/emulated-pc/console.log"
+fi
 exit "$(<"$folder/status")"

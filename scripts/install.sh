@@ -4,7 +4,7 @@
 #        scripts/install.sh --unpack FOLDER SECTION...
 # Installs the packages of these sections of scripts/packages.txt, if any of them is missing; or only
 # unpacks them into a folder, with what they directly depend on. What apt says goes to
-# build/install.log and is shown if it fails.
+# build/install.log and is shown if it fails; the exit code is 100 then, as apt's.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -103,7 +103,7 @@ index_read=yes
 apt update || index_read=
 if ! "$get"; then
   [[ -n $index_read ]] ||
-    fail "apt could not get ${missing[*]}: not every index could be read; is there a network? See build/install.log"
+    fail "apt could not get ${missing[*]}: not every index could be read; is there a network? See build/install.log" 100
   cat "$log" >&2
-  fail "apt could not get ${missing[*]}"
+  fail "apt could not get ${missing[*]}" 100
 fi
