@@ -48,7 +48,7 @@ failed_test() { sed -n 's/^[[:space:]]*[0-9]* - //p' "$1/log" | tail -n 1; }
 make_copy() {
   mkdir -p "$1/tmp"
   git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$1"
-  cmake -S "$1" --preset release -DSAMPLERINFO_BENCH=OFF -DSAMPLERINFO_TWINS=OFF >"$1/log" 2>&1
+  cmake -S "$1" --preset release -DSAMPLERINFO_BENCH=OFF -DSAMPLERINFO_MUTANTS=OFF >"$1/log" 2>&1
   if ! { build "$1" && tests "$1"; }; then
     cat "$1/log"
     fail "without any edit it does not build or does not pass"

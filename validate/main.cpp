@@ -28,8 +28,8 @@ namespace {
 
 double timeLimit = 240;  ///< for a check
 
-constexpr std::string_view kWithTwin[] = {
-#include "twins.inc"
+constexpr std::string_view kWithMutant[] = {
+#include "mutants.inc"
 };
 
 constexpr char kHelp[] =
@@ -41,8 +41,8 @@ runs in a process of its own.
 
 Options:
   --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
-  --list          prints the checks and what each of them wants to hold; those without a twin, a broken
-                  module that they are seen to fail, say so
+  --list          prints the checks and what each of them wants to hold; those without a mutant, a
+                  broken module that they are seen to fail, say so
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     evaluates for so long in each check that evaluates, as a soak
   --timeout S     gives each check so long (default 240, with --seconds more)
@@ -382,8 +382,8 @@ int run(int argc, char** argv) {
   if (checks.empty()) refuse("no check matches the pattern; --list shows their names");
   if (options.list) {
     for (const Check* check : checks) {
-      const bool hasTwin = std::ranges::find(kWithTwin, check->name) != std::end(kWithTwin);
-      std::printf("%-36s %s%s\n", check->name, check->promise, hasTwin ? "" : " (no twin)");
+      const bool hasMutant = std::ranges::find(kWithMutant, check->name) != std::end(kWithMutant);
+      std::printf("%-36s %s%s\n", check->name, check->promise, hasMutant ? "" : " (no mutant)");
     }
     return 0;
   }
