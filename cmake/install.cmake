@@ -11,15 +11,11 @@ else()
 endif()
 
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
-# Documents, and the examples that they link to, beside each other as here.
+# Documents, and the example that they link to, beside each other as here.
 install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
   DESTINATION ${document_folder} COMPONENT plugin)
-install(DIRECTORY docs DESTINATION ${document_folder} COMPONENT plugin)
+install(DIRECTORY docs examples DESTINATION ${document_folder} COMPONENT plugin)
 install(DIRECTORY scenes DESTINATION ${scene_folder} COMPONENT plugin)
-install(FILES tests/install/CMakeLists.txt
-  DESTINATION ${document_folder}/tests/install COMPONENT plugin)
-install(FILES tests/validate/clamp.cpp
-  DESTINATION ${document_folder}/tests/validate COMPONENT plugin)
 
 if(WIN32)
   return()

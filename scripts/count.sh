@@ -6,7 +6,7 @@
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-product=(frame host math sampler colorops floatvectorops standin preview validate cmake)
+product=(frame host math sampler colorops floatvectorops standin preview validate cmake examples)
 
 # The lines of the files in these folders.
 lines() {

@@ -17,7 +17,7 @@ step "test coverage of the preview" "$build/tests/preview_cases" --gtest_filter=
 
 mkdir -p "$build/report"
 gcovr() {
-  command gcovr --root . --object-directory "$build" --exclude '(tests|bench)/' \
+  command gcovr --root . --object-directory "$build" --exclude '(bench|examples|tests)/' \
     --exclude-directories '.*/CMakeFiles/[0-9]' --exclude-throw-branches "$@"
 }
 step "collect" gcovr --json "$build/coverage.json" --html-details "$build/report/index.html"

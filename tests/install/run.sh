@@ -63,7 +63,7 @@ completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 
 echo "==> build a plugin with the sdk, validate and render it"
-cmake -G Ninja -S "$documents/tests/install" -B "$work/clamp" -DCMAKE_PREFIX_PATH="$work/sdk" >/dev/null
+cmake -G Ninja -S "$documents/examples/clamp" -B "$work/clamp" -DCMAKE_PREFIX_PATH="$work/sdk" >/dev/null
 cmake --build "$work/clamp"
 plugin=$work/clamp/Clamp.so
 "$work/tools/bin/samplerinfo-validate" "$plugin"
