@@ -8,8 +8,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "MSVC")
   message(FATAL_ERROR "This compiler has no vector types; choose the toolset ClangCL: -T ClangCL")
 endif()
 if(MSVC)
-  target_compile_options(project_flags INTERFACE /W4 /fp:precise /utf-8
-    /wd5030)  # attributes of other compilers
+  target_compile_options(project_flags INTERFACE /W4 /utf-8 /fp:precise /clang:-ffp-contract=off)
 else()
   target_compile_options(project_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Woverloaded-virtual

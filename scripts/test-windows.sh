@@ -19,7 +19,7 @@ excuse() {
 }
 
 executes_32_bit_programs() {
-  (timeout -k 5 10 /lib/ld-linux.so.2 --version) >/dev/null 2>&1
+  (timeout -k 5 10 /lib/ld-linux.so.2 --version || exit) >/dev/null 2>&1
 }
 
 # Wine and the compilers in one go: choosing both at once, apt can take versions that the 32-bit

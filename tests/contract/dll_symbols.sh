@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: dll_symbols.sh DLL
-# Checks that the DLL exports `getLibDesc` alone, and that it needs nothing but the host's library and
-# what ships with Windows.
+# usage: dll_symbols.sh DLL [RECORD]
+# Prints what the DLL exports, which libraries it needs, and the names that it takes from the host's; or
+# compares that with a record of an earlier time.
 set -euo pipefail
 
-names() { llvm-readobj "$@" | awk '/^ *Name: ./ { print $2 }'; }
+print() {
+  llvm-readobj --coff-exports "$1" | awk '/^ *Name: ./ { print "exports", $2 }'
+  llvm-readobj --coff-imports "$1" | awk '
+    /^ *Name: / { library = $2; print "needs", library }
+    /^ *Symbol: / && library == "quor.dll" { print "needs", library, $2 }' | LC_ALL=C sort
+}
 
-exports=$(names --coff-exports "$1")
-[[ $exports == getLibDesc ]] || { echo "exports $exports" && exit 1; }
-
-for library in $(names --coff-imports "$1"); do
-  case $library in
-    quor.dll | msvcrt.dll | kernel32.dll | ntdll.dll) ;;
-    *) echo "needs $library" && exit 1 ;;
-  esac
-done
+if [[ $# -eq 1 ]]; then
+  print "$1"
+else
+  print "$1" | diff -u "$2" -
+fi

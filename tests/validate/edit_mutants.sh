@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: tests/validate/edit_mutants.sh FOLDER
-# Writes for each mutant of mutants.txt the edited file to FOLDER/NUMBER/FILE, and a line to FOLDER/mutants.cmake.
+# usage: tests/validate/edit_mutants.sh LIST FOLDER
+# Writes for each mutant of the list the edited file to FOLDER/NUMBER/FILE, and a line to FOLDER/mutants.cmake.
 set -euo pipefail
 . "$(dirname "$0")/../../scripts/common.sh"
 . scripts/edits.sh
 
-read_list tests/validate/mutants.txt fails
+folder=$2
+read_list "$1" fails
 for i in "${!titles[@]}"; do
-  file=$1/$i/${files[i]}
+  file=$folder/$i/${files[i]}
   mkdir -p "$(dirname "$file")"
-  apply "$i" "$1/edited"
-  cmp -s "$1/edited" "$file" || cp "$1/edited" "$file"
-  find "$1/$i" -type f ! -path "$file" -delete
+  apply "$i" "$folder/edited"
+  cmp -s "$folder/edited" "$file" || cp "$folder/edited" "$file"
+  find "$folder/$i" -type f ! -path "$file" -delete
   printf 'add_mutant(%s %s %s [==[%s]==])\n' "$i" "${files[i]}" "${remarks[i]%%: *}" "${remarks[i]#*: }"
-done >"$1/mutants.cmake"
+done >"$folder/mutants.cmake"

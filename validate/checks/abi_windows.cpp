@@ -28,7 +28,8 @@ struct {
   bool givesFloat;
   // after it
   void* stackAfter;
-  std::uint32_t eax, edx, ebx, esi, edi, ebp;
+  std::uint32_t eax, edx, ebx, esi, edi, ebp, flags;
+  std::uint32_t x87[7];  ///< its environment, without the answer
   float st0;
   // of the caller
   void *esp, *frame;
@@ -50,10 +51,12 @@ constexpr std::uint32_t kEbx = 0xB1B1B1B1, kEsi = 0x51515151, kEdi = 0xD1D1D1D1,
       "movl %%ebp, %[ebp]\n movl %[frame], %%ebp\n"
       "movl %%ebx, %[ebx]\n movl %%esi, %[esi]\n movl %%edi, %[edi]\n"
       "movl %%eax, %[eax]\n movl %%edx, %[edx]\n"
-      "cmpb $0, %[givesFloat]\n je 0f\n fstps %[st0]\n0:"
+      "pushfl\n popl %[flags]\n cld\n"
+      "cmpb $0, %[givesFloat]\n je 0f\n fstps %[st0]\n0: fnstenv %[x87]\n fldenv %[x87]"
       : [esp] "+m"(now.esp), [frame] "+m"(now.frame), [stackAfter] "=m"(now.stackAfter),
-        [eax] "=m"(now.eax), [edx] "=m"(now.edx), [ebx] "=m"(now.ebx), [esi] "=m"(now.esi),
-        [edi] "=m"(now.edi), [ebp] "=m"(now.ebp), [st0] "=m"(now.st0)
+        [flags] "=m"(now.flags), [x87] "=m"(now.x87), [eax] "=m"(now.eax), [edx] "=m"(now.edx),
+        [ebx] "=m"(now.ebx), [esi] "=m"(now.esi), [edi] "=m"(now.edi), [ebp] "=m"(now.ebp),
+        [st0] "=m"(now.st0)
       : [function] "m"(now.function), [self] "m"(now.self), [stack] "m"(now.stack),
         [givesFloat] "m"(now.givesFloat), [kEbx] "i"(kEbx), [kEsi] "i"(kEsi), [kEdi] "i"(kEdi),
         [kEbp] "i"(kEbp)
@@ -66,50 +69,64 @@ std::uint32_t alignment;  ///< of the stack in the calls that follow
 
 std::string stack() { return "esp " + text(alignment) + " above a multiple of 16"; }
 
+constexpr std::uint32_t kGuard = 0x6A6A6A6A;
+
+/// A place for an answer, between words that no one may write.
+template <class Answer>
+struct Guarded {
+  std::uint32_t before[4] = {kGuard, kGuard, kGuard, kGuard};
+  Answer answer{};
+  std::uint32_t after[4] = {kGuard, kGuard, kGuard, kGuard};
+};
+
+void expectWord(const char* name, const char* what, std::uint32_t came, std::uint32_t expected) {
+  if (came == expected) return;
+  failExpectation(name + (", " + stack()) + ": " + what,
+                  formatted("%08x", static_cast<unsigned>(came)),
+                  formatted("%08x", static_cast<unsigned>(expected)));
+}
+
+template <class Answer>
+void expectGuards(const char* name, const Guarded<Answer>& guarded) {
+  for (const std::uint32_t word : guarded.before)
+    expectWord(name, "before the answer", word, kGuard);
+  for (const std::uint32_t word : guarded.after)
+    expectWord(name, "behind the answer", word, kGuard);
+}
+
 /// Calls an operation and looks at what it leaves behind.
 template <int number, class Result, class... Parameters>
 Result call(const char* name, const Operation<number, Result(Parameters...)>& /*operation*/,
             void* self, std::type_identity_t<Parameters>... arguments) {
   constexpr bool kIsRecord = std::is_class_v<Result>;
-  constexpr std::uint32_t kGuard = 0x6A6A6A6A;
-  std::array<std::uint32_t, 20> room;  // a record, and guards around it
-  std::uint32_t* const record = &room[4];
-  room.fill(kGuard);
+  Guarded<std::conditional_t<kIsRecord, Result, char*>> record;
 
   std::vector<std::uint32_t> words;
   const auto push = [&words](const auto& argument) {
     const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
     words.insert(words.end(), bits.begin(), bits.end());
   };
-  if constexpr (kIsRecord) push(record);
+  if constexpr (kIsRecord) push(&record.answer);
   (push(arguments), ...);
   now.function = virtualTable(self)[number];
   now.self = self;
   now.givesFloat = std::is_same_v<Result, float>;
   enter(words, alignment);
 
-  const auto expectKept = [&](const char* what, std::uint32_t came, std::uint32_t expected) {
-    if (came == expected) return;
-    failExpectation(name + (", " + stack()) + ": " + what,
-                    formatted("%08x", static_cast<unsigned>(came)),
-                    formatted("%08x", static_cast<unsigned>(expected)));
-  };
-  expectKept("bytes that it takes off the stack",
+  expectWord(name, "bytes that it takes off the stack",
              static_cast<std::uint32_t>(static_cast<char*>(now.stackAfter) -
                                         static_cast<char*>(now.stack)),
              4 * words.size());
-  expectKept("ebx", now.ebx, kEbx);
-  expectKept("esi", now.esi, kEsi);
-  expectKept("edi", now.edi, kEdi);
-  expectKept("ebp", now.ebp, kEbp);
+  expectWord(name, "ebx", now.ebx, kEbx);
+  expectWord(name, "esi", now.esi, kEsi);
+  expectWord(name, "edi", now.edi, kEdi);
+  expectWord(name, "ebp", now.ebp, kEbp);
+  expectWord(name, "direction flag", now.flags & 0x400, 0);
+  expectWord(name, "x87 registers that are free", now.x87[2] & 0xFFFF, 0xFFFF);
+  expectGuards(name, record);
   if constexpr (kIsRecord) {
-    expectKept("eax, where the record is", now.eax, words[0]);
-    for (std::size_t i = 0; i < room.size(); ++i) {
-      if (i < 4 || i >= 4 + sizeof(Result) / 4) expectKept("beside the record", room[i], kGuard);
-    }
-    Result result;
-    std::memcpy(&result, record, sizeof result);
-    return result;
+    expectWord(name, "eax, where the record is", now.eax, words[0]);
+    return record.answer;
   } else if constexpr (std::is_same_v<Result, float>) {
     return now.st0;
   } else if constexpr (std::is_same_v<Result, std::uint64_t>) {
@@ -129,9 +146,11 @@ void askTexture(const Network::Asked& asked, float* numbers) {
   const auto askOne = [&](const auto& value, const auto& bounds, const auto& gradient) {
     if (asked.question == VALUE) return put(call(name, value, texture, sc));
     if (asked.question == GRADIENT) return put(call(name, gradient, texture, sc));
-    decltype(value(texture, sc)) limits[2];
-    call(name, bounds, texture, &limits[0], &limits[1]);
-    put(limits);
+    Guarded<decltype(value(texture, sc))> min, max;
+    call(name, bounds, texture, &min.answer, &max.answer);
+    expectGuards(name, min);
+    expectGuards(name, max);
+    put(std::array{min.answer, max.answer});
   };
   switch (asked.kind) {
     case COLOR:
@@ -175,10 +194,32 @@ const Table hostTable{
     QuorPluginHost::unregisterPluginDesc.entry<ignore>(),
 };
 
+/// What a host asks of every interface, but for evaluations.
+void askInterface(void* part) {
+  CALL(PluginInterface::getInterfaceName, part);
+  CALL(PluginInterface::getPlugin, part);
+  CALL(PluginInterface::release, part);
+  if (CALL(PluginInterface::getInterfaceId, part) != EXT_RTTEX) return;
+  CALL(RTTexInterface::getShaderInfo, part);
+  CALL(RTTexInterface::setShaderInfo, part, nullptr);
+  CALL(RTTexInterface::getShaderSource, part, "", "", "", nullptr, nullptr);
+}
+
+/// What a host asks of every object, and of its interfaces.
+void askObject(void* object) {
+  AddedInterface added(1);
+  CALL(PluginBase::addInterface, object, &added, 1);
+  CALL(PluginBase::removeInterface, object, &added);
+  CALL(PluginBase::releaseInterface, object, &added);
+  for (const std::uint64_t id : {EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_RTTEX}) {
+    if (void* const part = CALL(PluginBase::getInterface, object, id)) askInterface(part);
+  }
+}
+
 /// What a host asks of a descriptor and a plugin, but for evaluations.
 void live(void* desc) {
   void* const* host = hostTable.slots;
-  AddedInterface added(1);
+  askObject(desc);
   CALL(PluginDesc::getPluginId, desc);
   CALL(PluginDesc::getPluginName, desc);
   CALL(PluginDesc::supportsInterface, desc, EXT_QUOR_PLUGIN);
@@ -187,61 +228,74 @@ void live(void* desc) {
   void* const plugin = CALL(PluginDesc::newPlugin, desc, nullptr);
   CALL(Plugin::getPluginDesc, plugin);
   CALL(Plugin::setPluginName, plugin, "a name");
-  CALL(PluginBase::addInterface, plugin, &added, 1);
-  CALL(PluginBase::removeInterface, plugin, &added);
-  CALL(PluginBase::releaseInterface, plugin, &added);
+  askObject(plugin);
   void* const part = CALL(PluginBase::getInterface, plugin, EXT_QUOR_PLUGIN);
-  CALL(PluginInterface::getInterfaceId, part);
-  CALL(PluginInterface::getInterfaceName, part);
-  CALL(PluginInterface::getPlugin, part);
-  CALL(PluginInterface::release, part);
   CALL(QuorPluginInterface::renderBegin, part, nullptr);
   for (const ParameterInfo& info : parametersOf(desc)) {
     QuorPluginParameter* const value = CALL(QuorPluginInterface::getParameter, part, info.name);
-    if (!isOutput(info)) CALL(QuorPluginInterface::setParameter, part, value);
+    if (!isOutput(info)) {
+      CALL(QuorPluginInterface::setParameter, part, value);
+    } else if (void* const texture = value->value.iface) {
+      askInterface(texture);
+      if (void* const object = CALL(PluginInterface::getPlugin, texture)) askObject(object);
+    }
   }
   CALL(QuorPluginInterface::frameBegin, part, nullptr);
   CALL(QuorPluginInterface::frameEnd, part, nullptr);
   CALL(QuorPluginInterface::renderEnd, part, nullptr);
-  if (void* const source = CALL(PluginBase::getInterface, plugin, EXT_RTTEX)) {
-    CALL(RTTexInterface::getShaderInfo, source);
-    CALL(RTTexInterface::setShaderInfo, source, nullptr);
-  }
   CALL(PluginDesc::deletePlugin, desc, plugin);
   CALL(PluginDesc::unregisterPlugin, desc, &host);
 }
 
+std::int32_t goOn(void* /*visitor*/, void* /*desc*/) { return 1; }
+const Table visitorTable{PluginDescVisitor::visitPluginDesc.entry<goOn>()};
+
 CHECK("abi.registers",
-      "a call keeps ebx, esi, edi and ebp, takes its arguments off the stack, and writes nothing "
-      "beside a record, whose address it returns") {
+      "a call keeps ebx, esi, edi and ebp, leaves the direction flag clear and the x87 registers "
+      "free, takes its arguments off the stack, and writes nothing beside its answer") {
+  void* const* visitor = visitorTable.slots;
   for (alignment = 0; alignment < 16; alignment += 4) {
+    askObject(library());
     CALL(PluginLibDesc::getLibraryName, library());
     CALL(PluginLibDesc::getLibraryDescription, library());
     CALL(PluginLibDesc::enumPluginDescs, library(), nullptr);
+    CALL(PluginLibDesc::enumPluginDescs, library(), &visitor);
     for (void* desc : descriptors()) live(desc);
   }
 }
 
 // ---- Memory ----
 
+/// Destroys a new plugin through the part with that identifier, if it has one; through itself for
+/// 0.
+void destroy(void* desc, std::uint64_t id, std::uint32_t flags) {
+  constexpr Operation<slot(1), void*(std::uint32_t flags)> kDestructor{"the destructor"};
+  const std::string asked =
+      nameOf(desc) + ", destroyed through " + text(id) + " with " + text(flags);
+  const std::size_t before = heapInUse();
+  void* const plugin = PluginDesc::newPlugin(desc, nullptr);
+  if (heapInUse() == before) leaveOut("the module does not allocate in msvcrt.dll");
+  void* const part = id != 0 ? PluginBase::getInterface(plugin, id) : plugin;
+  if (part == nullptr) return PluginDesc::deletePlugin(desc, plugin);
+  {
+    AddedInterface added(1);
+    PluginBase::addInterface(plugin, &added, 1);
+    call("the destructor", kDestructor, part, flags);
+    expect(asked + ": releases", added.releases, 1);
+  }
+  expect(asked + ": memory is left", heapInUse() != before, flags == 0);
+  if (flags == 0) std::free(plugin);
+  expect(asked + ": all memory is given back", heapInUse() == before, true);
+}
+
 CHECK("abi.deleting",
-      "the destructor's argument says whether it gives the memory back: 0, no, or 1, yes") {
-  constexpr Operation<slot(1), void*(std::uint32_t flags)> destroy{"the destructor"};
-  for (void* desc : descriptors()) {
-    for (const std::uint32_t flags : {0, 1}) {
-      const std::string asked = nameOf(desc) + ", destroyed with " + text(flags);
-      const std::size_t before = heapInUse();
-      void* const plugin = PluginDesc::newPlugin(desc, nullptr);
-      if (heapInUse() == before) leaveOut("the module does not allocate in msvcrt.dll");
-      {
-        AddedInterface added(1);
-        PluginBase::addInterface(plugin, &added, 1);
-        CALL(destroy, plugin, flags);
-        expect(asked + ": releases", added.releases, 1);
+      "through any part the destructor's argument says whether it gives the memory back: 0, no, or "
+      "1, yes") {
+  for (alignment = 0; alignment < 16; alignment += 4) {
+    for (void* desc : descriptors()) {
+      for (const std::uint64_t id : {std::uint64_t{0}, EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_RTTEX}) {
+        for (const std::uint32_t flags : {0, 1}) destroy(desc, id, flags);
       }
-      expect(asked + ": memory is left", heapInUse() != before, flags == 0);
-      if (flags == 0) std::free(plugin);
-      expect(asked + ": all memory is given back", heapInUse() == before, true);
     }
   }
 }
@@ -281,6 +335,26 @@ CHECK("samplerinfo.thread_notifications",
   const std::int32_t plugins = PluginLibDesc::enumPluginDescs(library(), nullptr);
   expect("calls of DisableThreadLibraryCalls", atDisabling.calls, 1);
   expect("descriptors at that time", atDisabling.plugins, plugins);
+}
+
+std::vector<void*> destroyed;
+void METHOD noteDestroyed(void* description) { destroyed.push_back(description); }
+
+CHECK("samplerinfo.unloading",
+      "unloading destroys the descriptors from the newest to the oldest, as they are enumerated") {
+  std::vector<void*> expected;
+  {
+    const Loaded module;
+    for (void* desc : enumerate(module.library()).descs)
+      expected.push_back(words(desc)[PLUGIN_DESC_PARAMETERS]);
+    divert(symbolOf(GetModuleHandleA("quor.dll"), "??1QuorParameterListDesc@QUtils@@QAE@XZ"),
+           reinterpret_cast<void*>(&noteDestroyed));
+  }
+  expect("descriptions of parameters destroyed", text(destroyed.size()), text(expected.size()));
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    expect("the description destroyed as number " + std::to_string(i + 1), destroyed[i],
+           expected[i]);
+  }
 }
 
 // ---- Arithmetic ----
