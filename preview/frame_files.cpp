@@ -5,11 +5,8 @@
 #include <oneapi/tbb/parallel_invoke.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <iterator>
 #include <mutex>
-#include <sstream>
 
 #include "preview/judge.h"
 #include "preview/messages/number_text.h"
@@ -83,34 +80,9 @@ void addTo(PictureNumbers& numbers, const FloatImage& values, const FloatImage& 
   }
 }
 
-/// The words of a text: its letters and digits, as far as nothing else stands between them.
-std::vector<std::string> wordsOf(std::string text) {
-  const auto isSign = [](unsigned char c) { return c < 0x80 && std::isalnum(c) == 0; };
-  std::ranges::replace_if(text, isSign, ' ');
-  std::istringstream words(text);
-  return {std::istream_iterator<std::string>(words), {}};
-}
-
-/// Whether some words of a text are those of a name, wherever they are divided: "mode0" in
-/// "mode 0: sum", "sampler_point" in "sampler.point".
-bool names(const std::string& text, const std::string& name) {
-  std::string letters;
-  for (const std::string& word : wordsOf(name)) letters += word;
-  const std::vector<std::string> words = wordsOf(text);
-  for (auto first = words.begin(); first != words.end(); ++first) {
-    std::string joined;
-    for (auto word = first; word != words.end() && joined.size() < letters.size(); ++word) {
-      joined += *word;
-    }
-    if (joined == letters) return true;
-  }
-  return false;
-}
-
 std::string captionOf(const Picture& picture, const std::string& layer,
                       const SpecialPixels& specials) {
-  std::string caption = picture.caption.empty() ? layer : picture.caption;
-  if (!names(caption, picture.name)) caption.insert(0, picture.name + ": ");
+  std::string caption = picture.name + ": " + (picture.caption.empty() ? layer : picture.caption);
   if (picture.low != 0 || picture.high != 1) {
     constexpr const char* kNoBreak = "\u00A0";
     caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
