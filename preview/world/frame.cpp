@@ -73,7 +73,7 @@ Frame::Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* l
   frameData_.imageHeight = scene.image.height;
   frameData_.worldOffset = camera_.worldOffset();
   for (std::size_t i = 0; i < objects_.size(); ++i) {
-    const ObjectSpace space = objectSpace(scene.objects[i].toWorld, camera_.worldOffset());
+    const ObjectSpace space = raycaster_.object(i).objectSpace();
     objects_[i].hasMapping = scene.objects[i].hasObjectSpace;
     objects_[i].pointToObject = space.point;
     objects_[i].normalToObject = space.normal;

@@ -23,11 +23,6 @@ namespace {
 
 using EmbreeGeometry = std::unique_ptr<RTCGeometryTy, void (*)(RTCGeometry)>;
 
-/// Position of the object's origin in render space.
-V3d originOf(const PreciseTransform& toWorld, const DVector& worldOffset) {
-  return wide(toWorld.offset) - wide(worldOffset);
-}
-
 /// The weighted sum of one member of a triangle's vertices.
 class Barycentric {
  public:
@@ -91,6 +86,16 @@ std::array<float, 12> RenderSpaceMesh::matrix() const {
     for (const double number : {column.x, column.y, column.z}) *to++ = static_cast<float>(number);
   }
   return numbers;
+}
+
+ObjectSpace RenderSpaceMesh::objectSpace() const {
+  const auto& [rx, ry, rz] = normals_;
+  // The inverse transpose of the inverse is the transpose: its columns are the rows.
+  const auto row = [&](double V3d::*m) { return toVector({x_.*m, y_.*m, z_.*m}); };
+  return {.point = {toVector({rx.x, ry.x, rz.x}), toVector({rx.y, ry.y, rz.y}),
+                    toVector({rx.z, ry.z, rz.z}),
+                    toVector({-rx.dot(origin_), -ry.dot(origin_), -rz.dot(origin_)})},
+          .normal = {row(&V3d::x), row(&V3d::y), row(&V3d::z), {}}};
 }
 
 Raycaster::Raycaster(std::span<const PlacedMesh> objects)
@@ -229,17 +234,6 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
              .a = toVector({du.x, dv.x, dw.x}),
              .b = toVector({du.y, dv.y, dw.y}),
              .c = toVector({du.z, dv.z, dw.z})};
-}
-
-ObjectSpace objectSpace(const PreciseTransform& toWorld, const DVector& worldOffset) {
-  const auto [rx, ry, rz] = inverseRows(wide(toWorld.c0), wide(toWorld.c1), wide(toWorld.c2));
-  const V3d origin = originOf(toWorld, worldOffset);
-  // The inverse transpose of the inverse is the transpose: its columns are the rows of `toWorld`.
-  const auto row = [&](auto m) { return Vector{toWorld.c0.*m, toWorld.c1.*m, toWorld.c2.*m}; };
-  return {.point = {toVector({rx.x, ry.x, rz.x}), toVector({rx.y, ry.y, rz.y}),
-                    toVector({rx.z, ry.z, rz.z}),
-                    toVector({-rx.dot(origin), -ry.dot(origin), -rz.dot(origin)})},
-          .normal = {row(&Vector::x), row(&Vector::y), row(&Vector::z), {}}};
 }
 
 }  // namespace preview

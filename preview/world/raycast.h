@@ -45,6 +45,12 @@ struct Hit {
   Vector a, b, c;
 };
 
+/// The transforms from render space to an object's own space.
+struct ObjectSpace {
+  Transform point;
+  Transform normal;  ///< inverse transpose of the former's matrix; the offset is 0
+};
+
 /// A mesh with its place in a render space.
 class RenderSpaceMesh {
  public:
@@ -57,6 +63,7 @@ class RenderSpaceMesh {
   Vector position(const Vertex& vertex) const;
   Vertex placed(const Vertex& vertex) const;
   std::array<float, 12> matrix() const;  ///< column by column, the origin last
+  ObjectSpace objectSpace() const;
 
  private:
   V3d vector(const Vector& v) const { return x_ * v.x + y_ * v.y + z_ * v.z; }
@@ -64,7 +71,7 @@ class RenderSpaceMesh {
   const Mesh& mesh_;
   V3d x_, y_, z_, inWorld_;     ///< of object space, the origin last
   V3d origin_;                  ///< the same in render space
-  std::array<V3d, 3> normals_;  ///< the columns of the matrix for normals
+  std::array<V3d, 3> normals_;  ///< the columns of the matrix for normals, rows of the inverse
   Imath::Box3d box_;            ///< around the vertices, from the origin
 };
 
@@ -81,6 +88,9 @@ class Raycaster {
   void setWorldOffset(const DVector& worldOffset);
 
   std::optional<Hit> intersect(const Ray& ray) const;
+
+  /// A placed mesh by its index.
+  const RenderSpaceMesh& object(std::size_t index) const { return objects_[index]; }
 
   /// The smallest box around all vertices, in render space; without vertices a point at the origin.
   const Range<Vector>& bounds() const { return bounds_; }
@@ -103,12 +113,5 @@ class Raycaster {
   std::map<const Mesh*, EmbreeScene> shared_;  ///< in object space
   EmbreeScene scene_;
 };
-
-/// The transforms from render space to an object's own space.
-struct ObjectSpace {
-  Transform point;
-  Transform normal;  ///< inverse transpose of the former's matrix; the offset is 0
-};
-ObjectSpace objectSpace(const PreciseTransform& toWorld, const DVector& worldOffset);
 
 }  // namespace preview
