@@ -10,35 +10,31 @@ struct Exception {
   Promise promise;
 };
 
-constexpr Promise kOtherGradient = {true, GradientIs::Differs};
-constexpr Promise kNothing = {false, GradientIs::Differs};
-constexpr Promise kNoBounds = {false, GradientIs::Exact};
-constexpr Promise kNoGradient = {true, GradientIs::Zero};
-constexpr Promise kNeither = {false, GradientIs::Zero};
+using enum GradientIs;
 
-// The first that fits.
+// The first that fits: whether the bounds enclose, and what the gradient is.
 constexpr Exception kExceptions[] = {
-    {"TexSampler", "normalObject", kNeither},  // longer where the object is scaled
-    {"TexSampler", "*", kNoGradient},
-    {"TexFloatOp", "product", kOtherGradient},
-    {"TexFloatOp", "ratio", kNoBounds},
-    {"TexFloatOp", "power", kNeither},
-    {"TexVectorOp", "dot_product", kNeither},
-    {"TexVectorOp", "cross_product", kNeither},
-    {"TexVectorOp", "y", kNothing},
-    {"TexVectorOp", "z", kNothing},
-    {"TexVectorOp", "*", kOtherGradient},  // of vectors those of their lengths
-    {"TexAColorOp", "product", kOtherGradient},
-    {"TexAColorOp", "division", kNothing},
-    {"TexAColorOp", "minimum", kOtherGradient},
-    {"TexAColorOp", "maximum", kOtherGradient},
-    {"TexAColorOp", "power", kNeither},
-    {"TexAColorOp", "red", kOtherGradient},
-    {"TexAColorOp", "green", kOtherGradient},
-    {"TexAColorOp", "blue", kOtherGradient},
-    {"TexAColorOp", "alpha", kNoGradient},
-    {"TexAColorOp", "", kNothing},  // as `mode` chooses
-    {"Float3ToAColor", "*", kNothing},
+    {"TexSampler", "normalObject", {false, Zero}},  // longer where the object is scaled
+    {"TexSampler", "*", {true, Zero}},
+    {"TexFloatOp", "product", {true, Differs}},
+    {"TexFloatOp", "ratio", {false, Exact}},
+    {"TexFloatOp", "power", {false, Zero}},
+    {"TexVectorOp", "dot_product", {false, Zero}},
+    {"TexVectorOp", "cross_product", {false, Zero}},
+    {"TexVectorOp", "y", {false, Differs}},
+    {"TexVectorOp", "z", {false, Differs}},
+    {"TexVectorOp", "*", {true, Differs}},  // of vectors those of their lengths
+    {"TexAColorOp", "product", {true, Differs}},
+    {"TexAColorOp", "division", {false, Differs}},
+    {"TexAColorOp", "minimum", {true, Differs}},
+    {"TexAColorOp", "maximum", {true, Differs}},
+    {"TexAColorOp", "power", {false, Zero}},
+    {"TexAColorOp", "red", {true, Differs}},
+    {"TexAColorOp", "green", {true, Differs}},
+    {"TexAColorOp", "blue", {true, Differs}},
+    {"TexAColorOp", "alpha", {true, Zero}},
+    {"TexAColorOp", "", {false, Differs}},  // as `mode` chooses
+    {"Float3ToAColor", "*", {false, Differs}},
 };
 
 }  // namespace
