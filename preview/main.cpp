@@ -313,8 +313,7 @@ int main(int argc, char** argv) {
   } catch (const InputError& e) {
     return fail(kProgram, e.what(), kExitBadInput);
   } catch (const std::bad_alloc&) {
-    return fail(kProgram, ("out of memory, with " + memoryText(usedMemory()) + " in use").c_str(),
-                1);
+    return fail(kProgram, ("out of memory; the peak was " + memoryText(peakMemory())).c_str(), 1);
   } catch (const std::exception& e) {
     constexpr int kExitOfSignals = 128;
     return fail(kProgram, e.what(), interruption != 0 ? kExitOfSignals + interruption : 1);

@@ -191,7 +191,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {
     throw std::runtime_error("out of memory for " + pictures + ", which take about " +
-                             memoryText(bytes) + ", with " + memoryText(usedMemory()) + " in use");
+                             memoryText(bytes) + "; the peak was " + memoryText(peakMemory()));
   }
   ignoreInterruptions();
   folder.commit();

@@ -31,7 +31,7 @@ inline void checkMemory(const std::string& what, double bytes) {
 }
 
 /// The most that the program has had so far, in bytes.
-inline double usedMemory() {
+inline double peakMemory() {
   constexpr double kKiB = 1024;
   rusage usage = {};
   getrusage(RUSAGE_SELF, &usage);

@@ -181,7 +181,7 @@ void Raycaster::checkDevice() const {
   const RTCError error = rtcGetDeviceError(device_.get());
   if (error == RTC_ERROR_OUT_OF_MEMORY) {
     throw std::runtime_error("out of memory for what rays meet: " + std::to_string(triangles_) +
-                             " triangles, with " + memoryText(usedMemory()) + " in use");
+                             " triangles; the peak was " + memoryText(peakMemory()));
   }
   if (error != RTC_ERROR_NONE) {
     throw std::runtime_error("Embree reports error " + std::to_string(error));
