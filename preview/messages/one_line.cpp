@@ -26,15 +26,15 @@ std::string oneLine(const std::string& text, std::size_t max) {
   for (const auto& [point, bytes] : charactersOf(text)) {
     characters.push_back(isControl(point) ? " " : bytes);
   }
-  constexpr std::string_view kGap = "...";
-  const std::size_t kept = characters.size() <= max ? characters.size() : max - kGap.size();
-  const std::size_t begin = characters.size() <= max ? kept : kept / 2;
-  std::string result;
-  for (std::size_t i = 0; i < begin; ++i) result += characters[i];
-  if (kept < characters.size()) result += kGap;
-  for (std::size_t i = characters.size() - (kept - begin); i < characters.size(); ++i) {
-    result += characters[i];
+  if (characters.size() > max) {
+    constexpr std::string_view kGap = "...";
+    const auto kept = static_cast<std::ptrdiff_t>(max - kGap.size());
+    const auto middle = characters.begin() + kept / 2;
+    *middle = kGap;
+    characters.erase(middle + 1, characters.end() - (kept - kept / 2));
   }
+  std::string result;
+  for (const std::string_view character : characters) result += character;
   return result;
 }
 
