@@ -14,13 +14,14 @@
 #include <vector>
 
 #include "preview/check.h"
+#include "preview/list.h"
 #include "preview/messages/interruption.h"
 #include "preview/messages/memory.h"
 #include "preview/messages/problems.h"
 #include "preview/messages/suggestion.h"
+#include "preview/probe.h"
 #include "preview/progress_bar.h"
 #include "preview/render_command.h"
-#include "preview/reports.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene_file.h"
 #include "preview/world/frame.h"

@@ -1,98 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "preview/reports.h"
+#include "preview/probe.h"
 
 #include <algorithm>
 #include <cctype>
-#include <iomanip>
 #include <nlohmann/json.hpp>
 
 #include "preview/judge.h"
 #include "preview/messages/number_text.h"
 #include "preview/messages/selection.h"
-#include "preview/scene/promises.h"
 #include "preview/scene/texture.h"
-#include "standin/introspection.h"
 
 namespace preview {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-using standin::ParameterInfo;
-using standin::ParamType;
-
-std::string defaultText(const ParameterInfo& info) {
-  if (info.type == ParamType::Integer) return std::to_string(info.initial);
-  if (info.type == ParamType::Boolean) return info.initial != 0 ? "true" : "false";
-  return "";
-}
-
-std::string kindText(const ParameterInfo& info) {
-  return std::string(info.kind().value) + info.kind().role;
-}
-
-std::string helpText(const ParameterInfo& info) { return info.help != nullptr ? info.help : ""; }
-
-/// Integers and transforms have neither bounds nor gradient.
-bool hasBounds(const ParameterInfo& info) {
-  return info.isOutput() && info.type != ParamType::IntegerOutput &&
-         info.type != ParamType::TransformOutput;
-}
-
-std::string forMarkdown(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '|' || c == '*' || c == '_' || c == '<') result += '\\';
-    result += c;
-  }
-  return result;
-}
-
-void print(const Json& json, std::ostream& out) {
-  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
-}
-
-void listAsText(const std::string& plugin, std::span<const ParameterInfo> parameters,
-                std::ostream& out) {
-  out << plugin << "\n";
-  for (const ParameterInfo& info : parameters) {
-    out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
-        << std::setw(7) << defaultText(info) << helpText(info) << "\n";
-  }
-}
-
-void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> parameters,
-                    std::ostream& out) {
-  out << "## " << plugin
-      << "\n\n| parameter | kind | default | bounds enclose | gradient | help |\n"
-         "|---|---|---|---|---|---|\n";
-  for (const ParameterInfo& info : parameters) {
-    std::string promised = " | ";
-    if (hasBounds(info)) {
-      const Promise promise = promiseOf(plugin, info.name);
-      promised =
-          std::string(promise.boundsEnclose ? "yes" : "no") + " | " + nameOf(promise.gradient);
-    }
-    out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
-        << promised << " | " << forMarkdown(helpText(info)) << " |\n";
-  }
-}
-
-Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parameters) {
-  Json list = Json::array();
-  for (const ParameterInfo& info : parameters) {
-    Json& json = list.emplace_back(Json{{"name", info.name}, {"kind", kindText(info)}});
-    if (info.type == ParamType::Integer) json["default"] = info.initial;
-    if (info.type == ParamType::Boolean) json["default"] = info.initial != 0;
-    json["help"] = helpText(info);
-    if (hasBounds(info)) {
-      const Promise promise = promiseOf(plugin, info.name);
-      json["boundsEnclose"] = promise.boundsEnclose;
-      json["gradient"] = nameOf(promise.gradient);
-    }
-  }
-  return {{"name", plugin}, {"parameters", list}};
-}
 
 /// The numbers that are shown of a texture, each as text; integers are shown whole.
 std::vector<std::string> numbersOf(const PluginInterface& texture, Show show,
@@ -143,8 +65,8 @@ std::vector<Part> partsOf(const PluginInterface& texture) {
 }
 
 /// The flaws that a texture promises to be without, or those that it does not.
-std::vector<std::string> flawsOf(const Expectation& texture, const Judgement& judgement,
-                                 bool promised) {
+std::vector<std::string> flawNames(const Expectation& texture, const Judgement& judgement,
+                                   bool promised) {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < judgement.flaws.size(); ++i) {
     const bool isPromised = texture.excludes(static_cast<Flaw>(i));
@@ -165,8 +87,8 @@ std::string answersAsText(const Expectation& expectation, const Judgement& judge
       separator = part.separator;
     }
   }
-  for (const std::string& flaw : flawsOf(expectation, judgement, true)) line += "  ! " + flaw;
-  for (const std::string& flaw : flawsOf(expectation, judgement, false)) {
+  for (const std::string& flaw : flawNames(expectation, judgement, true)) line += "  ! " + flaw;
+  for (const std::string& flaw : flawNames(expectation, judgement, false)) {
     line += "  (" + flaw + "; nothing better is promised)";
   }
   return line;
@@ -181,33 +103,12 @@ Json answersAsJson(const Expectation& expectation, const Judgement& judgement,
     for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
     json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
   }
-  json["marks"] = flawsOf(expectation, judgement, true);
-  json["notes"] = flawsOf(expectation, judgement, false);
+  json["marks"] = flawNames(expectation, judgement, true);
+  json["notes"] = flawNames(expectation, judgement, false);
   return json;
 }
 
 }  // namespace
-
-void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
-                 std::ostream& out) {
-  std::vector<std::string> names;
-  for (QuorPluginDesc* desc : library.descs()) names.emplace_back(desc->getPluginName());
-  const Selection selection(patterns, "no plugin", names);
-  Json all = Json::array();
-  const char* separator = "";
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (!selection.has(names[i])) continue;
-    const auto parameters = standin::registeredParameters(library.descs()[i]);
-    if (as == Listing::Json) {
-      all.push_back(listAsJson(names[i], parameters));
-      continue;
-    }
-    out << separator;
-    separator = "\n";
-    (as == Listing::Markdown ? listAsMarkdown : listAsText)(names[i], parameters, out);
-  }
-  if (as == Listing::Json) print(all, out);
-}
 
 void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
            std::ostream& out) {
@@ -253,7 +154,7 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
   network.frameEnd();
   network.renderEnd();
   if (what.json) {
-    print(json, out);
+    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
   } else {
     out << "frame " << what.frame << ", pixel " << what.x << "," << what.y << ": " << lines;
   }

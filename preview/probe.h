@@ -6,15 +6,7 @@
 #include "preview/scene/network.h"
 #include "preview/world/frame.h"
 
-/// What the program says in words.
 namespace preview {
-
-enum class Listing { Text, Markdown, Json };
-
-/// The plugins of the library with their parameters, as registered: those whose names fit one of
-/// `patterns`, all if there are none. In Markdown with what outputs promise.
-void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
-                 std::ostream& out);
 
 struct Probe {
   std::int32_t frame;

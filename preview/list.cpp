@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "preview/list.h"
+
+#include <iomanip>
+#include <nlohmann/json.hpp>
+#include <span>
+
+#include "preview/messages/selection.h"
+#include "preview/scene/promises.h"
+#include "standin/introspection.h"
+
+namespace preview {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using standin::ParameterInfo;
+using standin::ParamType;
+
+std::string defaultText(const ParameterInfo& info) {
+  if (info.type == ParamType::Integer) return std::to_string(info.initial);
+  if (info.type == ParamType::Boolean) return info.initial != 0 ? "true" : "false";
+  return "";
+}
+
+std::string kindText(const ParameterInfo& info) {
+  return std::string(info.kind().value) + info.kind().role;
+}
+
+std::string helpText(const ParameterInfo& info) { return info.help != nullptr ? info.help : ""; }
+
+/// Integers and transforms have neither bounds nor gradient.
+bool hasBounds(const ParameterInfo& info) {
+  return info.isOutput() && info.type != ParamType::IntegerOutput &&
+         info.type != ParamType::TransformOutput;
+}
+
+std::string forMarkdown(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '|' || c == '*' || c == '_' || c == '<') result += '\\';
+    result += c;
+  }
+  return result;
+}
+
+void listAsText(const std::string& plugin, std::span<const ParameterInfo> parameters,
+                std::ostream& out) {
+  out << plugin << "\n";
+  for (const ParameterInfo& info : parameters) {
+    out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
+        << std::setw(7) << defaultText(info) << helpText(info) << "\n";
+  }
+}
+
+void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> parameters,
+                    std::ostream& out) {
+  out << "## " << plugin
+      << "\n\n| parameter | kind | default | bounds enclose | gradient | help |\n"
+         "|---|---|---|---|---|---|\n";
+  for (const ParameterInfo& info : parameters) {
+    std::string promised = " | ";
+    if (hasBounds(info)) {
+      const Promise promise = promiseOf(plugin, info.name);
+      promised =
+          std::string(promise.boundsEnclose ? "yes" : "no") + " | " + nameOf(promise.gradient);
+    }
+    out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
+        << promised << " | " << forMarkdown(helpText(info)) << " |\n";
+  }
+}
+
+Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parameters) {
+  Json list = Json::array();
+  for (const ParameterInfo& info : parameters) {
+    Json& json = list.emplace_back(Json{{"name", info.name}, {"kind", kindText(info)}});
+    if (info.type == ParamType::Integer) json["default"] = info.initial;
+    if (info.type == ParamType::Boolean) json["default"] = info.initial != 0;
+    json["help"] = helpText(info);
+    if (hasBounds(info)) {
+      const Promise promise = promiseOf(plugin, info.name);
+      json["boundsEnclose"] = promise.boundsEnclose;
+      json["gradient"] = nameOf(promise.gradient);
+    }
+  }
+  return {{"name", plugin}, {"parameters", list}};
+}
+
+}  // namespace
+
+void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
+                 std::ostream& out) {
+  std::vector<std::string> names;
+  for (const QUtils::QuorPluginDesc* desc : library.descs())
+    names.emplace_back(desc->getPluginName());
+  const Selection selection(patterns, "no plugin", names);
+  Json all = Json::array();
+  const char* separator = "";
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!selection.has(names[i])) continue;
+    const auto parameters = standin::registeredParameters(library.descs()[i]);
+    if (as == Listing::Json) {
+      all.push_back(listAsJson(names[i], parameters));
+      continue;
+    }
+    out << separator;
+    separator = "\n";
+    (as == Listing::Markdown ? listAsMarkdown : listAsText)(names[i], parameters, out);
+  }
+  if (as == Listing::Json) out << all.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+}  // namespace preview
