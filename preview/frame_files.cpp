@@ -85,7 +85,7 @@ std::string captionOf(const Picture& picture, const std::string& layer,
   std::string caption = picture.name + ": " + (picture.caption.empty() ? layer : picture.caption);
   if (picture.low != 0 || picture.high != 1) {
     constexpr const char* kNoBreak = "\u00A0";
-    caption += " [" + text(picture.low) + "," + kNoBreak + text(picture.high) + "]";
+    caption += " [" + numberText(picture.low) + "," + kNoBreak + numberText(picture.high) + "]";
   }
   const std::string special = describe(specials);
   if (!special.empty()) caption += " (" + special + ")";

@@ -24,7 +24,7 @@ std::vector<std::string> numbersOf(const PluginInterface& texture, Show show,
   }
   const Channels values = evaluate(texture, show, sc);
   std::vector<std::string> numbers(static_cast<std::size_t>(channelCount(texture, show)));
-  for (std::size_t c = 0; c < numbers.size(); ++c) numbers[c] = text(values[c]);
+  for (std::size_t c = 0; c < numbers.size(); ++c) numbers[c] = numberText(values[c]);
   return numbers;
 }
 
@@ -131,8 +131,8 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
                           const std::vector<Judgement>& judgements) {
     const DVector& p = sc.shadingPoint;
     const std::string& name = scene.objects[object].name;
-    lines = "object " + name + ", render space (" + text(p.x) + ", " + text(p.y) + ", " +
-            text(p.z) + "), ray time " + text(sc.rayTime) + "\n";
+    lines = "object " + name + ", render space (" + numberText(p.x) + ", " + numberText(p.y) +
+            ", " + numberText(p.z) + "), ray time " + numberText(sc.rayTime) + "\n";
     json["object"] = name;
     json["renderSpace"] = {p.x, p.y, p.z};
     json["rayTime"] = sc.rayTime;

@@ -9,7 +9,7 @@ namespace preview {
 
 /// The shortest text that reads back as the same number. A NaN has no sign.
 template <class T>
-std::string text(T number) {
+std::string numberText(T number) {
   if (std::isnan(number)) return "nan";
   char buffer[64];
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};

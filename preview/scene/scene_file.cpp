@@ -121,7 +121,7 @@ class Item {
   double number(double min, double max) const {
     if (!isNumber()) failExpecting("a number");
     if (!(value_->number >= min && value_->number <= max)) {
-      failExpecting("a number from " + preview::text(min) + " to " + preview::text(max));
+      failExpecting("a number from " + numberText(min) + " to " + numberText(max));
     }
     return value_->number;
   }
@@ -197,7 +197,8 @@ Shutter readShutter(const Item& item) {
                {"close", [&](const Item& v) { shutter.close = v.number(0, 1); }}});
   });
   if (good && shutter.close < shutter.open) {
-    item.fail("closes at " + text(shutter.close) + ", before it opens at " + text(shutter.open));
+    item.fail("closes at " + numberText(shutter.close) + ", before it opens at " +
+              numberText(shutter.open));
   }
   return shutter;
 }
@@ -403,7 +404,7 @@ Picture readPicture(const std::string& name, const Item& item) {
              {"caption", [&](const Item& v) { picture.caption = readCaption(v); }},
              {"range", [&](const Item& v) {
                 const std::vector<double> range = v.numbers(2, -kLargestFloat, kLargestFloat);
-                if (range[0] == range[1]) v.fail("begins and ends at " + text(range[0]));
+                if (range[0] == range[1]) v.fail("begins and ends at " + numberText(range[0]));
                 picture.low = range[0];
                 picture.high = range[1];
               }}});

@@ -170,8 +170,8 @@ class ObjLines {
       double value = 0;
       const auto [behind, error] = std::from_chars(begin, end, value);
       if (error != std::errc() || behind != end || !(std::abs(value) <= kMaxNumber)) {
-        failAtLine("\"" + shortened(word) + "\" is not a number from " + text(-kMaxNumber) +
-                   " to " + text(kMaxNumber));
+        failAtLine("\"" + shortened(word) + "\" is not a number from " + numberText(-kMaxNumber) +
+                   " to " + numberText(kMaxNumber));
       }
     }
     if (missing > 0) failAtLine("a number is missing");
