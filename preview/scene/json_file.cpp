@@ -43,15 +43,15 @@ class TextIterator {
 /// number it has seen one character more.
 class Builder {
  public:
-  Builder(const std::string& text, const char*& reached, Json& root, Problems& problems)
+  Builder(const std::string& text, const char*& reached, JsonValue& root, Problems& problems)
       : text_(text), reached_(reached), counted_(text.data()), root_(root), problems_(problems) {}
 
   // The parser calls them by these names.
   // NOLINTBEGIN(readability-identifier-naming)
-  bool null() { return literal({.kind = Json::Kind::Null, .written = "null"}); }
+  bool null() { return literal({.kind = JsonValue::Kind::Null, .written = "null"}); }
   bool boolean(bool value) {
     return literal(
-        {.kind = Json::Kind::Boolean, .boolean = value, .written = value ? "true" : "false"});
+        {.kind = JsonValue::Kind::Boolean, .boolean = value, .written = value ? "true" : "false"});
   }
   bool number_integer(std::int64_t value) {
     return number(static_cast<double>(value), std::to_string(value));
@@ -62,15 +62,15 @@ class Builder {
   bool number_float(double value, const std::string& written) { return number(value, written); }
   bool string(std::string& value) {
     const char* begin = beginOfText();
-    add(begin, {.kind = Json::Kind::Text,
+    add(begin, {.kind = JsonValue::Kind::Text,
                 .text = std::move(value),
                 .written = shortened({begin, reached_})});
     return true;
   }
   bool binary(nlohmann::json::binary_t& /*value*/) { return false; }  // of other formats
 
-  bool start_object(std::size_t /*size*/) { return open(Json::Kind::Object); }
-  bool start_array(std::size_t /*size*/) { return open(Json::Kind::List); }
+  bool start_object(std::size_t /*size*/) { return open(JsonValue::Kind::Object); }
+  bool start_array(std::size_t /*size*/) { return open(JsonValue::Kind::List); }
   bool end_object() { return close(); }
   bool end_array() { return close(); }
   bool key(std::string& name) {
@@ -115,7 +115,7 @@ class Builder {
 
  private:
   struct Level {
-    Json* value;
+    JsonValue* value;
     std::string name;  // of the member that comes next
     Position position;
     std::unordered_set<std::string> names;
@@ -144,7 +144,7 @@ class Builder {
     return begin;
   }
 
-  bool literal(Json value) {
+  bool literal(JsonValue value) {
     const char* begin = reached_ - value.written.size();
     add(begin, std::move(value));
     return true;
@@ -152,17 +152,17 @@ class Builder {
 
   bool number(double number, const std::string& written) {
     add(beginOfNumber(),
-        {.kind = Json::Kind::Number, .number = number, .written = shortened(written)});
+        {.kind = JsonValue::Kind::Number, .number = number, .written = shortened(written)});
     return true;
   }
 
-  Json* add(const char* begin, Json value) {
+  JsonValue* add(const char* begin, JsonValue value) {
     if (open_.empty()) {
       value.position = positionAt(begin);
       return &(root_ = std::move(value));
     }
     Level& level = open_.back();
-    if (level.value->kind == Json::Kind::List) {
+    if (level.value->kind == JsonValue::Kind::List) {
       value.position = positionAt(begin);
     } else {
       value.name = std::move(level.name);
@@ -171,13 +171,13 @@ class Builder {
     return &level.value->members.emplace_back(std::move(value));
   }
 
-  bool open(Json::Kind kind) {
+  bool open(JsonValue::Kind kind) {
     constexpr std::size_t kMaxDepth = 32;  // a scene has 7
     if (open_.size() == kMaxDepth) {
       throw SceneError("", "more than 32 lists and objects in each other",
                        positionAt(reached_ - 1));
     }
-    Json* value = add(reached_ - 1, {.kind = kind});
+    JsonValue* value = add(reached_ - 1, {.kind = kind});
     open_.push_back({value, {}, {}, {}});
     return true;
   }
@@ -191,8 +191,8 @@ class Builder {
   std::string place() const {
     std::string place;
     for (std::size_t i = 0; i + 1 < open_.size(); ++i) {
-      const Json& value = *open_[i].value;
-      if (value.kind == Json::Kind::List) {
+      const JsonValue& value = *open_[i].value;
+      if (value.kind == JsonValue::Kind::List) {
         if (!place.empty()) place.pop_back();
         place += "[" + std::to_string(value.members.size() - 1) + "].";
       } else {
@@ -207,7 +207,7 @@ class Builder {
     if (open_.empty()) return "";
     const Level& level = open_.back();
     std::string result = place();
-    if (level.value->kind == Json::Kind::Object) return result + level.name;
+    if (level.value->kind == JsonValue::Kind::Object) return result + level.name;
     result.resize(result.empty() ? 0 : result.size() - 1);
     return result + "[" + std::to_string(level.value->members.size()) + "]";
   }
@@ -216,19 +216,19 @@ class Builder {
   const char*& reached_;
   const char* counted_;
   Position position_ = {1, 1};
-  Json& root_;
+  JsonValue& root_;
   std::vector<Level> open_;
   Problems& problems_;
 };
 
 }  // namespace
 
-const Json* Json::find(const std::string& member) const {
-  const auto found = std::ranges::find(members, member, &Json::name);
+const JsonValue* JsonValue::find(const std::string& member) const {
+  const auto found = std::ranges::find(members, member, &JsonValue::name);
   return found != members.end() ? &*found : nullptr;
 }
 
-Json readJson(const std::filesystem::path& file, Problems& problems) {
+JsonValue readJson(const std::filesystem::path& file, Problems& problems) {
   constexpr std::size_t kMaxBytes = std::size_t{1} << 24;  // its values take up to 80 times that
   std::ifstream stream(file, std::ios::binary);
   std::string text;
@@ -237,7 +237,7 @@ Json readJson(const std::filesystem::path& file, Problems& problems) {
     if (text.size() > kMaxBytes) throw SceneError("", "is larger than 16 MiB");
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
-  Json root;
+  JsonValue root;
   const char* reached = text.data();
   Builder builder(text, reached, root, problems);
   // The parser would take it for the end.

@@ -10,7 +10,7 @@
 namespace preview {
 
 /// A value in a JSON file.
-struct Json {
+struct JsonValue {
   enum class Kind { Null, Boolean, Number, Text, List, Object };
 
   Kind kind = Kind::Null;
@@ -18,16 +18,16 @@ struct Json {
   double number = 0;
   std::string text = {};
   std::string written = {};  ///< as it stands in the file, shortened; empty for those with members
-  std::vector<Json> members = {};  ///< of an object or a list
+  std::vector<JsonValue> members = {};  ///< of an object or a list
 
   std::string name = {};   ///< as a member of an object
   Position position = {};  ///< of the name; without one, of the value
 
-  const Json* find(const std::string& member) const;
+  const JsonValue* find(const std::string& member) const;
 };
 
 /// Reads a JSON file with comments, in a time that grows with its length. Throws `SceneError` if it
 /// cannot be read as such; two members of a name are only noted.
-Json readJson(const std::filesystem::path& file, Problems& problems);
+JsonValue readJson(const std::filesystem::path& file, Problems& problems);
 
 }  // namespace preview

@@ -34,7 +34,7 @@ constexpr double kLargestFloat = std::numeric_limits<float>::max();
 /// A value in the file, where it stands there, and where to tell what is wrong with it.
 class Item {
  public:
-  Item(const Json& value, std::string place, Problems& problems)
+  Item(const JsonValue& value, std::string place, Problems& problems)
       : value_(&value), place_(std::move(place)), problems_(&problems) {}
 
   const std::string& place() const { return place_; }
@@ -48,7 +48,7 @@ class Item {
   /// The value as messages show it.
   std::string written() const {
     if (isList()) return "a list of " + std::to_string(size());
-    return value_->kind == Json::Kind::Object ? "an object" : value_->written;
+    return value_->kind == JsonValue::Kind::Object ? "an object" : value_->written;
   }
 
   /// Runs a step; what is wrong there does not keep the next one from being tried. False if there
@@ -61,8 +61,8 @@ class Item {
   /// Calls `use` with the name and the value of each member of an object, of any names.
   template <class Use>
   void forMembers(Use use) const {
-    if (value_->kind != Json::Kind::Object) failExpecting("an object");
-    for (const Json& member : value_->members) {
+    if (value_->kind != JsonValue::Kind::Object) failExpecting("an object");
+    for (const JsonValue& member : value_->members) {
       const std::string place = place_.empty() ? member.name : place_ + "." + member.name;
       problems_->setPosition(place, member.position);
       attempt([&] { use(member.name, Item(member, place, *problems_)); });
@@ -95,7 +95,7 @@ class Item {
   std::vector<Item> elements() const {
     if (!isList()) failExpecting("a list");
     std::vector<Item> result;
-    for (const Json& element : value_->members) {
+    for (const JsonValue& element : value_->members) {
       const std::string place = place_ + "[" + std::to_string(result.size()) + "]";
       problems_->setPosition(place, element.position);
       result.emplace_back(element, place, *problems_);
@@ -103,10 +103,10 @@ class Item {
     return result;
   }
 
-  bool isList() const { return value_->kind == Json::Kind::List; }
-  bool isText() const { return value_->kind == Json::Kind::Text; }
-  bool isBoolean() const { return value_->kind == Json::Kind::Boolean; }
-  bool isNumber() const { return value_->kind == Json::Kind::Number; }
+  bool isList() const { return value_->kind == JsonValue::Kind::List; }
+  bool isText() const { return value_->kind == JsonValue::Kind::Text; }
+  bool isBoolean() const { return value_->kind == JsonValue::Kind::Boolean; }
+  bool isNumber() const { return value_->kind == JsonValue::Kind::Number; }
 
   bool boolean() const {
     if (!isBoolean()) failExpecting("true or false");
@@ -151,7 +151,7 @@ class Item {
   DVector dvector(double limit) const { return dvector(-limit, limit); }
 
  private:
-  const Json* value_;
+  const JsonValue* value_;
   std::string place_;
   Problems* problems_;
 };
@@ -429,7 +429,7 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
 }  // namespace
 
 Scene readScene(const std::filesystem::path& file, Problems& problems) {
-  const Json json = readJson(file, problems);
+  const JsonValue json = readJson(file, problems);
   problems.setPosition("", json.position);
   Scene scene;
   scene.file = file;
@@ -452,8 +452,9 @@ Scene readScene(const std::filesystem::path& file, Problems& problems) {
     problems.add({"world_offset", "with a moving camera render space begins at the camera"});
   }
   for (const char* section : {"objects", "pictures"}) {
-    const Json* members = json.find(section);
-    if (members == nullptr || (members->kind == Json::Kind::Object && members->members.empty())) {
+    const JsonValue* members = json.find(section);
+    if (members == nullptr ||
+        (members->kind == JsonValue::Kind::Object && members->members.empty())) {
       const std::string one(section, std::strlen(section) - 1);
       problems.add({section, unexpected("none", "at least one " + one)});
     }
