@@ -98,19 +98,19 @@ std::size_t numbersOfRow(const Scene& scene, const Plan& plan) {
 }
 
 /// How many rows of a frame are rendered, and then written, at a time.
-int rowsAtATime(const Scene& scene, std::size_t numbersOfRow) {
-  const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / numbersOfRow, 1));
+int rowsAtATime(const Scene& scene, std::size_t rowSize) {
+  const int rows = static_cast<int>(std::max<std::size_t>(kNumbersAtATime / rowSize, 1));
   return std::min(rows < kTileSize ? rows : rows / kTileSize * kTileSize, scene.image.height);
 }
 
 /// The memory that the pictures take while some rows of so many numbers are rendered, about.
-double bytesOf(const Scene& scene, std::size_t numbersOfRow, int rows) {
+double bytesOf(const Scene& scene, std::size_t rowSize, int rows) {
   constexpr double kOfPngFile = 300'000;
   constexpr double kCopies = 2;  // of a thumbnail; one is on the contact sheet
   const Reduction thumbnail(scene.image.width, scene.image.height);
   const double ofThumbnail = static_cast<double>(thumbnail.image().values().size_bytes());
   return static_cast<double>(scene.pictures.size()) * (kOfPngFile + kCopies * ofThumbnail) +
-         static_cast<double>(numbersOfRow * sizeof(float)) * rows + ExrFile::bytesFor(numbersOfRow);
+         static_cast<double>(rowSize * sizeof(float)) * rows + ExrFile::bytesFor(rowSize);
 }
 
 /// Of the frame numbers in file names, which only have them if the scene has several frames.
@@ -144,10 +144,10 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
   keepOnly(options.only, scene.pictures);
   const Plan plan = planOf(scene.pictures, network, problems);
   problems.throwFirst();
-  const std::size_t ofRow = numbersOfRow(scene, plan);
-  const int rowsAtOnce = rowsAtATime(scene, ofRow);
+  const std::size_t rowSize = numbersOfRow(scene, plan);
+  const int rowsAtOnce = rowsAtATime(scene, rowSize);
   const std::string pictures = std::to_string(scene.pictures.size()) + " pictures";
-  const double bytes = bytesOf(scene, ofRow, rowsAtOnce);
+  const double bytes = bytesOf(scene, rowSize, rowsAtOnce);
   checkMemory(pictures, bytes);
   progress("reading", 0);
   World world(scene, problems);
