@@ -122,8 +122,7 @@ void lookAt(const Scene& scene, World& world, const Network& network,
     const Frame frame(scene, world, number, nullptr);
     network.frameBegin();
     const std::string name = first == last ? "" : " of frame " + std::to_string(number);
-    lookAtGrid(scene, {frame, (scene.shutter.open + scene.shutter.close) / 2, name}, textures,
-               tallies);
+    lookAtGrid(scene, {frame, scene.shutter.middle(), name}, textures, tallies);
     network.frameEnd();
   }
   network.renderEnd();

@@ -149,8 +149,7 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
 
   network.renderBegin();
   network.frameBegin();
-  const double rayTime = (scene.shutter.open + scene.shutter.close) / 2;
-  judge(frame, what.x + 0.5, what.y + 0.5, rayTime, textures, report);
+  judge(frame, what.x + 0.5, what.y + 0.5, scene.shutter.middle(), textures, report);
   network.frameEnd();
   network.renderEnd();
   if (what.json) {

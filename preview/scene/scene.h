@@ -31,6 +31,8 @@ struct Frames {
 /// The ray times between which the samples of a frame lie, within [0, 1].
 struct Shutter {
   double open = 0, close = 1;
+
+  double middle() const { return (open + close) / 2; }
 };
 
 struct CameraKey {
