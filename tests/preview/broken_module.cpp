@@ -60,6 +60,6 @@ class LibDesc final : public PluginLibDesc {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) PluginLibDesc* getLibDesc() {
+extern "C" QUOR_EXPORT PluginLibDesc* getLibDesc() {
   return kFault == kNullLibDesc ? nullptr : &libDesc;
 }
