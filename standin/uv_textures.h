@@ -41,7 +41,7 @@ inline float scalar(QUtils::AColor value) { return intensity(value); }
 template <class T>
 struct Ramp {
   T from, to;
-  QUtils::Vector direction = {1, 0, 0};
+  QUtils::Vector direction;
 
   T valueAt(const QUtils::ShadingContext& sc) const {
     return mix(from, to, QUtils::min(QUtils::max(along(uvwAt(sc)), 0.0F), 1.0F));
@@ -69,7 +69,7 @@ struct Ramp {
 template <class T>
 struct Checker {
   T even, odd;
-  float tiles = 8;
+  float tiles;
 
   T valueAt(const QUtils::ShadingContext& sc) const {
     const QUtils::Vector uvw = uvwAt(sc);

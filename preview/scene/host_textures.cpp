@@ -17,6 +17,8 @@ namespace {
 using TexturePointer = std::unique_ptr<PluginInterface>;
 using TextureValue = std::variant<float, Vector, AColor>;
 
+constexpr const char* kForms = "a number, [x, y, z] or [r, g, b, a]";
+
 std::optional<TextureValue> textureValue(const ParameterValue& value) {
   if (const auto* number = std::get_if<double>(&value)) return static_cast<float>(*number);
   if (const auto* vector = std::get_if<Vector>(&value)) return *vector;
@@ -56,10 +58,7 @@ class Parameters {
   TexturePointer makeOf(const std::string& a, const std::string& b, Make make) const {
     const Parameter &first = require(a), &second = require(b);
     const auto v = textureValue(first.value), w = textureValue(second.value);
-    if (!v) {
-      throw SceneError(first.place,
-                       unexpected(first.written, "a number, [x, y, z] or [r, g, b, a]"));
-    }
+    if (!v) throw SceneError(first.place, unexpected(first.written, kForms));
     if (!w || w->index() != v->index()) {
       throw SceneError(second.place,
                        unexpected(second.written, "as many numbers as \"" + a + "\" has"));
@@ -68,24 +67,24 @@ class Parameters {
         [&]<class T>(const T& value) { return textureOf(make(value, std::get<T>(*w))); }, *v);
   }
 
+  const Parameter& require(const std::string& name) const {
+    if (const Parameter* parameter = find(name)) return *parameter;
+    throw SceneError(node_.place + ".params", "\"" + name + "\" is missing");
+  }
+
  private:
   const Parameter* find(const std::string& name) const {
     const auto found = std::ranges::find(node_.parameters, name, &Parameter::name);
     return found != node_.parameters.end() ? &*found : nullptr;
   }
 
-  const Parameter& require(const std::string& name) const {
-    if (const Parameter* parameter = find(name)) return *parameter;
-    throw SceneError(node_.place + ".params", "\"" + name + "\" is missing");
-  }
-
   const Node& node_;
 };
 
 TexturePointer makeConstant(const Node& node, Problems& problems) {
-  const Parameters parameters(node, {"value"}, problems);
-  return parameters.makeOf("value", "value",
-                           [](auto value, auto /*same*/) { return standin::Constant(value); });
+  const Parameter& value = Parameters(node, {"value"}, problems).require("value");
+  if (TexturePointer texture = constantTexture(value.value)) return texture;
+  throw SceneError(value.place, unexpected(value.written, kForms));
 }
 
 TexturePointer makeChecker(const Node& node, Problems& problems) {
