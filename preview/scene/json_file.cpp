@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <unordered_set>
 
+#include "preview/messages/memory.h"
+
 namespace preview {
 
 namespace {
@@ -174,8 +176,9 @@ class Builder {
   bool open(JsonValue::Kind kind) {
     constexpr std::size_t kMaxDepth = 32;  // a scene has 7
     if (open_.size() == kMaxDepth) {
-      throw SceneError("", "more than 32 lists and objects in each other",
-                       positionAt(reached_ - 1));
+      throw SceneError(
+          "", "more than " + std::to_string(kMaxDepth) + " lists and objects in each other",
+          positionAt(reached_ - 1));
     }
     JsonValue* value = add(reached_ - 1, {.kind = kind});
     open_.push_back({value, {}, {}, {}});
@@ -234,7 +237,7 @@ JsonValue readJson(const std::filesystem::path& file, Problems& problems) {
   std::string text;
   for (char block[4096]; stream.read(block, sizeof block), stream.gcount() > 0;) {
     text.append(block, static_cast<std::size_t>(stream.gcount()));
-    if (text.size() > kMaxBytes) throw SceneError("", "is larger than 16 MiB");
+    if (text.size() > kMaxBytes) throw SceneError("", "is larger than " + memoryText(kMaxBytes));
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
   JsonValue root;

@@ -19,7 +19,7 @@ namespace preview {
 namespace {
 
 constexpr double kMinLength = 1e-6;             // of world space: shapes, the camera and its target
-constexpr double kMaxLength = 1e6;              // of world space
+constexpr double kMaxLength = 1e6;              // of world space; scale, degrees and "up", too
 constexpr double kMaxPosition = 1e9;            // of world space
 constexpr double kMinScale = 1e-6;              // of objects
 constexpr double kMinSine = 1e-6;               // of the angle between a camera's view and "up"
