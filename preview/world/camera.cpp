@@ -67,22 +67,22 @@ Ray FrameCamera::primaryRay(double imageX, double imageY, const Pose& pose) cons
   return {toDVector(pose.position), toVector(pose.vectorToRender(direction.normalized()))};
 }
 
-DVector TwoKeyCameraMotion::pointToRayTime(const DVector& point, double rayTime) {
+DVector FrameCameraMotion::pointToRayTime(const DVector& point, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().pointToCamera(wide(point));
   return toDVector(poseAt(rayTime).pointToRender(inCamera));
 }
 
-Vector TwoKeyCameraMotion::vectorToRayTime(const Vector& vector, double rayTime) {
+Vector FrameCameraMotion::vectorToRayTime(const Vector& vector, double rayTime) {
   const V3d inCamera = camera_.poseOfFrame().vectorToCamera(wide(vector));
   return toVector(poseAt(rayTime).vectorToRender(inCamera));
 }
 
-DVector TwoKeyCameraMotion::pointFromRayTime(const DVector& point, double rayTime) {
+DVector FrameCameraMotion::pointFromRayTime(const DVector& point, double rayTime) {
   const V3d inCamera = poseAt(rayTime).pointToCamera(wide(point));
   return toDVector(camera_.poseOfFrame().pointToRender(inCamera));
 }
 
-Vector TwoKeyCameraMotion::vectorFromRayTime(const Vector& vector, double rayTime) {
+Vector FrameCameraMotion::vectorFromRayTime(const Vector& vector, double rayTime) {
   const V3d inCamera = poseAt(rayTime).vectorToCamera(wide(vector));
   return toVector(camera_.poseOfFrame().vectorToRender(inCamera));
 }

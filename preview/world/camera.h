@@ -78,9 +78,9 @@ class FrameCamera {
 /// space at ray time t, "from" is C(0) C(t)⁻¹ and "to" is its inverse, C(t) C(0)⁻¹. As C(0) keeps
 /// the origin of a moving camera's render space in its place, C(t) C(0)⁻¹ takes the origin to the
 /// camera's position at t, and the columns of C(0) to those of C(t).
-class TwoKeyCameraMotion final : public CameraMotion {
+class FrameCameraMotion final : public CameraMotion {
  public:
-  TwoKeyCameraMotion(const FrameCamera& camera, double rayTime)
+  FrameCameraMotion(const FrameCamera& camera, double rayTime)
       : camera_(camera), rayTime_(rayTime), pose_(camera.pose(rayTime)) {}
 
   const FrameCamera::Pose& pose() const { return pose_; }  ///< that of the ray time

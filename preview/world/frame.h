@@ -52,7 +52,7 @@ class Frame {
   /// from the top left corner, and the index of its object; returns false if there is nothing.
   template <class Evaluate>
   bool shade(double imageX, double imageY, double rayTime, Evaluate evaluate) const {
-    TwoKeyCameraMotion motion(camera_, rayTime);
+    FrameCameraMotion motion(camera_, rayTime);
     const Ray ray = camera_.primaryRay(imageX, imageY, motion.pose());
     const std::optional<Hit> hit = raycaster_.intersect(ray);
     if (!hit) return false;
