@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# What is installed, and packed by CPack: the plugin, the tools, and the sdk with which others build plugins.
+# What is installed, and packed by CPack: the plugin, the tools, the sdk with which others build plugins, the documents.
 if(WIN32)
   set(plugin_folder .)
   set(document_folder doc)
@@ -13,16 +13,16 @@ endif()
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
 # Documents, and the example that they link to, beside each other as here.
 install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
-  DESTINATION ${document_folder} COMPONENT plugin)
-install(DIRECTORY docs examples DESTINATION ${document_folder} COMPONENT plugin)
-install(DIRECTORY scenes DESTINATION ${scene_folder} COMPONENT plugin)
+  DESTINATION ${document_folder} COMPONENT documents)
+install(DIRECTORY docs examples DESTINATION ${document_folder} COMPONENT documents)
+install(DIRECTORY scenes DESTINATION ${scene_folder} COMPONENT documents)
 
 if(WIN32)
   return()
 endif()
 
 file(CREATE_LINK ../../samplerinfo/scenes ${PROJECT_BINARY_DIR}/scenes SYMBOLIC)
-install(FILES ${PROJECT_BINARY_DIR}/scenes DESTINATION ${document_folder} COMPONENT plugin)
+install(FILES ${PROJECT_BINARY_DIR}/scenes DESTINATION ${document_folder} COMPONENT documents)
 
 install(FILES
   host/api.h host/parameters.h host/plugin_host.h host/records.h host/shading_context.h host/types.h

@@ -34,14 +34,15 @@ mv "$work/first" "$tree"
 if grep -rlF "$PWD" "$tree"; then fail "these files name the folder of the build"; fi
 
 echo "==> each part alone"
-for part in plugin tools sdk; do
+for part in plugin tools sdk documents; do
   cmake --install build/release --prefix "$work/$part" --component "$part" >/dev/null
 done
 diff <(cd "$tree" && find . -type f -printf '%P\n' | sort) \
-  <(cd "$work" && find plugin tools sdk -type f -printf '%P\n' | sort -u) || fail "the parts are not the whole"
+  <(cd "$work" && find plugin tools sdk documents -type f -printf '%P\n' | sort -u) || fail "the parts are not the whole"
+[[ $(find "$work/plugin" -type f -printf '%P\n') == lib/quor/plugins/SamplerInfo.so ]] || fail "the plugin is not alone"
 
 echo "==> the documents' links"
-documents=$work/plugin/share/doc/samplerinfo
+documents=$work/documents/share/doc/samplerinfo
 links=$(grep -roP --include='*.md' '\]\(\K(?!https?:)[^) ]+(?=\))' "$documents")
 while IFS=: read -r file link; do
   [[ -e ${file%/*}/${link%#*} ]] || fail "${file#"$documents/"}: there is no $link"
