@@ -22,8 +22,8 @@
 #include <thread>
 
 #include "bench/network.h"
-#include "standin/one_sample.h"
 #include "tests/support/answers.h"
+#include "tests/support/one_sample.h"
 
 namespace {
 
@@ -131,15 +131,15 @@ std::string nameOf(const std::vector<Node>& nodes) {
   return name;
 }
 
-std::vector<Row> rows(const Library& library, const standin::OneSample& still,
-                      const standin::OneSample& moving, const std::string& only) {
+std::vector<Row> rows(const Library& library, const test::OneSample& still,
+                      const test::OneSample& moving, const std::string& only) {
   std::vector<std::vector<Node>> networks = singles();
   for (const int links : {1, 4, 16, 64}) networks.push_back(chain(links));
   networks.push_back(kMixed);
   std::vector<Row> result;
   for (const std::vector<Node>& nodes : networks) {
     const auto network = std::make_shared<Network>(library, nodes);
-    for (const standin::OneSample* host : {&still, &moving}) {
+    for (const test::OneSample* host : {&still, &moving}) {
       if (host == &moving && !nodes[0].pair.starts_with("TexSampler")) continue;
       for (const Question question : kQuestions) {
         if (test::ask(*network->twinTexture, question, host->sc).numbers.empty()) continue;
@@ -291,7 +291,7 @@ double loadingTime() {
   });
 }
 
-void printExtras(const Library& library, const standin::OneSample& still, double loading) {
+void printExtras(const Library& library, const test::OneSample& still, double loading) {
   const auto mixed = std::make_shared<Network>(library, kMixed);
   Network planes(library, {{"TexSampler.cameraNearClipPlane", {}}});
   std::printf("\nload, enumerate, unload     %9.3f ms\n", loading * 1e-6);
@@ -381,8 +381,8 @@ int run(int argc, char** argv) {
 
   const double loading = loadingTime();
   const Library library;
-  const standin::OneSample still(false);
-  const standin::OneSample moving(true);
+  const test::OneSample still(false);
+  const test::OneSample moving(true);
   const std::vector<Row> table = rows(library, still, moving, only);
   if (table.empty()) throw std::runtime_error("no row's name contains \"" + only + "\"");
   if (counted) {

@@ -9,8 +9,8 @@
 
 #include "frame/allocator.h"
 #include "frame/platform.h"
-#include "standin/one_sample.h"
 #include "tests/support/library.h"
+#include "tests/support/one_sample.h"
 
 extern "C" QUtils::PluginLibDesc* getLibDesc();
 
@@ -199,7 +199,7 @@ struct CountingLog final : RenderLog {
 };
 
 TEST_F(AllocationTest, TheClippingPlanesAreLoggedUnderTheirLockWhichIsTakenOnce) {
-  standin::OneSample sample(true);
+  OneSample sample(true);
   CountingLog log;
   sample.services.log = &log;
   Instance sampler("TexSampler");

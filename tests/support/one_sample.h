@@ -3,7 +3,7 @@
 
 #include "standin/host_objects.h"
 
-namespace standin {
+namespace test {
 
 /// One shaded point with all that its context reaches, for programs that evaluate outside a render.
 /// Its camera moves along x or not; there is no log.
@@ -44,13 +44,13 @@ struct OneSample {
   };
 
   Motion motion;
-  BoxScene scene;
-  SurfacePoint surface;
-  SceneObject object;
+  standin::BoxScene scene;
+  standin::SurfacePoint surface;
+  standin::SceneObject object;
   QUtils::RenderServices services{nullptr, &scene, &motion, 0};
   QUtils::QuorFrameData frame;
   QUtils::RenderContext render{&services, &frame};
   QUtils::ShadingContext sc{};
 };
 
-}  // namespace standin
+}  // namespace test
