@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -161,10 +162,11 @@ double threadSeconds() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-double lowerQuartile(std::vector<double> values) {
-  const auto quartile = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 4);
-  std::ranges::nth_element(values, quartile);
-  return *quartile;
+/// The first or the second one, which is the median.
+double quartile(std::vector<double> values, std::size_t which) {
+  const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() * which / 4);
+  std::ranges::nth_element(values, place);
+  return *place;
 }
 
 /// Nanoseconds per answer, of the library and of the twin.
@@ -188,7 +190,7 @@ std::pair<double, double> nanosecondsOf(const Row& row) {
       (ofTwin ? twin : library).push_back((threadSeconds() - start) / answers * 1e9);
     }
   }
-  return {lowerQuartile(library), lowerQuartile(twin)};
+  return {quartile(library, 1), quartile(twin, 1)};
 }
 
 // ---- Instructions ------------------------------------------------------------------------------
@@ -259,7 +261,7 @@ double timeOf(int rounds, Action action) {
     action();
     times.push_back((threadSeconds() - start) * 1e9);
   }
-  return lowerQuartile(std::move(times));
+  return quartile(std::move(times), 1);
 }
 
 /// How many times faster `threads` threads answer than one.
@@ -331,10 +333,30 @@ void printTable(const std::vector<Row>& table, const std::vector<Figures>& figur
                                      std::pair{"time", &Figures::timeRatio}}) {
     std::vector<double> ratios;
     std::ranges::transform(figures, std::back_inserter(ratios), figure);
-    std::ranges::sort(ratios);
     std::printf("%-13s %zu rows, %td above 1.10, %td above 1.25, median %.2f, worst %.2f\n", what,
-                ratios.size(), above(figure, 1.1), above(figure, 1.25), ratios[ratios.size() / 2],
-                ratios.back());
+                ratios.size(), above(figure, 1.1), above(figure, 1.25), quartile(ratios, 2),
+                std::ranges::max(ratios));
+  }
+}
+
+/// The plugin or the network of a row, and its question.
+std::string groupOf(const std::string& row) {
+  const std::size_t end = std::min({row.find('.'), row.find(','), row.find(':'), row.find(" (")});
+  const bool byMode = row.starts_with("TexAColorOp") && row[end] != '.';
+  return row.substr(0, end) + (byMode ? " by mode" : "") + row.substr(row.rfind(':'));
+}
+
+void printMedians(const std::vector<Row>& table, const std::vector<Figures>& figures) {
+  std::map<std::string, std::pair<std::vector<double>, std::vector<double>>> groups;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    auto& [library, twin] = groups[groupOf(table[i].name)];
+    library.push_back(figures[i].nanoseconds);
+    twin.push_back(figures[i].twinNanoseconds);
+  }
+  std::printf("\n%-52s %28s\n", "medians", "ns, twin's");
+  for (const auto& [group, times] : groups) {
+    std::printf("%-52s %17.2f %10.2f\n", group.c_str(), quartile(times.first, 2),
+                quartile(times.second, 2));
   }
 }
 
@@ -412,6 +434,7 @@ int run(int argc, char** argv) {
     printJson(table, figures);
   } else {
     printTable(table, figures);
+    printMedians(table, figures);
     printExtras(library, still, loading);
   }
   return 0;
