@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
+#include <cstdint>
 #include <functional>
 
 #include "validate/contract.h"
@@ -15,6 +17,13 @@ namespace validate {
 constexpr int kWidths[] = {4, 1, 3};
 
 enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
+constexpr const char* kQuestionNames[] = {"value", "bounds", "gradient"};
+
+/// All NaNs are one.
+inline std::uint32_t bitsOf(float number) {
+  const auto bits = std::bit_cast<std::uint32_t>(number);
+  return (bits & 0x7FFFFFFF) > 0x7F800000 ? 0x7FC00000 : bits;
+}
 
 /// An input of one of the first three kinds: its value, lower bound and upper bound, each with as
 /// many numbers as the kind has, and its gradient.
@@ -34,6 +43,10 @@ int ask(void* texture, TextureKind kind, Question question, const ShadingContext
         float* numbers);
 
 // ---- Objects and records, one of each ----
+
+/// Of a `QuorPluginHost` that ignores which plugins there are.
+inline const Table hostTable{QuorPluginHost::registerPluginDesc.nothing(),
+                             QuorPluginHost::unregisterPluginDesc.nothing()};
 
 struct HostLog {
   void* const* table;

@@ -10,10 +10,6 @@ namespace validate {
 
 // ---- Random numbers ----
 
-float Random::ordinary() {
-  return static_cast<float>(static_cast<std::int32_t>(bits() >> 8) - 0x800000) / 0x100000;
-}
-
 float Random::number() {
   static constexpr std::uint32_t kSpecial[] = {
       0x00000000, 0x80000000, 0x3F800000, 0xBF800000, 0x3F000000,  // 0, -0, 1, -1, 0.5
@@ -174,9 +170,8 @@ Answer Network::answer(std::size_t n) const {
   const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
-    const auto bits = std::bit_cast<std::uint32_t>(numbers[i]);
-    const bool isNaN = now.kind != INTEGER && (bits & 0x7FFFFFFF) > 0x7F800000;
-    answer[static_cast<std::size_t>(i)] = isNaN ? 0x7FC00000 : bits;
+    answer[static_cast<std::size_t>(i)] =
+        now.kind == INTEGER ? std::bit_cast<std::uint32_t>(numbers[i]) : bitsOf(numbers[i]);
   }
   return answer;
 }
@@ -192,9 +187,8 @@ std::vector<Answer> Network::answers() const {
 }
 
 std::string Network::question(std::size_t n) const {
-  constexpr const char* kNames[] = {"value", "bounds", "gradient"};
   return "plugin " + std::to_string(outputs_[questions_[n / Samples::kCount].output].plugin) +
-         ", " + asked(n).output + ", " + kNames[asked(n).question] + " at sample " +
+         ", " + asked(n).output + ", " + kQuestionNames[asked(n).question] + " at sample " +
          std::to_string(n % Samples::kCount);
 }
 

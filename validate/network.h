@@ -15,6 +15,11 @@
 /// Random networks of the module's plugins, over samples of a random scene.
 namespace validate {
 
+/// From -8 to 8, with 20 bits behind the point.
+inline float ordinaryOf(std::uint32_t bits) {
+  return static_cast<float>(static_cast<std::int32_t>(bits >> 8) - 0x800000) / 0x100000;
+}
+
 class Random {
  public:
   explicit Random(std::uint32_t seed, bool ordinaryAlone = false)
@@ -23,8 +28,8 @@ class Random {
   std::uint32_t bits() { return static_cast<std::uint32_t>(engine_()); }
   std::uint32_t below(std::size_t n) { return bits() % static_cast<std::uint32_t>(n); }
   bool oneIn(std::uint32_t n) { return below(n) == 0; }
-  float ordinary();  ///< from -8 to 8
-  float number();    ///< ordinary, special, or any bits, unless it is to be ordinary
+  float ordinary() { return ordinaryOf(bits()); }
+  float number();  ///< ordinary, special, or any bits, unless it is to be ordinary
   Vector vector() { return {number(), number(), number()}; }
   DVector preciseVector() { return {number() / 3.0, number() / 3.0, number() / 3.0}; }
 

@@ -89,12 +89,6 @@ CHECK("memory.unchanged",
 
 // ---- Refusal ----
 
-void ignore(void* /*host*/, void* /*desc*/) {}
-const Table hostTable{
-    QuorPluginHost::registerPluginDesc.entry<ignore>(),
-    QuorPluginHost::unregisterPluginDesc.entry<ignore>(),
-};
-
 /// A call and what is wrong with it; null if nothing is.
 struct Fault {
   const char *call = nullptr, *came = nullptr;
