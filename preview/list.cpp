@@ -55,7 +55,7 @@ void listAsText(const std::string& plugin, std::span<const ParameterInfo> parame
 
 void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> parameters,
                     std::ostream& out) {
-  out << "## " << plugin
+  out << "### " << plugin
       << "\n\n| parameter | kind | default | bounds enclose | gradient | help |\n"
          "|---|---|---|---|---|---|\n";
   for (const ParameterInfo& info : parameters) {

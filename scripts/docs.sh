@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 document=docs/plugins.md
-marker='# Parameters as registered'
+marker='## Parameters as registered'
 
 grep -qxF "$marker" "$document" || fail "no line \"$marker\" in $document"
 step "packages" scripts/install.sh build
