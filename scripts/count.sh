@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # usage: scripts/count.sh
-# Counts the lines of C and C++, without blanks and comments, and says how much of them are tests: by
+# Counts the lines of C++, without blanks and comments, and says how much of them are tests: by
 # themselves, and with the validator's checks, which take the place of tests by the interface.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
@@ -11,7 +11,7 @@ product=(frame host math sampler colorops floatvectorops standin preview validat
 # The lines of the files in these folders.
 lines() {
   local patterns=() folder
-  for folder in "$@"; do patterns+=("$folder/*.c" "$folder/*.cpp" "$folder/*.h"); done
+  for folder in "$@"; do patterns+=("$folder/*.cpp" "$folder/*.h"); done
   git ls-files -- "${patterns[@]}" |
     cloc --quiet --csv --skip-uniqueness --list-file=- | awk -F, '$2 == "SUM" { print $5 }'
 }
