@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Sourced by the scripts: goes to the project's root, compiles through a cache where there is one, gives `fail`,
-# `step` and `version`.
+# `version`, `step` and `build_preset`.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 if command -v ccache >/dev/null; then
@@ -28,4 +28,12 @@ step() {
     exit "$status"
   fi
   echo "==> $name: done in $((SECONDS - start)) s"
+}
+
+# build_preset PRESET "SECTION..." [TARGET...]: builds it, or these targets, after installing what is missing.
+build_preset() {
+  # shellcheck disable=SC2086 # several words
+  step "packages" scripts/install.sh $2
+  step "configure $1" cmake --preset "$1"
+  step "build $1" cmake --build --preset "$1" ${3:+--target "${@:3}"}
 }

@@ -7,9 +7,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 build=build/coverage
-step "packages" scripts/install.sh build coverage
-step "configure coverage" cmake --preset coverage
-step "build coverage" cmake --build --preset coverage
+build_preset coverage "build coverage"
 find "$build" -name '*.gcda' -delete
 step "test coverage" ctest --preset coverage --parallel "$(nproc)"
 # Where a disk is full the counters cannot be written, either.

@@ -9,9 +9,7 @@ document=docs/plugins.md
 marker='## Parameters as registered'
 
 grep -qxF "$marker" "$document" || fail "no line \"$marker\" in $document"
-step "packages" scripts/install.sh build
-step "configure release" cmake --preset release
-step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
+build_preset release build samplerinfo samplerinfo-preview
 preview=build/release/preview/samplerinfo-preview
 pictures=build/pictures
 rm -rf "$pictures"

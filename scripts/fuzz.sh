@@ -7,9 +7,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 [[ ${1:-} =~ ^[1-9][0-9]*$ ]] || fail "how many SECONDS?"
-step "packages" scripts/install.sh build clang
-step "configure clang-asan" cmake --preset clang-asan
-step "build the fuzzers" cmake --build --preset clang-asan --target fuzz_network fuzz_scene
+build_preset clang-asan "build clang" fuzz_network fuzz_scene
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 for name in network scene; do
   mkdir -p "build/fuzz/$name"

@@ -15,8 +15,6 @@ fi
 
 . "$(dirname "$0")/common.sh"
 
-step "packages" scripts/install.sh build
-step "configure release" cmake --preset release
-step "build the preview" cmake --build --preset release --target samplerinfo samplerinfo-preview
+build_preset release build samplerinfo samplerinfo-preview
 step "render $scene" build/release/preview/samplerinfo-preview render "$scene" -o "$out" "$@"
 echo "The pictures are in $PWD/$out; open index.html there"

@@ -6,16 +6,14 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 preset=${1:-release}
-sections=(build)
-[[ $preset != clang-* ]] || sections+=(clang)
+sections=build
+[[ $preset != clang-* ]] || sections+=" clang"
 
 # Tests do without it if they must.
 browser() {
   scripts/install.sh browser || echo "NO BROWSER CAN BE INSTALLED: the page of a render is not tested"
 }
 
-step "packages for $preset" scripts/install.sh "${sections[@]}"
 step "browser" browser
-step "configure $preset" cmake --preset "$preset"
-step "build $preset" cmake --build --preset "$preset"
+build_preset "$preset" "$sections"
 step "test $preset" ctest --preset "$preset" --parallel "$(nproc)" "${@:2}"
