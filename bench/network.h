@@ -40,7 +40,7 @@ struct Node {
   std::vector<int> sources;  ///< per input the index of an earlier node, or one of the above
 };
 
-/// In its first frame, with constants at its constant inputs.
+/// Connected as its nodes say, in its first frame.
 class Network {
  public:
   Network(const Library& library, const std::vector<Node>& nodes);

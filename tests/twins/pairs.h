@@ -27,7 +27,7 @@ struct Pair {
 /// A plugin's outputs stand in the order in which they lie in its memory.
 std::vector<Pair> pairs();
 
-/// Those of the twins.
+/// The planes of this frame that the twins share; 0 in `computed` begins the next one.
 ClipPlanes& clipPlanes();
 
 }  // namespace twins
