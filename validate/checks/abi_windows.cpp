@@ -188,12 +188,6 @@ CHECK("abi.stack",
   });
 }
 
-void ignore(void* /*host*/, void* /*desc*/) {}
-const Table hostTable{
-    QuorPluginHost::registerPluginDesc.entry<ignore>(),
-    QuorPluginHost::unregisterPluginDesc.entry<ignore>(),
-};
-
 /// What a host asks of every interface, but for evaluations.
 void askInterface(void* part) {
   CALL(PluginInterface::getInterfaceName, part);
