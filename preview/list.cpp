@@ -91,8 +91,9 @@ Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parame
 void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
                  std::ostream& out) {
   std::vector<std::string> names;
-  for (const QUtils::QuorPluginDesc* desc : library.descs())
+  for (const QUtils::QuorPluginDesc* desc : library.descs()) {
     names.emplace_back(desc->getPluginName());
+  }
   const Selection selection(patterns, "no plugin", names);
   Json all = Json::array();
   const char* separator = "";

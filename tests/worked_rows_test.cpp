@@ -41,8 +41,9 @@ void setQuantity(ShadingHost& host, const std::string& name, const std::vector<d
       {"uvwB", &host.uvwB},        {"uvwC", &host.uvwC},
       {"boxLo", &host.boxLo},      {"boxHi", &host.boxHi}};
   const auto vector = vectors.find(name);
-  if (vector != vectors.end())
+  if (vector != vectors.end()) {
     *vector->second = twins::narrow({numbers[0], numbers[1], numbers[2]});
+  }
   const auto integer = static_cast<std::int32_t>(std::lround(numbers[0]));
   if (name == "offers") host.object.offers = host.surface.offers = integer != 0;
   if (name == "moving") host.services.cameraMoving = integer;

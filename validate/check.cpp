@@ -25,10 +25,11 @@ namespace {
 void report(const char* what, const std::string& line) {
   std::string printable;
   for (const char c : line) {
-    if (c >= ' ' && c <= '~')
+    if (c >= ' ' && c <= '~') {
       printable += c;
-    else
+    } else {
       printable += formatted("\\x%02X", static_cast<unsigned char>(c));
+    }
   }
   std::printf("\n#%s %s\n", what, printable.c_str());
   std::fflush(stdout);

@@ -63,8 +63,9 @@ Exit code: 0 if everything holds, 1 if a check fails, 2 if the module or the com
 }
 
 bool matches(const char* pattern, const char* name) {
-  if (*pattern == '*')
+  if (*pattern == '*') {
     return matches(pattern + 1, name) || (*name != '\0' && matches(pattern, name + 1));
+  }
   if (*pattern == '\0' || *name == '\0') return *pattern == *name;
   return (*pattern == '?' || *pattern == *name) && matches(pattern + 1, name + 1);
 }
@@ -81,8 +82,9 @@ template <class Number>
 Number numberOf(const char* option, const std::string& value) {
   std::istringstream in(value);
   Number number{};
-  if (!(in >> number) || !in.eof() || value.starts_with('-'))
+  if (!(in >> number) || !in.eof() || value.starts_with('-')) {
     refuse(std::string(option) + ": \"" + value + "\" is no number");
+  }
   return number;
 }
 
@@ -283,10 +285,11 @@ class JUnit {
     const std::string name = check.name, group = name.substr(0, name.find('.'));
     cases_ << "  <testcase classname=\"" << group << "\" name=\"" << name << "\" time=\""
            << outcome.seconds << "\">";
-    if (!outcome.failure.empty())
+    if (!outcome.failure.empty()) {
       cases_ << "<failure message=\"" << escaped(outcome.failure) << "\"/>";
-    else if (!outcome.leftOut.empty())
+    } else if (!outcome.leftOut.empty()) {
       cases_ << "<skipped message=\"" << escaped(outcome.leftOut) << "\"/>";
+    }
     if (!outcome.notes.empty()) {
       cases_ << "<system-out>";
       for (const std::string& line : outcome.notes) cases_ << escaped(line) << '\n';
@@ -328,8 +331,9 @@ bool chosen(const Check& check, const std::vector<std::string>& only) {
 
 int runAll(std::vector<const Check*> checks, const Options& options) {
   const Outcome load = inChild("");
-  if (!load.held)
+  if (!load.held) {
     refuse(trial.module + ": " + load.failure.substr(0, load.failure.rfind(" (seed")));
+  }
   const bool promises = load.notes == std::vector<std::string>{"SamplerInfo"} ||
                         std::ranges::any_of(options.only, [](const std::string& pattern) {
                           return pattern.starts_with("samplerinfo");
@@ -337,12 +341,14 @@ int runAll(std::vector<const Check*> checks, const Options& options) {
 
   const auto isPromise = [](const Check* check) { return matches("samplerinfo.*", check->name); };
   const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
-  if (checks.empty())
+  if (checks.empty()) {
     refuse(
         "--only matches promises of another library alone; they are tried if a pattern begins with "
         "samplerinfo");
-  if (erased)
+  }
+  if (erased) {
     std::puts("left out  samplerinfo.*: promises of another library, unless --only asks for them");
+  }
 
   int failed = 0, leftOut = 0;
   JUnit junit(options.junit);
@@ -389,16 +395,19 @@ int run(int argc, char** argv) {
   }
   if (options.rest.empty()) refuse("which module? --help shows the usage");
   if (options.show && options.rest.size() != 4) refuse("--show: which OUTPUT QUESTION GROUP?");
-  if (!options.show && options.rest.size() != 1)
+  if (!options.show && options.rest.size() != 1) {
     refuse("\"" + options.rest.back() + "\" is one argument too many");
+  }
   trial.module = options.rest[0];
-  if (!std::filesystem::is_regular_file(trial.module))
+  if (!std::filesystem::is_regular_file(trial.module)) {
     refuse(trial.module + (std::filesystem::exists(trial.module) ? ": no file" : ": no such file"));
+  }
   if (options.child) return runChild(*options.child);
   if (options.record == "tables") return print(tableLines());
   if (options.record == "results") return print(resultLines());
-  if (!options.record.empty())
+  if (!options.record.empty()) {
     refuse("--record: \"" + options.record + "\" is neither tables nor results");
+  }
   if (options.show) {
     if (showResults(options.rest[1], options.rest[2], options.rest[3])) return 0;
     refuse("--show: no such output, question (value, bounds, gradient) or group (0 to 19)");

@@ -85,8 +85,9 @@ const float* numbersOfLeaf(Input* input, Question question, const ShadingContext
 Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
     : Input(textureKind), kind(textureKind), samples(samplesOfAll) {
   numbersFor = numbersOfLeaf;
-  for (auto& row : numbersAt)
+  for (auto& row : numbersAt) {
     std::generate(row.begin(), row.end(), [&] { return random.number(); });
+  }
 }
 
 // ---- The network ----
@@ -137,8 +138,9 @@ void Network::addOutputs(const Instance& plugin) {
   for (const ParameterInfo& info : parametersOf(plugin.desc())) {
     if (isOutput(info)) add(name + '.' + info.name, plugin.texture(info.name), kindOf(info));
   }
-  for (const TextureKind kind : {COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM})
+  for (const TextureKind kind : {COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM}) {
     add(name, PluginBase::getInterface(plugin.object(), kTextureIds[kind].id), kind);
+  }
 }
 
 void Network::beginFrame() const {

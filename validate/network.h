@@ -145,8 +145,9 @@ bool isTimeUp();
 template <class Round>
 void forSeeds(int times, const Round& round) {
   std::size_t evaluations = 0;
-  for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed)
+  for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed) {
     evaluations += round(trial.seed);
+  }
   note(std::to_string(evaluations) + " evaluations");
 }
 

@@ -67,8 +67,9 @@ std::vector<std::string> exportsOf(const std::string& path, void* /*module*/) {
       const bool isGlobal = symbol.st_info >> 4 != STB_LOCAL;
       const std::string name = &texts.at(symbol.st_name);
       const bool isOfLinker = std::ranges::find(kOfLinker, name) != std::end(kOfLinker);
-      if (isGlobal && symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && !isOfLinker)
+      if (isGlobal && symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && !isOfLinker) {
         names.push_back(name);
+      }
     }
   }
   return names;

@@ -90,8 +90,9 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   }
   char buffer[4096];
   DWORD length = 0;
-  while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) && length > 0)
+  while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) && length > 0) {
     ending.output.append(buffer, length);
+  }
   CloseHandle(readEnd);
   CloseHandle(child.hProcess);
   CloseHandle(child.hThread);

@@ -67,8 +67,9 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
   if (description == nullptr) return {};
   const auto* infos = reinterpret_cast<const ParameterInfos*>(words(description)[0]);
   for (const ParameterInfo* info = infos->first; info != infos->last; ++info) {
-    if (info->name == nullptr)
+    if (info->name == nullptr) {
       fail(nameOf(desc) + ": a parameter's name: came null, expected a text");
+    }
   }
   return {infos->first, infos->last};
 }
@@ -78,8 +79,9 @@ Instance::Instance(void* desc) : desc_(desc), name_(nameOf(desc)), object_(nullp
   object_.reset(PluginDesc::newPlugin(desc, nullptr));
   if (object_ == nullptr) fail(name() + ".newPlugin: came null, expected an object");
   part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
-  if (part_ == nullptr)
+  if (part_ == nullptr) {
     fail(name() + ".getInterface(EXT_QUOR_PLUGIN): came null, expected an object");
+  }
 }
 
 void* Instance::called() const {
@@ -105,8 +107,9 @@ QuorPluginParameter* Instance::find(const char* parameter) const {
 
 QuorPluginParameter& Instance::parameter(const char* parameter) const {
   QuorPluginParameter* const found = find(parameter);
-  if (found == nullptr)
+  if (found == nullptr) {
     failExpectation(name() + ".getParameter(" + text(parameter) + ")", "null", "a parameter");
+  }
   return *found;
 }
 

@@ -112,8 +112,9 @@ int addVariables(dl_phdr_info* info, std::size_t /*size*/, void* data) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const Block segment{reinterpret_cast<const unsigned char*>(info->dlpi_addr + at->p_vaddr),
                         at->p_memsz};
-    if (search.address >= segment.first && search.address < segment.first + segment.size)
+    if (search.address >= segment.first && search.address < segment.first + segment.size) {
       holdsAddress = true;
+    }
     if ((at->p_flags & PF_W) != 0) writable.push_back(segment);
   }
   if (holdsAddress) search.found = writable;
@@ -161,15 +162,17 @@ RefusedLoad loadRefusing(int refuse) {
   close(output[1]);
   RefusedLoad load;
   char buffer[512];
-  for (ssize_t length; (length = read(output[0], buffer, sizeof buffer)) > 0;)
+  for (ssize_t length; (length = read(output[0], buffer, sizeof buffer)) > 0;) {
     load.debugOutput.append(buffer, static_cast<std::size_t>(length));
+  }
   close(output[0]);
   int status = 0;
   waitpid(child, &status, 0);
-  if (WIFSIGNALED(status))
+  if (WIFSIGNALED(status)) {
     load.ending = "signal " + std::to_string(WTERMSIG(status));
-  else if (!progress->wentOn)
+  } else if (!progress->wentOn) {
     load.ending = "exit code " + std::to_string(WEXITSTATUS(status));
+  }
   load.refused = progress->refused;
   munmap(progress, sizeof(Progress));
   return load;

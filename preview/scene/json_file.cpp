@@ -129,8 +129,9 @@ class Builder {
       while (*--begin != '"') {
       }
       escaped = false;
-      for (const char* before = begin; before != text_.data() && *--before == '\\';)
+      for (const char* before = begin; before != text_.data() && *--before == '\\';) {
         escaped = !escaped;
+      }
     }
     return begin;
   }

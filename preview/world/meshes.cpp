@@ -201,8 +201,9 @@ class ObjLines {
                          const std::string& word) {
     std::int32_t index = 0;
     const auto [behind, error] = std::from_chars(begin, end, index);
-    if (error == std::errc::invalid_argument)
+    if (error == std::errc::invalid_argument) {
       failAtLine("\"" + shortened(word) + "\" is no corner");
+    }
     if (error != std::errc() || index == 0 || -std::int64_t{index} > counts_[kind]) {
       failAtLine("there is no " + (kKinds[kind] + (" " + shortened({begin, behind}))));
     }

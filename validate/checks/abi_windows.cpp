@@ -88,10 +88,12 @@ void expectWord(const char* name, const char* what, std::uint32_t came, std::uin
 
 template <class Answer>
 void expectGuards(const char* name, const Guarded<Answer>& guarded) {
-  for (const std::uint32_t word : guarded.before)
+  for (const std::uint32_t word : guarded.before) {
     expectWord(name, "before the answer", word, kGuard);
-  for (const std::uint32_t word : guarded.after)
+  }
+  for (const std::uint32_t word : guarded.after) {
     expectWord(name, "behind the answer", word, kGuard);
+  }
 }
 
 /// Calls an operation and looks at what it leaves behind.
@@ -180,8 +182,9 @@ CHECK("abi.stack",
       for (alignment = 0; alignment < 16; alignment += 4) {
         float came[12];
         askTexture(asked, came);
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
           expect(network.question(n) + ", " + stack(), came[i], expected[i]);
+        }
       }
     }
     return 5 * network.questions();
@@ -306,8 +309,9 @@ BOOL WINAPI disableThreadLibraryCalls(HMODULE module) {
   if (getLibDesc == nullptr) return TRUE;
   ++atDisabling.calls;
   void* const library = getLibDesc();
-  if (words(library)[0] != nullptr)
+  if (words(library)[0] != nullptr) {
     atDisabling.plugins = PluginLibDesc::enumPluginDescs(library, nullptr);
+  }
   return TRUE;
 }
 
@@ -339,8 +343,9 @@ CHECK("samplerinfo.unloading",
   std::vector<void*> expected;
   {
     const Loaded module;
-    for (void* desc : enumerate(module.library()).descs)
+    for (void* desc : enumerate(module.library()).descs) {
       expected.push_back(words(desc)[PLUGIN_DESC_PARAMETERS]);
+    }
     divert(symbolOf(GetModuleHandleA("quor.dll"), "??1QuorParameterListDesc@QUtils@@QAE@XZ"),
            reinterpret_cast<void*>(&noteDestroyed));
   }

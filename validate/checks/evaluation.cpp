@@ -85,10 +85,11 @@ CHECK("evaluation.reload", "a module that is unloaded and loaded again gives the
     for (const bool again : {false, true}) {
       const Loaded module;
       const Network network({.descs = enumerate(module.library()).descs, .seed = seed});
-      if (again)
+      if (again) {
         network.expectAnswers("asked of the module loaded again", first);
-      else
+      } else {
         first = network.answers();
+      }
     }
     return 2 * first.size();
   });
@@ -119,10 +120,11 @@ CHECK("evaluation.records", "frames and questions leave the records of the host 
     const std::vector before(records.begin(), records.end());
     const auto expectUnchanged = [&](const std::string& when) {
       const auto changed = std::ranges::mismatch(records, before).in1;
-      if (changed != records.end())
+      if (changed != records.end()) {
         failExpectation(when + ": records of the host",
                         "byte " + std::to_string(changed - records.begin()) + " written",
                         "nothing written");
+      }
     };
     network.beginFrame();
     expectUnchanged("a frame begun");
@@ -148,12 +150,14 @@ CHECK("evaluation.asked_once",
       for (Leaf& leaf : network.leaves()) {
         for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
           const int asked = leaf.asked[question];
-          if (asked > 1)
+          if (asked > 1) {
             failExpectation(network.question(n), "an input asked " + text(asked) + " times",
                             "at most once");
-          if (question != BOUNDS && asked != 0 && leaf.askedWith[question] != context)
+          }
+          if (question != BOUNDS && asked != 0 && leaf.askedWith[question] != context) {
             failExpectation(network.question(n), "an input asked with another context",
                             "with that of the question");
+          }
         }
         leaf.asked = {};
       }

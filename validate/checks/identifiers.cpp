@@ -29,10 +29,12 @@ void expectOnlyWhatItHas(const std::string& nameOfObject, void* object) {
     if (part == nullptr) continue;
     const std::string asked = nameOfObject + ".getInterface(" + text(id) + ")";
     expect(asked + "->getInterfaceId()", PluginInterface::getInterfaceId(part), id);
-    if (void* owner = PluginInterface::getPlugin(part))
+    if (void* owner = PluginInterface::getPlugin(part)) {
       expect(asked + "->getPlugin()", owner, object);
-    if (const char* name = PluginInterface::getInterfaceName(part))
+    }
+    if (const char* name = PluginInterface::getInterfaceName(part)) {
       expectUtf8(asked + "->getInterfaceName()", name);
+    }
     expect(asked + " again", PluginBase::getInterface(object, id), part);
     PluginInterface::release(part);
     expect(asked + " after release", PluginBase::getInterface(object, id), part);
@@ -83,8 +85,9 @@ CHECK("identifiers.outputs",
       if (texture == nullptr) fail(output + ": came null, expected a texture");
       const Identifier& expected = kTextureIds[kindOf(info)];
       expect(output + ".getInterfaceId()", PluginInterface::getInterfaceId(texture), expected.id);
-      if (const char* name = PluginInterface::getInterfaceName(texture))
+      if (const char* name = PluginInterface::getInterfaceName(texture)) {
         expect(output + ".getInterfaceName()", name, expected.name);
+      }
       if (void* object = PluginInterface::getPlugin(texture)) expectOnlyWhatItHas(output, object);
       PluginInterface::release(texture);
       expect(output + " after release", instance.texture(info.name), texture);

@@ -97,8 +97,9 @@ CHECK("interfaces.objects",
     for (const ParameterInfo& info : parametersOf(desc)) {
       void* const texture = isOutput(info) ? instance.texture(info.name) : nullptr;
       if (texture == nullptr) continue;
-      if (void* object = PluginInterface::getPlugin(texture))
+      if (void* object = PluginInterface::getPlugin(texture)) {
         expectTaken(instance.name() + '.' + info.name, object);
+      }
     }
   }
 }

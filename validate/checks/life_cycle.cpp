@@ -26,8 +26,9 @@ CHECK("life_cycle.none", "deletePlugin takes null") {
 }
 
 void expectDifferent(const std::string& ofWhat, void* ofOne, void* ofOther) {
-  if (ofOne == ofOther)
+  if (ofOne == ofOther) {
     failExpectation(ofWhat + ", two instances", text(ofOne) + " twice", "one for each");
+  }
 }
 
 CHECK("life_cycle.two_instances", "two instances of a plugin share neither objects nor values") {

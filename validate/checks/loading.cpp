@@ -16,8 +16,9 @@ void expectMapped(const std::string& when, bool expected) {
 CHECK("loading.export", "the module exports getLibDesc and nothing else") {
   const Loaded module;
   std::string names;
-  for (const std::string& name : exportsOf(trial.module, module.handle()))
+  for (const std::string& name : exportsOf(trial.module, module.handle())) {
     names += (names.empty() ? "" : " ") + name;
+  }
   expect("exports", names, "getLibDesc");
 }
 

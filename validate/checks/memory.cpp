@@ -65,13 +65,15 @@ CHECK("memory.unchanged",
     for (const Block& block : blocksLeft()) {
       std::string owner = "memory allocated before";
       for (const Instance& plugin : network.plugins()) {
-        if (plugin.object() >= block.first && plugin.object() < block.first + block.size)
+        if (plugin.object() >= block.first && plugin.object() < block.first + block.size) {
           owner = plugin.name();
+        }
       }
       copies.emplace_back(owner, block);
     }
-    for (const Block& variables : variablesAround(library()))
+    for (const Block& variables : variablesAround(library())) {
       copies.emplace_back("the module's variables", variables);
+    }
     for (std::size_t n = 0; n < questions; ++n) {
       network.answer(n);
       for (const Copy& copy : copies) {
@@ -122,8 +124,9 @@ Fault live(void* desc, AddedInterface& added, Thrown allowed) {
   const auto attempt = [&](const char* name, const auto& call) {
     if (fault.call != nullptr) return;
     Attempt result = attemptOnce(allowed, call);
-    if (result == Attempt::REFUSED && refusedSoFar() != Asker::NOBODY)
+    if (result == Attempt::REFUSED && refusedSoFar() != Asker::NOBODY) {
       result = attemptOnce(allowed, call);
+    }
     if (result == Attempt::WRONG) fault = {name, "another exception"};
     if (result == Attempt::REFUSED) fault = {name, "a refusal without a refused request"};
   };
@@ -162,10 +165,11 @@ void refuseInLife(Thrown allowed) {
       const Fault fault = live(desc, added, allowed);
       const Watched watched = stopWatching();
       const std::string asked = name + ", request " + text(request) + " of its life refused";
-      if (fault.call != nullptr)
+      if (fault.call != nullptr) {
         failExpectation(asked + ": " + fault.call, fault.came,
                         std::string("success, or once char*") +
                             (allowed == Thrown::TEXT ? "" : " or std::bad_alloc"));
+      }
       expect(asked + ": blocks left", watched.left, 0);
       expect(asked + ": releases", added.releases, 1);
       if (watched.refused == Asker::NOBODY) break;
@@ -221,9 +225,10 @@ CHECK("samplerinfo.memory.refused_at_load",
     for (const char* line : {"[operator new] failed (size is ", "Getting free heap memory.\n",
                              "heapstatus=", "Number of blocks visited: "}) {
       at = load.debugOutput.find(line, at);
-      if (at == std::string::npos)
+      if (at == std::string::npos) {
         failExpectation(asked + ": debug output", text(load.debugOutput),
                         "lines with " + text(line));
+      }
     }
   });
 }

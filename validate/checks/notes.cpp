@@ -61,8 +61,9 @@ void placeSamples(Samples& samples, Random& random) {
   samples.host.services.cameraMoving = 0;
   ShadingContext& centre = samples.contexts[0];
   centre.shadingPoint = {random.ordinary() / 8.0, random.ordinary() / 8.0, random.ordinary() / 8.0};
-  for (Vector* direction : {&centre.rayDirection, &centre.normal, &centre.geometricNormal})
+  for (Vector* direction : {&centre.rayDirection, &centre.normal, &centre.geometricNormal}) {
     *direction = ofUnitLength(*direction);
+  }
   centre.rayTime = (random.ordinary() + 8) / 16;
   samples.contexts.fill(ShadingContext(centre));
   for (const Distance distance : {FAR, NEAR}) {
@@ -103,10 +104,11 @@ void noteTallies(const std::map<std::string, Tally>& outputs, const char* what) 
   int never = 0;
   for (const auto& [output, tally] : outputs) {
     never += tally.times == 0;
-    if (tally.times != 0)
+    if (tally.times != 0) {
       note(formatted("%s: %s in %.1f %% of %d trials, by up to %.3g, such as %s", output.c_str(),
                      what, 100.0 * tally.times / tally.trials, tally.trials, tally.farthest,
                      tally.example.c_str()));
+    }
   }
   note(formatted("%d of %d outputs never", never, static_cast<int>(outputs.size())));
 }
@@ -122,8 +124,9 @@ void forTrials(const Judge& judge) {
       placeSamples(network.samples(), random);
       for (Leaf& leaf : network.leaves()) leaf.numbersFor = linearNumbers;
       const std::vector<Answer> answers = network.answers();
-      for (std::size_t n = 0; n + Samples::kCount <= answers.size(); n += Samples::kCount)
+      for (std::size_t n = 0; n + Samples::kCount <= answers.size(); n += Samples::kCount) {
         judge(network.asked(n), &answers[n]);
+      }
     }
   }
 }

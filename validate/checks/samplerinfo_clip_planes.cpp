@@ -112,12 +112,14 @@ CHECK("samplerinfo.clip_planes.race",
     for (int i = 0; i < kThreads; ++i) {
       threads[i] = std::jthread([&, i] {
         if (i < kEarly) ++arrived;
-        while (i >= kEarly && evaluated.load(std::memory_order_relaxed) == 0)
+        while (i >= kEarly && evaluated.load(std::memory_order_relaxed) == 0) {
           std::this_thread::yield();
-        if (i % 2 == 0)
+        }
+        if (i % 2 == 0) {
           expect("cameraNearClipPlane " + when, sampler.nearPlane(host), nearest);
-        else
+        } else {
           expect("cameraFarClipPlane " + when, sampler.farPlane(host), 5000);
+        }
         evaluated.store(1, std::memory_order_relaxed);
       });
     }

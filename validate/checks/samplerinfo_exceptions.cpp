@@ -83,9 +83,10 @@ CHECK("samplerinfo.refusal",
   const Instance instance(descriptor("TexFloatOp"));
   prepareRefusal();
   expectRefusal(instance.object());
-  if (canDamageHeap())
+  if (canDamageHeap()) {
     expect("message while the heap is damaged", refuseNameInDamagedHeap(instance.object()),
            " Heap is reported damaged.\n");
+  }
   expectRefusal(instance.object());
   Plugin::setPluginName(instance.object(), "small");
 }

@@ -156,8 +156,9 @@ CHECK("samplerinfo.shader_source",
       expectAnswer(row.kind, other, 0);
     }
     for (const std::string other :
-         {"materialDescriptor", "MaterialDescriptor ", "MaterialDescripto"})
+         {"materialDescriptor", "MaterialDescriptor ", "MaterialDescripto"}) {
       expectAnswer(row.kind, other, 0);
+    }
   }
 }
 

@@ -99,9 +99,10 @@ class Sweep {
     bool hasMode = false;
     for (const ParameterInfo& info : parametersOf(desc)) {
       const std::string_view name = info.name;
-      if (isOutput(info))
+      if (isOutput(info)) {
         outputs_.push_back(
             {plugin_.name() + '.' + info.name, info.name, kindOf(info), -1, name == "power", {}});
+      }
       if (isTextureInput(info)) inputs_.push_back({info.name, kindOf(info), Input(kindOf(info))});
       hasMode = hasMode || name == "mode";
     }
@@ -120,8 +121,9 @@ class Sweep {
           float numbers[12];
           const int count = askOutput(output, question, numbers);
           if (output.usesPower && question != GRADIENT) {
-            if (row < kPowerRows)
+            if (row < kPowerRows) {
               lines.push_back(powerLine(output, question, row, {numbers, numbers + count}));
+            }
           } else {
             digest(output.digests[question][static_cast<std::size_t>(row / kGroupRows)], numbers,
                    count);
@@ -281,10 +283,11 @@ struct Line {
     words >> key >> question;
     key += ' ' + question;
     for (std::string word; words >> word;) {
-      if (word.size() < 8)
+      if (word.size() < 8) {
         row = std::atoi(word.c_str());
-      else
+      } else {
         numbers.push_back(word);
+      }
     }
   }
 };
@@ -330,8 +333,9 @@ std::vector<std::string> resultLines() {
 
 bool showResults(const std::string& output, const std::string& question, const std::string& group) {
   if (group.empty() || group.size() > 2 ||
-      group.find_first_not_of("0123456789") != std::string::npos)
+      group.find_first_not_of("0123456789") != std::string::npos) {
     return false;
+  }
   for (const Question each : {VALUE, BOUNDS, GRADIENT}) {
     if (question != kQuestionNames[each] || std::stoi(group) >= kGroups) continue;
     for (void* desc : descriptors()) {

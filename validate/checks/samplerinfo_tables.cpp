@@ -41,8 +41,9 @@ std::vector<std::string> tableLines() {
     add("plugin", PluginDesc::getPluginName(desc));
     lines.push_back("  id " + text(PluginDesc::getPluginId(desc)));
     for (const Identifier& announced : {kPlugin, kTextureIds[COLOR], kShader}) {
-      if (PluginDesc::supportsInterface(desc, announced.id) != 0)
+      if (PluginDesc::supportsInterface(desc, announced.id) != 0) {
         lines.push_back(std::string("  announces ") + announced.name);
+      }
     }
     const Instance instance(desc);
     for (const Identifier& kind : {kPlugin, kTextureIds[COLOR], kShader, kTextureIds[NUMBER]}) {
@@ -57,8 +58,9 @@ std::vector<std::string> tableLines() {
     for (const ParameterInfo& info : parametersOf(desc)) {
       std::string line = std::string("  ") + kTypes[info.type] + ' ' + text(info.name);
       if (!isOutput(info)) line += ", flags " + text(info.flags);
-      if (info.type == PARAM_INTEGER || info.type == PARAM_BOOLEAN)
+      if (info.type == PARAM_INTEGER || info.type == PARAM_BOOLEAN) {
         line += ", first " + text(info.initial);
+      }
       lines.push_back(line);
       add("    help", info.help);
       if (info.text != nullptr) add("    text", info.text);

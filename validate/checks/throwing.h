@@ -8,8 +8,9 @@
 namespace validate {
 
 inline void leaveOutForeignExceptions() {
-  if (kMicrosoft)
+  if (kMicrosoft) {
     leaveOut("this program's exceptions are not those that the module's compiler knows");
+  }
 }
 
 /// Whether the call throws what the hosts here throw.
