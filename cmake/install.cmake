@@ -11,10 +11,12 @@ else()
 endif()
 
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
+install(FILES LICENSE DESTINATION ${document_folder} COMPONENT plugin)
 # Documents, and the example that they link to, beside each other as here.
 install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md SECURITY.md
   DESTINATION ${document_folder} COMPONENT documents)
-install(DIRECTORY docs examples DESTINATION ${document_folder} COMPONENT documents)
+install(DIRECTORY docs examples DESTINATION ${document_folder} COMPONENT documents
+  PATTERN build EXCLUDE)
 install(DIRECTORY scenes DESTINATION ${scene_folder} COMPONENT documents)
 
 if(WIN32)

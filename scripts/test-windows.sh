@@ -18,6 +18,7 @@ excuse() {
   why_not=$1
 }
 
+# The subshell outlives the program, so that what it says of a killed one is not seen, either.
 executes_32_bit_programs() {
   (timeout -k 5 10 /lib/ld-linux.so.2 --version || exit) >/dev/null 2>&1
 }

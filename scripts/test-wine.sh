@@ -33,5 +33,5 @@ step "Wine" start_wine
 step "test windows-x86" timeout 300 \
   ctest --preset windows-x86 --label-regex emulated --parallel "$(nproc)"
 step "test windows-x86-mingw" timeout 300 ctest --preset windows-x86-mingw --parallel "$(nproc)"
-echo "Executed under $(timeout 30 wine --version): the validator on the library with Microsoft's layout, and the"
-echo "unit tests on the MinGW build."
+echo "Executed under $(timeout 30 wine --version): the validator on the library with Microsoft's layout and on broken"
+echo "modules, and the unit tests on the MinGW build."

@@ -44,8 +44,8 @@ Options:
   --list          prints the checks and what each of them wants to hold; those without a mutant, a
                   broken module that they are seen to fail, say so
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
-  --seconds S     evaluates for so long in each check that evaluates, as a soak
-  --timeout S     gives each check so long (default 240, with --seconds more)
+  --seconds S     goes on for so long in each check of random networks, and in loading.rounds
+  --timeout S     gives each check so long (default 240), and ten times --seconds more
   --junit FILE    writes the report as JUnit's XML, too
   --help, --version
 

@@ -45,7 +45,7 @@ target_link_libraries(windows_runtime PRIVATE windows_headers)
 target_link_options(windows_runtime INTERFACE
   LINKER:/machine:x86 LINKER:/nodefaultlib LINKER:/safeseh LINKER:/opt:ref LINKER:/timestamp:0)
 
-foreach(dll msvcrt kernel32 ntdll)
+foreach(dll msvcrt kernel32)
   set(_import_library ${CMAKE_BINARY_DIR}/${dll}.lib)
   add_custom_command(OUTPUT ${_import_library} DEPENDS ${_folder}/${dll}.def VERBATIM
     COMMAND llvm-dlltool -m i386 -k -d ${_folder}/${dll}.def -l ${_import_library})

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A module of its own for the same host, written with nothing but the sdk: one plugin, a clamp.
-
+// A whole module, written with nothing but the sdk: one plugin, a clamp.
 #include "frame/plugin.h"
 
 namespace {

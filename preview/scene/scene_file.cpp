@@ -19,9 +19,10 @@ namespace preview {
 namespace {
 
 constexpr double kMinLength = 1e-6;             // of world space: shapes, the camera and its target
-constexpr double kMaxLength = 1e6;              // of world space; scale, degrees and "up", too
+constexpr double kMaxLength = 1e6;              // of world space
 constexpr double kMaxPosition = 1e9;            // of world space
 constexpr double kMinScale = 1e-6;              // of objects
+constexpr double kMaxFactor = 1e6;              // of scales, degrees and "up"
 constexpr double kMinSine = 1e-6;               // of the angle between a camera's view and "up"
 constexpr double kMinFov = 0.1, kMaxFov = 170;  // degrees
 constexpr std::size_t kMaxName = 64;            // letters
@@ -208,7 +209,7 @@ CameraKey readCameraKey(const Item& item) {
   const bool good = item.attempt([&] {
     item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
                {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
-               {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxLength)); }}});
+               {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxFactor)); }}});
   });
   if (!good) return key;
   const DVector& p = key.position;
@@ -303,17 +304,17 @@ struct Placement {
 
 DVector readScale(const Item& item) {
   if (!item.isList()) {
-    const double factor = item.number(kMinScale, kMaxLength);
+    const double factor = item.number(kMinScale, kMaxFactor);
     return {factor, factor, factor};
   }
-  return item.dvector(kMinScale, kMaxLength);
+  return item.dvector(kMinScale, kMaxFactor);
 }
 
 PreciseTransform readTransform(const Item& item) {
   Placement placement;
   item.read(
       {{"scale", [&](const Item& v) { placement.scale = readScale(v); }},
-       {"rotate", [&](const Item& v) { placement.degrees = v.dvector(kMaxLength); }},
+       {"rotate", [&](const Item& v) { placement.degrees = v.dvector(kMaxFactor); }},
        {"translate", [&](const Item& v) { placement.translation = v.dvector(kMaxPosition); }}});
   return placement.toTransform();
 }

@@ -39,7 +39,8 @@ for part in plugin tools sdk documents; do
 done
 diff <(cd "$tree" && find . -type f -printf '%P\n' | sort) \
   <(cd "$work" && find plugin tools sdk documents -type f -printf '%P\n' | sort -u) || fail "the parts are not the whole"
-[[ $(find "$work/plugin" -type f -printf '%P\n') == lib/quor/plugins/SamplerInfo.so ]] || fail "the plugin is not alone"
+[[ $(find "$work/plugin" -type f -printf '%f\n' | sort | xargs) == "LICENSE SamplerInfo.so" ]] ||
+  fail "the plugin is not alone"
 
 echo "==> the documents' links"
 documents=$work/documents/share/doc/samplerinfo

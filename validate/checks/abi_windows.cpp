@@ -101,8 +101,7 @@ template <int number, class Result, class... Parameters>
 Result call(const char* name, const Operation<number, Result(Parameters...)>& /*operation*/,
             void* self, std::type_identity_t<Parameters>... arguments) {
   constexpr bool kIsRecord = std::is_class_v<Result>;
-  Guarded<std::conditional_t<kIsRecord, Result, char*>> record;
-
+  Guarded<std::conditional_t<kIsRecord, Result, char>> record;  // for a record
   std::vector<std::uint32_t> words;
   const auto push = [&words](const auto& argument) {
     const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
@@ -125,8 +124,8 @@ Result call(const char* name, const Operation<number, Result(Parameters...)>& /*
   expectWord(name, "ebp", now.ebp, kEbp);
   expectWord(name, "direction flag", now.flags & 0x400, 0);
   expectWord(name, "x87 registers that are free", now.x87[2] & 0xFFFF, 0xFFFF);
-  expectGuards(name, record);
   if constexpr (kIsRecord) {
+    expectGuards(name, record);
     expectWord(name, "eax, where the record is", now.eax, words[0]);
     return record.answer;
   } else if constexpr (std::is_same_v<Result, float>) {
@@ -263,12 +262,12 @@ CHECK("abi.registers",
 
 // ---- Memory ----
 
-/// Destroys a new plugin through the part with that identifier, if it has one; through itself for
-/// 0.
+/// Destroys a new plugin through the part with that identifier, if it has one. An `id` of 0 stands
+/// for the plugin itself.
 void destroy(void* desc, std::uint64_t id, std::uint32_t flags) {
   constexpr Operation<slot(1), void*(std::uint32_t flags)> kDestructor{"the destructor"};
-  const std::string asked =
-      nameOf(desc) + ", destroyed through " + text(id) + " with " + text(flags);
+  const std::string asked = nameOf(desc) + ", destroyed through " +
+                            (id != 0 ? text(id) : "itself") + " with " + text(flags);
   const std::size_t before = heapInUse();
   void* const plugin = PluginDesc::newPlugin(desc, nullptr);
   if (heapInUse() == before) leaveOut("the module does not allocate in msvcrt.dll");
