@@ -14,7 +14,7 @@ namespace twins {
 struct Pair {
   std::string plugin;
   std::string output;        ///< empty: the texture that the plugin itself is
-  std::string setting = "";  ///< a number of the plugin that is set for this pair, or empty
+  std::string setting = {};  ///< a number of the plugin that is set for this pair, or empty
   std::int32_t setTo = 0;    ///< what it is set to
   std::vector<std::string> inputs = {};
   std::shared_ptr<PluginInterface> twin = nullptr;

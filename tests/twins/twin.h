@@ -115,8 +115,8 @@ TWIN_INLINE inline Interval pairedCorners(const Interval& a, const Interval& b, 
   return paired(op(a.lo, b.lo), op(a.lo, b.hi), op(a.hi, b.lo), op(a.hi, b.hi));
 }
 
-using Times = std::multiplies<float>;
-using Over = std::divides<float>;
+using Times = std::multiplies<>;
+using Over = std::divides<>;
 using Less = std::less<float>;
 using Greater = std::greater<float>;
 struct Plus {
