@@ -31,17 +31,17 @@ struct ValueAt {
 class FloatBounds {
  public:
   FloatBounds(const TextureFloatInterface* input, float substitute)
-      : bounds{substitute, substitute} {
-    if (input != nullptr) input->getFloatBounds(bounds.lo, bounds.hi);
+      : bounds_{substitute, substitute} {
+    if (input != nullptr) input->getFloatBounds(bounds_.lo, bounds_.hi);
   }
   FloatBounds(const FloatBounds&) = delete;
   void operator=(const FloatBounds&) = delete;
 
   // NOLINTNEXTLINE(google-explicit-constructor): wherever an interval is computed with
-  operator Interval() const { return loadedSingly(bounds); }
+  operator Interval() const { return loadedSingly(bounds_); }
 
  private:
-  Interval bounds;
+  Interval bounds_;
 };
 
 struct Bounds {
