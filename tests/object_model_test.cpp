@@ -48,6 +48,44 @@ TEST(ObjectModel, CallsTheHostInItsOrder) {
   EXPECT_EQ(host.calls.str() + '\n', expected.str());
 }
 
+TEST(ObjectModel, AnInputTakesATextureAnObjectOrAnOutputOfOne) {
+  Instance number("TexFloatOp");
+  Instance color("TexAColorOp");
+  Instance target("TexAColorOp");
+  PluginBase* const numbers = &number.object();
+  PluginBase* const colors = &color.object();
+  const PluginInterface* const before = number.texture("sin");
+  const auto object = [](PluginBase* of, const char* output) {
+    return QuorPluginParameter::Value{.connection = {of, output}};
+  };
+  const struct {
+    const char* input;
+    ParameterKind kind;
+    QuorPluginParameter::Value value;
+    const PluginInterface* connected;  ///< `before` if it is refused
+  } cases[] = {
+      {"mult_a", ParameterKind::Object, object(numbers, "sum"), number.texture("sum")},
+      {"mult_a", ParameterKind::Object, object(colors, "red"), color.texture("red")},
+      {"mult_a", ParameterKind::Object, object(colors, "sum"), before},    // a colour
+      {"mult_a", ParameterKind::Object, object(numbers, "cube"), before},  // no output
+      {"mult_a", ParameterKind::Object, object(numbers, "float_a"), before},
+      {"mult_a", ParameterKind::Object, object(numbers, nullptr), before},  // is no texture
+      {"mult_a", ParameterKind::Object, object(nullptr, nullptr), nullptr},
+      {"mult_a", ParameterKind::Interface, {.iface = color.texture("sum")}, before},
+      {"mult_a", ParameterKind::Interface, {.iface = nullptr}, nullptr},
+      {"mult_a", ParameterKind::Integer, {.integer = 1}, before},
+      {"color_a", ParameterKind::Object, object(colors, nullptr), color.texture("")},
+      {"red", ParameterKind::Object, object(colors, "red"), target.texture("red")},  // an output
+  };
+  for (const auto& [input, kind, value, connected] : cases) {
+    EXPECT_TRUE(target.connect("mult_a", number.texture("sin")));
+    QuorPluginParameter parameter{input, kind, value};
+    const bool taken = connected != before && std::string(input) != "red";
+    EXPECT_EQ(target.plugin().setParameter(&parameter), taken ? 1 : 0) << input;
+    EXPECT_EQ(target.plugin().getParameter(modifiable(input))->value.iface, connected) << input;
+  }
+}
+
 /// A descriptor that describes no parameters.
 struct BareDesc final : QuorPluginDesc {
   BareDesc() : QuorPluginDesc(nullptr) {}
