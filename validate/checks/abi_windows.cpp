@@ -101,7 +101,7 @@ template <int number, class Result, class... Parameters>
 Result call(const char* name, const Operation<number, Result(Parameters...)>& /*operation*/,
             void* self, std::type_identity_t<Parameters>... arguments) {
   constexpr bool kIsRecord = std::is_class_v<Result>;
-  Guarded<std::conditional_t<kIsRecord, Result, char>> record;  // for a record
+  Guarded<std::conditional_t<kIsRecord, Result, char>> record;  // only used if the answer is one
   std::vector<std::uint32_t> words;
   const auto push = [&words](const auto& argument) {
     const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
