@@ -1,13 +1,17 @@
 # SPDX-License-Identifier: MIT
-# What is installed, and packed by CPack: the plugin, the tools, the sdk with which others build plugins, the documents.
+# What is installed, and packed by CPack: the plugin, the tools, the sdk with which others build plugins (it needs the
+# tools' stand-in), the documents.
 if(WIN32)
   set(plugin_folder .)
   set(document_folder doc)
   set(scene_folder doc)
 else()
-  set(plugin_folder lib/quor/plugins)
-  set(document_folder share/doc/samplerinfo)
-  set(scene_folder share/samplerinfo)
+  include(GNUInstallDirs)
+  set(plugin_folder ${CMAKE_INSTALL_LIBDIR}/quor/plugins)
+  set(standin_folder ${CMAKE_INSTALL_LIBDIR}/quor/standin)  # where no loader finds it in place of the host's library
+  set(sdk_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Quor)
+  set(document_folder ${CMAKE_INSTALL_DATADIR}/doc/samplerinfo)
+  set(scene_folder ${CMAKE_INSTALL_DATADIR}/samplerinfo)
 endif()
 
 install(TARGETS samplerinfo LIBRARY DESTINATION ${plugin_folder} COMPONENT plugin)
@@ -28,30 +32,34 @@ install(FILES ${PROJECT_BINARY_DIR}/scenes DESTINATION ${document_folder} COMPON
 
 install(FILES
   host/api.h host/parameters.h host/plugin_host.h host/records.h host/shading_context.h host/types.h
-  DESTINATION include/quor/host COMPONENT sdk)
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quor/host COMPONENT sdk)
 install(FILES
   frame/plugin.h frame/plugin_base.h frame/plugin_desc.h frame/texture_interfaces.h
-  DESTINATION include/quor/frame COMPONENT sdk)
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quor/frame COMPONENT sdk)
 set_target_properties(object_model PROPERTIES EXPORT_NAME sdk OUTPUT_NAME quor_sdk)
 set_target_properties(quor PROPERTIES EXPORT_NAME standin)
-target_include_directories(object_model INTERFACE $<INSTALL_INTERFACE:include/quor>)
+target_include_directories(object_model INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quor>)
 target_compile_features(object_model INTERFACE $<INSTALL_INTERFACE:cxx_std_20>)
 # Whatever a module instantiates of `std` would be exported, and keep it loaded.
 target_compile_options(object_model INTERFACE
   $<INSTALL_INTERFACE:$<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>>)
 set(is_module $<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>)
 target_link_options(object_model INTERFACE
-  $<INSTALL_INTERFACE:$<${is_module}:LINKER:--version-script=$<INSTALL_PREFIX>/lib/cmake/Quor/exports.map>>)
-install(FILES cmake/exports.map DESTINATION lib/cmake/Quor COMPONENT sdk)
-install(TARGETS quor DESTINATION lib COMPONENT tools)
-install(TARGETS object_model quor EXPORT Quor DESTINATION lib COMPONENT sdk)
+  $<INSTALL_INTERFACE:$<${is_module}:LINKER:--version-script=$<INSTALL_PREFIX>/${sdk_folder}/exports.map>>)
+install(FILES cmake/exports.map DESTINATION ${sdk_folder} COMPONENT sdk)
+install(TARGETS quor EXPORT Quor DESTINATION ${standin_folder} COMPONENT tools)
+install(TARGETS object_model EXPORT Quor DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk)
 install(EXPORT Quor NAMESPACE Quor:: FILE QuorConfig.cmake
-  DESTINATION lib/cmake/Quor COMPONENT sdk)
+  DESTINATION ${sdk_folder} COMPONENT sdk)
 include(CMakePackageConfigHelpers)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
-  DESTINATION lib/cmake/Quor COMPONENT sdk)
+  DESTINATION ${sdk_folder} COMPONENT sdk)
+
+string(REGEX REPLACE "[^/]+" .. up_from_pc ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(cmake/quor-sdk.pc.in quor-sdk.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/quor-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT sdk)
 
 find_program(HELP2MAN help2man)
 if(NOT HELP2MAN)
@@ -61,10 +69,11 @@ endif()
 # install_tool(TARGET WHAT [COMMAND...]): a program with its manual pages, one for each of its commands, and
 # completion. WHAT it does is the title of its page; what a command does is the first line of its help.
 function(install_tool tool what)
-  set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/../lib)
-  install(TARGETS ${tool} DESTINATION bin COMPONENT tools)
+  file(RELATIVE_PATH standin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${standin_folder})
+  set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/${standin})
+  install(TARGETS ${tool} COMPONENT tools)
   install(FILES cmake/completion.bash RENAME ${tool}
-    DESTINATION share/bash-completion/completions COMPONENT tools)
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
   if(NOT HELP2MAN)
     return()
   endif()

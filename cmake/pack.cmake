@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Run by CPack on the tree that it packs: adds what a kind of package wants beside what is installed.
+cmake_policy(VERSION 3.25)
 set(tree "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
 
 # CPack strips programs and shared libraries alone.
@@ -15,26 +16,21 @@ if(CPACK_GENERATOR STREQUAL "ZIP")
     file(SHA256 "${tree}/${file}" sum)
     file(APPEND "${tree}/SHA256SUMS" "${sum}  ${file}\n")
   endforeach()
-elseif(CPACK_GENERATOR STREQUAL "DEB")
-  set(documents "${tree}/usr/share/doc/${CPACK_PACKAGE_NAME}")
+elseif(CPACK_GENERATOR STREQUAL "DEB")  # a folder for each component, which becomes a package
+  set(documents "${tree}/documents/usr/share/doc/samplerinfo")
   file(READ "${documents}/LICENSE" ours)
   file(READ "${documents}/docs/licences.md" others)
   string(REGEX REPLACE ".*\n(What is compiled in)" "\\1" notices "${others}")
-  file(WRITE "${documents}/copyright" "${ours}\n${notices}")
-
   string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
-  file(WRITE "${documents}/changelog" "${CPACK_PACKAGE_NAME} (${CPACK_PACKAGE_VERSION}) stable; urgency=medium\n
+  file(REMOVE "${tree}/plugin/usr/share/doc/samplerinfo/LICENSE")  # the copyright says it
+  foreach(component plugin tools sdk documents)
+    string(TOUPPER ${component} upper)
+    set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    set(folder "${tree}/${component}/usr/share/doc/${package}")
+    file(WRITE "${folder}/copyright" "${ours}\n${notices}")
+    file(WRITE "${folder}/changelog" "${package} (${CPACK_PACKAGE_VERSION}) stable; urgency=medium\n
   * See CHANGELOG.md.\n
  -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
-  execute_process(COMMAND gzip -9n "${documents}/changelog" COMMAND_ERROR_IS_FATAL ANY)
-
-  file(WRITE "${tree}/usr/share/lintian/overrides/${CPACK_PACKAGE_NAME}"
-"# The host's library has no version in its name, so its stand-in has none.
-${CPACK_PACKAGE_NAME}: shared-library-lacks-version usr/lib/libquor.so libquor.so
-# The stand-in is there for the tools and the sdk; it is not what the package is about.
-${CPACK_PACKAGE_NAME}: package-name-doesnt-match-sonames libquor
-# CPack writes these scripts for every package with a library.
-${CPACK_PACKAGE_NAME}: maintscript-calls-ldconfig [postinst]
-${CPACK_PACKAGE_NAME}: maintscript-calls-ldconfig [postrm]
-")
+    execute_process(COMMAND gzip -9n "${folder}/changelog" COMMAND_ERROR_IS_FATAL ANY)
+  endforeach()
 endif()

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # usage: scripts/try-package.sh [FOLDER]
 # Tries, as root, what scripts/release.sh has put into FOLDER (dist, if none is named) on a bare Debian 12 in build/bare:
-# uses what the .deb installs and the .tar.gz unpacks, and looks for what stays when the .deb is purged.
+# uses what the .debs install and the .tar.gz unpacks, and looks for what stays when the .debs are purged.
 set -euo pipefail
 dist=${1:+$(realpath -m -- "$1")}
 . "$(dirname "$0")/common.sh"
@@ -53,8 +53,8 @@ completion() {
 }
 
 ((EUID == 0)) || fail "only root can make a system of its own"
-package=$(echo "$dist"/samplerinfo_*.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-*.tar.gz)
-[[ -f $package && -f $archive ]] || fail "$dist: there is not one .deb and one .tar.gz for Linux"
+packages=("$dist"/*.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-*.tar.gz)
+[[ ${#packages[@]} == 4 && -f $archive ]] || fail "$dist: there are not four .debs and one .tar.gz for Linux"
 step "packages" scripts/install.sh bare
 mkdir -p build
 rm -rf "$root"
@@ -62,12 +62,12 @@ step "a bare Debian 12" logged debootstrap --variant=minbase --include=bash-comp
 step "what there is to install" logged bare apt-get update
 before=$(files)
 
-cp "$package" "$root/tmp"
-step "install" logged bare apt-get install -y --no-install-recommends "/tmp/${package##*/}"
+cp "${packages[@]}" "$root/tmp"
+step "install" logged bare apt-get install -y --no-install-recommends "${packages[@]/#"$dist"/\/tmp}"
 step "use" use /usr
 step "manual pages" manual
 step "completion" completion
-step "purge" logged bare apt-get purge -y samplerinfo
+step "purge" logged bare apt-get purge -y samplerinfo samplerinfo-{tools,dev,doc}
 mkdir "$root/opt/samplerinfo"
 tar -xzf "$archive" --strip-components=1 -C "$root/opt/samplerinfo"
 step "use the archive" use /opt/samplerinfo

@@ -31,6 +31,8 @@ cmake --install build/release --prefix "$work/first" >/dev/null
 mv "$work/first" "$tree"
 [[ $(ls "$tree/lib/quor/plugins") == SamplerInfo.so ]] || fail "more than the plugin in its folder"
 [[ $(readelf -d "$tree/lib/quor/plugins/SamplerInfo.so") != *PATH* ]] || fail "the plugin has a run path"
+says "SamplerInfo $version" strings "$tree/lib/quor/plugins/SamplerInfo.so"
+[[ ! -e $tree/lib/libquor.so ]] || fail "a loader finds the stand-in in the place of the host's library"
 if grep -rlF "$PWD" "$tree"; then fail "these files name the folder of the build"; fi
 
 echo "==> each part alone"
@@ -51,7 +53,7 @@ done <<<"$links"
 
 echo "==> the tools, their manual pages, completion"
 for tool in samplerinfo-preview samplerinfo-validate; do
-  says "[\$ORIGIN/../lib]" readelf -d "$tree/bin/$tool"
+  says "[\$ORIGIN/../lib/quor/standin]" readelf -d "$tree/bin/$tool"
   says "$tool $version (" "$tree/bin/$tool" --version
   for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version\"" zcat "$page"; done
 done
@@ -65,10 +67,14 @@ completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 
 echo "==> build a plugin with the sdk, validate and render it"
+cmake --install build/release --prefix "$work/sdk" --component tools >/dev/null
 cmake -G Ninja -S "$documents/examples/clamp" -B "$work/clamp" -DCMAKE_PREFIX_PATH="$work/sdk" >/dev/null
 cmake --build "$work/clamp"
 plugin=$work/clamp/Clamp.so
 "$work/tools/bin/samplerinfo-validate" "$plugin"
+mapfile -t flags < <(PKG_CONFIG_PATH=$work/sdk/lib/pkgconfig pkg-config --cflags --libs quor-sdk | xargs -n 1)
+g++ -shared -fPIC -o "$work/Clamp.so" "$documents/examples/clamp/clamp.cpp" "${flags[@]}"
+"$work/tools/bin/samplerinfo-validate" "$work/Clamp.so" --only 'loading.*'
 "$tree/bin/samplerinfo-validate" "$tree/lib/quor/plugins/SamplerInfo.so"
 "$tree/bin/samplerinfo-preview" check "$tree/share/samplerinfo/scenes/gallery.json"
 "$work/tools/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
