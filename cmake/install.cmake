@@ -49,13 +49,21 @@ target_link_options(object_model INTERFACE
 install(FILES cmake/exports.map DESTINATION ${sdk_folder} COMPONENT sdk)
 install(TARGETS quor EXPORT Quor DESTINATION ${standin_folder} COMPONENT tools)
 install(TARGETS object_model EXPORT Quor DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT sdk)
-install(EXPORT Quor NAMESPACE Quor:: FILE QuorConfig.cmake
+install(EXPORT Quor NAMESPACE Quor:: FILE QuorTargets.cmake
   DESTINATION ${sdk_folder} COMPONENT sdk)
 include(CMakePackageConfigHelpers)
+set(include_folder ${CMAKE_INSTALL_INCLUDEDIR}/quor)
+configure_package_config_file(cmake/QuorConfig.cmake.in QuorConfig.cmake
+  INSTALL_DESTINATION ${sdk_folder} PATH_VARS include_folder NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
-  COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(FILES ${PROJECT_BINARY_DIR}/QuorConfig.cmake ${PROJECT_BINARY_DIR}/QuorConfigVersion.cmake
   DESTINATION ${sdk_folder} COMPONENT sdk)
+# For the host's platform a module is built from sources: --toolchain …/windows-x86/toolchain.cmake
+install(DIRECTORY cmake/windows-x86 DESTINATION ${sdk_folder} COMPONENT sdk
+  PATTERN mingw.cmake EXCLUDE PATTERN relative_paths.sh EXCLUDE)
+install(FILES frame/plugin.cpp frame/plugin_base.cpp frame/plugin_desc.cpp frame/texture_interfaces.cpp
+  DESTINATION ${sdk_folder}/windows-x86/object_model COMPONENT sdk)
 
 string(REGEX REPLACE "[^/]+" .. up_from_pc ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 configure_file(cmake/quor-sdk.pc.in quor-sdk.pc @ONLY)

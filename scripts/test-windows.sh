@@ -45,10 +45,23 @@ else
   step "packages for Windows, without Wine" scripts/install.sh windows
 fi
 
+# The example, built with the installed sdk alone; Windows looks for the host's library beside it.
+sdk_example() {
+  cmake -G Ninja -B build/sdk -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Release \
+    -DSAMPLERINFO_PREVIEW=OFF -DBUILD_TESTING=OFF &&
+    cmake --build build/sdk --target object_model quor &&
+    cmake --install build/sdk --component sdk --prefix "$PWD/build/sdk/installed" &&
+    cmake -G Ninja --toolchain "$PWD/build/sdk/installed/lib/cmake/Quor/windows-x86/toolchain.cmake" \
+      -DCMAKE_BUILD_TYPE=Release -S examples/clamp -B build/sdk/clamp &&
+    cmake --build build/sdk/clamp &&
+    cp build/sdk/clamp/Clamp.dll build/windows-x86
+}
+
 for preset in windows-x86 windows-x86-mingw; do
   step "configure $preset" cmake --preset "$preset"
   step "build $preset" cmake --build --preset "$preset"
 done
+step "the example with the sdk" sdk_example
 step "test windows-x86, what is not executed" ctest --preset windows-x86 --label-exclude emulated
 
 if [[ -z $why_not ]]; then

@@ -45,10 +45,14 @@ target_link_libraries(windows_runtime PRIVATE windows_headers)
 target_link_options(windows_runtime INTERFACE
   LINKER:/machine:x86 LINKER:/nodefaultlib LINKER:/safeseh LINKER:/opt:ref LINKER:/timestamp:0)
 
+# import_library(DLL): builds DLL.lib of what DLL.def names, with windows_runtime.
+function(import_library dll)
+  set(library ${CMAKE_BINARY_DIR}/${dll}.lib)
+  add_custom_command(OUTPUT ${library} DEPENDS ${_folder}/${dll}.def VERBATIM
+    COMMAND llvm-dlltool -m i386 -k -d ${_folder}/${dll}.def -l ${library})
+  target_sources(windows_runtime PRIVATE ${library})
+endfunction()
 foreach(dll msvcrt kernel32)
-  set(_import_library ${CMAKE_BINARY_DIR}/${dll}.lib)
-  add_custom_command(OUTPUT ${_import_library} DEPENDS ${_folder}/${dll}.def VERBATIM
-    COMMAND llvm-dlltool -m i386 -k -d ${_folder}/${dll}.def -l ${_import_library})
-  target_sources(windows_runtime PRIVATE ${_import_library})
-  target_link_libraries(windows_runtime INTERFACE ${_import_library})
+  import_library(${dll})
+  target_link_libraries(windows_runtime INTERFACE ${CMAKE_BINARY_DIR}/${dll}.lib)
 endforeach()

@@ -27,3 +27,6 @@ set(CMAKE_CXX_STANDARD_LIBRARIES "" CACHE STRING "" FORCE)
 set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX ${CMAKE_CURRENT_LIST_DIR}/link_rules.cmake)
 
 set(SAMPLERINFO_WINDOWS_RUNTIME ${CMAKE_CURRENT_LIST_DIR}/runtime.cmake)
+if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/../QuorConfig.cmake)  # where the sdk is installed
+  set(Quor_DIR ${CMAKE_CURRENT_LIST_DIR}/..)
+endif()

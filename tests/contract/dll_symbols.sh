@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: dll_symbols.sh DLL [RECORD]
+# usage: dll_symbols.sh DLL [RECORD DEFINITIONS]
 # Prints what the DLL exports, which libraries it needs, and the names that it takes from the host's; or
-# compares that with a record of an earlier time.
+# compares that with a record of an earlier time and what the host's library is said to export.
 set -euo pipefail
 
 print() {
@@ -15,5 +15,6 @@ print() {
 if [[ $# -eq 1 ]]; then
   print "$1"
 else
-  print "$1" | diff -u "$2" -
+  names=$(sed '1,/^EXPORTS/d; s/^/needs quor.dll /' "$3")
+  diff -u <(LC_ALL=C sort "$2" - <<<"$names") <(print "$1" | LC_ALL=C sort)
 fi
