@@ -66,15 +66,19 @@ completes "" samplerinfo-preview --plugin = ""
 completes "--seed --seconds" samplerinfo-validate other.so --only tables --se
 [[ $(sed -n 's/^## //p;T;q' CHANGELOG.md) == "$version" ]] || fail "CHANGELOG.md does not begin with $version"
 
+echo "==> the commands of docs/writing-a-plugin.md"
+mkdir "$work/empty"
+awk '/^```/ { inside = $0 == "```sh"; next } inside' docs/writing-a-plugin.md >"$work/commands.sh"
+(cd "$work/empty" && P=$tree bash -eux "$work/commands.sh" >"$work/log" 2>&1) ||
+  { cat "$work/log" && fail "a command of docs/writing-a-plugin.md fails"; }
+"$work/tools/bin/samplerinfo-validate" "$work/empty/Clamp.so" --only 'loading.*'
+
 echo "==> build a plugin with the sdk, validate and render it"
 cmake --install build/release --prefix "$work/sdk" --component tools >/dev/null
 cmake -G Ninja -S "$documents/examples/clamp" -B "$work/clamp" -DCMAKE_PREFIX_PATH="$work/sdk" >/dev/null
 cmake --build "$work/clamp"
 plugin=$work/clamp/Clamp.so
 "$work/tools/bin/samplerinfo-validate" "$plugin"
-mapfile -t flags < <(PKG_CONFIG_PATH=$work/sdk/lib/pkgconfig pkg-config --cflags --libs quor-sdk | xargs -n 1)
-g++ -shared -fPIC -o "$work/Clamp.so" "$documents/examples/clamp/clamp.cpp" "${flags[@]}"
-"$work/tools/bin/samplerinfo-validate" "$work/Clamp.so" --only 'loading.*'
 "$tree/bin/samplerinfo-validate" "$tree/lib/quor/plugins/SamplerInfo.so"
 "$tree/bin/samplerinfo-preview" check "$tree/share/samplerinfo/scenes/gallery.json"
 "$work/tools/bin/samplerinfo-preview" --plugin "$plugin" render tests/install/scene.json -o "$work/out"
