@@ -37,8 +37,12 @@ set(SAMPLERINFO_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitiz
 # For programs, as Debian builds them. Not for the library: a guard would stand in each evaluation.
 add_library(hardened INTERFACE)
 if(NOT WIN32 AND NOT SAMPLERINFO_SANITIZE)
+  include(CheckCXXCompilerFlag)
+  set(CMAKE_REQUIRED_FLAGS -Werror)
+  check_cxx_compiler_flag(-fstack-clash-protection has_stack_clash_protection)  # clang 14 not on every processor
   target_compile_options(hardened INTERFACE
-    -fstack-protector-strong -fstack-clash-protection -Wformat-security
+    -fstack-protector-strong -Wformat-security
+    $<$<BOOL:${has_stack_clash_protection}>:-fstack-clash-protection>
     $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
 endif()
 
