@@ -379,6 +379,8 @@ int print(const std::vector<std::string>& lines) {
   return 0;
 }
 
+}  // namespace
+
 int run(int argc, char** argv) {
   const Options options = parse(argc, argv);
   std::vector<const Check*> checks;
@@ -414,8 +416,6 @@ int run(int argc, char** argv) {
   }
   return runAll(checks, options);
 }
-
-}  // namespace
 
 }  // namespace validate
 

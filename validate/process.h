@@ -25,6 +25,9 @@ struct Ending {
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
 };
 
+/// The program but for what `main` adds; returns the exit code.
+int run(int argc, char** argv);
+
 /// Runs this program with other arguments, for so many seconds at most.
 Ending runAgain(const std::vector<std::string>& arguments, double seconds);
 

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <elf.h>
 #include <fcntl.h>
+#include <getopt.h>
 #include <link.h>
 #include <malloc.h>
 #include <poll.h>
@@ -80,18 +81,21 @@ std::size_t heapInUse() {
   return heap.uordblks + heap.hblkhd;
 }
 
+// Goes on in a copy of this process: an emulator of another processor could not execute the program
+// anew.
 Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   std::vector<char*> argv{const_cast<char*>("samplerinfo-validate")};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
+  std::fflush(nullptr);  // or the child would write it once more
   int pipe[2];
   if (pipe2(pipe, O_CLOEXEC) != 0) return {"", "no pipe"};
   const pid_t child = fork();
   if (child < 0) return {"", "no process"};
   if (child == 0) {
     dup2(pipe[1], STDOUT_FILENO);
-    execv("/proc/self/exe", argv.data());
-    _exit(127);
+    optind = 0;  // for `getopt` to begin anew
+    std::exit(run(static_cast<int>(argv.size()) - 1, argv.data()));
   }
   close(pipe[1]);
 
