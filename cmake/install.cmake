@@ -82,7 +82,7 @@ function(install_tool tool what)
   install(TARGETS ${tool} COMPONENT tools)
   install(FILES cmake/completion.bash RENAME ${tool}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
-  if(NOT HELP2MAN)
+  if(NOT HELP2MAN OR CMAKE_CROSSCOMPILING)
     return()
   endif()
   foreach(command "" ${ARGN})

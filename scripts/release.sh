@@ -10,7 +10,7 @@ dist=${1:+$(realpath -m -- "$1")}
 dist=${dist:-$PWD/dist}
 
 [[ ! -e $dist ]] || fail "$dist: there is something already"
-step "packages" scripts/install.sh build windows release
+step "packages" scripts/install.sh build windows arm64 release
 work=$PWD/build/packages
 rm -rf "$work"
 mkdir -p "$work"
@@ -27,17 +27,27 @@ step "configure package" cmake --preset package
 step "build package" cmake --build --preset package
 step "configure package-windows" cmake --preset package-windows
 step "build package-windows" cmake --build --preset package-windows --target samplerinfo
+step "configure package-arm64" cmake --preset package-arm64
+step "build package-arm64" cmake --build --preset package-arm64
 step "pack for Linux" cpack --config build/package/CPackConfig.cmake -B "$work/dist" -G "DEB;TGZ"
+step "pack for ARM" cpack --config build/package-arm64/CPackConfig.cmake -B "$work/dist" -G TGZ
+step "pack for ARM, Debian" cpack --config build/package-arm64/CPackConfig.cmake -B "$work/dist" -G DEB \
+  -D "CPACK_COMPONENTS_ALL=plugin;tools;sdk" # the documents are those of any processor
 step "pack for Windows" cpack --config build/package-windows/CPackConfig.cmake -B "$work/dist" -G ZIP
 rm -r "$work/dist/_CPack_Packages"
 
 # Where debuggers look for them: by the build id of what they belong to.
 echo "==> debug symbols"
-for file in SamplerInfo.so libquor.so preview/samplerinfo-preview validate/samplerinfo-validate; do
-  id=$(readelf -n "build/package/$file" | sed -n 's/ *Build ID: //p')
-  mkdir -p "debug/.build-id/${id:0:2}"
-  objcopy --only-keep-debug "build/package/$file" "debug/.build-id/${id:0:2}/${id:2}.debug"
-done
+debug_symbols() {
+  local file id
+  for file in "${@:2}"; do
+    id=$(readelf -n "$file" | sed -n 's/ *Build ID: //p')
+    mkdir -p "debug/.build-id/${id:0:2}"
+    "$1" --only-keep-debug "$file" "debug/.build-id/${id:0:2}/${id:2}.debug"
+  done
+}
+debug_symbols objcopy build/package/{SamplerInfo.so,libquor.so,preview/samplerinfo-preview,validate/samplerinfo-validate}
+debug_symbols aarch64-linux-gnu-objcopy build/package-arm64/{SamplerInfo.so,libquor.so,validate/samplerinfo-validate}
 cp build/package-windows/SamplerInfo.pdb debug
 tar --sort=name --owner=0 --group=0 --numeric-owner --mtime="@$SOURCE_DATE_EPOCH" -c -C debug . |
   gzip -9n >"$work/dist/samplerinfo-$(version)-debug.tar.gz"

@@ -132,10 +132,10 @@ with_lost_node() {
   submit >/dev/null
   wait_for 120 has_ended 10
   wait_for 60 running_on two
-  local lost
-  lost=$(squeue --noheader --nodelist=two --states=running --format=%K)
+  local lost job process
+  read -r lost job < <(squeue --noheader --nodelist=two --states=running --format="%K %A")
   pkill -KILL -f -- "-N two -f $SLURM_CONF"
-  local process
+  pkill -KILL -f "slurmstepd: \\[$job\\."
   for process in /proc/[0-9]*; do
     ! grep -qsz '^SLURMD_NODENAME=two$' "$process/environ" || kill -KILL "${process#/proc/}" || true
   done

@@ -53,7 +53,7 @@ completion() {
 }
 
 ((EUID == 0)) || fail "only root can make a system of its own"
-packages=("$dist"/*.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-*.tar.gz)
+packages=("$dist"/*_{amd64,all}.deb) archive=$(echo "$dist"/samplerinfo-*-Linux-x86_64.tar.gz)
 [[ ${#packages[@]} == 4 && -f $archive ]] || fail "$dist: there are not four .debs and one .tar.gz for Linux"
 step "packages" scripts/install.sh bare
 mkdir -p build
