@@ -74,12 +74,15 @@ END
 start() {
   munged --foreground --force --socket="$work/munge.socket" --key-file="$work/munge.key" --log-file="$work/munged.log" \
     --pid-file="$work/munged.pid" --seed-file="$work/munged.seed" --num-threads=2 2>/dev/null &
+  disown
   wait_for 10 test -S "$work/munge.socket"
   slurmctld -D -f "$SLURM_CONF" >/dev/null 2>&1 &
+  disown
   local node
   for node in one two; do
     mkdir "$work/$node"
     slurmd -D -N "$node" -f "$SLURM_CONF" >/dev/null 2>&1 &
+    disown
   done
   wait_for 30 both_idle
 }
