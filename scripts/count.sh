@@ -19,7 +19,7 @@ lines() {
 step "packages" scripts/install.sh lint
 for folder in "${product[@]}"; do printf '%-15s %6d\n' "$folder" "$(lines "$folder")"; done
 of_product=$(lines "${product[@]}") of_bench=$(lines bench) of_tests=$(lines tests)
-of_checks=$(lines validate/checks)
+of_checks=$(lines validate/checks validate/samplerinfo)
 all=$((of_product + of_bench + of_tests))
 printf '%-15s %6d\n' "product" "$of_product" "bench" "$of_bench" "tests" "$of_tests" "all" "$all"
 
@@ -27,4 +27,4 @@ printf '%-15s %6d\n' "product" "$of_product" "bench" "$of_bench" "tests" "$of_te
 percent() {
   echo "$(($1 * 1000 / all / 10)).$(($1 * 1000 / all % 10)) %"
 }
-echo "tests are $(percent "$of_tests") of the lines, with validate/checks $(percent $((of_tests + of_checks)))"
+echo "tests are $(percent "$of_tests") of the lines, with the validator's checks $(percent $((of_tests + of_checks)))"

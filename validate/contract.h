@@ -245,6 +245,9 @@ constexpr Identifier kTextureIds[] = {{EXT_TEXTURE, "EXT_TEXTURE"},
 
 // ---- Virtual tables ----
 
+#define OPERATION(number, name, ...) \
+  static constexpr Operation<number, __VA_ARGS__> name { #name }
+
 /// The last slot of the destructor is the one that also gives the memory back. Microsoft's is told
 /// to by its argument.
 inline void deleteThrough(void* part) {
@@ -255,20 +258,19 @@ inline void deleteThrough(void* part) {
 #endif
 }
 
-namespace PluginBase {
-inline constexpr Operation<slot(2), void*(std::uint64_t id)> getInterface{"getInterface"};
-inline constexpr Operation<slot(3), void(void* iface)> releaseInterface{"releaseInterface"};
-inline constexpr Operation<slot(4), std::int32_t(void* iface, std::int32_t releaseWithOwner)>
-    addInterface{"addInterface"};
-inline constexpr Operation<slot(5), std::int32_t(void* iface)> removeInterface{"removeInterface"};
-}  // namespace PluginBase
+struct PluginBase {
+  OPERATION(slot(2), getInterface, void*(std::uint64_t id));
+  OPERATION(slot(3), releaseInterface, void(void* iface));
+  OPERATION(slot(4), addInterface, std::int32_t(void* iface, std::int32_t releaseWithOwner));
+  OPERATION(slot(5), removeInterface, std::int32_t(void* iface));
+};
 
-namespace PluginInterface {
-inline constexpr Operation<slot(2), std::uint64_t()> getInterfaceId{"getInterfaceId"};
-inline constexpr Operation<slot(3), void*()> getPlugin{"getPlugin"};
-inline constexpr Operation<slot(4), const char*()> getInterfaceName{"getInterfaceName"};
-inline constexpr Operation<slot(5), void()> release{"release"};
-}  // namespace PluginInterface
+struct PluginInterface {
+  OPERATION(slot(2), getInterfaceId, std::uint64_t());
+  OPERATION(slot(3), getPlugin, void*());
+  OPERATION(slot(4), getInterfaceName, const char*());
+  OPERATION(slot(5), release, void());
+};
 
 // The tables of objects and interfaces that are made here: what is not given does nothing.
 struct ObjectTable : Table {
@@ -286,114 +288,102 @@ struct InterfaceTable : Table {
   }
 };
 
-namespace PluginLibDesc {
-inline constexpr Operation<slot(6), const char*()> getLibraryName{"getLibraryName"};
-inline constexpr Operation<slot(7), const char*()> getLibraryDescription{"getLibraryDescription"};
-inline constexpr Operation<slot(8), std::int32_t(void* visitor)> enumPluginDescs{"enumPluginDescs"};
-}  // namespace PluginLibDesc
+struct PluginLibDesc {
+  OPERATION(slot(6), getLibraryName, const char*());
+  OPERATION(slot(7), getLibraryDescription, const char*());
+  OPERATION(slot(8), enumPluginDescs, std::int32_t(void* visitor));
+};
 
-namespace PluginDesc {
-inline constexpr Operation<slot(6), std::uint64_t()> getPluginId{"getPluginId"};
-inline constexpr Operation<slot(7), void*(void* host)> newPlugin{"newPlugin"};
-inline constexpr Operation<slot(8), void(void* plugin)> deletePlugin{"deletePlugin"};
-inline constexpr Operation<slot(9), std::int32_t(std::uint64_t id)> supportsInterface{
-    "supportsInterface"};
-inline constexpr Operation<slot(10), const char*()> getPluginName{"getPluginName"};
-inline constexpr Operation<slot(11), void(void* host)> registerPlugin{"registerPlugin"};
-inline constexpr Operation<slot(12), void(void* host)> unregisterPlugin{"unregisterPlugin"};
-inline constexpr Operation<slot(13), void*()> getExtraInfo{"getExtraInfo"};
-}  // namespace PluginDesc
+struct PluginDesc {
+  OPERATION(slot(6), getPluginId, std::uint64_t());
+  OPERATION(slot(7), newPlugin, void*(void* host));
+  OPERATION(slot(8), deletePlugin, void(void* plugin));
+  OPERATION(slot(9), supportsInterface, std::int32_t(std::uint64_t id));
+  OPERATION(slot(10), getPluginName, const char*());
+  OPERATION(slot(11), registerPlugin, void(void* host));
+  OPERATION(slot(12), unregisterPlugin, void(void* host));
+  OPERATION(slot(13), getExtraInfo, void*());
+};
 
-namespace Plugin {
-inline constexpr Operation<slot(6), void*()> getPluginDesc{"getPluginDesc"};
-inline constexpr Operation<slot(7), void(const char* text)> setPluginName{"setPluginName"};
-}  // namespace Plugin
+struct Plugin {
+  OPERATION(slot(6), getPluginDesc, void*());
+  OPERATION(slot(7), setPluginName, void(const char* text));
+};
 
-namespace QuorPluginInterface {
-inline constexpr Operation<slot(6), void(void* renderer)> renderBegin{"renderBegin"};
-inline constexpr Operation<slot(7), void(void* renderer)> renderEnd{"renderEnd"};
-inline constexpr Operation<slot(8), void(void* renderer)> frameBegin{"frameBegin"};
-inline constexpr Operation<slot(9), void(void* renderer)> frameEnd{"frameEnd"};
-inline constexpr Operation<slot(10), std::int32_t(QuorPluginParameter* parameter)> setParameter{
-    "setParameter"};
-inline constexpr Operation<slot(11), QuorPluginParameter*(const char* name)> getParameter{
-    "getParameter"};
-}  // namespace QuorPluginInterface
+struct QuorPluginInterface {
+  OPERATION(slot(6), renderBegin, void(void* renderer));
+  OPERATION(slot(7), renderEnd, void(void* renderer));
+  OPERATION(slot(8), frameBegin, void(void* renderer));
+  OPERATION(slot(9), frameEnd, void(void* renderer));
+  OPERATION(slot(10), setParameter, std::int32_t(QuorPluginParameter* parameter));
+  OPERATION(slot(11), getParameter, QuorPluginParameter*(const char* name));
+};
 
-namespace TextureInterface {
-inline constexpr Operation<slot(6), AColor(const ShadingContext* sc)> getColor{"getColor"};
-inline constexpr Operation<slot(7), void(AColor* min, AColor* max)> getColorBounds{
-    "getColorBounds"};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
-}  // namespace TextureInterface
+struct TextureInterface {
+  OPERATION(slot(6), getColor, AColor(const ShadingContext* sc));
+  OPERATION(slot(7), getColorBounds, void(AColor* min, AColor* max));
+  OPERATION(slot(8), getGradient, Vector(const ShadingContext* sc));
+};
 
-namespace TextureFloatInterface {
-inline constexpr Operation<slot(6), float(const ShadingContext* sc)> getFloat{"getFloat"};
-inline constexpr Operation<slot(7), void(float* min, float* max)> getFloatBounds{"getFloatBounds"};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
-}  // namespace TextureFloatInterface
+struct TextureFloatInterface {
+  OPERATION(slot(6), getFloat, float(const ShadingContext* sc));
+  OPERATION(slot(7), getFloatBounds, void(float* min, float* max));
+  OPERATION(slot(8), getGradient, Vector(const ShadingContext* sc));
+};
 
-namespace TextureVectorInterface {
-inline constexpr Operation<slot(6), Vector(const ShadingContext* sc)> getVector{"getVector"};
-inline constexpr Operation<slot(7), void(Vector* min, Vector* max)> getVectorBounds{
-    "getVectorBounds"};
-inline constexpr Operation<slot(8), Vector(const ShadingContext* sc)> getGradient{"getGradient"};
-}  // namespace TextureVectorInterface
+struct TextureVectorInterface {
+  OPERATION(slot(6), getVector, Vector(const ShadingContext* sc));
+  OPERATION(slot(7), getVectorBounds, void(Vector* min, Vector* max));
+  OPERATION(slot(8), getGradient, Vector(const ShadingContext* sc));
+};
 
-namespace TextureIntInterface {
-inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getInt{"getInt"};
-}
-namespace TextureTransformInterface {
-inline constexpr Operation<slot(6), Transform(const ShadingContext* sc)> getTransform{
-    "getTransform"};
-}
+struct TextureIntInterface {
+  OPERATION(slot(6), getInt, std::int32_t(const ShadingContext* sc));
+};
+struct TextureTransformInterface {
+  OPERATION(slot(6), getTransform, Transform(const ShadingContext* sc));
+};
 
-namespace RTTexInterface {
-inline constexpr Operation<slot(6), void*()> getShaderInfo{"getShaderInfo"};
-inline constexpr Operation<slot(7), void(void* info)> setShaderInfo{"setShaderInfo"};
-inline constexpr Operation<slot(8),
-                           std::int32_t(const char* outputName, const char* secondName,
-                                        const char* descriptorKind, void* source, void* oclData)>
-    getShaderSource{"getShaderSource"};
-}  // namespace RTTexInterface
+struct RTTexInterface {
+  OPERATION(slot(6), getShaderInfo, void*());
+  OPERATION(slot(7), setShaderInfo, void(void* info));
+  OPERATION(slot(8), getShaderSource,
+            std::int32_t(const char* outputName, const char* secondName, const char* descriptorKind,
+                         void* source, void* oclData));
+};
 
 // What a host offers. The first four have no destructor in their tables; the `print` of a log,
 // their fifth, takes any number of arguments and has the object as an ordinary first one.
 
-namespace PluginDescVisitor {
-inline constexpr Operation<0, std::int32_t(void* desc)> visitPluginDesc{"visitPluginDesc"};
-}
-namespace QuorPluginHost {
-inline constexpr Operation<0, void(void* desc)> registerPluginDesc{"registerPluginDesc"};
-inline constexpr Operation<1, void(void* desc)> unregisterPluginDesc{"unregisterPluginDesc"};
-}  // namespace QuorPluginHost
-namespace SceneInfo {
-inline constexpr Operation<0, void(Vector* lo, Vector* hi)> getBoundingBox{"getBoundingBox"};
-}
-namespace CameraMotion {
-inline constexpr Operation<0, DVector(const DVector* p, double t)> pointToRayTime{"pointToRayTime"};
-inline constexpr Operation<1, Vector(const Vector* v, double t)> vectorToRayTime{"vectorToRayTime"};
-inline constexpr Operation<2, DVector(const DVector* p, double t)> pointFromRayTime{
-    "pointFromRayTime"};
-inline constexpr Operation<3, Vector(const Vector* v, double t)> vectorFromRayTime{
-    "vectorFromRayTime"};
-}  // namespace CameraMotion
-namespace ObjectSpaceMapping {
-inline constexpr Operation<slot(6), Vector(const ShadingContext* sc, const Vector* n)>
-    worldToObjectNormal{"worldToObjectNormal"};
-inline constexpr Operation<slot(7), Vector(const ShadingContext* sc, const Vector* p)>
-    worldToObjectPoint{"worldToObjectPoint"};
-}  // namespace ObjectSpaceMapping
-namespace UvwSource {
-inline constexpr Operation<slot(6), void(const ShadingContext* sc, std::int32_t channel, Vector* a,
-                                         Vector* b, Vector* c)>
-    getUVWDerivatives{"getUVWDerivatives"};
-inline constexpr Operation<slot(7), Vector(const ShadingContext* sc, std::int32_t channel)> getUVW{
-    "getUVW"};
-}  // namespace UvwSource
-namespace MaterialIdSource {
-inline constexpr Operation<slot(6), std::int32_t(const ShadingContext* sc)> getMaterialId{
-    "getMaterialId"};
-}
+struct PluginDescVisitor {
+  OPERATION(0, visitPluginDesc, std::int32_t(void* desc));
+};
+struct QuorPluginHost {
+  OPERATION(0, registerPluginDesc, void(void* desc));
+  OPERATION(1, unregisterPluginDesc, void(void* desc));
+};
+struct SceneInfo {
+  OPERATION(0, getBoundingBox, void(Vector* lo, Vector* hi));
+};
+struct CameraMotion {
+  OPERATION(0, pointToRayTime, DVector(const DVector* p, double t));
+  OPERATION(1, vectorToRayTime, Vector(const Vector* v, double t));
+  OPERATION(2, pointFromRayTime, DVector(const DVector* p, double t));
+  OPERATION(3, vectorFromRayTime, Vector(const Vector* v, double t));
+};
+struct ObjectSpaceMapping {
+  OPERATION(slot(6), worldToObjectNormal, Vector(const ShadingContext* sc, const Vector* n));
+  OPERATION(slot(7), worldToObjectPoint, Vector(const ShadingContext* sc, const Vector* p));
+};
+struct UvwSource {
+  OPERATION(slot(6), getUVWDerivatives,
+            void(const ShadingContext* sc, std::int32_t channel, Vector* a, Vector* b, Vector* c));
+  OPERATION(slot(7), getUVW, Vector(const ShadingContext* sc, std::int32_t channel));
+};
+struct MaterialIdSource {
+  OPERATION(slot(6), getMaterialId, std::int32_t(const ShadingContext* sc));
+};
+
+#undef OPERATION
 
 }  // namespace validate

@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "validate/check.h"
-#include "validate/checks/records.h"
 #include "validate/contract.h"
 #include "validate/process.h"
+#include "validate/samplerinfo/records.h"
 #include "validate/subject.h"
 
 namespace validate {
@@ -27,10 +27,6 @@ namespace validate {
 namespace {
 
 double timeLimit = 240;  ///< for a check
-
-constexpr std::string_view kWithMutant[] = {
-#include "mutants.inc"
-};
 
 constexpr char kHelp[] =
     R"(Usage: samplerinfo-validate MODULE [OPTION]...
@@ -41,8 +37,7 @@ runs in a process of its own.
 
 Options:
   --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
-  --list          prints the checks and what each of them wants to hold; those without a mutant, a
-                  broken module that they are seen to fail, say so
+  --list          prints the checks and what each of them wants to hold
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     goes on for so long in each check of random networks, and in loading.rounds
   --timeout S     gives each check so long (default 240), and ten times --seconds more
@@ -52,7 +47,6 @@ Options:
 The checks samplerinfo.* are what this library promises beyond the contract. They are left out for
 other libraries unless --only asks for them. Their records are made with
   --record tables|results               prints the record anew
-  --show OUTPUT QUESTION GROUP          prints the inputs and answers behind a digest of the results
 
 Exit code: 0 if everything holds, 1 if a check fails, 2 if the module or the command line cannot be used.
 )";
@@ -74,7 +68,7 @@ struct Options {
   std::vector<std::string> only;
   std::string junit, record;
   std::optional<std::string> child;
-  bool list = false, show = false;
+  bool list = false;
   std::vector<std::string> rest;
 };
 
@@ -89,7 +83,7 @@ Number numberOf(const char* option, const std::string& value) {
 }
 
 Options parse(int argc, char** argv) {
-  enum { ONLY = 1000, LIST, SEED, SECONDS, TIMEOUT, JUNIT, HELP, VERSION, CHILD, RECORD, SHOW };
+  enum { ONLY = 1000, LIST, SEED, SECONDS, TIMEOUT, JUNIT, HELP, VERSION, CHILD, RECORD };
   const option known[] = {
       {"only", required_argument, nullptr, ONLY},
       {"list", no_argument, nullptr, LIST},
@@ -101,7 +95,6 @@ Options parse(int argc, char** argv) {
       {"version", no_argument, nullptr, VERSION},
       {"child", required_argument, nullptr, CHILD},
       {"record", required_argument, nullptr, RECORD},
-      {"show", no_argument, nullptr, SHOW},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
@@ -130,9 +123,6 @@ Options parse(int argc, char** argv) {
         break;
       case RECORD:
         options.record = optarg;
-        break;
-      case SHOW:
-        options.show = true;
         break;
       case HELP:
         std::fputs(kHelp, stdout);
@@ -390,14 +380,12 @@ int run(int argc, char** argv) {
   if (checks.empty()) refuse("no check matches the pattern; --list shows their names");
   if (options.list) {
     for (const Check* check : checks) {
-      const bool hasMutant = std::ranges::find(kWithMutant, check->name) != std::end(kWithMutant);
-      std::printf("%-36s %s%s\n", check->name, check->promise, hasMutant ? "" : " (no mutant)");
+      std::printf("%-36s %s\n", check->name, check->promise);
     }
     return 0;
   }
   if (options.rest.empty()) refuse("which module? --help shows the usage");
-  if (options.show && options.rest.size() != 4) refuse("--show: which OUTPUT QUESTION GROUP?");
-  if (!options.show && options.rest.size() != 1) {
+  if (options.rest.size() != 1) {
     refuse("\"" + options.rest.back() + "\" is one argument too many");
   }
   trial.module = options.rest[0];
@@ -409,10 +397,6 @@ int run(int argc, char** argv) {
   if (options.record == "results") return print(resultLines());
   if (!options.record.empty()) {
     refuse("--record: \"" + options.record + "\" is neither tables nor results");
-  }
-  if (options.show) {
-    if (showResults(options.rest[1], options.rest[2], options.rest[3])) return 0;
-    refuse("--show: no such output, question (value, bounds, gradient) or group (0 to 19)");
   }
   return runAll(checks, options);
 }

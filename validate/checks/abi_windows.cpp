@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "validate/checks/added_interface.h"
-#include "validate/checks/records.h"
+#include "validate/samplerinfo/records.h"
 #include "validate/network.h"
 #include "validate/process.h"
 

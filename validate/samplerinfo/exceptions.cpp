@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <random>
 
-#include "validate/checks/refusal.h"
 #include "validate/checks/throwing.h"
 #include "validate/host.h"
 #include "validate/subject.h"
@@ -52,43 +51,6 @@ CHECK(
       }
     }
   }
-}
-
-// ---- Memory ----
-
-void expectRefusal(void* plugin) {
-  const Refusal refusal = refuseName(plugin);
-  expect("setPluginName with no memory: it throws", refusal.thrown, true);
-  expect("debug output", refusal.debugText,
-         formatted("[operator new] failed (size is %d)\n"
-                   "[getFreeHeapMemory] Getting free heap memory.\n"
-                   "[getFreeHeapMemory] heapstatus=%d\n"
-                   "[getFreeHeapMemory] Number of blocks visited: %u\n",
-                   kRefusedSize, static_cast<int>(refusal.heap.status),
-                   static_cast<unsigned>(refusal.heap.blocks)));
-  expect("message", refusal.message,
-         formatted("Memory allocation failure; %d bytes requested; %u bytes already in heap; %u "
-                   "bytes free heap space.",
-                   kRefusedSize, static_cast<unsigned>(refusal.heap.total),
-                   static_cast<unsigned>(refusal.heap.free)));
-  expect("how the walk over the heap ended", refusal.heap.status, -5);
-  expect("the heap has blocks, some of them in use",
-         refusal.heap.blocks > 0 && refusal.heap.total > refusal.heap.free, true);
-}
-
-CHECK("samplerinfo.refusal",
-      "without memory a message with the figures of the heap is thrown, and debug output written; "
-      "then all goes on") {
-  if (kSanitized) leaveOut("a sanitizer has a heap of its own");
-  const Instance instance(descriptor("TexFloatOp"));
-  prepareRefusal();
-  expectRefusal(instance.object());
-  if (canDamageHeap()) {
-    expect("message while the heap is damaged", refuseNameInDamagedHeap(instance.object()),
-           " Heap is reported damaged.\n");
-  }
-  expectRefusal(instance.object());
-  Plugin::setPluginName(instance.object(), "small");
 }
 
 }  // namespace

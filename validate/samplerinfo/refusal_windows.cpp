@@ -7,8 +7,8 @@
 #include <cstring>
 
 #include "validate/check.h"
-#include "validate/checks/refusal.h"
 #include "validate/contract.h"
+#include "validate/subject.h"
 
 namespace validate {
 
@@ -17,6 +17,8 @@ namespace {
 // A debugger is told of debug output, and everybody of C++ exceptions, by system exceptions; a
 // handler of them all looks on.
 constexpr DWORD kCppException = 0xE06D7363, kDebugPrint = 0x40010006;
+
+constexpr int kRefusedSize = 64 << 20;
 
 char* hugeName;
 char debugText[512];
@@ -63,9 +65,8 @@ const char* messageOfRefusedName(void* plugin) {
   return thrownText;
 }
 
-}  // namespace
-
-void prepareRefusal() {
+/// Leaves no room for another copy of a huge name.
+void fillMemory() {
   constexpr SIZE_T kLargestHole = 16 << 20;
   hugeName = static_cast<char*>(
       VirtualAlloc(nullptr, kRefusedSize, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
@@ -75,27 +76,34 @@ void prepareRefusal() {
   AddVectoredExceptionHandler(1, lookOn);
 }
 
-Refusal refuseName(void* plugin) {
+void expectRefusal(void* plugin) {
   const char* const message = messageOfRefusedName(plugin);
-  Refusal refusal{};
+  unsigned total = 0, free = 0, blocks = 0;
+  int status = 0;
   _HEAPINFO entry{};
-  while ((refusal.heap.status = _heapwalk(&entry)) == _HEAPOK) {
-    ++refusal.heap.blocks;
-    refusal.heap.total += entry._size;
-    if (entry._useflag != _USEDENTRY) refusal.heap.free += entry._size;
+  while ((status = _heapwalk(&entry)) == _HEAPOK) {
+    ++blocks;
+    total += entry._size;
+    if (entry._useflag != _USEDENTRY) free += entry._size;
   }
-  if (message == nullptr) return refusal;
-  refusal.thrown = true;
-  refusal.message = message;
-  refusal.debugText = debugText;
-  return refusal;
+  if (message == nullptr) fail("setPluginName with no memory: got no exception");
+  expect("debug output", std::string(debugText),
+         formatted("[operator new] failed (size is %d)\n"
+                   "[getFreeHeapMemory] Getting free heap memory.\n"
+                   "[getFreeHeapMemory] heapstatus=%d\n"
+                   "[getFreeHeapMemory] Number of blocks visited: %u\n",
+                   kRefusedSize, status, blocks));
+  expect("message", std::string(message),
+         formatted("Memory allocation failure; %d bytes requested; %u bytes already in heap; %u "
+                   "bytes free heap space.",
+                   kRefusedSize, total, free));
+  expect("how the walk over the heap ended", std::int32_t{status}, -5);
+  expect("the heap has blocks, some of them in use", blocks > 0 && total > free, true);
 }
-
-bool canDamageHeap() { return true; }
 
 // The compiler takes nobody but this function to be interested in the block, and knows its size:
 // hence `volatile`, twice.
-std::string refuseNameInDamagedHeap(void* plugin) {
+void expectRefusalInDamagedHeap(void* plugin) {
   constexpr int kHeader = 8;
   volatile char* volatile block = static_cast<char*>(std::malloc(64));
   char intact[kHeader];
@@ -107,7 +115,20 @@ std::string refuseNameInDamagedHeap(void* plugin) {
   for (int i = 0; i < kHeader; ++i) block[i - kHeader] = intact[i];
   std::free(const_cast<char*>(block));
   expect("the heap afterwards", std::int32_t{_heapchk()}, _HEAPOK);
-  return message != nullptr ? message : "";
+  expect("message while the heap is damaged", message, " Heap is reported damaged.\n");
 }
+
+CHECK("samplerinfo.refusal",
+      "without memory a message with the figures of the heap is thrown, and debug output written; "
+      "then all goes on") {
+  const Instance instance(descriptor("TexFloatOp"));
+  fillMemory();
+  expectRefusal(instance.object());
+  expectRefusalInDamagedHeap(instance.object());
+  expectRefusal(instance.object());
+  Plugin::setPluginName(instance.object(), "small");
+}
+
+}  // namespace
 
 }  // namespace validate

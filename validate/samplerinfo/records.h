@@ -17,8 +17,4 @@ std::vector<std::string> resultLines();
 /// Fails unless these lines are the recorded ones, powers to the last place.
 void expectRecorded(const std::vector<std::string>& lines);
 
-/// Prints what a digest stands for: inputs and answers of a group of rows. Returns false if there
-/// is no such output, question or group.
-bool showResults(const std::string& output, const std::string& question, const std::string& group);
-
 }  // namespace validate

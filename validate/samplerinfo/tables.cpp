@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <string_view>
 
-#include "validate/checks/records.h"
+#include "validate/samplerinfo/records.h"
 #include "validate/subject.h"
 
 namespace validate {
