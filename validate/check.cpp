@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "validate/check.h"
 
+#include <utf8.h>
+
 #include <bit>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace validate {
@@ -79,20 +82,7 @@ void expectName(const std::string& asked, const char* came) {
 
 void expectUtf8(const std::string& asked, const char* came) {
   if (came == nullptr) failExpectation(asked, text(came), "a text");
-  for (const auto* at = reinterpret_cast<const unsigned char*>(came); *at != 0;) {
-    const int more = *at < 0x80   ? 0
-                     : *at < 0xC2 ? -1
-                     : *at < 0xE0 ? 1
-                     : *at < 0xF0 ? 2
-                     : *at < 0xF5 ? 3
-                                  : -1;
-    const unsigned char *const first = at++, *const end = at + more;
-    while (more > 0 && at < end && (*at & 0xC0) == 0x80) ++at;
-    const bool overlong =
-        (*first == 0xE0 && first[1] < 0xA0) || (*first == 0xF0 && first[1] < 0x90);
-    const bool outside = (*first == 0xED && first[1] > 0x9F) || (*first == 0xF4 && first[1] > 0x8F);
-    if (more < 0 || at != end || overlong || outside) failExpectation(asked, text(came), "UTF-8");
-  }
+  if (!utf8::is_valid(std::string_view(came))) failExpectation(asked, text(came), "UTF-8");
 }
 
 }  // namespace validate
