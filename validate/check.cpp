@@ -15,8 +15,8 @@ namespace validate {
 Check* firstCheck = nullptr;
 Trial trial;
 
-Check::Check(const char* dottedName, const char* sentence, void (*body)())
-    : name(dottedName), promise(sentence), run(body) {
+Check::Check(const char* dottedName, const char* whatMustHold, void (*body)())
+    : name(dottedName), sentence(whatMustHold), run(body) {
   Check** link = &firstCheck;
   while (*link != nullptr && std::strcmp((*link)->name, name) < 0) link = &(*link)->next;
   next = std::exchange(*link, this);
@@ -47,16 +47,16 @@ void fail(const std::string& line) {
   std::_Exit(1);
 }
 
-void leaveOut(const std::string& reason) {
-  report("left-out", reason);
+void skip(const std::string& reason) {
+  report("skipped", reason);
   std::_Exit(0);
 }
 
 void note(const std::string& line) { report("note", line); }
 
-void failExpectation(const std::string& asked, const std::string& came,
+void failExpectation(const std::string& asked, const std::string& got,
                      const std::string& expected) {
-  fail(asked + ": came " + came + ", expected " + expected);
+  fail(asked + ": got " + got + ", expected " + expected);
 }
 
 std::string text(bool value) { return value ? "yes" : "no"; }
@@ -75,14 +75,14 @@ std::string text(const void* value) {
              : formatted("object at 0x%" PRIxPTR, reinterpret_cast<std::uintptr_t>(value));
 }
 
-void expectName(const std::string& asked, const char* came) {
-  expectUtf8(asked, came);
-  if (*came == '\0') failExpectation(asked, text(came), "a name");
+void expectName(const std::string& asked, const char* got) {
+  expectUtf8(asked, got);
+  if (*got == '\0') failExpectation(asked, text(got), "a name");
 }
 
-void expectUtf8(const std::string& asked, const char* came) {
-  if (came == nullptr) failExpectation(asked, text(came), "a text");
-  if (!utf8::is_valid(std::string_view(came))) failExpectation(asked, text(came), "UTF-8");
+void expectUtf8(const std::string& asked, const char* got) {
+  if (got == nullptr) failExpectation(asked, text(got), "a text");
+  if (!utf8::is_valid(std::string_view(got))) failExpectation(asked, text(got), "UTF-8");
 }
 
 }  // namespace validate

@@ -8,7 +8,7 @@
 
 /// How a check is written. Each runs in a process of its own, which ends at the first failure.
 ///
-///   CHECK("registration.twice", "a descriptor that is registered twice is announced twice") {
+///   CHECK(registration, twice, "a descriptor that is registered twice is announced twice") {
 ///     ...
 ///     expect("announcements of " + name, announced, 2);
 ///   }
@@ -16,21 +16,25 @@ namespace validate {
 
 struct Check {
   const char* name;
-  const char* promise;  ///< one sentence: what must hold
+  const char* sentence;  ///< what must hold
   void (*run)();
   Check* next = nullptr;
 
-  Check(const char* dottedName, const char* sentence, void (*body)());
+  Check(const char* dottedName, const char* whatMustHold, void (*body)());
 };
 /// All checks, in the order of their names.
 extern Check* firstCheck;
 
-#define CHECK(name, promise) CHECK_IN_LINE(__LINE__, name, promise)
-#define CHECK_IN_LINE(line, name, promise) CHECK_NAMED(line, name, promise)
-#define CHECK_NAMED(line, name, promise)                                    \
-  static void check##line();                                                \
-  static const ::validate::Check checkOf##line(name, promise, check##line); \
-  static void check##line()
+#define CHECK(...) CHECK_OF_COUNT(__VA_ARGS__, CHECK_IN_PART, CHECK_IN_GROUP)(__VA_ARGS__)
+#define CHECK_OF_COUNT(a, b, c, d, chosen, ...) chosen
+#define CHECK_IN_GROUP(group, name, sentence) \
+  CHECK_FUNCTION(check_##group##_##name, #group "." #name, sentence)
+#define CHECK_IN_PART(group, part, name, sentence) \
+  CHECK_FUNCTION(check_##group##_##part##_##name, #group "." #part "." #name, sentence)
+#define CHECK_FUNCTION(function, name, sentence)                              \
+  static void function();                                                     \
+  static const ::validate::Check listed_##function(name, sentence, function); \
+  static void function()
 
 /// What was given on the command line.
 struct Trial {
@@ -50,7 +54,7 @@ constexpr bool kSanitized = false;
 
 /// End the check: it fails, or it cannot be done here. From any thread, and from inside the module.
 [[noreturn]] void fail(const std::string& line);
-[[noreturn]] void leaveOut(const std::string& reason);
+[[noreturn]] void skip(const std::string& reason);
 
 /// A line for the report, whatever comes out.
 void note(const std::string& line);
@@ -72,17 +76,17 @@ std::string text(const char* value);
 std::string text(const std::string& value);
 std::string text(const void* value);
 
-[[noreturn]] void failExpectation(const std::string& asked, const std::string& came,
+[[noreturn]] void failExpectation(const std::string& asked, const std::string& got,
                                   const std::string& expected);
 
-/// Fails unless what came is what was expected; texts are compared as texts, floats as bits.
+/// Fails unless what it got is what was expected; texts are compared as texts, floats as bits.
 template <class T>
-void expect(const std::string& asked, const T& came, const std::type_identity_t<T>& expected) {
-  if (text(came) != text(expected)) failExpectation(asked, text(came), text(expected));
+void expect(const std::string& asked, const T& got, const std::type_identity_t<T>& expected) {
+  if (text(got) != text(expected)) failExpectation(asked, text(got), text(expected));
 }
 
 /// Fails unless the text is there and UTF-8; that of a name is not empty.
-void expectUtf8(const std::string& asked, const char* came);
-void expectName(const std::string& asked, const char* came);
+void expectUtf8(const std::string& asked, const char* got);
+void expectName(const std::string& asked, const char* got);
 
 }  // namespace validate

@@ -172,7 +172,7 @@ struct ShadingContext {
   std::int32_t backfacing;
 };
 
-enum ParameterKind : std::int32_t { KIND_INTEGER, KIND_BOOLEAN, KIND_OBJECT, KIND_INTERFACE };
+enum class ParameterKind : std::int32_t { Integer, Boolean, Object, Interface };
 
 struct QuorPluginParameter {
   const char* name;
@@ -205,19 +205,21 @@ struct ParameterInfos {
   const ParameterInfo *first, *last, *limit;
 };
 
-/// The types of inputs and, from `PARAM_OUTPUT` on, of outputs follow the kinds of textures.
-enum TextureKind { COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM };
-enum ParameterType { PARAM_INTEGER = 3, PARAM_BOOLEAN, PARAM_OUTPUT, PARAM_TYPES = 10 };
+/// The types of inputs and, from `Output` on, of outputs follow the kinds of textures.
+/// Numbers, but each name with that of its type in front: some of them are names of records, too.
+struct TextureKinds {
+  enum Kind { Color, Float, Vector, Integer, Transform };
+};
+using TextureKind = TextureKinds::Kind;
+struct ParameterTypes {
+  enum Type { Integer = 3, Boolean, Output, Count = 10 };
+};
+using ParameterType = ParameterTypes::Type;
 
 // ---- Objects: what lies how many pointers from their beginning ----
 
-enum {
-  PLUGIN_BASE_INTERFACES = 1,
-  PLUGIN_DESC_PARAMETERS = 2,
-  PLUGIN_NAME = 2,
-  PLUGIN_INTERFACE_DESC = 1,
-  PLUGIN_INTERFACE_PARAMETERS = 2,
-};
+constexpr int kInterfacesOfBase = 1, kParametersOfDesc = 2, kNameOfPlugin = 2, kDescOfPart = 1,
+              kParametersOfPart = 2;
 
 // ---- Identifiers ----
 

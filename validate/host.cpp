@@ -32,18 +32,18 @@ const float* numbersOf(Input* input, Question question, const ShadingContext* sc
 }
 template <class Value>
 Value inputValue(Input* input, const ShadingContext* sc) {
-  return valueAt<Value>(numbersOf(input, VALUE, sc));
+  return valueAt<Value>(numbersOf(input, Question::Value, sc));
 }
 template <class Value>
 void inputBounds(Input* input, Value* min, Value* max) {
-  const float* const numbers = numbersOf(input, BOUNDS, nullptr);
+  const float* const numbers = numbersOf(input, Question::Bounds, nullptr);
   constexpr std::size_t kWidth = sizeof(Value) / kNumber;
   *min = valueAt<Value>(&numbers[kWidth]);
   *max = valueAt<Value>(&numbers[2 * kWidth]);
 }
 template <class Value>
 Vector inputGradient(Input* input, const ShadingContext* sc) {
-  return valueAt<Vector>(&numbersOf(input, GRADIENT, sc)[3 * sizeof(Value) / kNumber]);
+  return valueAt<Vector>(&numbersOf(input, Question::Gradient, sc)[3 * sizeof(Value) / kNumber]);
 }
 
 template <std::uint64_t id>
@@ -60,8 +60,8 @@ template <TextureKind kind, class Value, const auto& value, const auto& bounds,
           const auto& gradient>
 struct Questions {
   static int ask(void* texture, Question question, const ShadingContext& sc, float* numbers) {
-    if (question == VALUE) return put(value(texture, &sc), numbers);
-    if (question == GRADIENT) return put(gradient(texture, &sc), numbers);
+    if (question == Question::Value) return put(value(texture, &sc), numbers);
+    if (question == Question::Gradient) return put(gradient(texture, &sc), numbers);
     Value min, max;
     bounds(texture, &min, &max);
     const int width = put(min, numbers);
@@ -75,30 +75,30 @@ struct Questions {
       gradient.template entry<inputGradient<Value>>(),
   };
 };
-using ColorQuestions = Questions<COLOR, AColor, TextureInterface::getColor,
+using ColorQuestions = Questions<TextureKind::Color, AColor, TextureInterface::getColor,
                                  TextureInterface::getColorBounds, TextureInterface::getGradient>;
 using FloatQuestions =
-    Questions<NUMBER, float, TextureFloatInterface::getFloat, TextureFloatInterface::getFloatBounds,
-              TextureFloatInterface::getGradient>;
+    Questions<TextureKind::Float, float, TextureFloatInterface::getFloat,
+              TextureFloatInterface::getFloatBounds, TextureFloatInterface::getGradient>;
 using VectorQuestions =
-    Questions<VECTOR, Vector, TextureVectorInterface::getVector,
+    Questions<TextureKind::Vector, Vector, TextureVectorInterface::getVector,
               TextureVectorInterface::getVectorBounds, TextureVectorInterface::getGradient>;
 
 }  // namespace
 
 Input::Input(TextureKind kind)
-    : table((kind == COLOR    ? ColorQuestions::inputTable
-             : kind == NUMBER ? FloatQuestions::inputTable
-                              : VectorQuestions::inputTable)
+    : table((kind == TextureKind::Color   ? ColorQuestions::inputTable
+             : kind == TextureKind::Float ? FloatQuestions::inputTable
+                                          : VectorQuestions::inputTable)
                 .slots) {}
 
 int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
         float* numbers) {
-  if (kind == COLOR) return ColorQuestions::ask(texture, question, sc, numbers);
-  if (kind == NUMBER) return FloatQuestions::ask(texture, question, sc, numbers);
-  if (kind == VECTOR) return VectorQuestions::ask(texture, question, sc, numbers);
-  if (question != VALUE) return 0;
-  if (kind == INTEGER) return put(TextureIntInterface::getInt(texture, &sc), numbers);
+  if (kind == TextureKind::Color) return ColorQuestions::ask(texture, question, sc, numbers);
+  if (kind == TextureKind::Float) return FloatQuestions::ask(texture, question, sc, numbers);
+  if (kind == TextureKind::Vector) return VectorQuestions::ask(texture, question, sc, numbers);
+  if (question != Question::Value) return 0;
+  if (kind == TextureKind::Integer) return put(TextureIntInterface::getInt(texture, &sc), numbers);
   return put(TextureTransformInterface::getTransform(texture, &sc), numbers);
 }
 

@@ -16,7 +16,11 @@ namespace validate {
 /// How many numbers a value of the first three kinds has.
 constexpr int kWidths[] = {4, 1, 3};
 
-enum Question { VALUE, BOUNDS, GRADIENT, QUESTIONS };
+struct Questions {
+  enum Question { Value, Bounds, Gradient };
+};
+using Question = Questions::Question;
+constexpr int kQuestionCount = 3;
 constexpr const char* kQuestionNames[] = {"value", "bounds", "gradient"};
 
 /// All NaNs are one.

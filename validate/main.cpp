@@ -37,18 +37,18 @@ runs in a process of its own.
 
 Options:
   --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
-  --list          prints the checks and what each of them wants to hold
+  --list          prints the checks and what must hold for each
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     goes on for so long in each check of random networks, and in loading.rounds
   --timeout S     gives each check so long (default 240), and ten times --seconds more
   --junit FILE    writes the report as JUnit's XML, too
   --help, --version
 
-The checks samplerinfo.* are what this library promises beyond the contract. They are left out for
+The checks samplerinfo.* are what this library promises beyond the contract. They are skipped for
 other libraries unless --only asks for them. Their records are made with
   --record tables|results               prints the record anew
 
-Exit code: 0 if everything holds, 1 if a check fails, 2 if the module or the command line cannot be used.
+Exit code: 0 if everything passes, 1 if a check fails, 2 if the module or the command line cannot be used.
 )";
 
 [[noreturn]] void refuse(const std::string& line) {
@@ -83,51 +83,51 @@ Number numberOf(const char* option, const std::string& value) {
 }
 
 Options parse(int argc, char** argv) {
-  enum { ONLY = 1000, LIST, SEED, SECONDS, TIMEOUT, JUNIT, HELP, VERSION, CHILD, RECORD };
+  enum { Only = 1000, List, Seed, Seconds, Timeout, Junit, Help, Version, Child, Record };
   const option known[] = {
-      {"only", required_argument, nullptr, ONLY},
-      {"list", no_argument, nullptr, LIST},
-      {"seed", required_argument, nullptr, SEED},
-      {"seconds", required_argument, nullptr, SECONDS},
-      {"timeout", required_argument, nullptr, TIMEOUT},
-      {"junit", required_argument, nullptr, JUNIT},
-      {"help", no_argument, nullptr, HELP},
-      {"version", no_argument, nullptr, VERSION},
-      {"child", required_argument, nullptr, CHILD},
-      {"record", required_argument, nullptr, RECORD},
+      {"only", required_argument, nullptr, Only},
+      {"list", no_argument, nullptr, List},
+      {"seed", required_argument, nullptr, Seed},
+      {"seconds", required_argument, nullptr, Seconds},
+      {"timeout", required_argument, nullptr, Timeout},
+      {"junit", required_argument, nullptr, Junit},
+      {"help", no_argument, nullptr, Help},
+      {"version", no_argument, nullptr, Version},
+      {"child", required_argument, nullptr, Child},
+      {"record", required_argument, nullptr, Record},
       {nullptr, 0, nullptr, 0},
   };
   Options options;
   for (int what; (what = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
     switch (what) {
-      case ONLY:
+      case Only:
         options.only.emplace_back(optarg);
         break;
-      case LIST:
+      case List:
         options.list = true;
         break;
-      case SEED:
+      case Seed:
         trial.seed = numberOf<std::uint32_t>("--seed", optarg);
         break;
-      case SECONDS:
+      case Seconds:
         trial.seconds = numberOf<double>("--seconds", optarg);
         break;
-      case TIMEOUT:
+      case Timeout:
         timeLimit = numberOf<double>("--timeout", optarg);
         break;
-      case JUNIT:
+      case Junit:
         options.junit = optarg;
         break;
-      case CHILD:
+      case Child:
         options.child = optarg;
         break;
-      case RECORD:
+      case Record:
         options.record = optarg;
         break;
-      case HELP:
+      case Help:
         std::fputs(kHelp, stdout);
         std::exit(0);
-      case VERSION:
+      case Version:
         std::puts("samplerinfo-validate " VALIDATE_VERSION);
         std::exit(0);
       default:
@@ -168,19 +168,19 @@ void reportSignal(int signal) {
 
 // Comes before the stack is unwound, which would call the module.
 [[noreturn]] void reportException() {
-  std::string came = "std::terminate";
+  std::string got = "std::terminate";
   try {
     if (std::current_exception() != nullptr) {
-      came = "an exception";
+      got = "an exception";
       throw;
     }
   } catch (const char* thrown) {
-    came = "the exception " + text(thrown);
+    got = "the exception " + text(thrown);
   } catch (const std::exception& exception) {
-    came = "the exception " + text(exception.what());
+    got = "the exception " + text(exception.what());
   } catch (...) {
   }
-  failExpectation(called(), came, "its return");
+  failExpectation(called(), got, "its return");
 }
 
 int runChild(const std::string& name) {
@@ -201,7 +201,7 @@ int runChild(const std::string& name) {
 
 struct Outcome {
   bool held = false;
-  std::string failure, leftOut;
+  std::string failure, skipped;
   std::vector<std::string> notes;
   double seconds = 0;
 };
@@ -225,14 +225,14 @@ Outcome inChild(const std::string& check) {
     if (what == "#held") outcome.held = true;
     if (what == "#note") outcome.notes.push_back(rest);
     if (what == "#failed") outcome.failure = rest;
-    if (what == "#left-out") outcome.leftOut = rest;
+    if (what == "#skipped") outcome.skipped = rest;
     if (what == "#called") calledLast = rest;
     if (what == "#seed") seed = rest;
   }
   if (!outcome.failure.empty()) return outcome;
   const bool ended = ending.failure.empty();
-  if (ended && (outcome.held || !outcome.leftOut.empty())) return outcome;
-  outcome.failure = calledLast + ": came " + (ended ? "the end of the process" : ending.failure) +
+  if (ended && (outcome.held || !outcome.skipped.empty())) return outcome;
+  outcome.failure = calledLast + ": got " + (ended ? "the end of the process" : ending.failure) +
                     ", expected its return (seed " + seed + ")";
   return outcome;
 }
@@ -277,8 +277,8 @@ class JUnit {
            << outcome.seconds << "\">";
     if (!outcome.failure.empty()) {
       cases_ << "<failure message=\"" << escaped(outcome.failure) << "\"/>";
-    } else if (!outcome.leftOut.empty()) {
-      cases_ << "<skipped message=\"" << escaped(outcome.leftOut) << "\"/>";
+    } else if (!outcome.skipped.empty()) {
+      cases_ << "<skipped message=\"" << escaped(outcome.skipped) << "\"/>";
     }
     if (!outcome.notes.empty()) {
       cases_ << "<system-out>";
@@ -337,30 +337,30 @@ int runAll(std::vector<const Check*> checks, const Options& options) {
         "samplerinfo");
   }
   if (erased) {
-    std::puts("left out  samplerinfo.*: promises of another library, unless --only asks for them");
+    std::puts("skipped   samplerinfo.*: promises of another library, unless --only asks for them");
   }
 
-  int failed = 0, leftOut = 0;
+  int failed = 0, skipped = 0;
   JUnit junit(options.junit);
   for (const Check* check : checks) {
     const Outcome outcome = inChild(check->name);
-    const bool fails = !outcome.failure.empty(), skips = !fails && !outcome.leftOut.empty();
+    const bool fails = !outcome.failure.empty(), skips = !fails && !outcome.skipped.empty();
     failed += fails;
-    leftOut += skips;
-    const std::string& why = fails ? outcome.failure : outcome.leftOut;
+    skipped += skips;
+    const std::string& why = fails ? outcome.failure : outcome.skipped;
     std::printf("%s  %s%s%s\n",
                 fails   ? "FAILED  "
-                : skips ? "left out"
-                        : "holds   ",
+                : skips ? "skipped "
+                        : "passed  ",
                 check->name, why.empty() ? "" : ": ", why.c_str());
     for (const std::string& line : outcome.notes) std::printf("            %s\n", line.c_str());
     std::fflush(stdout);
     junit.add(*check, outcome);
   }
   const int count = static_cast<int>(checks.size());
-  std::printf("%d checks: %d hold, %d failed, %d left out\n", count, count - failed - leftOut,
-              failed, leftOut);
-  junit.finish(count, failed, leftOut);
+  std::printf("%d checks: %d passed, %d failed, %d skipped\n", count, count - failed - skipped,
+              failed, skipped);
+  junit.finish(count, failed, skipped);
   return failed != 0;
 }
 
@@ -380,7 +380,7 @@ int run(int argc, char** argv) {
   if (checks.empty()) refuse("no check matches the pattern; --list shows their names");
   if (options.list) {
     for (const Check* check : checks) {
-      std::printf("%-36s %s\n", check->name, check->promise);
+      std::printf("%-36s %s\n", check->name, check->sentence);
     }
     return 0;
   }

@@ -74,7 +74,7 @@ const float* numbersOfLeaf(Input* input, Question question, const ShadingContext
     ++leaf.asked[question];
     leaf.askedWith[question] = sc;
   }
-  if (question == BOUNDS) return leaf.numbersAt[0].data();
+  if (question == Question::Bounds) return leaf.numbersAt[0].data();
   const ShadingContext* const first = leaf.samples.contexts.data();
   const bool isOfHost = sc >= first && sc < first + Samples::kCount;
   return leaf.numbersAt[isOfHost ? static_cast<std::size_t>(sc - first) : 0].data();
@@ -93,12 +93,12 @@ Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
 // ---- The network ----
 
 Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_(random_) {
-  if (plan.descs.empty()) leaveOut("the library has no plugins");
+  if (plan.descs.empty()) skip("the library has no plugins");
   for (int i = 0; i < plan.plugins; ++i) addPlugin(plan.descs[random_.below(plan.descs.size())]);
   for (std::size_t i = 0; i < outputs_.size(); ++i) {
-    for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
-      const bool answersValueAlone = outputs_[i].kind >= INTEGER;
-      if (question == VALUE || !answersValueAlone) questions_.push_back({i, question});
+    for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
+      const bool answersValueAlone = outputs_[i].kind >= TextureKind::Integer;
+      if (question == Question::Value || !answersValueAlone) questions_.push_back({i, question});
     }
   }
   for (const Instance& plugin : plugins_) QuorPluginInterface::renderBegin(plugin.part(), nullptr);
@@ -117,11 +117,11 @@ void Network::addPlugin(void* desc) {
 
 void Network::set(const PluginInput& input) {
   const auto& [plugin, info, outputs] = input;
-  if (info.type == PARAM_BOOLEAN) {
-    plugin.set(info.name, KIND_BOOLEAN, static_cast<std::int32_t>(random_.below(2)));
-  } else if (info.type == PARAM_INTEGER) {
+  if (info.type == ParameterType::Boolean) {
+    plugin.set(info.name, ParameterKind::Boolean, static_cast<std::int32_t>(random_.below(2)));
+  } else if (info.type == ParameterType::Integer) {
     const std::uint32_t around = static_cast<std::uint32_t>(info.initial) + random_.below(20) - 2;
-    plugin.set(info.name, KIND_INTEGER, static_cast<std::int32_t>(around));
+    plugin.set(info.name, ParameterKind::Integer, static_cast<std::int32_t>(around));
   } else {
     const Output* const output = outputs != 0 ? &outputs_[random_.below(outputs)] : nullptr;
     const bool fits = output != nullptr && output->kind == kindOf(info);
@@ -138,7 +138,8 @@ void Network::addOutputs(const Instance& plugin) {
   for (const ParameterInfo& info : parametersOf(plugin.desc())) {
     if (isOutput(info)) add(name + '.' + info.name, plugin.texture(info.name), kindOf(info));
   }
-  for (const TextureKind kind : {COLOR, NUMBER, VECTOR, INTEGER, TRANSFORM}) {
+  for (const TextureKind kind : {TextureKind::Color, TextureKind::Float, TextureKind::Vector,
+                                 TextureKind::Integer, TextureKind::Transform}) {
     add(name, PluginBase::getInterface(plugin.object(), kTextureIds[kind].id), kind);
   }
 }
@@ -172,8 +173,9 @@ Answer Network::answer(std::size_t n) const {
   const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
-    answer[static_cast<std::size_t>(i)] =
-        now.kind == INTEGER ? std::bit_cast<std::uint32_t>(numbers[i]) : bitsOf(numbers[i]);
+    answer[static_cast<std::size_t>(i)] = now.kind == TextureKind::Integer
+                                              ? std::bit_cast<std::uint32_t>(numbers[i])
+                                              : bitsOf(numbers[i]);
   }
   return answer;
 }
@@ -194,10 +196,10 @@ std::string Network::question(std::size_t n) const {
          std::to_string(n % Samples::kCount);
 }
 
-void Network::expectSame(const char* when, std::size_t n, const Answer& came,
+void Network::expectSame(const char* when, std::size_t n, const Answer& got,
                          const Answer& expected) const {
-  if (came == expected) return;
-  const auto different = std::mismatch(came.begin(), came.end(), expected.begin());
+  if (got == expected) return;
+  const auto different = std::mismatch(got.begin(), got.end(), expected.begin());
   failExpectation(question(n) + ", " + when, text(std::bit_cast<float>(*different.first)),
                   text(std::bit_cast<float>(*different.second)));
 }

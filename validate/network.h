@@ -56,8 +56,8 @@ struct Leaf : Input {
   std::array<std::array<float, 15>, Samples::kCount> numbersAt;
 
   bool counts = false;  ///< by one thread alone
-  std::array<int, QUESTIONS> asked{};
-  std::array<const ShadingContext*, QUESTIONS> askedWith{};
+  std::array<int, kQuestionCount> asked{};
+  std::array<const ShadingContext*, kQuestionCount> askedWith{};
 };
 
 /// Bits of an answer; all NaNs are one.
@@ -96,8 +96,7 @@ class Network {
   };
   Asked asked(std::size_t n) const;
   std::string question(std::size_t n) const;
-  void expectSame(const char* when, std::size_t n, const Answer& came,
-                  const Answer& expected) const;
+  void expectSame(const char* when, std::size_t n, const Answer& got, const Answer& expected) const;
   void expectAnswer(const char* when, std::size_t n, const Answer& expected) const;
   /// To the first questions, of which the answers are known.
   void expectAnswers(const char* when, const std::vector<Answer>& expected) const;

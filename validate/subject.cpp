@@ -34,7 +34,7 @@ struct Visitor {
   std::vector<void*> descs;
 };
 std::int32_t visit(Visitor* visitor, void* desc) {
-  if (desc == nullptr) fail("enumPluginDescs: came null, expected a descriptor");
+  if (desc == nullptr) fail("enumPluginDescs: got null, expected a descriptor");
   visitor->descs.push_back(desc);
   return --visitor->left != 0 ? 256 : 0;  // anything but 0 goes on
 }
@@ -63,12 +63,12 @@ std::string nameOf(void* desc) {
 }
 
 std::span<const ParameterInfo> parametersOf(void* desc) {
-  void* const description = words(desc)[PLUGIN_DESC_PARAMETERS];
+  void* const description = words(desc)[kParametersOfDesc];
   if (description == nullptr) return {};
   const auto* infos = reinterpret_cast<const ParameterInfos*>(words(description)[0]);
   for (const ParameterInfo* info = infos->first; info != infos->last; ++info) {
     if (info->name == nullptr) {
-      fail(nameOf(desc) + ": a parameter's name: came null, expected a text");
+      fail(nameOf(desc) + ": a parameter's name: got null, expected a text");
     }
   }
   return {infos->first, infos->last};
@@ -77,10 +77,10 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
 Instance::Instance(void* desc) : desc_(desc), name_(nameOf(desc)), object_(nullptr, Deleter{desc}) {
   calling.of = name_.c_str();
   object_.reset(PluginDesc::newPlugin(desc, nullptr));
-  if (object_ == nullptr) fail(name() + ".newPlugin: came null, expected an object");
+  if (object_ == nullptr) fail(name() + ".newPlugin: got null, expected an object");
   part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
   if (part_ == nullptr) {
-    fail(name() + ".getInterface(EXT_QUOR_PLUGIN): came null, expected an object");
+    fail(name() + ".getInterface(EXT_QUOR_PLUGIN): got null, expected an object");
   }
 }
 
@@ -90,14 +90,14 @@ void* Instance::called() const {
 }
 
 std::int32_t Instance::connect(const char* input, void* texture) const {
-  QuorPluginParameter value{input, KIND_INTERFACE, {}};
+  QuorPluginParameter value{input, ParameterKind::Interface, {}};
   value.value.iface = texture;
   return QuorPluginInterface::setParameter(called(), &value);
 }
 
 std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t value) const {
   QuorPluginParameter record{parameter, kind, {value}};
-  if (kind == KIND_BOOLEAN) record.value.boolean = value != 0;
+  if (kind == ParameterKind::Boolean) record.value.boolean = value != 0;
   return QuorPluginInterface::setParameter(called(), &record);
 }
 
@@ -115,7 +115,7 @@ QuorPluginParameter& Instance::parameter(const char* parameter) const {
 
 void* Instance::texture(const char* output) const {
   const QuorPluginParameter* found = find(output);
-  return found != nullptr && found->kind == KIND_INTERFACE ? found->value.iface : nullptr;
+  return found != nullptr && found->kind == ParameterKind::Interface ? found->value.iface : nullptr;
 }
 
 void Instance::beginFrame() const {

@@ -44,10 +44,10 @@ std::string nameOf(void* desc);
 
 /// The parameters that a descriptor describes.
 std::span<const ParameterInfo> parametersOf(void* desc);
-inline bool isOutput(const ParameterInfo& info) { return info.type >= PARAM_OUTPUT; }
-inline bool isTextureInput(const ParameterInfo& info) { return info.type < PARAM_INTEGER; }
+inline bool isOutput(const ParameterInfo& info) { return info.type >= ParameterType::Output; }
+inline bool isTextureInput(const ParameterInfo& info) { return info.type < ParameterType::Integer; }
 inline TextureKind kindOf(const ParameterInfo& info) {
-  return static_cast<TextureKind>(isOutput(info) ? info.type - PARAM_OUTPUT : info.type);
+  return static_cast<TextureKind>(isOutput(info) ? info.type - ParameterType::Output : info.type);
 }
 
 /// A plugin, deleted through its descriptor.

@@ -12,11 +12,11 @@ namespace validate {
 /// Why nothing can be watched here; null where it can.
 const char* whyNotWatched();
 
-enum class Asker { NOBODY, MODULE, OTHER };
+enum class Asker { Nobody, Module, Other };
 struct Watched {
   int allocations = 0, locks = 0;
   int left = 0;  ///< blocks allocated meanwhile and not given back
-  Asker refused = Asker::NOBODY;
+  Asker refused = Asker::Nobody;
 };
 
 /// Watches until `stopWatching`. Refuses the n-th request for memory, from 1 on.
@@ -39,7 +39,7 @@ void silenceDebugOutput();
 /// Loads the module in a process of its own, where the n-th request for memory that is not the
 /// loader's own is refused.
 struct RefusedLoad {
-  Asker refused = Asker::NOBODY;
+  Asker refused = Asker::Nobody;
   std::string ending;  ///< "signal 6", "exit code 3"; empty if it went on
   std::string debugOutput;
 };

@@ -12,7 +12,7 @@ const char* whyNotWatched() {
 
 void watch(int /*refuse*/) {}
 Watched stopWatching() { return {}; }
-Asker refusedSoFar() { return Asker::NOBODY; }
+Asker refusedSoFar() { return Asker::Nobody; }
 std::vector<Block> blocksLeft() { return {}; }
 std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
 void silenceDebugOutput() {}

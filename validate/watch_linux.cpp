@@ -68,7 +68,7 @@ void* answerTo(const void* caller, const Request& request) {
   dladdr(caller, &asker);
   if (reinterpret_cast<std::uintptr_t>(asker.dli_fbase) == getauxval(AT_BASE)) return request();
   if (++watched.allocations != refuseAt) return remember(request());
-  *refused = isFileOfModule(asker.dli_fname) ? Asker::MODULE : Asker::OTHER;
+  *refused = isFileOfModule(asker.dli_fname) ? Asker::Module : Asker::Other;
   errno = ENOMEM;
   return nullptr;
 }

@@ -11,9 +11,9 @@
 #include <cstring>
 
 #include "validate/checks/added_interface.h"
-#include "validate/samplerinfo/records.h"
 #include "validate/network.h"
 #include "validate/process.h"
+#include "validate/samplerinfo/records.h"
 
 namespace validate {
 
@@ -79,10 +79,10 @@ struct Guarded {
   std::uint32_t after[4] = {kGuard, kGuard, kGuard, kGuard};
 };
 
-void expectWord(const char* name, const char* what, std::uint32_t came, std::uint32_t expected) {
-  if (came == expected) return;
+void expectWord(const char* name, const char* what, std::uint32_t got, std::uint32_t expected) {
+  if (got == expected) return;
   failExpectation(name + (", " + stack()) + ": " + what,
-                  formatted("%08x", static_cast<unsigned>(came)),
+                  formatted("%08x", static_cast<unsigned>(got)),
                   formatted("%08x", static_cast<unsigned>(expected)));
 }
 
@@ -145,8 +145,8 @@ void askTexture(const Network::Asked& asked, float* numbers) {
   const ShadingContext* const sc = &asked.context;
   const auto put = [numbers](const auto& answer) { std::memcpy(numbers, &answer, sizeof answer); };
   const auto askOne = [&](const auto& value, const auto& bounds, const auto& gradient) {
-    if (asked.question == VALUE) return put(call(name, value, texture, sc));
-    if (asked.question == GRADIENT) return put(call(name, gradient, texture, sc));
+    if (asked.question == Question::Value) return put(call(name, value, texture, sc));
+    if (asked.question == Question::Gradient) return put(call(name, gradient, texture, sc));
     Guarded<decltype(value(texture, sc))> min, max;
     call(name, bounds, texture, &min.answer, &max.answer);
     expectGuards(name, min);
@@ -154,23 +154,23 @@ void askTexture(const Network::Asked& asked, float* numbers) {
     put(std::array{min.answer, max.answer});
   };
   switch (asked.kind) {
-    case COLOR:
+    case TextureKind::Color:
       return askOne(TextureInterface::getColor, TextureInterface::getColorBounds,
                     TextureInterface::getGradient);
-    case NUMBER:
+    case TextureKind::Float:
       return askOne(TextureFloatInterface::getFloat, TextureFloatInterface::getFloatBounds,
                     TextureFloatInterface::getGradient);
-    case VECTOR:
+    case TextureKind::Vector:
       return askOne(TextureVectorInterface::getVector, TextureVectorInterface::getVectorBounds,
                     TextureVectorInterface::getGradient);
-    case INTEGER:
+    case TextureKind::Integer:
       return put(call(name, TextureIntInterface::getInt, texture, sc));
-    case TRANSFORM:
+    case TextureKind::Transform:
       return put(call(name, TextureTransformInterface::getTransform, texture, sc));
   }
 }
 
-CHECK("abi.stack",
+CHECK(abi, stack,
       "on a stack aligned to 4 bytes, however it lies, a question is answered with the same bits") {
   forSeeds(20, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
@@ -179,10 +179,10 @@ CHECK("abi.stack",
       float expected[12];
       const int count = ask(asked.texture, asked.kind, asked.question, asked.context, expected);
       for (alignment = 0; alignment < 16; alignment += 4) {
-        float came[12];
-        askTexture(asked, came);
+        float got[12];
+        askTexture(asked, got);
         for (int i = 0; i < count; ++i) {
-          expect(network.question(n) + ", " + stack(), came[i], expected[i]);
+          expect(network.question(n) + ", " + stack(), got[i], expected[i]);
         }
       }
     }
@@ -246,7 +246,7 @@ void live(void* desc) {
 std::int32_t goOn(void* /*visitor*/, void* /*desc*/) { return 1; }
 const Table visitorTable{PluginDescVisitor::visitPluginDesc.entry<goOn>()};
 
-CHECK("abi.registers",
+CHECK(abi, registers,
       "a call keeps ebx, esi, edi and ebp, leaves the direction flag clear and the x87 registers "
       "free, takes its arguments off the stack, and writes nothing beside its answer") {
   void* const* visitor = visitorTable.slots;
@@ -270,7 +270,7 @@ void destroy(void* desc, std::uint64_t id, std::uint32_t flags) {
                             (id != 0 ? text(id) : "itself") + " with " + text(flags);
   const std::size_t before = heapInUse();
   void* const plugin = PluginDesc::newPlugin(desc, nullptr);
-  if (heapInUse() == before) leaveOut("the module does not allocate in msvcrt.dll");
+  if (heapInUse() == before) skip("the module does not allocate in msvcrt.dll");
   void* const part = id != 0 ? PluginBase::getInterface(plugin, id) : plugin;
   if (part == nullptr) return PluginDesc::deletePlugin(desc, plugin);
   {
@@ -284,7 +284,7 @@ void destroy(void* desc, std::uint64_t id, std::uint32_t flags) {
   expect(asked + ": all memory is given back", heapInUse() == before, true);
 }
 
-CHECK("abi.deleting",
+CHECK(abi, deleting,
       "through any part the destructor's argument says whether it gives the memory back: 0, no, or "
       "1, yes") {
   for (alignment = 0; alignment < 16; alignment += 4) {
@@ -325,7 +325,7 @@ void divert(void* function, void* other) {
   std::memcpy(function, jump, sizeof jump);
 }
 
-CHECK("samplerinfo.thread_notifications",
+CHECK(samplerinfo, thread_notifications,
       "loading makes the descriptors, then switches off the notifications of threads, once") {
   divert(symbolOf(GetModuleHandleA("kernel32"), "DisableThreadLibraryCalls"),
          reinterpret_cast<void*>(&disableThreadLibraryCalls));
@@ -337,13 +337,13 @@ CHECK("samplerinfo.thread_notifications",
 std::vector<void*> destroyed;
 void METHOD noteDestroyed(void* description) { destroyed.push_back(description); }
 
-CHECK("samplerinfo.unloading",
+CHECK(samplerinfo, unloading,
       "unloading destroys the descriptors from the newest to the oldest, as they are enumerated") {
   std::vector<void*> expected;
   {
     const Loaded module;
     for (void* desc : enumerate(module.library()).descs) {
-      expected.push_back(words(desc)[PLUGIN_DESC_PARAMETERS]);
+      expected.push_back(words(desc)[kParametersOfDesc]);
     }
     divert(symbolOf(GetModuleHandleA("quor.dll"), "??1QuorParameterListDesc@QUtils@@QAE@XZ"),
            reinterpret_cast<void*>(&noteDestroyed));
@@ -357,7 +357,7 @@ CHECK("samplerinfo.unloading",
 
 // ---- Arithmetic ----
 
-CHECK("samplerinfo.x87",
+CHECK(samplerinfo, x87,
       "every output answers as recorded with the x87 at 53 bits, and at 24 bits, too, but for what "
       "the C runtime computes") {
   _controlfp(_PC_53, _MCW_PC);

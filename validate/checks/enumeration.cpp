@@ -7,14 +7,14 @@ namespace validate {
 
 namespace {
 
-CHECK("enumeration.count",
+CHECK(enumeration, count,
       "without a visitor the enumeration answers the number of descriptors that it shows") {
   const Enumeration all = enumerate(library());
   expect("enumPluginDescs(visitor)", all.answer, static_cast<std::int32_t>(all.descs.size()));
   expect("enumPluginDescs(null)", PluginLibDesc::enumPluginDescs(library(), nullptr), all.answer);
 }
 
-CHECK("enumeration.stop",
+CHECK(enumeration, stop,
       "a visitor that has seen enough is shown no more, and the last one counts") {
   const std::vector<void*> all = descriptors();
   for (int wanted = 1; wanted <= static_cast<int>(all.size()); ++wanted) {
@@ -26,7 +26,7 @@ CHECK("enumeration.stop",
   }
 }
 
-CHECK("enumeration.again", "a second enumeration shows the same descriptors in the same order") {
+CHECK(enumeration, again, "a second enumeration shows the same descriptors in the same order") {
   const auto shown = [] {
     std::string names;
     for (void* desc : descriptors()) names += nameOf(desc) + ", " + text(desc) + "; ";
@@ -36,7 +36,7 @@ CHECK("enumeration.again", "a second enumeration shows the same descriptors in t
   expect("descriptors shown again", shown(), first);
 }
 
-CHECK("enumeration.names",
+CHECK(enumeration, names,
       "names and ids of plugins are unique, all names are there, and all texts in UTF-8") {
   std::set<std::string> names;
   std::set<std::uint64_t> ids;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kNetworks = kSanitized ? 100 : 400;
 
-CHECK("evaluation.again",
+CHECK(evaluation, again,
       "a question is answered with the same bits again, in any order and in the next frame") {
   forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
@@ -25,7 +25,7 @@ CHECK("evaluation.again",
 }
 
 // The threads ask first, each from another place on, so that all samples are under way at once.
-CHECK("evaluation.threads", "16 threads that ask at once are answered as one alone is") {
+CHECK(evaluation, threads, "16 threads that ask at once are answered as one alone is") {
   constexpr std::size_t kThreads = 16;
   std::vector<Answer> answers[kThreads];
   forSeeds(kNetworks / 3, [&, descs = descriptors()](std::uint32_t seed) {
@@ -63,8 +63,7 @@ CHECK("evaluation.threads", "16 threads that ask at once are answered as one alo
   });
 }
 
-CHECK("evaluation.instances",
-      "instances with the same inputs give the same answers, each its own") {
+CHECK(evaluation, instances, "instances with the same inputs give the same answers, each its own") {
   forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> first = network.answers();
@@ -79,7 +78,7 @@ CHECK("evaluation.instances",
   });
 }
 
-CHECK("evaluation.reload", "a module that is unloaded and loaded again gives the same answers") {
+CHECK(evaluation, reload, "a module that is unloaded and loaded again gives the same answers") {
   std::vector<Answer> first;
   forSeeds(kNetworks / 4, [&](std::uint32_t seed) {
     for (const bool again : {false, true}) {
@@ -95,7 +94,7 @@ CHECK("evaluation.reload", "a module that is unloaded and loaded again gives the
   });
 }
 
-CHECK("evaluation.changed",
+CHECK(evaluation, changed,
       "from the next frame on, and not before, inputs that were set anew or taken away are as if "
       "they had always been so") {
   forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
@@ -113,7 +112,7 @@ CHECK("evaluation.changed",
   });
 }
 
-CHECK("evaluation.records", "frames and questions leave the records of the host as they are") {
+CHECK(evaluation, records, "frames and questions leave the records of the host as they are") {
   forSeeds(kNetworks / 40, [descs = descriptors()](std::uint32_t seed) {
     Network network({.descs = descs, .seed = seed, .begins = false});
     const std::span records = std::as_bytes(std::span(&network.samples(), 1));
@@ -137,7 +136,7 @@ CHECK("evaluation.records", "frames and questions leave the records of the host 
   });
 }
 
-CHECK("evaluation.asked_once",
+CHECK(evaluation, asked_once,
       "a question asks each input its value, bounds and gradient at most once, with the host's own "
       "shading context") {
   forSeeds(10 * kNetworks, [descs = descriptors()](std::uint32_t seed) {
@@ -148,13 +147,13 @@ CHECK("evaluation.asked_once",
       network.answer(n);
       const ShadingContext* const context = &network.asked(n).context;
       for (Leaf& leaf : network.leaves()) {
-        for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
+        for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
           const int asked = leaf.asked[question];
           if (asked > 1) {
             failExpectation(network.question(n), "an input asked " + text(asked) + " times",
                             "at most once");
           }
-          if (question != BOUNDS && asked != 0 && leaf.askedWith[question] != context) {
+          if (question != Question::Bounds && asked != 0 && leaf.askedWith[question] != context) {
             failExpectation(network.question(n), "an input asked with another context",
                             "with that of the question");
           }

@@ -65,14 +65,14 @@ class Mode {
   Control control_;
 };
 
-void leaveOutUnknown() {
-  if (!kKnown) leaveOut("the control bits of this processor are not known here");
+void skipIfUnknown() {
+  if (!kKnown) skip("the control bits of this processor are not known here");
 }
 
-CHECK("floating_point.again",
+CHECK(floating_point, again,
       "in each rounding mode, with denormals flushed or not, a question is answered with the same "
       "bits again") {
-  leaveOutUnknown();
+  skipIfUnknown();
   forSeeds(kSanitized ? 10 : 40, [descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     std::array<std::vector<Answer>, kModes> answers;
@@ -90,10 +90,10 @@ CHECK("floating_point.again",
   });
 }
 
-CHECK("floating_point.control",
+CHECK(floating_point, control,
       "rounding, masks of exceptions, flushing and x87 precision stay as the caller has them, and "
       "are so for the inputs") {
-  leaveOutUnknown();
+  skipIfUnknown();
   {
     const Mode mode(0);
     library();

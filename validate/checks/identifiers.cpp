@@ -41,13 +41,13 @@ void expectOnlyWhatItHas(const std::string& nameOfObject, void* object) {
   }
 }
 
-CHECK("identifiers.descriptors",
+CHECK(identifiers, descriptors,
       "library and descriptors answer null to an identifier that they have no interface of") {
   expectOnlyWhatItHas("the library descriptor", library());
   for (void* desc : descriptors()) expectOnlyWhatItHas("descriptor " + nameOf(desc), desc);
 }
 
-CHECK("identifiers.announced", "what a descriptor announces, all 64 bits of it, its plugins have") {
+CHECK(identifiers, announced, "what a descriptor announces, all 64 bits of it, its plugins have") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     const auto asked = [&](std::uint64_t id) {
@@ -65,7 +65,7 @@ CHECK("identifiers.announced", "what a descriptor announces, all 64 bits of it, 
   }
 }
 
-CHECK("identifiers.instances",
+CHECK(identifiers, instances,
       "a plugin answers an identifier, all 64 bits of it, with its interface of this identifier") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -74,7 +74,7 @@ CHECK("identifiers.instances",
   }
 }
 
-CHECK("identifiers.outputs",
+CHECK(identifiers, outputs,
       "an output has the identifier of its kind of texture, and its name if it has one") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -82,7 +82,7 @@ CHECK("identifiers.outputs",
       if (!isOutput(info)) continue;
       const std::string output = instance.name() + '.' + info.name;
       void* const texture = instance.texture(info.name);
-      if (texture == nullptr) fail(output + ": came null, expected a texture");
+      if (texture == nullptr) fail(output + ": got null, expected a texture");
       const Identifier& expected = kTextureIds[kindOf(info)];
       expect(output + ".getInterfaceId()", PluginInterface::getInterfaceId(texture), expected.id);
       if (const char* name = PluginInterface::getInterfaceName(texture)) {

@@ -9,33 +9,39 @@ namespace {
 /// An identifier that no plugin has: that of a plugin's own interface, and something above.
 constexpr std::uint64_t kUnknown = EXT_QUOR_PLUGIN | std::uint64_t{1} << 32;
 
-CHECK("interfaces.added",
+/// Adds an interface, has `meanwhile` done, and removes it.
+template <class Meanwhile>
+void expectTaken(const std::string& name, void* object, const Meanwhile& meanwhile) {
+  AddedInterface added(kUnknown);
+  const auto expectFound = [&](const char* when, void* found) {
+    expect(name + ".getInterface of an added interface" + when,
+           PluginBase::getInterface(object, kUnknown), found);
+  };
+  expectFound(" before it is added", nullptr);
+  expect(name + ".removeInterface before", PluginBase::removeInterface(object, &added), 0);
+  expect(name + ".addInterface", PluginBase::addInterface(object, &added, 0), 1);
+  expectFound("", &added);
+  meanwhile();
+  PluginBase::releaseInterface(object, &added);
+  expectFound(" afterwards", &added);
+  expect(name + ".removeInterface", PluginBase::removeInterface(object, &added), 1);
+  expectFound(" after it is removed", nullptr);
+  expect(name + ": releases", added.releases, 0);
+}
+
+CHECK(interfaces, added,
       "an interface that was added is found, also after a frame, until it is removed") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
-    void* const object = instance.object();
-    AddedInterface added(kUnknown);
-    const std::string asked = instance.name() + ".getInterface of an added interface";
-    const auto expectFound = [&](const char* when, void* found) {
-      expect(asked + when, PluginBase::getInterface(object, kUnknown), found);
-    };
-    expectFound(" before it is added", nullptr);
-    expect(instance.name() + ".removeInterface before", PluginBase::removeInterface(object, &added),
-           0);
-    expect(instance.name() + ".addInterface", PluginBase::addInterface(object, &added, 0), 1);
-    expectFound("", &added);
-    instance.beginFrame();
-    QuorPluginInterface::frameEnd(instance.part(), nullptr);
-    QuorPluginInterface::renderEnd(instance.part(), nullptr);
-    PluginBase::releaseInterface(object, &added);
-    expectFound(" after a frame", &added);
-    expect(instance.name() + ".removeInterface", PluginBase::removeInterface(object, &added), 1);
-    expectFound(" after it is removed", nullptr);
-    expect(instance.name() + ": releases", added.releases, 0);
+    expectTaken(instance.name(), instance.object(), [&] {
+      instance.beginFrame();
+      QuorPluginInterface::frameEnd(instance.part(), nullptr);
+      QuorPluginInterface::renderEnd(instance.part(), nullptr);
+    });
   }
 }
 
-CHECK("interfaces.twice", "an interface that was added twice has to be removed twice") {
+CHECK(interfaces, twice, "an interface that was added twice has to be removed twice") {
   for (void* desc : descriptors()) {
     AddedInterface added(kUnknown);
     {
@@ -56,7 +62,7 @@ CHECK("interfaces.twice", "an interface that was added twice has to be removed t
   }
 }
 
-CHECK("interfaces.newest",
+CHECK(interfaces, newest,
       "of two interfaces with one identifier the newer is found, a plugin's own before both") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -78,33 +84,24 @@ CHECK("interfaces.newest",
   }
 }
 
-CHECK("interfaces.objects",
+CHECK(interfaces, objects,
       "descriptors, and outputs that are objects, take interfaces as plugins do") {
-  const auto expectTaken = [](const std::string& name, void* object) {
-    AddedInterface added(kUnknown);
-    const auto expectFound = [&](const char* when, void* found) {
-      expect(name + ".getInterface" + when, PluginBase::getInterface(object, kUnknown), found);
-    };
-    expect(name + ".addInterface", PluginBase::addInterface(object, &added, 0), 1);
-    expectFound("", &added);
-    expect(name + ".removeInterface", PluginBase::removeInterface(object, &added), 1);
-    expectFound(" after removeInterface", nullptr);
-  };
-  expectTaken("the library descriptor", library());
+  const auto nothing = [] {};
+  expectTaken("the library descriptor", library(), nothing);
   for (void* desc : descriptors()) {
-    expectTaken("descriptor " + nameOf(desc), desc);
+    expectTaken("descriptor " + nameOf(desc), desc, nothing);
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
       void* const texture = isOutput(info) ? instance.texture(info.name) : nullptr;
       if (texture == nullptr) continue;
       if (void* object = PluginInterface::getPlugin(texture)) {
-        expectTaken(instance.name() + '.' + info.name, object);
+        expectTaken(instance.name() + '.' + info.name, object, nothing);
       }
     }
   }
 }
 
-CHECK("interfaces.release_order",
+CHECK(interfaces, release_order,
       "a dying plugin releases what was added for that, oldest first, the rest not") {
   for (void* desc : descriptors()) {
     AddedInterface oldest(1), kept(2), removed(3), newer(4);

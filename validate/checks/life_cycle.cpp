@@ -7,21 +7,21 @@ namespace validate {
 
 namespace {
 
-CHECK("life_cycle.made",
+CHECK(life_cycle, made,
       "a new plugin knows its descriptor and has no name, and parameters of its own") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     const std::string& name = instance.name();
     void** const object = words(instance.object());
     void** const part = words(instance.part());
-    expect(name + ": name", object[PLUGIN_NAME], nullptr);
-    expect(name + ": descriptor", part[PLUGIN_INTERFACE_DESC], desc);
-    expect(name + ": has a parameter list", part[PLUGIN_INTERFACE_PARAMETERS] != nullptr,
-           words(desc)[PLUGIN_DESC_PARAMETERS] != nullptr);
+    expect(name + ": name", object[kNameOfPlugin], nullptr);
+    expect(name + ": descriptor", part[kDescOfPart], desc);
+    expect(name + ": has a parameter list", part[kParametersOfPart] != nullptr,
+           words(desc)[kParametersOfDesc] != nullptr);
   }
 }
 
-CHECK("life_cycle.none", "deletePlugin takes null") {
+CHECK(life_cycle, none, "deletePlugin takes null") {
   for (void* desc : descriptors()) PluginDesc::deletePlugin(desc, nullptr);
 }
 
@@ -31,13 +31,13 @@ void expectDifferent(const std::string& ofWhat, void* ofOne, void* ofOther) {
   }
 }
 
-CHECK("life_cycle.two_instances", "two instances of a plugin share neither objects nor values") {
+CHECK(life_cycle, two_instances, "two instances of a plugin share neither objects nor values") {
   for (void* desc : descriptors()) {
     const Instance one(desc), other(desc);
     const std::string& name = one.name();
     expectDifferent(name, one.object(), other.object());
     Plugin::setPluginName(one.object(), "one");
-    expect(name + ": name of the other", words(other.object())[PLUGIN_NAME], nullptr);
+    expect(name + ": name of the other", words(other.object())[kNameOfPlugin], nullptr);
     for (const ParameterInfo& info : parametersOf(desc)) {
       const std::string parameter = name + '.' + info.name;
       if (isOutput(info)) {
@@ -48,8 +48,8 @@ CHECK("life_cycle.two_instances", "two instances of a plugin share neither objec
         one.beginFrame();
         other.beginFrame();
         expect(parameter + ": texture of the other", other.texture(info.name), nullptr);
-      } else if (info.type == PARAM_INTEGER) {
-        one.set(info.name, KIND_INTEGER, info.initial + 1);
+      } else if (info.type == ParameterType::Integer) {
+        one.set(info.name, ParameterKind::Integer, info.initial + 1);
         expect(parameter + ": value of the other", other.parameter(info.name).value.integer,
                info.initial);
       }
@@ -57,10 +57,10 @@ CHECK("life_cycle.two_instances", "two instances of a plugin share neither objec
   }
 }
 
-CHECK("life_cycle.no_frame", "a plugin can be deleted before its first frame, connected or not") {
+CHECK(life_cycle, no_frame, "a plugin can be deleted before its first frame, connected or not") {
   for (void* desc : descriptors()) {
     { const Instance unused(desc); }
-    Input color(COLOR), number(NUMBER), vector(VECTOR);
+    Input color(TextureKind::Color), number(TextureKind::Float), vector(TextureKind::Vector);
     Input* const inputs[] = {&color, &number, &vector};
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
@@ -70,7 +70,7 @@ CHECK("life_cycle.no_frame", "a plugin can be deleted before its first frame, co
   }
 }
 
-CHECK("life_cycle.repeated", "a render, and a frame, can begin again before it ends") {
+CHECK(life_cycle, repeated, "a render, and a frame, can begin again before it ends") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     for (int i = 0; i < 3; ++i) QuorPluginInterface::renderBegin(instance.part(), nullptr);
@@ -78,8 +78,7 @@ CHECK("life_cycle.repeated", "a render, and a frame, can begin again before it e
   }
 }
 
-CHECK("life_cycle.names",
-      "a plugin keeps a copy of the last name that it was given, however long") {
+CHECK(life_cycle, names, "a plugin keeps a copy of the last name that it was given, however long") {
   const std::string longName(1 << 20, 'x');
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -89,12 +88,12 @@ CHECK("life_cycle.names",
       Plugin::setPluginName(instance.object(), given.c_str());
       given.assign(given.size(), '?');
       expect(instance.name() + ".setPluginName: what it keeps",
-             static_cast<const char*>(words(instance.object())[PLUGIN_NAME]), name.c_str());
+             static_cast<const char*>(words(instance.object())[kNameOfPlugin]), name.c_str());
     }
   }
 }
 
-CHECK("life_cycle.parts", "deleting through any of its interfaces deletes the whole plugin, once") {
+CHECK(life_cycle, parts, "deleting through any of its interfaces deletes the whole plugin, once") {
   for (void* desc : descriptors()) {
     for (const std::uint64_t id : {EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_RTTEX}) {
       Instance instance(desc);

@@ -13,7 +13,7 @@ void expectMapped(const std::string& when, bool expected) {
   expect("mapped " + when, isMapped(trial.module), expected);
 }
 
-CHECK("loading.export", "the module exports getLibDesc and nothing else") {
+CHECK(loading, export, "the module exports getLibDesc and nothing else") {
   const Loaded module;
   std::string names;
   for (const std::string& name : exportsOf(trial.module, module.handle())) {
@@ -22,7 +22,7 @@ CHECK("loading.export", "the module exports getLibDesc and nothing else") {
   expect("exports", names, "getLibDesc");
 }
 
-CHECK("loading.descriptor",
+CHECK(loading, descriptor,
       "getLibDesc answers the same object whenever it is asked, loaded twice or not") {
   const Loaded once;
   void* const library = once.library();
@@ -49,7 +49,7 @@ std::string useOnce() {
     for (const ParameterInfo& info : parametersOf(desc)) {
       float numbers[12];
       void* const texture = isOutput(info) ? instance.texture(info.name) : nullptr;
-      if (texture != nullptr) ask(texture, kindOf(info), VALUE, host.sc, numbers);
+      if (texture != nullptr) ask(texture, kindOf(info), Question::Value, host.sc, numbers);
     }
     QuorPluginInterface::frameEnd(instance.part(), nullptr);
     QuorPluginInterface::renderEnd(instance.part(), nullptr);
@@ -58,7 +58,7 @@ std::string useOnce() {
   return names;
 }
 
-CHECK("loading.rounds",
+CHECK(loading, rounds,
       "200 rounds of loading, using and unloading leave nothing mapped, allocated or changed") {
   constexpr int kRounds = 200;
   const std::string first = useOnce();
@@ -82,7 +82,7 @@ CHECK("loading.rounds",
   if (kSanitized) {
     note("whether the heap grows is not known here: a sanitizer keeps blocks back");
   } else if (growth >= kRounds) {
-    fail("heap after the rounds: came " + text(growth) + " bytes more, expected the same");
+    fail("heap after the rounds: got " + text(growth) + " bytes more, expected the same");
   }
 }
 

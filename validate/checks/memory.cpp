@@ -11,14 +11,14 @@ namespace validate {
 
 namespace {
 
-void leaveOutUnwatched() {
-  if (whyNotWatched() != nullptr) leaveOut(whyNotWatched());
+void skipIfUnwatched() {
+  if (whyNotWatched() != nullptr) skip(whyNotWatched());
 }
 
 // ---- Evaluation ----
 
 void expectNone(const char* ofWhat, int Watched::*count) {
-  leaveOutUnwatched();
+  skipIfUnwatched();
   forSeeds(40, [&, descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::size_t questions = network.answers().size();
@@ -32,11 +32,11 @@ void expectNone(const char* ofWhat, int Watched::*count) {
   });
 }
 
-CHECK("memory.allocations", "after the first sample of a frame no question allocates memory") {
+CHECK(memory, allocations, "after the first sample of a frame no question allocates memory") {
   expectNone("allocations", &Watched::allocations);
 }
 
-CHECK("memory.locks", "after the first sample of a frame no question takes a lock") {
+CHECK(memory, locks, "after the first sample of a frame no question takes a lock") {
   expectNone("locks", &Watched::locks);
 }
 
@@ -52,10 +52,10 @@ struct Copy {
         bytes(original.first, original.first + original.size) {}
 };
 
-CHECK("memory.unchanged",
+CHECK(memory, unchanged,
       "after the first sample of a frame nothing is written into plugins, what they have allocated "
       "or the module's variables") {
-  leaveOutUnwatched();
+  skipIfUnwatched();
   forSeeds(10, [descs = descriptors()](std::uint32_t seed) {
     watch();
     const Network network({.descs = descs, .seed = seed});
@@ -93,25 +93,25 @@ CHECK("memory.unchanged",
 
 /// A call and what is wrong with it; null if nothing is.
 struct Fault {
-  const char *call = nullptr, *came = nullptr;
+  const char *call = nullptr, *got = nullptr;
 };
 
 /// What may be thrown where the module's own request is refused. For other libraries' requests a
 /// `std::bad_alloc` will do in any case.
-enum class Thrown { TEXT, TEXT_OR_BAD_ALLOC };
+enum class Thrown { Text, TextOrBadAlloc };
 
-enum class Attempt { DONE, REFUSED, WRONG };
+enum class Attempt { Done, Refused, Wrong };
 template <class Call>
 Attempt attemptOnce(Thrown allowed, const Call& call) {
   try {
-    return call() ? Attempt::DONE : Attempt::REFUSED;
+    return call() ? Attempt::Done : Attempt::Refused;
   } catch (char*) {
-    return Attempt::REFUSED;
+    return Attempt::Refused;
   } catch (const std::bad_alloc&) {
-    return allowed == Thrown::TEXT && refusedSoFar() == Asker::MODULE ? Attempt::WRONG
-                                                                      : Attempt::REFUSED;
+    return allowed == Thrown::Text && refusedSoFar() == Asker::Module ? Attempt::Wrong
+                                                                      : Attempt::Refused;
   } catch (...) {
-    return Attempt::WRONG;
+    return Attempt::Wrong;
   }
 }
 
@@ -124,11 +124,11 @@ Fault live(void* desc, AddedInterface& added, Thrown allowed) {
   const auto attempt = [&](const char* name, const auto& call) {
     if (fault.call != nullptr) return;
     Attempt result = attemptOnce(allowed, call);
-    if (result == Attempt::REFUSED && refusedSoFar() != Asker::NOBODY) {
+    if (result == Attempt::Refused && refusedSoFar() != Asker::Nobody) {
       result = attemptOnce(allowed, call);
     }
-    if (result == Attempt::WRONG) fault = {name, "another exception"};
-    if (result == Attempt::REFUSED) fault = {name, "a refusal without a refused request"};
+    if (result == Attempt::Wrong) fault = {name, "another exception"};
+    if (result == Attempt::Refused) fault = {name, "a refusal without a refused request"};
   };
   const auto setName = [&](const char* name) {
     Plugin::setPluginName(plugin, name);
@@ -152,7 +152,7 @@ Fault live(void* desc, AddedInterface& added, Thrown allowed) {
 }
 
 void refuseInLife(Thrown allowed) {
-  leaveOutUnwatched();
+  skipIfUnwatched();
   silenceDebugOutput();
   int refusals = 0;
   for (void* desc : descriptors()) {
@@ -166,13 +166,13 @@ void refuseInLife(Thrown allowed) {
       const Watched watched = stopWatching();
       const std::string asked = name + ", request " + text(request) + " of its life refused";
       if (fault.call != nullptr) {
-        failExpectation(asked + ": " + fault.call, fault.came,
+        failExpectation(asked + ": " + fault.call, fault.got,
                         std::string("success, or once char*") +
-                            (allowed == Thrown::TEXT ? "" : " or std::bad_alloc"));
+                            (allowed == Thrown::Text ? "" : " or std::bad_alloc"));
       }
       expect(asked + ": blocks left", watched.left, 0);
       expect(asked + ": releases", added.releases, 1);
-      if (watched.refused == Asker::NOBODY) break;
+      if (watched.refused == Asker::Nobody) break;
       ++refusals;
     }
   }
@@ -182,10 +182,10 @@ void refuseInLife(Thrown allowed) {
 /// Calls `judge` with each end that loading the module comes to where one request is refused.
 template <class Judge>
 void refuseAtLoad(const Judge& judge) {
-  leaveOutUnwatched();
+  skipIfUnwatched();
   for (int request = 1;; ++request) {
     const RefusedLoad load = loadRefusing(request);
-    if (load.refused == Asker::NOBODY) {
+    if (load.refused == Asker::Nobody) {
       expect("loading with no request refused: came to its end by", load.ending, "");
       note(text(request - 1) + " requests refused");
       return;
@@ -195,14 +195,14 @@ void refuseAtLoad(const Judge& judge) {
 }
 
 CHECK(
-    "memory.refused",
+    memory, refused,
     "a refused request for memory is thrown as a text or a std::bad_alloc, costs nothing, and the "
     "next try works") {
-  refuseInLife(Thrown::TEXT_OR_BAD_ALLOC);
+  refuseInLife(Thrown::TextOrBadAlloc);
 }
 
 CHECK(
-    "memory.refused_at_load",
+    memory, refused_at_load,
     "a request that is refused while the module is loaded may end the process, but with no crash") {
   refuseAtLoad([](const std::string& asked, const RefusedLoad& load) {
     if (load.ending.starts_with("signal")) expect(asked, load.ending, "signal 6");
@@ -211,16 +211,16 @@ CHECK(
 
 // ---- Refusal, as this library answers it ----
 
-CHECK("samplerinfo.memory.refused", "a refused request for memory is thrown as a text") {
-  refuseInLife(Thrown::TEXT);
+CHECK(samplerinfo, memory, refused, "a refused request for memory is thrown as a text") {
+  refuseInLife(Thrown::Text);
 }
 
-CHECK("samplerinfo.memory.refused_at_load",
+CHECK(samplerinfo, memory, refused_at_load,
       "a request that is refused while the module is loaded ends the process with debug output, or "
       "nothing") {
   refuseAtLoad([](const std::string& asked, const RefusedLoad& load) {
     expect(asked, load.ending, "signal 6");
-    if (load.refused != Asker::MODULE) return;
+    if (load.refused != Asker::Module) return;
     std::string::size_type at = 0;
     for (const char* line : {"[operator new] failed (size is ", "Getting free heap memory.\n",
                              "heapstatus=", "Number of blocks visited: "}) {

@@ -33,14 +33,14 @@ const float* linearNumbers(Input* input, Question /*question*/, const ShadingCon
     numbers[2 * width + k] = static_cast<float>(base + reach);
     square += value * value;
     for (int axis = 0; axis < 3; ++axis) {
-      if (leaf.kind != COLOR || k < 3) sum[axis] += slope[axis];
+      if (leaf.kind != TextureKind::Color || k < 3) sum[axis] += slope[axis];
       ofSquare[axis] += value * slope[axis];
     }
   }
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    const double gradient = leaf.kind == COLOR    ? sum[axis] / 3
-                            : leaf.kind == NUMBER ? sum[axis]
-                                                  : ofSquare[axis] / std::sqrt(square);
+    const double gradient = leaf.kind == TextureKind::Color   ? sum[axis] / 3
+                            : leaf.kind == TextureKind::Float ? sum[axis]
+                                                              : ofSquare[axis] / std::sqrt(square);
     numbers[3 * width + axis] = static_cast<float>(gradient);
   }
   return numbers;
@@ -54,7 +54,7 @@ Vector ofUnitLength(const Vector& v) {
 /// The samples: a shading point, and its neighbours on both sides along each axis, far and near.
 /// All that has to be of unit length is; the camera is not turned and does not move.
 constexpr double kStep = 1.0 / 256;
-enum Distance { FAR = 1, NEAR = 7 };
+enum Distance { Far = 1, Near = 7 };
 void placeSamples(Samples& samples, Random& random) {
   constexpr PreciseTransform kIdentity = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}};
   samples.host.frameData.worldToCamera = samples.host.frameData.cameraToWorld = kIdentity;
@@ -66,8 +66,8 @@ void placeSamples(Samples& samples, Random& random) {
   }
   centre.rayTime = (random.ordinary() + 8) / 16;
   samples.contexts.fill(ShadingContext(centre));
-  for (const Distance distance : {FAR, NEAR}) {
-    const double step = distance == FAR ? kStep : kStep / 2;
+  for (const Distance distance : {Far, Near}) {
+    const double step = distance == Far ? kStep : kStep / 2;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       ShadingContext* const pair = &samples.contexts[distance + 2 * axis];
       for (const double sign : {-1, 1}) {
@@ -83,7 +83,9 @@ double number(const Answer& answer, std::size_t i) { return std::bit_cast<float>
 /// What has a gradient: an intensity, a number or a length.
 double scalar(TextureKind kind, const Answer& value) {
   const double x = number(value, 0), y = number(value, 1), z = number(value, 2);
-  return kind == COLOR ? (x + y + z) / 3 : kind == NUMBER ? x : std::sqrt(x * x + y * y + z * z);
+  return kind == TextureKind::Color   ? (x + y + z) / 3
+         : kind == TextureKind::Float ? x
+                                      : std::sqrt(x * x + y * y + z * z);
 }
 
 /// How often something was the case, how far, and an example.
@@ -131,12 +133,12 @@ void forTrials(const Judge& judge) {
   }
 }
 
-CHECK("notes.bounds", "says how often a value lies outside its bounds, and how far") {
+CHECK(notes, bounds, "says how often a value lies outside its bounds, and how far") {
   std::map<std::string, Tally> outputs;
   Answer value{};
   forTrials([&](const Network::Asked& asked, const Answer* answers) {
-    if (asked.question == VALUE) value = *answers;
-    if (asked.question != BOUNDS) return;
+    if (asked.question == Question::Value) value = *answers;
+    if (asked.question != Question::Bounds) return;
     const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
     double farthest = 0;
     std::string example;
@@ -154,20 +156,20 @@ CHECK("notes.bounds", "says how often a value lies outside its bounds, and how f
   noteTallies(outputs, "outside its bounds");
 }
 
-CHECK("notes.gradients",
+CHECK(notes, gradients,
       "says how often a gradient is not that of finite differences, and how far") {
   std::map<std::string, Tally> outputs;
   std::vector<Answer> values;
   forTrials([&](const Network::Asked& asked, const Answer* answers) {
-    if (asked.question == VALUE) values.assign(answers, answers + Samples::kCount);
-    if (asked.question != GRADIENT) return;
+    if (asked.question == Question::Value) values.assign(answers, answers + Samples::kCount);
+    if (asked.question != Question::Gradient) return;
     const double noise = 1e-4 * std::abs(scalar(asked.kind, values[0])) + 1e-5;
     for (std::size_t axis = 0; axis < 3; ++axis) {
       const auto slope = [&](Distance distance, double step) {
         const Answer* const pair = &values[distance + 2 * axis];
         return (scalar(asked.kind, pair[1]) - scalar(asked.kind, pair[0])) / (2 * step);
       };
-      const double wide = slope(FAR, kStep), narrow = slope(NEAR, kStep / 2);
+      const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
       const double is = number(*answers, axis), distance = std::abs(is - narrow);
       const double tolerance = 0.01 * std::abs(narrow) + noise;
       if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number

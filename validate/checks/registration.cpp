@@ -24,7 +24,7 @@ void expectTold(const std::string& asked, const std::vector<void*>& told, void* 
   for (void* announced : told) expect(asked + ": what is announced", announced, desc);
 }
 
-CHECK("registration.null", "without a host registering and withdrawing do nothing") {
+CHECK(registration, null, "without a host registering and withdrawing do nothing") {
   for (void* desc : descriptors()) {
     PluginDesc::registerPlugin(desc, nullptr);
     PluginDesc::unregisterPlugin(desc, nullptr);
@@ -32,7 +32,7 @@ CHECK("registration.null", "without a host registering and withdrawing do nothin
   }
 }
 
-CHECK("registration.announced", "a descriptor announces itself once, and withdraws itself once") {
+CHECK(registration, announced, "a descriptor announces itself once, and withdraws itself once") {
   for (void* desc : descriptors()) {
     Registry registry{registryTable.slots};
     PluginDesc::registerPlugin(desc, &registry);
@@ -44,7 +44,7 @@ CHECK("registration.announced", "a descriptor announces itself once, and withdra
   }
 }
 
-CHECK("registration.twice", "a descriptor that is registered twice announces itself twice") {
+CHECK(registration, twice, "a descriptor that is registered twice announces itself twice") {
   for (void* desc : descriptors()) {
     Registry registry{registryTable.slots};
     const auto countParameters = [desc] {
@@ -59,7 +59,7 @@ CHECK("registration.twice", "a descriptor that is registered twice announces its
   }
 }
 
-CHECK("registration.withdrawn", "a descriptor works on after it was withdrawn, and can come back") {
+CHECK(registration, withdrawn, "a descriptor works on after it was withdrawn, and can come back") {
   for (void* desc : descriptors()) {
     Registry registry{registryTable.slots};
     PluginDesc::registerPlugin(desc, &registry);

@@ -8,21 +8,22 @@ namespace validate {
 
 namespace {
 
-CHECK("tables.texts", "parameters have unique names, known types and texts in UTF-8") {
+CHECK(tables, texts, "parameters have unique names, known types and texts in UTF-8") {
   for (void* desc : descriptors()) {
     std::set<std::string> names;
     for (const ParameterInfo& info : parametersOf(desc)) {
       expectName(nameOf(desc) + ": a parameter's name", info.name);
       const std::string parameter = nameOf(desc) + '.' + info.name;
       expect(parameter + ": its name is new", names.insert(info.name).second, true);
-      expect(parameter + ": its type is known", info.type >= 0 && info.type < PARAM_TYPES, true);
+      expect(parameter + ": its type is known", info.type >= 0 && info.type < ParameterType::Count,
+             true);
       if (info.help != nullptr) expectUtf8(parameter + ": help", info.help);
       if (info.text != nullptr) expectUtf8(parameter + ": text", info.text);
     }
   }
 }
 
-CHECK("tables.values",
+CHECK(tables, values,
       "getParameter finds each parameter with its kind and first value, inputs without a texture") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -30,19 +31,20 @@ CHECK("tables.values",
       const std::string asked = instance.name() + ".getParameter(" + text(info.name) + ")";
       const QuorPluginParameter& found = instance.parameter(info.name);
       expect(asked + ": name", found.name, info.name);
-      const ParameterKind kind = info.type == PARAM_INTEGER   ? KIND_INTEGER
-                                 : info.type == PARAM_BOOLEAN ? KIND_BOOLEAN
-                                                              : KIND_INTERFACE;
-      expect(asked + ": kind", std::int32_t{found.kind}, kind);
-      if (kind == KIND_INTEGER) expect(asked, found.value.integer, info.initial);
-      if (kind == KIND_BOOLEAN) expect(asked, found.value.boolean, info.initial != 0);
-      if (kind != KIND_INTERFACE) continue;
+      const ParameterKind kind = info.type == ParameterType::Integer   ? ParameterKind::Integer
+                                 : info.type == ParameterType::Boolean ? ParameterKind::Boolean
+                                                                       : ParameterKind::Interface;
+      expect(asked + ": kind", static_cast<std::int32_t>(found.kind),
+             static_cast<std::int32_t>(kind));
+      if (kind == ParameterKind::Integer) expect(asked, found.value.integer, info.initial);
+      if (kind == ParameterKind::Boolean) expect(asked, found.value.boolean, info.initial != 0);
+      if (kind != ParameterKind::Interface) continue;
       expect(asked + ": has a texture", found.value.iface != nullptr, isOutput(info));
     }
   }
 }
 
-CHECK("tables.unknown", "a name that is no parameter's is not found and takes no value") {
+CHECK(tables, unknown, "a name that is no parameter's is not found and takes no value") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     expect(instance.name() + ".getParameter of an unknown name", instance.find("no such parameter"),
@@ -53,7 +55,7 @@ CHECK("tables.unknown", "a name that is no parameter's is not found and takes no
 }
 
 CHECK(
-    "tables.inputs",
+    tables, inputs,
     "each input takes a texture or number of its kind, and gives it up; integers may have limits") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -68,15 +70,15 @@ CHECK(
           instance.beginFrame();
           expect(asked + ": what it has then", value.iface, texture);
         }
-      } else if (info.type == PARAM_BOOLEAN) {
+      } else if (info.type == ParameterType::Boolean) {
         for (const bool on : {true, false}) {
-          expect(asked, instance.set(info.name, KIND_BOOLEAN, on), 1);
+          expect(asked, instance.set(info.name, ParameterKind::Boolean, on), 1);
           instance.beginFrame();
           expect(asked + ": what it has then", value.boolean, on);
         }
       } else {
-        instance.set(info.name, KIND_INTEGER, info.initial + 1);
-        expect(asked, instance.set(info.name, KIND_INTEGER, info.initial), 1);
+        instance.set(info.name, ParameterKind::Integer, info.initial + 1);
+        expect(asked, instance.set(info.name, ParameterKind::Integer, info.initial), 1);
         instance.beginFrame();
         expect(asked + ": what it has then", value.integer, info.initial);
       }

@@ -7,9 +7,9 @@
 /// Exceptions of a host.
 namespace validate {
 
-inline void leaveOutForeignExceptions() {
+inline void skipForeignExceptions() {
   if (kMicrosoft) {
-    leaveOut("this program's exceptions are not those that the module's compiler knows");
+    skip("this program's exceptions are not those that the module's compiler knows");
   }
 }
 

@@ -45,7 +45,7 @@ void expectLines(const std::string& when, const Host& host, std::int32_t lines) 
   expect("lines in the log " + when, host.log.lines, lines);
 }
 
-CHECK("samplerinfo.clip_planes.frames",
+CHECK(samplerinfo, clip_planes, frames,
       "the clipping planes are computed and logged once a frame and instance, if they are asked "
       "for") {
   BoxedHost host;
@@ -65,7 +65,7 @@ CHECK("samplerinfo.clip_planes.frames",
   expectLines("after another instance", host, 3);
 }
 
-CHECK("samplerinfo.clip_planes.log",
+CHECK(samplerinfo, clip_planes, log,
       "the clipping planes can be evaluated from inside the host's log") {
   BoxedHost host;
   const Sampler sampler;
@@ -74,7 +74,7 @@ CHECK("samplerinfo.clip_planes.log",
   expectLines("", host, 1);
 }
 
-CHECK("samplerinfo.clip_planes.instances",
+CHECK(samplerinfo, clip_planes, instances,
       "the clipping planes of one instance are not held up by those of another") {
   BoxedHost host, otherHost;
   const Sampler sampler, other;
@@ -89,7 +89,7 @@ CHECK("samplerinfo.clip_planes.instances",
 
 // Three of four threads come early: nobody gets a box before all of these are about to evaluate.
 // The others come when the planes are there, with nothing but the planes' own flag to order them.
-CHECK("samplerinfo.clip_planes.race",
+CHECK(samplerinfo, clip_planes, race,
       "16 threads that race for a frame's first sample get the same planes, logged once") {
   constexpr int kThreads = 16, kEarly = kThreads / 4 * 3, kFrames = 1000;
   BoxedHost host;
@@ -129,9 +129,9 @@ CHECK("samplerinfo.clip_planes.race",
   note(text(frame) + " frames");
 }
 
-CHECK("samplerinfo.clip_planes.throwing_host",
+CHECK(samplerinfo, clip_planes, throwing_host,
       "a host that throws from its box or its log gets its exception back, and planes next time") {
-  leaveOutForeignExceptions();
+  skipForeignExceptions();
   BoxedHost host;
   const Sampler sampler;
   const auto failing = [] { throw HostFailure(); };

@@ -10,9 +10,9 @@ namespace validate {
 namespace {
 
 CHECK(
-    "samplerinfo.throwing_input",
+    samplerinfo, throwing_input,
     "an input that throws has its exception passed on, and the next answer is as the one before") {
-  leaveOutForeignExceptions();
+  skipForeignExceptions();
   const Host host;
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -27,7 +27,8 @@ CHECK(
     }
     instance.beginFrame();
     for (const ParameterInfo& info : parametersOf(desc)) {
-      for (int question = VALUE; isOutput(info) && question < QUESTIONS; ++question) {
+      for (int question = Question::Value; isOutput(info) && question < kQuestionCount;
+           ++question) {
         float numbers[12] = {}, again[12] = {};
         const auto asking = [&](float* answer) {
           return ask(instance.texture(info.name), kindOf(info), static_cast<Question>(question),

@@ -9,25 +9,24 @@ namespace validate {
 
 namespace {
 
-CHECK("samplerinfo.descriptors",
+CHECK(samplerinfo, descriptors,
       "a descriptor is its base, then its description, and has nothing else to say") {
-  expect("interfaces of the library descriptor", words(library())[PLUGIN_BASE_INTERFACES], nullptr);
+  expect("interfaces of the library descriptor", words(library())[kInterfacesOfBase], nullptr);
   for (void* desc : descriptors()) {
     void** const parts = words(desc);
-    expect(nameOf(desc) + ": interfaces", parts[PLUGIN_BASE_INTERFACES], nullptr);
-    expect(nameOf(desc) + ": description", parts[PLUGIN_DESC_PARAMETERS],
-           &parts[PLUGIN_DESC_PARAMETERS + 1]);
+    expect(nameOf(desc) + ": interfaces", parts[kInterfacesOfBase], nullptr);
+    expect(nameOf(desc) + ": description", parts[kParametersOfDesc], &parts[kParametersOfDesc + 1]);
     expect(nameOf(desc) + ".getExtraInfo()", PluginDesc::getExtraInfo(desc), nullptr);
   }
 }
 
-CHECK("samplerinfo.interface_list",
+CHECK(samplerinfo, interface_list,
       "an entry of an object's interfaces is the interface, its flag and the next entry") {
   const Instance instance(descriptor("TexFloatOp"));
   AddedInterface older(1), newer(2);
   PluginBase::addInterface(instance.object(), &older, 0);
   PluginBase::addInterface(instance.object(), &newer, 1);
-  void** const first = words(words(instance.object())[PLUGIN_BASE_INTERFACES]);
+  void** const first = words(words(instance.object())[kInterfacesOfBase]);
   void** const second = words(first[2]);
   expect("first interface", first[0], &newer);
   expect("second interface", second[0], &older);
@@ -38,16 +37,16 @@ CHECK("samplerinfo.interface_list",
   PluginBase::removeInterface(instance.object(), &newer);
 }
 
-CHECK("samplerinfo.copies",
+CHECK(samplerinfo, copies,
       "an output is its table and the copies of its inputs, made as a frame begins") {
   struct Row {
     const char *plugin, *input, *output;
     TextureKind kind;
   };
-  for (const Row& row : {Row{"TexFloatOp", "float_a", "difference", NUMBER},
-                         {"TexVectorOp", "vector_a", "difference", VECTOR},
-                         {"TexAColorOp", "color_a", "difference", COLOR},
-                         {"TexAColorOp", "color_a", "red", COLOR}}) {
+  for (const Row& row : {Row{"TexFloatOp", "float_a", "difference", TextureKind::Float},
+                         {"TexVectorOp", "vector_a", "difference", TextureKind::Vector},
+                         {"TexAColorOp", "color_a", "difference", TextureKind::Color},
+                         {"TexAColorOp", "color_a", "red", TextureKind::Color}}) {
     Input input(row.kind);
     const Instance instance(descriptor(row.plugin));
     const std::string output = std::string(row.plugin) + '.' + row.output;
@@ -67,7 +66,7 @@ CHECK("samplerinfo.copies",
 
 // Two outputs are objects as well, one of which says so.
 CHECK(
-    "samplerinfo.objects",
+    samplerinfo, objects,
     "the intensity of a TexAColorOp is an object that its interfaces lead to, no other output is") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -81,12 +80,12 @@ CHECK(
              kTextureIds[kindOf(info)].name);
     }
   }
-  Input a(COLOR);
+  Input a(TextureKind::Color);
   const Instance instance(descriptor("TexAColorOp"));
   void** const red = words(instance.texture("red")) - 2;
   expect("red, as an object", virtualTable(red)[PluginBase::addInterface.slot()],
          virtualTable(instance.object())[PluginBase::addInterface.slot()]);
-  expect("interfaces of red", red[PLUGIN_BASE_INTERFACES], nullptr);
+  expect("interfaces of red", red[kInterfacesOfBase], nullptr);
 
   void* const intensity = instance.texture("intensity");
   void** const object = words(PluginInterface::getPlugin(intensity));
@@ -113,12 +112,12 @@ struct OclData {
   std::int32_t requests;
 };
 
-CHECK("samplerinfo.shader_source",
+CHECK(samplerinfo, shader_source,
       "requests for shader source reach the host with the texture of color_a, those of another "
       "kind do not") {
   static ShaderSource source{};
   static OclData data{};
-  Input a(COLOR);
+  Input a(TextureKind::Color);
   const Instance instance(descriptor("TexAColorOp"));
   instance.connect("color_a", &a);
   instance.beginFrame();

@@ -8,17 +8,16 @@ namespace validate {
 
 namespace {
 
-CHECK("samplerinfo.life_cycle.made",
+CHECK(samplerinfo, life_cycle, made,
       "a new plugin has no interfaces, and what newPlugin is given makes no difference") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
-    expect(instance.name() + ": interfaces", words(instance.object())[PLUGIN_BASE_INTERFACES],
-           nullptr);
+    expect(instance.name() + ": interfaces", words(instance.object())[kInterfacesOfBase], nullptr);
     PluginDesc::deletePlugin(desc, PluginDesc::newPlugin(desc, desc));
   }
 }
 
-CHECK("samplerinfo.life_cycle.pairs",
+CHECK(samplerinfo, life_cycle, pairs,
       "renders and frames can begin and end in any number, none of them in pairs") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
@@ -29,14 +28,14 @@ CHECK("samplerinfo.life_cycle.pairs",
   }
 }
 
-CHECK("samplerinfo.life_cycle.integers", "an integer takes any number") {
+CHECK(samplerinfo, life_cycle, integers, "an integer takes any number") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);
     for (const ParameterInfo& info : parametersOf(desc)) {
-      if (info.type != PARAM_INTEGER) continue;
+      if (info.type != ParameterType::Integer) continue;
       const std::string asked = instance.name() + ".setParameter(" + text(info.name) + ")";
       for (const std::int32_t number : {1, -1, INT32_MAX, INT32_MIN}) {
-        expect(asked, instance.set(info.name, KIND_INTEGER, number), 1);
+        expect(asked, instance.set(info.name, ParameterKind::Integer, number), 1);
         instance.beginFrame();
         expect(asked + ": what it has then", instance.parameter(info.name).value.integer, number);
       }
@@ -44,7 +43,7 @@ CHECK("samplerinfo.life_cycle.integers", "an integer takes any number") {
   }
 }
 
-CHECK("samplerinfo.interfaces.many",
+CHECK(samplerinfo, interfaces, many,
       "a dying plugin releases more interfaces than fit on a stack") {
   constexpr int kMany = 700000;
   for (void* desc : descriptors()) {
@@ -57,7 +56,7 @@ CHECK("samplerinfo.interfaces.many",
   }
 }
 
-CHECK("samplerinfo.interfaces.busy",
+CHECK(samplerinfo, interfaces, busy,
       "an interface can use the dying plugin's list while it is released") {
   for (void* desc : descriptors()) {
     const std::string name = nameOf(desc);
@@ -88,7 +87,7 @@ CHECK("samplerinfo.interfaces.busy",
 void* released;
 void noteRelease(void* /*self*/, void* iface) { released = iface; }
 
-CHECK("samplerinfo.interfaces.owner",
+CHECK(samplerinfo, interfaces, owner,
       "a plugin is told when the user of one of its interfaces releases it") {
   for (void* desc : descriptors()) {
     const Instance instance(desc);

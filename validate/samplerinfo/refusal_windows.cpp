@@ -118,7 +118,7 @@ void expectRefusalInDamagedHeap(void* plugin) {
   expect("message while the heap is damaged", message, " Heap is reported damaged.\n");
 }
 
-CHECK("samplerinfo.refusal",
+CHECK(samplerinfo, refusal,
       "without memory a message with the figures of the heap is thrown, and debug output written; "
       "then all goes on") {
   const Instance instance(descriptor("TexFloatOp"));

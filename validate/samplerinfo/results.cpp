@@ -29,8 +29,12 @@ class Sweep {
       hasMode = hasMode || name == "mode";
     }
     for (int mode = 0; hasMode && mode < kModes; ++mode) {
-      outputs_.push_back(
-          {plugin_.name() + ".mode=" + text(mode), nullptr, COLOR, mode, mode == 5, {}});
+      outputs_.push_back({plugin_.name() + ".mode=" + text(mode),
+                          nullptr,
+                          TextureKind::Color,
+                          mode,
+                          mode == 5,
+                          {}});
     }
   }
 
@@ -41,10 +45,10 @@ class Sweep {
       const Samples samples(random);
       const std::deque<Leaf> leaves = connectLeaves(samples, random);
       for (Output& output : outputs_) {
-        for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
+        for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
           float numbers[12];
           const int count = askOutput(output, question, samples.contexts[0], numbers);
-          if (output.usesPower && question != GRADIENT) {
+          if (output.usesPower && question != Question::Gradient) {
             if (row < kPowerRows) {
               lines.push_back(powerLine(output, question, row, {numbers, numbers + count}));
             }
@@ -56,7 +60,7 @@ class Sweep {
       }
     }
     for (const Output& output : outputs_) {
-      for (const Question question : {VALUE, BOUNDS, GRADIENT}) {
+      for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
         if (output.digests[question][0] != 0) lines.push_back(digestLine(output, question));
       }
     }
@@ -70,7 +74,7 @@ class Sweep {
     TextureKind kind;
     std::int32_t mode;
     bool usesPower;
-    std::array<std::array<std::uint64_t, kGroups>, QUESTIONS> digests;
+    std::array<std::array<std::uint64_t, kGroups>, kQuestionCount> digests;
   };
 
   /// One input in eight is absent.
@@ -81,13 +85,13 @@ class Sweep {
       Leaf& leaf = leaves.emplace_back(kindOf(info), samples, random);
       plugin_.connect(info.name, random.oneIn(8) ? nullptr : &leaf);
     }
-    plugin_.set("invert", KIND_BOOLEAN, static_cast<std::int32_t>(random.below(2)));
+    plugin_.set("invert", ParameterKind::Boolean, static_cast<std::int32_t>(random.below(2)));
     return leaves;
   }
 
   /// In a new frame.
   int askOutput(const Output& output, Question question, const ShadingContext& sc, float* numbers) {
-    plugin_.set("mode", KIND_INTEGER, output.mode);
+    plugin_.set("mode", ParameterKind::Integer, output.mode);
     plugin_.beginFrame();
     void* const texture = output.parameter != nullptr
                               ? plugin_.texture(output.parameter)
@@ -167,7 +171,7 @@ void compare(const Line& line, const Line& recorded) {
          static_cast<std::int32_t>(recorded.numbers.size()));
 }
 
-CHECK("samplerinfo.results",
+CHECK(samplerinfo, results,
       "every output answers 2000 rows of random inputs as recorded, to the bit; powers 48 rows, to "
       "the last place") {
   expectRecorded(resultLines());

@@ -18,7 +18,7 @@ constexpr const char* kTypes[] = {
 
 constexpr Identifier kPlugin{EXT_QUOR_PLUGIN, "EXT_QUOR_PLUGIN"}, kShader{EXT_RTTEX, "EXT_RTTEX"};
 
-CHECK("samplerinfo.tables",
+CHECK(samplerinfo, tables,
       "library, plugins and parameters are described word for word as recorded") {
   const std::vector<std::string> lines = tableLines();
   for (std::size_t i = 0; i < lines.size() || i < std::size(kRecord); ++i) {
@@ -40,13 +40,14 @@ std::vector<std::string> tableLines() {
   for (void* desc : descriptors()) {
     add("plugin", PluginDesc::getPluginName(desc));
     lines.push_back("  id " + text(PluginDesc::getPluginId(desc)));
-    for (const Identifier& announced : {kPlugin, kTextureIds[COLOR], kShader}) {
+    for (const Identifier& announced : {kPlugin, kTextureIds[TextureKind::Color], kShader}) {
       if (PluginDesc::supportsInterface(desc, announced.id) != 0) {
         lines.push_back(std::string("  announces ") + announced.name);
       }
     }
     const Instance instance(desc);
-    for (const Identifier& kind : {kPlugin, kTextureIds[COLOR], kShader, kTextureIds[NUMBER]}) {
+    for (const Identifier& kind :
+         {kPlugin, kTextureIds[TextureKind::Color], kShader, kTextureIds[TextureKind::Float]}) {
       void* const part = PluginBase::getInterface(instance.object(), kind.id);
       if (part == nullptr) continue;
       lines.push_back(std::string("  has ") + kind.name + " at pointer " +
@@ -58,7 +59,7 @@ std::vector<std::string> tableLines() {
     for (const ParameterInfo& info : parametersOf(desc)) {
       std::string line = std::string("  ") + kTypes[info.type] + ' ' + text(info.name);
       if (!isOutput(info)) line += ", flags " + text(info.flags);
-      if (info.type == PARAM_INTEGER || info.type == PARAM_BOOLEAN) {
+      if (info.type == ParameterType::Integer || info.type == ParameterType::Boolean) {
         line += ", first " + text(info.initial);
       }
       lines.push_back(line);
