@@ -33,7 +33,7 @@ step "Wine" start_wine
 step "test windows-x86" timeout 300 \
   ctest --preset windows-x86 --label-regex emulated --parallel "$(nproc)"
 step "the example with the sdk" timeout 300 \
-  wine build/windows-x86/validate/samplerinfo-validate.exe build/windows-x86/Clamp.dll --only 'abi.*'
+  wine build/windows-x86-mingw/samplerinfo-validate.exe build/windows-x86/Clamp.dll --only 'abi.*'
 step "test windows-x86-mingw" timeout 300 ctest --preset windows-x86-mingw --parallel "$(nproc)"
 echo "Executed under $(timeout 30 wine --version): the validator on the library with Microsoft's layout and on broken"
 echo "modules, and the unit tests on the MinGW build."

@@ -14,6 +14,7 @@ namespace validate {
 // every record comes back through a pointer that the caller passes. That of the other systems: two
 // slots, `this` as the first argument, and records come back as they do from any function.
 #ifdef _WIN32
+#pragma GCC diagnostic ignored "-Wattributes"  // that nothing of a class is `thiscall`
 #define METHOD __attribute__((thiscall))
 constexpr bool kMicrosoft = true;
 #else
