@@ -12,7 +12,8 @@ struct InterfaceEntry {
   InterfaceEntry* next;
 };
 
-// A released interface may still use the list, which then holds what is yet to be released.
+// While an interface is released its entry is in the list, in front of what is yet to be released.
+// The interface may change the list, so the head is looked at again after each step.
 PluginBase::~PluginBase() {
   InterfaceEntry* oldestFirst = nullptr;
   while (interfaces_ != nullptr) {
@@ -21,9 +22,11 @@ PluginBase::~PluginBase() {
   }
   interfaces_ = oldestFirst;
   while (interfaces_ != nullptr) {
-    const InterfaceEntry entry = *interfaces_;
-    delete std::exchange(interfaces_, entry.next);
-    if (entry.iface != nullptr && entry.releaseWithOwner != 0) entry.iface->release();
+    if (interfaces_->iface != nullptr && std::exchange(interfaces_->releaseWithOwner, 0) != 0) {
+      interfaces_->iface->release();
+    } else {
+      delete std::exchange(interfaces_, interfaces_->next);
+    }
   }
 }
 

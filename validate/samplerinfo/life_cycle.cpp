@@ -45,7 +45,7 @@ CHECK(samplerinfo, life_cycle, integers, "an integer takes any number") {
 
 CHECK(samplerinfo, interfaces, many,
       "a dying plugin releases more interfaces than fit on a stack") {
-  constexpr int kMany = 700000;
+  constexpr int kMany = 1000000;
   for (void* desc : descriptors()) {
     AddedInterface added(1);
     {
@@ -57,27 +57,36 @@ CHECK(samplerinfo, interfaces, many,
 }
 
 CHECK(samplerinfo, interfaces, busy,
-      "an interface can use the dying plugin's list while it is released") {
+      "an interface that is released is still on the dying plugin's list, and can change it") {
   for (void* desc : descriptors()) {
     const std::string name = nameOf(desc);
-    AddedInterface oldest(1), busy(2), removed(3), other(4), late(5);
+    AddedInterface oldest(1), busy(2), removed(3), leaving(4), other(5), late(6);
     {
       const Instance instance(desc);
       void* const object = instance.object();
-      for (AddedInterface* added : {&oldest, &busy, &removed, &other}) {
+      for (AddedInterface* added : {&oldest, &busy, &removed, &leaving, &other}) {
         PluginBase::addInterface(object, added, 1);
       }
       busy.whenReleased = [&, object] {
         expect(name + ".getInterface of the one being released",
-               PluginBase::getInterface(object, 2), nullptr);
+               PluginBase::getInterface(object, 2), &busy);
+        expect(name + ".getInterface of one that was released", PluginBase::getInterface(object, 1),
+               nullptr);
         expect(name + ".getInterface of one that is still there",
-               PluginBase::getInterface(object, 4), &other);
+               PluginBase::getInterface(object, 5), &other);
         expect(name + ".removeInterface", PluginBase::removeInterface(object, &removed), 1);
+      };
+      leaving.whenReleased = [&, object] {
+        expect(name + ".removeInterface of the one being released",
+               PluginBase::removeInterface(object, &leaving), 1);
         expect(name + ".addInterface", PluginBase::addInterface(object, &late, 1), 1);
+      };
+      other.whenReleased = [&] {
+        expect(name + ": releases of one that was added meanwhile", late.releases, 1);
       };
     }
     expect(name + ": releases of one that was removed", removed.releases, 0);
-    for (const AddedInterface* added : {&oldest, &busy, &other, &late}) {
+    for (const AddedInterface* added : {&oldest, &busy, &leaving, &other, &late}) {
       expect(name + ": releases", added->releases, 1);
     }
   }
