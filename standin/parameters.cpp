@@ -53,7 +53,7 @@ struct QuorParameterListDesc::Storage {
   }
 };
 
-QuorParameterListDesc::QuorParameterListDesc() : storage_(new Storage) {}
+QuorParameterListDesc::QuorParameterListDesc() : storage_(new Storage) { note(__func__); }
 
 QuorParameterListDesc::~QuorParameterListDesc() {
   std::erase_if(registrations,
@@ -188,6 +188,8 @@ PluginInterface* resolve(const QuorPluginParameter::Connection& connection, Inte
   if (plugin == nullptr) return nullptr;
   const QuorPluginParameter* output = plugin->getParameter(modifiable(connection.output));
   if (output == nullptr || output->kind != ParameterKind::Interface) return nullptr;
+  QuorPluginParameter same = *output;  // an input takes the value that it has, an output takes none
+  if (plugin->setParameter(&same) != 0) return nullptr;
   PluginInterface* iface = output->value.iface;
   return iface != nullptr && iface->getInterfaceId() == id ? iface : nullptr;
 }

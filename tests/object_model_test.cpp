@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -55,6 +57,7 @@ TEST(ObjectModel, AnInputTakesATextureAnObjectOrAnOutputOfOne) {
   PluginBase* const numbers = &number.object();
   PluginBase* const colors = &color.object();
   const PluginInterface* const before = number.texture("sin");
+  EXPECT_TRUE(number.connect("float_a", number.texture("cos")));
   const auto object = [](PluginBase* of, const char* output) {
     return QuorPluginParameter::Value{.connection = {of, output}};
   };
@@ -66,10 +69,10 @@ TEST(ObjectModel, AnInputTakesATextureAnObjectOrAnOutputOfOne) {
   } cases[] = {
       {"mult_a", ParameterKind::Object, object(numbers, "sum"), number.texture("sum")},
       {"mult_a", ParameterKind::Object, object(colors, "red"), color.texture("red")},
-      {"mult_a", ParameterKind::Object, object(colors, "sum"), before},    // a colour
-      {"mult_a", ParameterKind::Object, object(numbers, "cube"), before},  // no output
-      {"mult_a", ParameterKind::Object, object(numbers, "float_a"), before},
-      {"mult_a", ParameterKind::Object, object(numbers, nullptr), before},  // is no texture
+      {"mult_a", ParameterKind::Object, object(colors, "sum"), before},       // a colour
+      {"mult_a", ParameterKind::Object, object(numbers, "cube"), before},     // no output
+      {"mult_a", ParameterKind::Object, object(numbers, "float_a"), before},  // an input
+      {"mult_a", ParameterKind::Object, object(numbers, nullptr), before},    // is no texture
       {"mult_a", ParameterKind::Object, object(nullptr, nullptr), nullptr},
       {"mult_a", ParameterKind::Interface, {.iface = color.texture("sum")}, before},
       {"mult_a", ParameterKind::Interface, {.iface = nullptr}, nullptr},
@@ -84,6 +87,30 @@ TEST(ObjectModel, AnInputTakesATextureAnObjectOrAnOutputOfOne) {
     EXPECT_EQ(target.plugin().setParameter(&parameter), taken ? 1 : 0) << input;
     EXPECT_EQ(target.plugin().getParameter(modifiable(input))->value.iface, connected) << input;
   }
+}
+
+/// Says that the object to which it is added dies, and goes with it.
+struct LastWords final : PluginInterface {
+  const char* words;
+  LastWords(PluginBase& object, const char* text) : words(text) { object.addInterface(this, 1); }
+  InterfaceId getInterfaceId() const override { return 0; }
+  PluginBase* getPlugin() override { return nullptr; }
+  void release() override {
+    std::fprintf(stderr, "%s ", words);
+    delete this;
+  }
+};
+
+TEST(ObjectModel, IsUnloadedFromTheLibraryDescriptorToTheFirstPlugin) {
+  const auto unload = [] {
+    for (QuorPluginDesc* desc : standin::descriptorsOf(library())) {
+      new LastWords(*desc, desc->getPluginName());
+    }
+    new LastWords(library(), "the library:");
+    std::exit(0);
+  };
+  EXPECT_EXIT(unload(), ::testing::ExitedWithCode(0),
+              "the library: Float3ToAColor TexAColorOp TexFloatOp TexVectorOp TexSampler ");
 }
 
 /// A descriptor that describes no parameters.
