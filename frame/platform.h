@@ -27,7 +27,8 @@ HeapWalk walkHeap() noexcept;
 bool heapIsIntact() noexcept;
 
 /// Formats at most `size` characters and returns how many, or a negative number when the text has
-/// more. A text that fills the buffer has no terminator.
+/// more. A text of exactly `size` characters either comes whole, with no terminator, or counts as
+/// one that has more (on Linux).
 int formatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
 
 /// Writes a terminated text to where the system's debuggers look.

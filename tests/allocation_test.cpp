@@ -9,6 +9,7 @@
 
 #include "frame/allocator.h"
 #include "frame/platform.h"
+#include "standin/introspection.h"
 #include "tests/support/library.h"
 #include "tests/support/one_sample.h"
 
@@ -26,13 +27,25 @@ namespace {
 
 constexpr int kUnlimited = -1;
 
+/// Hears what the host's library is told while descriptors are made, and notices which of them
+/// takes memory, to enter the registry, before it is described.
+struct DescriptionListener final : standin::CallListener {
+  int descriptions = 0, requestsBefore = 0;
+  bool isEmpty = false;
+  void called(const char* operation, const char* /*name*/) override {
+    isEmpty = std::strcmp(operation, "QuorParameterListDesc") == 0;
+    descriptions += isEmpty ? 1 : 0;
+  }
+};
+constinit DescriptionListener descriptionListener;
+
 /// A system that refuses memory on demand and counts what is asked of it. Nothing here allocates.
 struct FakePlatform {
   int grants = kUnlimited;  ///< how many blocks the heap still gives
   bool heapIntact = true;
   std::uint32_t total = 0;
   samplerinfo::platform::HeapWalk walk;
-  char debugText[1024] = "";  ///< all that was written to the debug output
+  char debugText[1024] = "";  ///< all that was written to the debug output, and looks at the heap
   int blocks = 0, freed = 0;
   int locks = 0, held = 0;
 } fake;
@@ -42,6 +55,8 @@ struct FakePlatform {
 namespace samplerinfo::platform {
 
 void* heapBlock(std::size_t size) noexcept {
+  standin::listenToCalls(&descriptionListener);
+  descriptionListener.requestsBefore += descriptionListener.isEmpty ? 1 : 0;
   if (fake.grants == 0) return nullptr;
   if (fake.grants != kUnlimited) --fake.grants;
   ++fake.blocks;
@@ -52,12 +67,18 @@ void freeHeapBlock(void* block) noexcept {
   std::free(block);
 }
 
-std::uint32_t heapTotal() noexcept { return fake.total; }
-HeapWalk walkHeap() noexcept { return fake.walk; }
-bool heapIsIntact() noexcept { return fake.heapIntact; }
 void debugOutput(const char* text) noexcept {
   std::strncat(fake.debugText, text, sizeof fake.debugText - std::strlen(fake.debugText) - 1);
 }
+std::uint32_t heapTotal() noexcept {
+  debugOutput("(total)\n");
+  return fake.total;
+}
+HeapWalk walkHeap() noexcept {
+  debugOutput("(walk)\n");
+  return fake.walk;
+}
+bool heapIsIntact() noexcept { return fake.heapIntact; }
 
 // As the oldest systems have it: no terminator for a text that fills the buffer.
 int formatText(char* buffer, std::size_t size, const char* format,
@@ -119,7 +140,9 @@ TEST_F(AllocationTest, ARefusedRequestDiagnosesTheHeapAndThrowsItsMessage) {
                "heap; 123456 bytes free heap space.");
   EXPECT_STREQ(fake.debugText,
                "[operator new] failed (size is -1294967296)\n"
+               "(total)\n"
                "[getFreeHeapMemory] Getting free heap memory.\n"
+               "(walk)\n"
                "[getFreeHeapMemory] heapstatus=-5\n"
                "[getFreeHeapMemory] Number of blocks visited: 789\n");
   fake.heapIntact = false;
@@ -142,6 +165,11 @@ TEST_F(AllocationTest, EveryFormOfNewAndDeleteUsesTheOneAllocator) {
   EXPECT_EQ(fake.blocks, 5);
   EXPECT_EQ(fake.freed, 5);
   EXPECT_STREQ(fake.debugText, "");
+}
+
+TEST_F(AllocationTest, ADescriptorIsDescribedBeforeItEntersTheRegistry) {
+  EXPECT_GT(descriptionListener.descriptions, 3);
+  EXPECT_EQ(descriptionListener.requestsBefore, 0);
 }
 
 TEST_F(AllocationTest, FormatBoundedKeepsItsReturnRules) {

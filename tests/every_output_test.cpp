@@ -98,6 +98,7 @@ TEST(ShaderSource, IsThatOfTheFieldOrTheCopy) {
     return source.requests.at(0).texture;
   };
   PluginBase& intensity = *op.texture("intensity")->getPlugin();
+  EXPECT_EQ(textureFor(op.object(), "color"), nullptr) << "of none";
   EXPECT_TRUE(op.connect("color_a", color_a.texture()));
   writeFieldsOnly(op);
   EXPECT_EQ(textureFor(op.object(), "color"), color_a.texture()) << "at once";
