@@ -29,8 +29,8 @@ struct IntensityAt : ValueAt {
 
 /// A scaled intensity.
 struct ScaledIntensity {
-  ScaledIntensity(float i, float m, const Vector& di, const Vector& dm)
-      : unscaled(i), scaled(m * i), gradient(productGradient(i, di, m, dm)) {}
+  ScaledIntensity(const Dual<float>& i, const Dual<float>& m)
+      : unscaled(i.value), scaled(m.value * i.value), gradient(productGradient(i, m)) {}
 
   float unscaled;   ///< the intensity of the colour alone
   float scaled;     ///< times the multiplier
@@ -53,10 +53,9 @@ struct ScaledColor {
   /// The gradient of `Formula` of the intensity.
   template <class Formula>
   Vector gradientOf(const ShadingContext& sc) const {
-    return askWithGradients<IntensityAt>(*this, sc,
-                                         [](float m, float i, const Vector& dm, const Vector& di) {
-                                           return Formula::gradient(ScaledIntensity(i, m, di, dm));
-                                         });
+    return askWithGradients<IntensityAt>(*this, sc, [](const auto& m, const auto& i) {
+      return Formula::gradient(ScaledIntensity(i, m));
+    });
   }
 };
 
@@ -80,11 +79,8 @@ struct ColorPair {
   template <class Formula>
   Vector gradientOf(const ShadingContext& sc) const {
     return askWithGradients<IntensityAt>(
-        *this, sc,
-        [](float ma, float mb, float ia, float ib, const Vector& dma, const Vector& dmb,
-           const Vector& dia, const Vector& dib) {
-          return Formula::gradient(ScaledIntensity(ia, ma, dia, dma),
-                                   ScaledIntensity(ib, mb, dib, dmb));
+        *this, sc, [](const auto& ma, const auto& mb, const auto& ia, const auto& ib) {
+          return Formula::gradient(ScaledIntensity(ia, ma), ScaledIntensity(ib, mb));
         });
   }
 };
@@ -157,7 +153,7 @@ struct Product {  // A · B, as (color_a · color_b) · (mult_a · mult_b)
     return (ca * cb) * (ma * mb);
   }
   static Vector gradient(const ScaledIntensity& a, const ScaledIntensity& b) {
-    return productGradient(a.scaled, a.gradient, b.scaled, b.gradient);
+    return productGradient({a.scaled, a.gradient}, {b.scaled, b.gradient});
   }
 };
 

@@ -47,8 +47,8 @@ class CornersTex : public FloatPairTex<kAbsentB> {
 class ProdTex final : public CornersTex<std::multiplies<>, 0> {
  public:
   Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(inputs, sc, [](float, float b, const Vector& da, const Vector&) {
-      const Vector term = da * b;
+    return askWithGradients(inputs, sc, [](const auto& a, const auto& b) {
+      const Vector term = a.gradient * b.value;
       return term + term;  // Kept: not the product rule; the value of a and db do not enter.
     });
   }
@@ -117,8 +117,8 @@ class WaveTex final : public FloatPairTex<1> {
     max = 1;
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(inputs, sc, [](float a, float b, const Vector& da, const Vector& db) {
-      return (da * b + db * a) * kSlope(a * b);
+    return askWithGradients(inputs, sc, [](const auto& a, const auto& b) {
+      return productGradient(a, b) * kSlope(a.value * b.value);
     });
   }
 };

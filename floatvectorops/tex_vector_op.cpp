@@ -95,6 +95,11 @@ class CrossProdTex final : public OperationTex<TextureVectorInterface, VectorPai
   }
 };
 
+/// The gradient of v · m. Kept: that of a vector input stands for that of the vector's length.
+inline Vector scaledGradient(const Dual<float>& m, const Dual<Vector>& v) {
+  return productGradient(m, {length(v.value), v.gradient});
+}
+
 struct Sum {
   static auto of(const auto& a, const auto& b) { return a + b; }
 };
@@ -102,8 +107,7 @@ struct Difference {
   static auto of(const auto& a, const auto& b) { return a - b; }
 };
 
-/// va · ma + vb · mb, or their difference. Kept: here and below the gradient of a vector input
-/// stands for that of the vector's length.
+/// va · ma + vb · mb, or their difference.
 template <class Formula>
 class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> {
  public:
@@ -112,13 +116,10 @@ class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> 
     store(inputs.ask(Bounds{}, of), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(
-        inputs, sc,
-        [](float ma, float mb, const Vector& va, const Vector& vb, const Vector& dma,
-           const Vector& dmb, const Vector& dva, const Vector& dvb) {
-          return Formula::of(productGradient(ma, dma, length(va), dva),
-                             productGradient(mb, dmb, length(vb), dvb));
-        });
+    return askWithGradients(inputs, sc,
+                            [](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+                              return Formula::of(scaledGradient(ma, va), scaledGradient(mb, vb));
+                            });
   }
 
  private:
@@ -139,9 +140,7 @@ class MulTex final : public OperationTex<TextureVectorInterface, ScaledVector> {
   }
   Vector getGradient(const ShadingContext& sc) const override {
     return askWithGradients(inputs, sc,
-                            [](float m, const Vector& v, const Vector& dm, const Vector& dv) {
-                              return productGradient(m, dm, length(v), dv);
-                            });
+                            [](const auto& m, const auto& v) { return scaledGradient(m, v); });
   }
 
  private:
@@ -164,10 +163,9 @@ class ComponentTex final : public OperationTex<TextureFloatInterface, ScaledVect
     });
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(inputs, sc,
-                            [](float m, const Vector& v, const Vector& dm, const Vector& dv) {
-                              return productGradient(m, dm, v.*kComponent, dv);
-                            });
+    return askWithGradients(inputs, sc, [](const auto& m, const auto& v) {
+      return productGradient(m, {v.value.*kComponent, v.gradient});
+    });
   }
 };
 

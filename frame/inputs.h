@@ -3,6 +3,7 @@
 
 #include "frame/output_tex.h"
 #include "math/interval.h"
+#include "math/vector.h"
 
 /// The three questions to an input that may be absent: a null texture is not asked, its substitute
 /// counts. An absent vector or colour is zero, and so is every gradient of an absent input.
@@ -69,13 +70,14 @@ struct GradientAt {
   }
 };
 
-/// Hands `use` the values of all inputs, or what else `Question` asks at a point, then their
-/// gradients.
+/// Hands `use` all inputs as dual numbers: their values, or what else `Question` asks at a point,
+/// then their gradients.
 template <class Question = ValueAt, class Inputs, class Use>
 auto askWithGradients(const Inputs& inputs, const ShadingContext& sc, const Use& use) {
   return inputs.ask(Question{sc}, [&](const auto&... values) {
-    return inputs.ask(GradientAt{sc},
-                      [&](const auto&... gradients) { return use(values..., gradients...); });
+    return inputs.ask(GradientAt{sc}, [&](const auto&... gradients) {
+      return use(Dual{values, gradients}...);
+    });
   });
 }
 

@@ -20,8 +20,19 @@ constexpr Vector operator/(Vector v, float s) { return {v.x / s, v.y / s, v.z / 
 constexpr Vector min(Vector a, Vector b) { return {min(a.x, b.x), min(a.y, b.y), min(a.z, b.z)}; }
 constexpr Vector max(Vector a, Vector b) { return {max(a.x, b.x), max(a.y, b.y), max(a.z, b.z)}; }
 
-/// The gradient of a product s·t by the product rule.
-constexpr Vector productGradient(float s, Vector ds, float t, Vector dt) { return ds * t + dt * s; }
+/// A dual number: a value that lives elsewhere, with its gradient.
+template <class T>
+struct Dual {
+  const T& value;
+  const Vector& gradient;
+};
+template <class T>
+Dual(const T&, const Vector&) -> Dual<T>;
+
+/// The gradient of a product by the product rule.
+constexpr Vector productGradient(const Dual<float>& s, const Dual<float>& t) {
+  return s.gradient * t.value + t.gradient * s.value;
+}
 
 /// Each component rounded to 32 bits.
 constexpr Vector toFloat(DVector v) {
