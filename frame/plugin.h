@@ -4,18 +4,17 @@
 #include "frame/plugin_desc.h"
 #include "frame/texture_interfaces.h"
 
-/// Plugin instances. The order of the virtual operations is part of the contract with the host,
-/// which sets an instance up, and calls `frameBegin`, while no evaluation of it runs.
+/// Plugin instances. The order of the virtual operations is part of the contract with the host.
 namespace QUtils {
 
 class Plugin : public PluginBase {
  public:
   ~Plugin() override;
 
-  /// The descriptor that made this plugin, or null.
+  /// The descriptor that made this plugin, or null. [any thread]
   virtual PluginDesc* getPluginDesc();
 
-  /// Keeps a copy of `text`, which is not null, in place of the former one.
+  /// Keeps a copy of `text`, which is not null, in place of the former one. [set-up thread]
   virtual void setPluginName(const char* text);
 
  private:
@@ -32,16 +31,17 @@ class QuorPluginInterface : public PluginInterface {
   InterfaceId getInterfaceId() const override { return EXT_QUOR_PLUGIN; }
   const char* getInterfaceName() const override { return "EXT_QUOR_PLUGIN"; }
 
-  virtual void renderBegin(QuorRenderer* renderer);
-  virtual void renderEnd(QuorRenderer* renderer);
+  virtual void renderBegin(QuorRenderer* renderer);  ///< [set-up thread]
+  virtual void renderEnd(QuorRenderer* renderer);    ///< [set-up thread]
 
   /// The host's default: writes the current parameter values into the registered fields.
+  /// [set-up thread]
   QUOR_API virtual void frameBegin(QuorRenderer* renderer);
-  virtual void frameEnd(QuorRenderer* renderer);
+  virtual void frameEnd(QuorRenderer* renderer);  ///< [set-up thread]
 
-  /// As `QuorParameterList` has them; 0 and null without a parameter list.
-  virtual std::int32_t setParameter(QuorPluginParameter* param);
-  virtual QuorPluginParameter* getParameter(char* name);
+  // As `QuorParameterList` has them; 0 and null without a parameter list.
+  virtual std::int32_t setParameter(QuorPluginParameter* param);  ///< [set-up thread]
+  virtual QuorPluginParameter* getParameter(char* name);          ///< [set-up thread]
 
  protected:
   QuorPluginDesc* desc;          ///< made this plugin; or null
