@@ -49,7 +49,7 @@ void repeat(const PluginInterface& texture, Question question, const ShadingCont
     T lo{}, hi{};
     T* result = &lo;
     Vector gradient{};
-    Vector* slope = &gradient;
+    Vector* written = &gradient;
     if (question == Question::Value) {
       for (int i = 0; i < times; ++i) {
         opaque(asked);
@@ -65,8 +65,8 @@ void repeat(const PluginInterface& texture, Question question, const ShadingCont
       }
       for (int i = 0; question == Question::Gradient && i < times; ++i) {
         opaque(asked);
-        *slope = asked->getGradient(sc);
-        opaque(slope);
+        *written = asked->getGradient(sc);
+        opaque(written);
       }
     }
   });

@@ -42,7 +42,7 @@ class Float3ToAColorTex final : public OperationTex<TextureInterface, ColorInput
   }
 
   void getColorBounds(AColor& min, AColor& max) const override {
-    inputs.ask(Bounds{}, [&](const Interval& r, const Interval& g, const Interval& b) {
+    inputs.ask(BoundsOf{}, [&](const Interval& r, const Interval& g, const Interval& b) {
       // Kept: alpha is bounded as if it were absent, and inverted bounds go below 0.
       if (inputs.invert != 0) {
         min = {1 - r.hi, 1 - g.hi, 1 - b.hi, 1};

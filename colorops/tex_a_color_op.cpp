@@ -105,10 +105,10 @@ struct ColorAndExponent {
 /// The four channels of a colour in one vector register: for bounds, whose corners are many.
 using Channels = float __attribute__((vector_size(sizeof(AColor))));
 
-Range<Channels> sideBySide(const Range<AColor>& c) {
+Range<Channels> toLanes(const Range<AColor>& c) {
   return {std::bit_cast<Channels>(c.lo), std::bit_cast<Channels>(c.hi)};
 }
-Interval sideBySide(const Interval& m) { return m; }  // serves all channels
+Interval toLanes(const Interval& m) { return m; }  // serves all channels
 
 // Ranges of numbers and of channels compare their corners in a chain.
 template <class A, class B>
@@ -240,7 +240,7 @@ class ColorTex : public OperationTex<TextureInterface, Inputs> {
   }
   void getColorBounds(AColor& min, AColor& max) const final {
     const Range<Channels> result = this->inputs.ask(
-        Bounds{}, [](const auto&... bounds) { return Formula::of(sideBySide(bounds)...); });
+        BoundsOf{}, [](const auto&... bounds) { return Formula::of(toLanes(bounds)...); });
     min = std::bit_cast<AColor>(result.lo);
     max = std::bit_cast<AColor>(result.hi);
     if (result_alpha != nullptr) result_alpha->getFloatBounds(min.a, max.a);
@@ -251,24 +251,24 @@ class ColorTex : public OperationTex<TextureInterface, Inputs> {
 
 /// The same with the gradient of `Formula`.
 template <class Inputs, class Formula>
-class SlopedColorTex : public ColorTex<Inputs, Formula> {
+class DifferentiableColorTex : public ColorTex<Inputs, Formula> {
  public:
   Vector getGradient(const ShadingContext& sc) const override {
     return this->inputs.template gradientOf<Formula>(sc);
   }
 };
 
-using ColorProdTex = SlopedColorTex<ColorPair, Product>;
-using ColorAddTex = SlopedColorTex<ColorPair, Sum>;
-using ColorSubTex = SlopedColorTex<ColorPair, Difference>;
-using ColorDivTex = SlopedColorTex<ColorPair, Quotient>;
-using ColorMinTex = SlopedColorTex<ColorPair, Minimum>;
-using ColorMaxTex = SlopedColorTex<ColorPair, Maximum>;
-using ColorMulTex = SlopedColorTex<ScaledColor, Scaled>;
+using ColorProdTex = DifferentiableColorTex<ColorPair, Product>;
+using ColorAddTex = DifferentiableColorTex<ColorPair, Sum>;
+using ColorSubTex = DifferentiableColorTex<ColorPair, Difference>;
+using ColorDivTex = DifferentiableColorTex<ColorPair, Quotient>;
+using ColorMinTex = DifferentiableColorTex<ColorPair, Minimum>;
+using ColorMaxTex = DifferentiableColorTex<ColorPair, Maximum>;
+using ColorMulTex = DifferentiableColorTex<ScaledColor, Scaled>;
 using ColorPowTex = ColorTex<ColorAndExponent, Power>;
 
 /// |A - B|. No alpha escapes the absolute value. Kept: the bounds are those of A - B.
-class ColorDiffTex final : public SlopedColorTex<ColorPair, AbsoluteDifference> {
+class ColorDiffTex final : public DifferentiableColorTex<ColorPair, AbsoluteDifference> {
  public:
   AColor getColor(const ShadingContext& sc) const override { return abs(ColorTex::getColor(sc)); }
 };
@@ -283,7 +283,7 @@ class ChannelTex : public OperationTex<TextureFloatInterface, ScaledColor> {
     return inputs.ask(ValueAt{sc}, [](float m, const AColor& c) { return c.*kChannel * m; });
   }
   void getFloatBounds(float& min, float& max) const final {
-    inputs.ask(Bounds{}, [&](const Interval& m, const Range<AColor>& c) {
+    inputs.ask(BoundsOf{}, [&](const Interval& m, const Range<AColor>& c) {
       store(Interval{c.lo.*kChannel, c.hi.*kChannel} * m, min, max);
     });
   }
@@ -342,7 +342,7 @@ class ITex final : public PluginBase,
                       [](float m, const AColor& c) { return (m * ((c.r + c.g) + c.b)) / 3.0F; });
   }
   void getFloatBounds(float& min, float& max) const override {
-    inputs.ask(Bounds{}, [&](const Interval& m, const Range<AColor>& c) {
+    inputs.ask(BoundsOf{}, [&](const Interval& m, const Range<AColor>& c) {
       store(Interval{intensity(c.lo), intensity(c.hi)} * m, min, max);
     });
   }

@@ -31,20 +31,20 @@ using FloatPairTex = OperationTex<TextureFloatInterface, FloatPair<kAbsentB>>;
 
 /// `Op` of a and b, bounded by its results at the corners.
 template <class Op, int kAbsentB>
-class CornersTex : public FloatPairTex<kAbsentB> {
+class BinaryTex : public FloatPairTex<kAbsentB> {
  public:
   float getFloat(const ShadingContext& sc) const override {
     return this->inputs.ask(ValueAt{sc}, Op{});
   }
   void getFloatBounds(float& min, float& max) const override {
-    this->inputs.ask(Bounds{}, [&](const Interval& a, const Interval& b) {
+    this->inputs.ask(BoundsOf{}, [&](const Interval& a, const Interval& b) {
       store(chainedCorners(a, b, Op{}), min, max);
     });
   }
 };
 
 /// a · b
-class ProdTex final : public CornersTex<std::multiplies<>, 0> {
+class ProdTex final : public BinaryTex<std::multiplies<>, 0> {
  public:
   Vector getGradient(const ShadingContext& sc) const override {
     return askWithGradients(inputs, sc, [](const auto& a, const auto& b) {
@@ -55,7 +55,7 @@ class ProdTex final : public CornersTex<std::multiplies<>, 0> {
 };
 
 /// a / b, and 0 where b is 0.
-class RatioTex final : public CornersTex<std::divides<>, 1> {
+class RatioTex final : public BinaryTex<std::divides<>, 1> {
  public:
   float getFloat(const ShadingContext& sc) const override {
     return inputs.ask(ValueAt{sc}, [](float a, float b) { return b == 0 ? 0 : a / b; });
@@ -73,7 +73,7 @@ class RatioTex final : public CornersTex<std::divides<>, 1> {
 
 /// a + b or a - b
 template <class Op>
-class LinearTex final : public CornersTex<Op, 0> {
+class LinearTex final : public BinaryTex<Op, 0> {
  public:
   Vector getGradient(const ShadingContext& sc) const override {
     return this->inputs.ask(GradientAt{sc}, Op{});
@@ -88,11 +88,11 @@ struct Power {
 };
 
 /// a to the power of b; its gradient is zero.
-class FloatPowTex final : public CornersTex<Power, 1> {
+class FloatPowTex final : public BinaryTex<Power, 1> {
  public:
   void getFloatBounds(float& min, float& max) const override {
     if (inputs.float_b != nullptr) {
-      CornersTex::getFloatBounds(min, max);
+      BinaryTex::getFloatBounds(min, max);
       return;
     }
     // Told that b is 1, the compiler leaves out the powers.
@@ -103,10 +103,10 @@ class FloatPowTex final : public CornersTex<Power, 1> {
 // In double precision, rounded once.
 float sine(float x) { return static_cast<float>(std::sin(static_cast<double>(x))); }
 float cosine(float x) { return static_cast<float>(std::cos(static_cast<double>(x))); }
-float cosineSlope(float x) { return static_cast<float>(0 - std::sin(static_cast<double>(x))); }
+float cosineDerivative(float x) { return static_cast<float>(0 - std::sin(static_cast<double>(x))); }
 
-/// `kWave` of a · b, radians; `kSlope` is its derivative.
-template <float (*kWave)(float), float (*kSlope)(float)>
+/// `kWave` of a · b, radians; `kDerivative` is its derivative.
+template <float (*kWave)(float), float (*kDerivative)(float)>
 class WaveTex final : public FloatPairTex<1> {
  public:
   float getFloat(const ShadingContext& sc) const override {
@@ -118,23 +118,23 @@ class WaveTex final : public FloatPairTex<1> {
   }
   Vector getGradient(const ShadingContext& sc) const override {
     return askWithGradients(inputs, sc, [](const auto& a, const auto& b) {
-      return productGradient(a, b) * kSlope(a.value * b.value);
+      return productGradient(a, b) * kDerivative(a.value * b.value);
     });
   }
 };
 
 using FloatSinTex = WaveTex<sine, cosine>;
-using FloatCosTex = WaveTex<cosine, cosineSlope>;
+using FloatCosTex = WaveTex<cosine, cosineDerivative>;
 
 /// The one of a and b that compares `Before` the other, else b; bounded by the range of both.
 template <class Before>
-class ExtremeTex final : public FloatPairTex<1> {
+class SelectTex final : public FloatPairTex<1> {
  public:
   float getFloat(const ShadingContext& sc) const override {
     return inputs.ask(ValueAt{sc}, [](float a, float b) { return Before{}(a, b) ? a : b; });
   }
   void getFloatBounds(float& min, float& max) const override {
-    inputs.ask(Bounds{},
+    inputs.ask(BoundsOf{},
                [&](const Interval& a, const Interval& b) { store(hull(a, b), min, max); });
   }
   Vector getGradient(const ShadingContext& sc) const override {
@@ -144,8 +144,8 @@ class ExtremeTex final : public FloatPairTex<1> {
   }
 };
 
-using FloatMinTex = ExtremeTex<std::less<>>;
-using FloatMaxTex = ExtremeTex<std::greater<>>;
+using FloatMinTex = SelectTex<std::less<>>;
+using FloatMaxTex = SelectTex<std::greater<>>;
 
 class TexFloatOp final : public QuorPlugin {
  public:

@@ -58,7 +58,7 @@ Interval multiplierProduct(const Interval& ma, const Interval& mb) {
 
 double wideDot(const Vector& a, const Vector& b) { return dot(toDouble(a), toDouble(b)); }
 Vector roundedCross(const Vector& a, const Vector& b) {
-  return toFloat(cross(toDouble(a), toDouble(b)));
+  return toVector(cross(toDouble(a), toDouble(b)));
 }
 
 /// (va · vb) · (ma · mb); its gradient is zero. Kept: bounded by the products of whole corner
@@ -71,7 +71,7 @@ class DotProdTex final : public OperationTex<TextureFloatInterface, VectorPair> 
     });
   }
   void getFloatBounds(float& min, float& max) const override {
-    inputs.ask(Bounds{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    inputs.ask(BoundsOf{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
       const Range<double> d = chainedCorners(va, vb, wideDot);
       const Interval rounded = {static_cast<float>(d.lo), static_cast<float>(d.hi)};
       store(chainedCorners(multiplierProduct(ma, mb), rounded, std::multiplies{}), min, max);
@@ -84,11 +84,11 @@ class CrossProdTex final : public OperationTex<TextureVectorInterface, VectorPai
  public:
   Vector getVector(const ShadingContext& sc) const override {
     return inputs.ask(ValueAt{sc}, [](float ma, float mb, const Vector& va, const Vector& vb) {
-      return toFloat(cross(loadedSingly(va), loadedSingly(vb))) * (ma * mb);
+      return toVector(cross(loadedSingly(va), loadedSingly(vb))) * (ma * mb);
     });
   }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    inputs.ask(Bounds{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    inputs.ask(BoundsOf{}, [&](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
       const Range<Vector> c = pairedCorners(va, vb, roundedCross);
       store(pairedCorners(multiplierProduct(ma, mb), c, std::multiplies{}), min, max);
     });
@@ -113,7 +113,7 @@ class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> 
  public:
   Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    store(inputs.ask(Bounds{}, of), min, max);
+    store(inputs.ask(BoundsOf{}, of), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     return askWithGradients(inputs, sc,
@@ -136,7 +136,7 @@ class MulTex final : public OperationTex<TextureVectorInterface, ScaledVector> {
  public:
   Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    store(inputs.ask(Bounds{}, of), min, max);
+    store(inputs.ask(BoundsOf{}, of), min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     return askWithGradients(inputs, sc,
@@ -155,7 +155,7 @@ class ComponentTex final : public OperationTex<TextureFloatInterface, ScaledVect
     return inputs.ask(ValueAt{sc}, [](float m, const Vector& v) { return m * v.*kComponent; });
   }
   void getFloatBounds(float& min, float& max) const override {
-    inputs.ask(Bounds{}, [&](const Interval& m, const Range<Vector>& v) {
+    inputs.ask(BoundsOf{}, [&](const Interval& m, const Range<Vector>& v) {
       const float lo = v.lo.*kComponent;
       const float hi = v.hi.*kComponent;
       // Kept: hi.x, for y and z too.

@@ -27,6 +27,11 @@ struct ValueAt {
   }
 };
 
+/// What an input stored just now, number by number. `volatile` keeps the compiler from loading two
+/// numbers at once: a load that spans two stores gets no store forwarding and waits for both.
+inline Interval loadedSingly(const volatile Interval& stored) { return {stored.lo, stored.hi}; }
+inline DVector loadedSingly(const volatile Vector& v) { return {v.x, v.y, v.z}; }
+
 /// The bounds of a number. They stay where the input wrote them until all inputs are asked: a copy
 /// would have to wait for the stores, and be stored again over the next call.
 class FloatBounds {
@@ -45,7 +50,7 @@ class FloatBounds {
   Interval bounds_;
 };
 
-struct Bounds {
+struct BoundsOf {
   FloatBounds operator()(const TextureFloatInterface* input, float substitute) const {
     return {input, substitute};
   }

@@ -41,7 +41,8 @@ struct ParamRow {
 
 namespace detail {
 
-// What every parameter of this library passes for the two further arguments of the host.
+// What every parameter of this library passes as `flags` and `text`, the two further arguments of
+// the host's add operations.
 inline constexpr std::int32_t kFlags = -1;
 inline constexpr const char* kText = nullptr;
 

@@ -15,10 +15,6 @@ struct Range {
 
 using Interval = Range<float>;
 
-/// Bounds that were stored one by one just now. `volatile` keeps the compiler from loading both at
-/// once, which would have to wait for both stores.
-inline Interval loadedSingly(const volatile Interval& stored) { return {stored.lo, stored.hi}; }
-
 template <class T>
 constexpr void store(Range<T> range, T& min, T& max) {
   min = range.lo;

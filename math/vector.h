@@ -35,15 +35,11 @@ constexpr Vector productGradient(const Dual<float>& s, const Dual<float>& t) {
 }
 
 /// Each component rounded to 32 bits.
-constexpr Vector toFloat(DVector v) {
+constexpr Vector toVector(DVector v) {
   return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
 constexpr DVector toDouble(Vector v) { return {v.x, v.y, v.z}; }
-
-/// A vector whose components were stored one by one just now. `volatile` keeps the compiler from
-/// loading y and z at once, which would have to wait for both stores.
-inline DVector loadedSingly(const volatile Vector& v) { return {v.x, v.y, v.z}; }
 
 /// The products of two vectors, in 64-bit floats.
 constexpr double dot(DVector a, DVector b) { return (a.x * b.x + a.y * b.y) + a.z * b.z; }

@@ -1,16 +1,350 @@
 // SPDX-License-Identifier: MIT
 // Gives data of the shading point as textures. Has no inputs and is not a texture itself: each
-// quantity is an output, in one of the headers of this folder.
+// quantity is an output.
 
 #include <array>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <mutex>
 
+#include "frame/inputs.h"
+#include "frame/platform.h"
 #include "frame/plugin_kind.h"
-#include "sampler/clip_planes.h"
-#include "sampler/position_outputs.h"
-#include "sampler/surface_outputs.h"
+#include "host/shading_context.h"
+#include "math/interval.h"
+#include "math/vector.h"
 
 namespace samplerinfo {
 namespace {
+
+// ---- What a shading context leads to: its render context is never null --------------------------
+
+const RenderServices& services(const ShadingContext& sc) { return *sc.renderContext->services; }
+
+const QuorFrameData& frameData(const ShadingContext& sc) { return *sc.renderContext->frameData; }
+
+/// The interface of this class that `object`, which may be null, offers, or null.
+template <class Interface>
+Interface* queryInterface(PluginBase* object) {
+  if (object == nullptr) return nullptr;
+  return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
+}
+
+// ---- Spaces -------------------------------------------------------------------------------------
+//
+// From render space to camera and world space, whose axes are those of render space; in 32-bit
+// floats unless said otherwise.
+
+/// The matrix of `t` applied to `v`: one rounding per operation, the y term first.
+constexpr Vector transformVector(const PreciseTransform& t, const Vector& v) {
+  return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
+}
+
+/// The whole of `t` applied to a point.
+constexpr Vector transformPoint(const PreciseTransform& t, const Vector& point) {
+  return transformVector(t, point) + toVector(t.offset);
+}
+
+/// A render-space direction, seen at the ray's time, in camera space. Not normalised.
+Vector directionToCamera(const ShadingContext& sc, Vector v) {
+  if (services(sc).cameraMoving != 0) {
+    v = services(sc).cameraMotion->vectorFromRayTime(v, sc.rayTime);
+  }
+  return transformVector(frameData(sc).worldToCamera, v);
+}
+
+/// A render-space point in world space, added in double precision.
+Vector pointToWorld(const ShadingContext& sc, const DVector& point) {
+  const DVector& origin = frameData(sc).worldOffset;
+  return toVector({point.x + origin.x, point.y + origin.y, point.z + origin.z});
+}
+
+/// Unit length, but for a vector too short to have a direction: that one stays as it is.
+Vector safeNormalize(const Vector& v) {
+  constexpr float kTooShort = 1e-6F;
+  const float len = length(v);
+  return len < kTooShort ? v : v / len;
+}
+
+// ---- Fixed bounds: declared to the host, not checked against the values -------------------------
+
+constexpr Interval kAnywhere{-1e18F, 1e18F};
+constexpr Interval kMinusOneToOne{-1, 1};
+constexpr Interval kZeroToOne{0, 1};
+constexpr Interval kClipDistance{0, 1e9F};
+
+template <const Interval& kBounds>
+class FixedBoundsFloatTex : public OutputTex<TextureFloatInterface> {
+ public:
+  void getFloatBounds(float& min, float& max) const final { store(kBounds, min, max); }
+};
+
+/// The same bounds for each component.
+template <const Interval& kBounds>
+class FixedBoundsVectorTex : public OutputTex<TextureVectorInterface> {
+ public:
+  void getVectorBounds(Vector& min, Vector& max) const final {
+    min = {kBounds.lo, kBounds.lo, kBounds.lo};
+    max = {kBounds.hi, kBounds.hi, kBounds.hi};
+  }
+};
+
+// ---- Clipping planes ----------------------------------------------------------------------------
+
+/// The near and far clipping distances of one frame, which enclose the scene's bounding box as the
+/// camera sees it. `beginFrame` sets `computed` back to 0; the first `computeClipPlanes` of the
+/// frame, on whatever thread, computes both distances and writes them to the host's log.
+struct ClipPlaneCache {
+  /// Forgets the distances. No evaluation runs now, and the host hands the frame over to its
+  /// threads.
+  void beginFrame() { computed.store(0, std::memory_order_relaxed); }
+
+  /// One of the distances, which hold for the rest of the frame. Any thread; waits for another one
+  /// that is computing. Lets exceptions of the host's scene and log pass.
+  float computeClipPlanes(const ShadingContext& sc, float ClipPlaneCache::*plane) {
+    return computed.load(std::memory_order_acquire) != 0 ? this->*plane : computeOnce(sc, plane);
+  }
+
+  platform::Lock lock;  ///< held while computing
+  float nearPlane = 0;
+  float farPlane = 0;
+  std::atomic<std::int32_t> computed{0};  ///< 1 once the distances are those of this frame
+
+ private:
+  // Out of line, so that all later samples of the frame read a flag and a field and save nothing.
+  [[gnu::noinline]] float computeOnce(const ShadingContext& sc, float ClipPlaneCache::*plane) {
+    const std::lock_guard guard(lock);
+    if (computed.load(std::memory_order_relaxed) != 0) return this->*plane;
+
+    constexpr float kClosest = 0.1F;
+    constexpr float kFarthest = 1e30F;
+    Vector lo{};
+    Vector hi{};
+    services(sc).scene->getBoundingBox(lo, hi);
+    const PreciseTransform& worldToCamera = frameData(sc).worldToCamera;
+    nearPlane = kFarthest;
+    farPlane = kClosest;
+    for (unsigned i = 0; i < 8; ++i) {
+      const Vector corner = {(i & 1U) != 0 ? hi.x : lo.x, (i & 2U) != 0 ? hi.y : lo.y,
+                             (i & 4U) != 0 ? hi.z : lo.z};
+      // The camera looks down its negative z axis. A NaN depth becomes the closest.
+      const float depth = max(0 - transformPoint(worldToCamera, corner).z, kClosest);
+      nearPlane = min(nearPlane, depth);
+      farPlane = max(farPlane, depth);
+    }
+    // Before the message, so that a host may evaluate from inside its log.
+    computed.store(1, std::memory_order_release);
+    if (RenderLog* log = services(sc).log) {
+      log->print("Auto clipping planes : %.2f %.2f\n", static_cast<double>(nearPlane),
+                 static_cast<double>(farPlane));
+    }
+    return this->*plane;
+  }
+};
+
+static_assert(std::atomic<std::int32_t>::is_always_lock_free);
+
+// ---- Outputs ------------------------------------------------------------------------------------
+
+class PointTex final : public FixedBoundsVectorTex<kAnywhere> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    return pointToWorld(sc, sc.shadingPoint);
+  }
+};
+
+class PointObjectTex final : public FixedBoundsVectorTex<kAnywhere> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    const Vector point = toVector(sc.shadingPoint);
+    auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
+    // Kept: without a mapping it is the render-space point, not the one in world space.
+    return mapping != nullptr ? mapping->worldToObjectPoint(sc, point) : point;
+  }
+};
+
+class PointCameraTex final : public FixedBoundsVectorTex<kAnywhere> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    DVector point = sc.shadingPoint;
+    if (services(sc).cameraMoving != 0) {
+      point = services(sc).cameraMotion->pointFromRayTime(point, sc.rayTime);
+    }
+    return transformPoint(frameData(sc).worldToCamera, toVector(point));
+  }
+};
+
+class NormalTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return sc.normal; }
+};
+
+class NormalCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    return directionToCamera(sc, sc.normal);
+  }
+};
+
+class NormalObjTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
+    return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
+  }
+};
+
+class GNormalTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return sc.geometricNormal; }
+};
+
+class CamToWorldTex final : public OutputTex<TextureTransformInterface> {
+ public:
+  Transform getTransform(const ShadingContext& sc) const override {
+    const PreciseTransform& camera = frameData(sc).cameraToWorld;
+    if (services(sc).cameraMoving == 0) {
+      // Kept: rounds before it adds, unlike a moving camera.
+      const Vector offset = toVector(frameData(sc).worldOffset) + toVector(camera.offset);
+      return {camera.c0, camera.c1, camera.c2, offset};
+    }
+    CameraMotion& motion = *services(sc).cameraMotion;
+    const Vector c0 = motion.vectorToRayTime(camera.c0, sc.rayTime);
+    const Vector c1 = motion.vectorToRayTime(camera.c1, sc.rayTime);
+    const Vector c2 = motion.vectorToRayTime(camera.c2, sc.rayTime);
+    // Kept: moves the origin of render space; the camera's own offset does not enter.
+    const DVector origin = motion.pointToRayTime({0, 0, 0}, sc.rayTime);
+    return {c0, c1, c2, pointToWorld(sc, origin)};
+  }
+};
+
+class ViewTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return sc.rayDirection; }
+};
+
+class FrameTimeTex final : public FixedBoundsFloatTex<kAnywhere> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return static_cast<float>(frameData(sc).frameTime);
+  }
+};
+
+class RayTimeTex final : public FixedBoundsFloatTex<kZeroToOne> {
+ public:
+  float getFloat(const ShadingContext& sc) const override { return static_cast<float>(sc.rayTime); }
+};
+
+class FacingRatioTex final : public FixedBoundsFloatTex<kMinusOneToOne> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    const double cosine = dot(toDouble(sc.normal), toDouble(sc.rayDirection));
+    return std::fabs(static_cast<float>(cosine));
+  }
+};
+
+class MtlIDTex final : public OutputTex<TextureIntInterface> {
+ public:
+  std::int32_t getInt(const ShadingContext& sc) const override {
+    auto* source = queryInterface<MaterialIdSource>(sc.surface);
+    return source != nullptr ? source->getMaterialId(sc) : 0;
+  }
+};
+
+class FlippedNormalTex final : public FixedBoundsFloatTex<kZeroToOne> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return static_cast<float>(sc.backfacing);
+  }
+};
+
+template <float ClipPlaneCache::*kPlane>
+class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
+ public:
+  float getFloat(const ShadingContext& sc) const override {
+    return clipPlanes->computeClipPlanes(sc, kPlane);
+  }
+
+  ClipPlaneCache* clipPlanes = nullptr;  ///< the plugin's, from `renderBegin` on
+};
+
+using CameraNearClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::nearPlane>;
+using CameraFarClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::farPlane>;
+
+class UVCoordTex final : public FixedBoundsVectorTex<kAnywhere> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    auto* source = queryInterface<UVWSource>(sc.surface);
+    return source != nullptr ? source->getUVW(sc, 0) : Vector{};
+  }
+};
+
+class RayDirectionTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    return safeNormalize(directionToCamera(sc, sc.rayDirection));
+  }
+};
+
+class PixelCenterTex final : public FixedBoundsVectorTex<kAnywhere> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override {
+    const double fromBottom = static_cast<double>(frameData(sc).imageHeight) - sc.imageY;
+    // Between the braces g++ would send both through memory.
+    const float x = centre(static_cast<float>(sc.imageX));
+    const float y = centre(static_cast<float>(fromBottom));
+    return {x, y, 0};
+  }
+
+ private:
+  static float centre(float x) { return static_cast<float>(floorToInt(x)) + 0.5F; }
+
+  /// Rounds down. What no 32-bit integer holds truncates to the lowest one, and the step down from
+  /// there wraps around.
+  static std::int32_t floorToInt(float x) {
+    constexpr float kLimit = 0x1p31F;
+    std::int32_t whole = std::numeric_limits<std::int32_t>::min();
+    if (x > -kLimit && x < kLimit) whole = static_cast<std::int32_t>(x);
+    if (!(static_cast<float>(whole) > x)) return whole;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole) - 1U);
+  }
+};
+
+class TangentCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+ public:
+  explicit TangentCameraTex(std::int32_t uvwAxis) : axis(uvwAxis) {}
+
+  Vector getVector(const ShadingContext& sc) const override {
+    auto* source = queryInterface<UVWSource>(sc.surface);
+    if (source == nullptr) return {};
+    Vector a{};
+    Vector b{};
+    Vector c{};
+    source->getUVWDerivatives(sc, 0, a, b, c);
+    const Vector tangent = inverseColumn(loadedSingly(a), loadedSingly(b), loadedSingly(c), axis);
+    return safeNormalize(directionToCamera(sc, safeNormalize(tangent)));
+  }
+
+  const std::int32_t axis;  ///< 0 for U, 1 for V
+
+ private:
+  /// Column 0 or 1 of the inverse of the matrix with the columns a, b, c, by Cramer's rule; zero
+  /// for a singular matrix.
+  static Vector inverseColumn(const DVector& a, const DVector& b, const DVector& c,
+                              std::int32_t column) {
+    const DVector ab = cross(a, b);
+    const double det = dot(ab, c);
+    if (det == 0) return {};
+    const DVector bc = cross(b, c);
+    const DVector ca = cross(c, a);
+    const DVector cofactors = column == 0 ? DVector{bc.x, ca.x, ab.x} : DVector{bc.y, ca.y, ab.y};
+    // Kept: a determinant that rounds to zero divides all the same.
+    return toVector(cofactors) / static_cast<float>(det);
+  }
+};
+
+// ---- The plugin ---------------------------------------------------------------------------------
 
 class TexSampler final : public QuorPlugin {
  public:

@@ -64,7 +64,7 @@ void expectRow(const std::string& text) {
     const AColor color = {v.x, v.y, v.z, twins::narrow(numbers[3])};
     if (name == "to") {
       subject.inputs.back()->hi = color;
-    } else if (name == "slope") {
+    } else if (name == "gradient") {
       subject.inputs.back()->gradient = v;
     } else if (name == "mode" || name == "invert") {
       subject.set(name, static_cast<std::int32_t>(numbers[0]));

@@ -209,7 +209,7 @@ CameraKey readCameraKey(const Item& item) {
   const bool good = item.attempt([&] {
     item.read({{"position", [&](const Item& v) { key.position = v.dvector(kMaxPosition); }},
                {"target", [&](const Item& v) { key.target = v.dvector(kMaxPosition); }},
-               {"up", [&](const Item& v) { key.up = toFloat(v.dvector(kMaxFactor)); }}});
+               {"up", [&](const Item& v) { key.up = toVector(v.dvector(kMaxFactor)); }}});
   });
   if (!good) return key;
   const DVector& p = key.position;
@@ -294,7 +294,7 @@ struct Placement {
     const double sy = std::sin(radians(degrees.y)), cy = std::cos(radians(degrees.y));
     const double sz = std::sin(radians(degrees.z)), cz = std::cos(radians(degrees.z));
     const auto column = [](double x, double y, double z, double factor) {
-      return toFloat({x * factor, y * factor, z * factor});
+      return toVector({x * factor, y * factor, z * factor});
     };
     return {column(cz * cy, sz * cy, -sy, scale.x),
             column(cz * sy * sx - sz * cx, sz * sy * sx + cz * cx, cy * sx, scale.y),

@@ -189,7 +189,7 @@ void Raycaster::checkDevice() const {
 }
 
 std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
-  const Vector origin = toFloat(ray.origin);
+  const Vector origin = toVector(ray.origin);
   RTCRayHit query = {};
   query.ray.org_x = origin.x;
   query.ray.org_y = origin.y;

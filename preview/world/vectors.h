@@ -16,7 +16,7 @@ using Imath::V3d;
 inline V3d wide(const QUtils::Vector& v) { return {v.x, v.y, v.z}; }
 inline V3d wide(const QUtils::DVector& v) { return {v.x, v.y, v.z}; }
 inline QUtils::DVector toDVector(const V3d& v) { return {v.x, v.y, v.z}; }
-inline QUtils::Vector toVector(const V3d& v) { return QUtils::toFloat(toDVector(v)); }
+inline QUtils::Vector toVector(const V3d& v) { return QUtils::toVector(toDVector(v)); }
 
 /// A ray in render space; the direction has unit length.
 struct Ray {

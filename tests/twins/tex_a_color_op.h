@@ -17,7 +17,7 @@ struct ScaledColor {
   TextureInterface* color = nullptr;
   TextureFloatInterface *mult = nullptr, *result_alpha = nullptr, *exponent = nullptr;
   auto inputs() { return std::tie(color, mult, result_alpha, exponent); }
-  Vector slopeOfIntensity(const ShadingContext& sc) const {
+  Vector gradientOfIntensity(const ShadingContext& sc) const {
     const float m = valueOf(mult, sc, 1), i = intensity(valueOf(color, sc));
     const Vector dm = gradientOf(mult, sc), dc = gradientOf(color, sc);
     return dc * m + dm * i;
@@ -156,7 +156,7 @@ class ColorMulTex final : public Twin<TextureInterface, ScaledColor> {
       return chainedCorners(at(c, k), m, Times());
     });
   }
-  Vector getGradient(const ShadingContext& sc) const override { return slopeOfIntensity(sc); }
+  Vector getGradient(const ShadingContext& sc) const override { return gradientOfIntensity(sc); }
 };
 
 class ColorPowTex final : public Twin<TextureInterface, ScaledColor> {
@@ -210,7 +210,7 @@ class ColorNumberTwin : public Twin<TextureFloatInterface, ScaledColor> {
     const Bounds c(color);
     store(chainedCorners({Formula::of(c.lo), Formula::of(c.hi)}, m, Times()), min, max);
   }
-  Vector getGradient(const ShadingContext& sc) const override { return slopeOfIntensity(sc); }
+  Vector getGradient(const ShadingContext& sc) const override { return gradientOfIntensity(sc); }
 };
 template <float AColor::*kChannel>
 struct Channel {

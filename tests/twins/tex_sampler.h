@@ -27,7 +27,7 @@ class VectorFromContext final : public Twin<TextureVectorInterface> {
   }
 };
 
-inline Vector applyMatrix(const PreciseTransform& t, const Vector& v) {
+inline Vector transformVector(const PreciseTransform& t, const Vector& v) {
   return (t.c1 * v.y + t.c0 * v.x) + t.c2 * v.z;
 }
 
@@ -36,16 +36,16 @@ inline Vector directionToCamera(const ShadingContext& sc, Vector v) {
   if (render.services->cameraMoving != 0) {
     v = render.services->cameraMotion->vectorFromRayTime(v, sc.rayTime);
   }
-  return applyMatrix(render.frameData->worldToCamera, v);
+  return transformVector(render.frameData->worldToCamera, v);
 }
 
-inline Vector guardedNormalize(const Vector& v) {
+inline Vector safeNormalize(const Vector& v) {
   const float len = length(v);
   return len < 1e-6F ? v : v / len;
 }
 
 template <class Interface>
-Interface* offered(PluginBase* object) {
+Interface* queryInterface(PluginBase* object) {
   if (object == nullptr) return nullptr;
   return static_cast<Interface*>(object->getInterface(Interface::kInterfaceId));
 }
@@ -56,7 +56,7 @@ inline Vector point(const ShadingContext& sc) {
 }
 
 inline Vector pointObject(const ShadingContext& sc) {
-  auto* const mapping = offered<ObjectSpaceMapping>(sc.object);
+  auto* const mapping = queryInterface<ObjectSpaceMapping>(sc.object);
   const Vector p = narrow(sc.shadingPoint);
   return mapping != nullptr ? mapping->worldToObjectPoint(sc, p) : p;
 }
@@ -68,13 +68,13 @@ inline Vector pointCamera(const ShadingContext& sc) {
     q = render.services->cameraMotion->pointFromRayTime(q, sc.rayTime);
   }
   const PreciseTransform& t = render.frameData->worldToCamera;
-  return applyMatrix(t, narrow(q)) + narrow(t.offset);
+  return transformVector(t, narrow(q)) + narrow(t.offset);
 }
 
 inline Vector normal(const ShadingContext& sc) { return sc.normal; }
 
 inline Vector normalObject(const ShadingContext& sc) {
-  auto* const mapping = offered<ObjectSpaceMapping>(sc.object);
+  auto* const mapping = queryInterface<ObjectSpaceMapping>(sc.object);
   return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
 }
 
@@ -113,7 +113,7 @@ inline float facingRatio(const ShadingContext& sc) {
 
 class MtlIDTex final : public Twin<TextureIntInterface> {
   std::int32_t getInt(const ShadingContext& sc) const override {
-    auto* const source = offered<MaterialIdSource>(sc.surface);
+    auto* const source = queryInterface<MaterialIdSource>(sc.surface);
     return source != nullptr ? source->getMaterialId(sc) : 0;
   }
 };
@@ -133,7 +133,7 @@ struct ClipPlanes {
     for (unsigned i = 0; i < 8; ++i) {
       const Vector corner = {(i & 1U) != 0 ? hi.x : lo.x, (i & 2U) != 0 ? hi.y : lo.y,
                              (i & 4U) != 0 ? hi.z : lo.z};
-      const float zc = applyMatrix(t, corner).z + narrow(t.offset.z);
+      const float zc = transformVector(t, corner).z + narrow(t.offset.z);
       const float depth = greater(0 - zc, 0.1F);
       nearPlane = lesser(nearPlane, depth);
       farPlane = greater(farPlane, depth);
@@ -160,12 +160,12 @@ float clipPlane(const ShadingContext& sc) {
 }
 
 inline Vector uvCoord(const ShadingContext& sc) {
-  auto* const source = offered<UVWSource>(sc.surface);
+  auto* const source = queryInterface<UVWSource>(sc.surface);
   return source != nullptr ? source->getUVW(sc, 0) : Vector{};
 }
 
 inline Vector rayDirection(const ShadingContext& sc) {
-  return guardedNormalize(directionToCamera(sc, sc.rayDirection));
+  return safeNormalize(directionToCamera(sc, sc.rayDirection));
 }
 
 inline float cellCenter(float x) {
@@ -185,7 +185,7 @@ inline Vector pixelCenter(const ShadingContext& sc) {
 
 template <int kAxis>
 TWIN_INLINE inline Vector tangentCamera(const ShadingContext& sc) {
-  auto* const source = offered<UVWSource>(sc.surface);
+  auto* const source = queryInterface<UVWSource>(sc.surface);
   if (source == nullptr) return {};
   Vector fa{}, fb{}, fc{};
   source->getUVWDerivatives(sc, 0, fa, fb, fc);
@@ -195,7 +195,7 @@ TWIN_INLINE inline Vector tangentCamera(const ShadingContext& sc) {
   Vector v{};
   if (det != 0 && kAxis == 0) v = narrow({bc.x, ca.x, ab.x}) / narrow(det);
   if (det != 0 && kAxis == 1) v = narrow({bc.y, ca.y, ab.y}) / narrow(det);
-  return guardedNormalize(directionToCamera(sc, guardedNormalize(v)));
+  return safeNormalize(directionToCamera(sc, safeNormalize(v)));
 }
 
 }  // namespace twins
