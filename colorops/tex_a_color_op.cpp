@@ -355,6 +355,20 @@ class ITex final : public PluginBase,
 
 // ---- The plugin --------------------------------------------------------------------------------
 
+/// Which output is the plugin's own texture.
+enum class Mode : std::int32_t {
+  ResultA,
+  ResultB,
+  Product,
+  Sum,
+  Difference,
+  Power,
+  Division,
+  Minimum,
+  Maximum,
+  AbsoluteDifference
+};
+
 class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColorOp> {
  public:
   static constexpr const char* kValueKind = "color";
@@ -370,27 +384,26 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
 
   void frameBegin(QuorRenderer* renderer) override {
     QuorPluginInterface::frameBegin(renderer);
-    const auto copyInto = [this](auto&... outputs) {
-      ((outputs.inputs = {color_a, color_b, mult_a, mult_b}), ...);
-      ((outputs.result_alpha = result_alpha), ...);
+    const ColorPair ab = {color_a, color_b, mult_a, mult_b};
+    const ScaledColor a = {color_a, mult_a};
+    const ScaledColor b = {color_b, mult_b};
+    const ColorAndExponent exponent = {color_a, mult_a, mult_b};
+    const auto copy = [this](const auto& inputs, auto&... outputs) {
+      ((outputs.inputs = inputs), ...);
+      if constexpr ((requires { outputs.result_alpha; } && ...)) {
+        ((outputs.result_alpha = result_alpha), ...);
+      }
     };
-    copyInto(product, sum, difference, absolute_difference, division, minimum, maximum);
-    result_a.inputs = {color_a, mult_a};
-    result_a.result_alpha = result_alpha;
-    result_b.inputs = {color_b, mult_b};
-    result_b.result_alpha = result_alpha;
-    power.inputs = {color_a, mult_a, mult_b};
-    power.result_alpha = result_alpha;
-    red.inputs = {color_a, mult_a};
-    green.inputs = {color_a, mult_a};
-    blue.inputs = {color_a, mult_a};
-    alpha.inputs = {color_a, mult_a};
-    intensity.inputs = {color_a, mult_a};
+    copy(ab, product, sum, difference, absolute_difference, division, minimum, maximum);
+    copy(a, result_a);
+    copy(b, result_b);
+    copy(exponent, power);
+    copy(a, red, green, blue, alpha, intensity);
   }
 
   AColor getColor(const ShadingContext& sc) const override { return mainOutput().getColor(sc); }
   void getColorBounds(AColor& min, AColor& max) const override {
-    if (mode == 9) {
+    if (Mode{mode} == Mode::AbsoluteDifference) {
       boundAbsoluteDifference(min, max);
       return;
     }
@@ -405,7 +418,7 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
   TextureFloatInterface* mult_a = nullptr;
   TextureFloatInterface* mult_b = nullptr;
   TextureFloatInterface* result_alpha = nullptr;
-  std::int32_t mode = 0;
+  std::int32_t mode = 0;  ///< a `Mode`, or any number, which counts as `ResultA`
   ColorProdTex product;
   ColorAddTex sum;
   ColorSubTex difference;
@@ -435,24 +448,24 @@ class TexAColorOp final : public QuorTexture, public ShaderSourceExport<TexAColo
 
   /// The output that `mode` selects at the moment: it alone is read live.
   const TextureInterface& mainOutput() const {
-    switch (mode) {
-      case 1:
+    switch (Mode{mode}) {
+      case Mode::ResultB:
         return result_b;
-      case 2:
+      case Mode::Product:
         return product;
-      case 3:
+      case Mode::Sum:
         return sum;
-      case 4:
+      case Mode::Difference:
         return difference;
-      case 5:
+      case Mode::Power:
         return power;
-      case 6:
+      case Mode::Division:
         return division;
-      case 7:
+      case Mode::Minimum:
         return minimum;
-      case 8:
+      case Mode::Maximum:
         return maximum;
-      case 9:
+      case Mode::AbsoluteDifference:
         return absolute_difference;
       default:
         return result_a;
