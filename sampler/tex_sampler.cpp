@@ -67,34 +67,15 @@ Vector safeNormalize(const Vector& v) {
   return len < kTooShort ? v : v / len;
 }
 
-// ---- Fixed bounds: declared to the host, not checked against the values -------------------------
-
-constexpr Interval kAnywhere{-1e18F, 1e18F};
-constexpr Interval kMinusOneToOne{-1, 1};
-constexpr Interval kZeroToOne{0, 1};
-constexpr Interval kClipDistance{0, 1e9F};
-
-template <const Interval& kBounds>
-class FixedBoundsFloatTex : public OutputTex<TextureFloatInterface> {
- public:
-  void getFloatBounds(float& min, float& max) const final { store(kBounds, min, max); }
-};
-
-/// The same bounds for each component.
-template <const Interval& kBounds>
-class FixedBoundsVectorTex : public OutputTex<TextureVectorInterface> {
- public:
-  void getVectorBounds(Vector& min, Vector& max) const final {
-    min = {kBounds.lo, kBounds.lo, kBounds.lo};
-    max = {kBounds.hi, kBounds.hi, kBounds.hi};
-  }
-};
-
 // ---- Clipping planes ----------------------------------------------------------------------------
 
 /// The near and far clipping distances of one frame, which enclose the scene's bounding box as the
 /// camera sees it. `beginFrame` sets `computed` back to 0; the first `computeClipPlanes` of the
 /// frame, on whatever thread, computes both distances and writes them to the host's log.
+/// The near and far clipping distances of one frame, in units of render space, which enclose the
+/// scene's bounding box as the camera sees it. `beginFrame` sets `computed` back to 0; the first
+/// `computeClipPlanes` of the frame, on whatever thread, computes both distances and writes them to
+/// the host's log.
 struct ClipPlaneCache {
   /// Forgets the distances. No evaluation runs now, and the host hands the frame over to its
   /// threads.
@@ -145,61 +126,85 @@ struct ClipPlaneCache {
 
 static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
-// ---- Outputs ------------------------------------------------------------------------------------
+// ---- Outputs -----------------------------------------------------------------------------------
 
-class PointTex final : public FixedBoundsVectorTex<kAnywhere> {
+// Bounds are constants, declared to the host and not checked against the values.
+constexpr Interval kAnywhere{-1e18F, 1e18F};
+constexpr Interval kMinusOneToOne{-1, 1};
+constexpr Interval kZeroToOne{0, 1};
+constexpr Interval kClipDistance{0, 1e9F};
+
+template <const Interval& kBounds>
+class BoundedFloatTex : public OutputTex<TextureFloatInterface> {
  public:
-  Vector getVector(const ShadingContext& sc) const override {
-    return pointToWorld(sc, sc.shadingPoint);
+  void getFloatBounds(float& min, float& max) const final { store(kBounds, min, max); }
+};
+
+/// The same bounds for each component.
+template <const Interval& kBounds>
+class BoundedVectorTex : public OutputTex<TextureVectorInterface> {
+ public:
+  void getVectorBounds(Vector& min, Vector& max) const final {
+    min = {kBounds.lo, kBounds.lo, kBounds.lo};
+    max = {kBounds.hi, kBounds.hi, kBounds.hi};
   }
 };
 
-class PointObjectTex final : public FixedBoundsVectorTex<kAnywhere> {
+/// A number or a vector that is read from the shading context by `kValue`.
+template <float (*kValue)(const ShadingContext&), const Interval& kBounds>
+class FloatTex final : public BoundedFloatTex<kBounds> {
  public:
-  Vector getVector(const ShadingContext& sc) const override {
-    const Vector point = toVector(sc.shadingPoint);
-    auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
-    // Kept: without a mapping it is the render-space point, not the one in world space.
-    return mapping != nullptr ? mapping->worldToObjectPoint(sc, point) : point;
+  float getFloat(const ShadingContext& sc) const override { return kValue(sc); }
+};
+template <Vector (*kValue)(const ShadingContext&), const Interval& kBounds>
+class VectorTex final : public BoundedVectorTex<kBounds> {
+ public:
+  Vector getVector(const ShadingContext& sc) const override { return kValue(sc); }
+};
+
+/// The shading point in world space.
+Vector point(const ShadingContext& sc) { return pointToWorld(sc, sc.shadingPoint); }
+using PointTex = VectorTex<point, kAnywhere>;
+
+/// The shading point in object space, or in render space for an object that has no such mapping.
+Vector pointObject(const ShadingContext& sc) {
+  const Vector point = toVector(sc.shadingPoint);
+  auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
+  // Kept: without a mapping it is the render-space point, not the one in world space.
+  return mapping != nullptr ? mapping->worldToObjectPoint(sc, point) : point;
+}
+using PointObjectTex = VectorTex<pointObject, kAnywhere>;
+
+/// The shading point in camera space.
+Vector pointCamera(const ShadingContext& sc) {
+  DVector point = sc.shadingPoint;
+  if (services(sc).cameraMoving != 0) {
+    point = services(sc).cameraMotion->pointFromRayTime(point, sc.rayTime);
   }
-};
+  return transformPoint(frameData(sc).worldToCamera, toVector(point));
+}
+using PointCameraTex = VectorTex<pointCamera, kAnywhere>;
 
-class PointCameraTex final : public FixedBoundsVectorTex<kAnywhere> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    DVector point = sc.shadingPoint;
-    if (services(sc).cameraMoving != 0) {
-      point = services(sc).cameraMotion->pointFromRayTime(point, sc.rayTime);
-    }
-    return transformPoint(frameData(sc).worldToCamera, toVector(point));
-  }
-};
+/// The smooth normal in world space, as the host gives it.
+Vector normal(const ShadingContext& sc) { return sc.normal; }
+using NormalTex = VectorTex<normal, kMinusOneToOne>;
 
-class NormalTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override { return sc.normal; }
-};
+/// The smooth normal in camera space, not normalised.
+Vector normalCamera(const ShadingContext& sc) { return directionToCamera(sc, sc.normal); }
+using NormalCameraTex = VectorTex<normalCamera, kMinusOneToOne>;
 
-class NormalCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    return directionToCamera(sc, sc.normal);
-  }
-};
+/// The smooth normal in object space, or in world space for an object that has no such mapping.
+Vector normalObject(const ShadingContext& sc) {
+  auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
+  return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
+}
+using NormalObjTex = VectorTex<normalObject, kMinusOneToOne>;
 
-class NormalObjTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
-    return mapping != nullptr ? mapping->worldToObjectNormal(sc, sc.normal) : sc.normal;
-  }
-};
+/// The geometric normal in world space, as the host gives it.
+Vector gnormal(const ShadingContext& sc) { return sc.geometricNormal; }
+using GNormalTex = VectorTex<gnormal, kMinusOneToOne>;
 
-class GNormalTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override { return sc.geometricNormal; }
-};
-
+/// The transform from camera space to world space at the ray's time.
 class CamToWorldTex final : public OutputTex<TextureTransformInterface> {
  public:
   Transform getTransform(const ShadingContext& sc) const override {
@@ -219,31 +224,27 @@ class CamToWorldTex final : public OutputTex<TextureTransformInterface> {
   }
 };
 
-class ViewTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override { return sc.rayDirection; }
-};
+/// The direction in which the ray travelled, in world space, as the host gives it.
+Vector viewDirection(const ShadingContext& sc) { return sc.rayDirection; }
+using ViewTex = VectorTex<viewDirection, kMinusOneToOne>;
 
-class FrameTimeTex final : public FixedBoundsFloatTex<kAnywhere> {
- public:
-  float getFloat(const ShadingContext& sc) const override {
-    return static_cast<float>(frameData(sc).frameTime);
-  }
-};
+/// The time of the frame, in the host's unit.
+float frameTime(const ShadingContext& sc) { return static_cast<float>(frameData(sc).frameTime); }
+using FrameTimeTex = FloatTex<frameTime, kAnywhere>;
 
-class RayTimeTex final : public FixedBoundsFloatTex<kZeroToOne> {
- public:
-  float getFloat(const ShadingContext& sc) const override { return static_cast<float>(sc.rayTime); }
-};
+/// The time of the ray within the motion blur interval.
+float rayTime(const ShadingContext& sc) { return static_cast<float>(sc.rayTime); }
+using RayTimeTex = FloatTex<rayTime, kZeroToOne>;
 
-class FacingRatioTex final : public FixedBoundsFloatTex<kMinusOneToOne> {
- public:
-  float getFloat(const ShadingContext& sc) const override {
-    const double cosine = dot(toDouble(sc.normal), toDouble(sc.rayDirection));
-    return std::fabs(static_cast<float>(cosine));
-  }
-};
+/// The absolute cosine of the angle between smooth normal and ray, both taken to have unit length.
+/// Kept: bounded by -1, although it is never negative.
+float facingRatio(const ShadingContext& sc) {
+  const double cosine = dot(toDouble(sc.normal), toDouble(sc.rayDirection));
+  return std::fabs(static_cast<float>(cosine));
+}
+using FacingRatioTex = FloatTex<facingRatio, kMinusOneToOne>;
 
+/// The material id of the surface, or 0.
 class MtlIDTex final : public OutputTex<TextureIntInterface> {
  public:
   std::int32_t getInt(const ShadingContext& sc) const override {
@@ -252,15 +253,12 @@ class MtlIDTex final : public OutputTex<TextureIntInterface> {
   }
 };
 
-class FlippedNormalTex final : public FixedBoundsFloatTex<kZeroToOne> {
- public:
-  float getFloat(const ShadingContext& sc) const override {
-    return static_cast<float>(sc.backfacing);
-  }
-};
+/// 1 for a face seen from its back, else 0.
+float flippedNormal(const ShadingContext& sc) { return static_cast<float>(sc.backfacing); }
+using FlippedNormalTex = FloatTex<flippedNormal, kZeroToOne>;
 
 template <float ClipPlaneCache::*kPlane>
-class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
+class ClipPlaneTex final : public BoundedFloatTex<kClipDistance> {
  public:
   float getFloat(const ShadingContext& sc) const override {
     return clipPlanes->computeClipPlanes(sc, kPlane);
@@ -272,46 +270,44 @@ class ClipPlaneTex final : public FixedBoundsFloatTex<kClipDistance> {
 using CameraNearClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::nearPlane>;
 using CameraFarClipPlaneTex = ClipPlaneTex<&ClipPlaneCache::farPlane>;
 
-class UVCoordTex final : public FixedBoundsVectorTex<kAnywhere> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    auto* source = queryInterface<UVWSource>(sc.surface);
-    return source != nullptr ? source->getUVW(sc, 0) : Vector{};
-  }
-};
+/// The uvw coordinates of channel 0, or zero.
+Vector uvCoord(const ShadingContext& sc) {
+  auto* source = queryInterface<UVWSource>(sc.surface);
+  return source != nullptr ? source->getUVW(sc, 0) : Vector{};
+}
+using UVCoordTex = VectorTex<uvCoord, kAnywhere>;
 
-class RayDirectionTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    return safeNormalize(directionToCamera(sc, sc.rayDirection));
-  }
-};
+/// The direction in which the ray travelled, in camera space, of unit length.
+Vector rayDirection(const ShadingContext& sc) {
+  return safeNormalize(directionToCamera(sc, sc.rayDirection));
+}
+using RayDirectionTex = VectorTex<rayDirection, kMinusOneToOne>;
 
-class PixelCenterTex final : public FixedBoundsVectorTex<kAnywhere> {
- public:
-  Vector getVector(const ShadingContext& sc) const override {
-    const double fromBottom = static_cast<double>(frameData(sc).imageHeight) - sc.imageY;
-    // Between the braces g++ would send both through memory.
-    const float x = centre(static_cast<float>(sc.imageX));
-    const float y = centre(static_cast<float>(fromBottom));
-    return {x, y, 0};
-  }
+/// Rounds down. What no 32-bit integer holds truncates to the lowest one, and the step down from
+/// there wraps around.
+std::int32_t floorToInt(float x) {
+  constexpr float kLimit = 0x1p31F;
+  std::int32_t whole = std::numeric_limits<std::int32_t>::min();
+  if (x > -kLimit && x < kLimit) whole = static_cast<std::int32_t>(x);
+  if (!(static_cast<float>(whole) > x)) return whole;
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole) - 1U);
+}
 
- private:
-  static float centre(float x) { return static_cast<float>(floorToInt(x)) + 0.5F; }
+float centerOfPixel(float x) { return static_cast<float>(floorToInt(x)) + 0.5F; }
 
-  /// Rounds down. What no 32-bit integer holds truncates to the lowest one, and the step down from
-  /// there wraps around.
-  static std::int32_t floorToInt(float x) {
-    constexpr float kLimit = 0x1p31F;
-    std::int32_t whole = std::numeric_limits<std::int32_t>::min();
-    if (x > -kLimit && x < kLimit) whole = static_cast<std::int32_t>(x);
-    if (!(static_cast<float>(whole) > x)) return whole;
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole) - 1U);
-  }
-};
+/// The centre of the sample's pixel, in pixels from the bottom left corner of the image; z is 0.
+Vector pixelCenter(const ShadingContext& sc) {
+  const double fromBottom = static_cast<double>(frameData(sc).imageHeight) - sc.imageY;
+  // Between the braces g++ would send both through memory.
+  const float x = centerOfPixel(static_cast<float>(sc.imageX));
+  const float y = centerOfPixel(static_cast<float>(fromBottom));
+  return {x, y, 0};
+}
+using PixelCenterTex = VectorTex<pixelCenter, kAnywhere>;
 
-class TangentCameraTex final : public FixedBoundsVectorTex<kMinusOneToOne> {
+/// The U or the V axis of uvw channel 0 in camera space, of unit length; zero for a surface that
+/// has no uvw. Where the uvw derivatives are singular the zero vector takes the same way.
+class TangentCameraTex final : public BoundedVectorTex<kMinusOneToOne> {
  public:
   explicit TangentCameraTex(std::int32_t uvwAxis) : axis(uvwAxis) {}
 
