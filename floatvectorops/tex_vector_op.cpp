@@ -100,52 +100,51 @@ inline Vector scaledGradient(const Dual<float>& m, const Dual<Vector>& v) {
   return productGradient(m, {length(v.value), v.gradient});
 }
 
-struct Sum {
-  static auto of(const auto& a, const auto& b) { return a + b; }
-};
-struct Difference {
-  static auto of(const auto& a, const auto& b) { return a - b; }
+struct Sum {  // va · ma + vb · mb
+  static auto of(const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    return va * ma + vb * mb;
+  }
+  static Vector gradient(const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    return scaledGradient(ma, va) + scaledGradient(mb, vb);
+  }
 };
 
-/// va · ma + vb · mb, or their difference.
-template <class Formula>
-class LinearTex final : public OperationTex<TextureVectorInterface, VectorPair> {
+struct Difference {  // va · ma - vb · mb
+  static auto of(const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    return va * ma - vb * mb;
+  }
+  static Vector gradient(const auto& ma, const auto& mb, const auto& va, const auto& vb) {
+    return scaledGradient(ma, va) - scaledGradient(mb, vb);
+  }
+};
+
+struct Scaled {  // v · m
+  static auto of(const auto& m, const auto& v) { return v * m; }
+  static Vector gradient(const auto& m, const auto& v) { return scaledGradient(m, v); }
+};
+
+/// `Formula` of the inputs.
+template <class Inputs, class Formula>
+class VectorTex final : public OperationTex<TextureVectorInterface, Inputs> {
  public:
-  Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
+  Vector getVector(const ShadingContext& sc) const override {
+    return this->inputs.ask(ValueAt{sc},
+                            [](const auto&... values) { return Formula::of(values...); });
+  }
   void getVectorBounds(Vector& min, Vector& max) const override {
-    store(inputs.ask(BoundsOf{}, of), min, max);
+    const Range<Vector> result =
+        this->inputs.ask(BoundsOf{}, [](const auto&... bounds) { return Formula::of(bounds...); });
+    store(result, min, max);
   }
   Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(inputs, sc,
-                            [](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
-                              return Formula::of(scaledGradient(ma, va), scaledGradient(mb, vb));
-                            });
+    return askWithGradients(this->inputs, sc,
+                            [](const auto&... duals) { return Formula::gradient(duals...); });
   }
-
- private:
-  static constexpr auto of = [](const auto& ma, const auto& mb, const auto& va, const auto& vb) {
-    return Formula::of(va * ma, vb * mb);
-  };
 };
 
-using AddTex = LinearTex<Sum>;
-using SubTex = LinearTex<Difference>;
-
-/// v · m
-class MulTex final : public OperationTex<TextureVectorInterface, ScaledVector> {
- public:
-  Vector getVector(const ShadingContext& sc) const override { return inputs.ask(ValueAt{sc}, of); }
-  void getVectorBounds(Vector& min, Vector& max) const override {
-    store(inputs.ask(BoundsOf{}, of), min, max);
-  }
-  Vector getGradient(const ShadingContext& sc) const override {
-    return askWithGradients(inputs, sc,
-                            [](const auto& m, const auto& v) { return scaledGradient(m, v); });
-  }
-
- private:
-  static constexpr auto of = [](const auto& m, const auto& v) { return v * m; };
-};
+using AddTex = VectorTex<VectorPair, Sum>;
+using SubTex = VectorTex<VectorPair, Difference>;
+using MulTex = VectorTex<ScaledVector, Scaled>;
 
 /// A component of v · m. The gradient of the vector input stands for that of the component.
 template <float Vector::*kComponent>
@@ -179,15 +178,11 @@ class TexVectorOp final : public QuorPlugin {
 
   void frameBegin(QuorRenderer* renderer) override {
     QuorPluginInterface::frameBegin(renderer);
-    dot_product.inputs = {vector_a, vector_b, mult_a, mult_b};
-    cross_product.inputs = {vector_a, vector_b, mult_a, mult_b};
-    sum.inputs = {vector_a, vector_b, mult_a, mult_b};
-    difference.inputs = {vector_a, vector_b, mult_a, mult_b};
-    result_a.inputs = {vector_a, mult_a};
+    const VectorPair ab = {vector_a, vector_b, mult_a, mult_b};
+    const ScaledVector a = {vector_a, mult_a};
+    dot_product.inputs = cross_product.inputs = sum.inputs = difference.inputs = ab;
+    result_a.inputs = x.inputs = y.inputs = z.inputs = a;
     result_b.inputs = {vector_b, mult_b};
-    x.inputs = {vector_a, mult_a};
-    y.inputs = {vector_a, mult_a};
-    z.inputs = {vector_a, mult_a};
   }
 
   TextureVectorInterface* vector_a = nullptr;

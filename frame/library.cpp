@@ -77,19 +77,13 @@ class PluginDescriptor final : public QuorPluginDesc {
   QuorParameterListDesc parameters_;
 };
 
-using TexSamplerDesc = PluginDescriptor<kTexSampler>;
-using TexVectorOpDesc = PluginDescriptor<kTexVectorOp>;
-using TexFloatOpDesc = PluginDescriptor<kTexFloatOp>;
-using TexAColorOpDesc = PluginDescriptor<kTexAColorOp>;
-using Float3ToAColorDesc = PluginDescriptor<kFloat3ToAColor>;
-
 // In this order: each descriptor puts itself at the head of the registry, so the host is shown them
 // from the last to the first, and at unload the library descriptor goes before them.
-TexSamplerDesc texSamplerDesc;
-TexVectorOpDesc texVectorOpDesc;
-TexFloatOpDesc texFloatOpDesc;
-TexAColorOpDesc texAColorOpDesc;
-Float3ToAColorDesc float3ToAColorDesc;
+PluginDescriptor<kTexSampler> texSamplerDesc;
+PluginDescriptor<kTexVectorOp> texVectorOpDesc;
+PluginDescriptor<kTexFloatOp> texFloatOpDesc;
+PluginDescriptor<kTexAColorOp> texAColorOpDesc;
+PluginDescriptor<kFloat3ToAColor> float3ToAColorDesc;
 LibDesc libDesc;
 
 }  // namespace

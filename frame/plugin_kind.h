@@ -74,21 +74,19 @@ void addTo(QuorParameterListDesc& desc, char* name, const char* help, std::int32
   }
 }
 
-template <class Pointer>
-struct MemberPointer;
+// The two types of a pointer to member; never called.
 template <class P, class M>
-struct MemberPointer<M P::*> {
-  using Owner = P;
-  using Member = M;
-};
+P ownerOf(M P::*);
+template <class P, class M>
+M memberOf(M P::*);
 
 }  // namespace detail
 
 /// The row of the parameter that `kMember`, a pointer to member, caches or is.
 template <auto kMember, class Initial = std::int32_t>
 constexpr auto param(const char* name, const char* help, Initial initial = {}) {
-  using P = typename detail::MemberPointer<decltype(kMember)>::Owner;
-  using M = typename detail::MemberPointer<decltype(kMember)>::Member;
+  using P = decltype(detail::ownerOf(kMember));
+  using M = decltype(detail::memberOf(kMember));
   return ParamRow<P>{name, help, static_cast<std::int32_t>(initial),
                      [](QuorParameterListDesc& desc, const ParamRow<P>& row) {
                        detail::addTo<M, Initial>(desc, modifiable(row.name), row.help, row.initial);

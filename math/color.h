@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cmath>
+#include <functional>
 
 #include "host/types.h"
 #include "math/minmax.h"
@@ -10,25 +11,23 @@
 /// namespace of the types, so that it is found wherever they are used.
 namespace QUtils {
 
-constexpr AColor operator+(AColor p, AColor q) {
-  return {p.r + q.r, p.g + q.g, p.b + q.b, p.a + q.a};
+/// `op` of each pair of channels.
+template <class Op>
+constexpr AColor perChannel(AColor p, AColor q, Op op) {
+  return {op(p.r, q.r), op(p.g, q.g), op(p.b, q.b), op(p.a, q.a)};
 }
-constexpr AColor operator-(AColor p, AColor q) {
-  return {p.r - q.r, p.g - q.g, p.b - q.b, p.a - q.a};
-}
-constexpr AColor operator*(AColor p, AColor q) {
-  return {p.r * q.r, p.g * q.g, p.b * q.b, p.a * q.a};
-}
-constexpr AColor operator/(AColor p, AColor q) {
-  return {p.r / q.r, p.g / q.g, p.b / q.b, p.a / q.a};
-}
+
+constexpr AColor operator+(AColor p, AColor q) { return perChannel(p, q, std::plus{}); }
+constexpr AColor operator-(AColor p, AColor q) { return perChannel(p, q, std::minus{}); }
+constexpr AColor operator*(AColor p, AColor q) { return perChannel(p, q, std::multiplies{}); }
+constexpr AColor operator/(AColor p, AColor q) { return perChannel(p, q, std::divides{}); }
 constexpr AColor operator*(AColor c, float s) { return {c.r * s, c.g * s, c.b * s, c.a * s}; }
 
 constexpr AColor min(AColor p, AColor q) {
-  return {min(p.r, q.r), min(p.g, q.g), min(p.b, q.b), min(p.a, q.a)};
+  return perChannel(p, q, [](float x, float y) { return min(x, y); });
 }
 constexpr AColor max(AColor p, AColor q) {
-  return {max(p.r, q.r), max(p.g, q.g), max(p.b, q.b), max(p.a, q.a)};
+  return perChannel(p, q, [](float x, float y) { return max(x, y); });
 }
 inline AColor abs(AColor c) {
   return {std::fabs(c.r), std::fabs(c.g), std::fabs(c.b), std::fabs(c.a)};

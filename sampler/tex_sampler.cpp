@@ -12,7 +12,6 @@
 #include "frame/platform.h"
 #include "frame/plugin_kind.h"
 #include "host/shading_context.h"
-#include "math/interval.h"
 #include "math/vector.h"
 
 namespace samplerinfo {
