@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <limits>
 #include <mutex>
 
 #include "frame/inputs.h"
@@ -167,10 +166,11 @@ using PointTex = VectorTex<point, kAnywhere>;
 
 /// The shading point in object space, or in render space for an object that has no such mapping.
 Vector pointObject(const ShadingContext& sc) {
-  const Vector point = toVector(sc.shadingPoint);
-  auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
   // Kept: without a mapping it is the render-space point, not the one in world space.
-  return mapping != nullptr ? mapping->worldToObjectPoint(sc, point) : point;
+  Vector point = toVector(sc.shadingPoint);
+  auto* mapping = queryInterface<ObjectSpaceMapping>(sc.object);
+  if (mapping != nullptr) point = mapping->worldToObjectPoint(sc, point);
+  return point;
 }
 using PointObjectTex = VectorTex<pointObject, kAnywhere>;
 
@@ -286,7 +286,7 @@ using RayDirectionTex = VectorTex<rayDirection, kMinusOneToOne>;
 /// there wraps around.
 std::int32_t floorToInt(float x) {
   constexpr float kLimit = 0x1p31F;
-  std::int32_t whole = std::numeric_limits<std::int32_t>::min();
+  std::int32_t whole = INT32_MIN;
   if (x > -kLimit && x < kLimit) whole = static_cast<std::int32_t>(x);
   if (!(static_cast<float>(whole) > x)) return whole;
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(whole) - 1U);
