@@ -40,16 +40,20 @@ class Bytes : public FuzzedDataProvider {
 void fill(test::ShadingHost& host, Bytes& bytes) {
   ShadingContext& sc = host.sc;
   for (Vector* vector : {&host.uvw, &host.uvwA, &host.uvwB, &host.uvwC, &host.boxLo, &host.boxHi,
-                         &sc.rayDirection, &sc.normal, &sc.geometricNormal})
+                         &sc.rayDirection, &sc.normal, &sc.geometricNormal}) {
     bytes.fill(*vector);
-  for (double* number : {&sc.rayTime, &sc.imageX, &sc.imageY, &host.frame.frameTime})
+  }
+  for (double* number : {&sc.rayTime, &sc.imageX, &sc.imageY, &host.frame.frameTime}) {
     bytes.fill(*number);
+  }
   for (std::int32_t* number :
-       {&host.materialId, &sc.backfacing, &host.services.cameraMoving, &host.frame.imageHeight})
+       {&host.materialId, &sc.backfacing, &host.services.cameraMoving, &host.frame.imageHeight}) {
     bytes.fill(*number);
+  }
   for (DVector* point : {&sc.shadingPoint, &host.frame.worldOffset}) bytes.fill(*point);
-  for (PreciseTransform* transform : {&host.frame.worldToCamera, &host.frame.cameraToWorld})
+  for (PreciseTransform* transform : {&host.frame.worldToCamera, &host.frame.cameraToWorld}) {
     bytes.fill(*transform);
+  }
   if (bytes.ConsumeBool()) sc.object = nullptr;
   if (bytes.ConsumeBool()) sc.surface = nullptr;
   host.object.offers = bytes.ConsumeBool();
@@ -77,12 +81,13 @@ struct Network {
     const standin::PluginInstance& plugin = plugins.emplace_back(desc);
     for (const standin::ParameterInfo& info : standin::registeredParameters(&desc)) {
       if (info.isOutput()) continue;
-      if (info.type == standin::ParamType::Integer)
+      if (info.type == standin::ParamType::Integer) {
         plugin.set(info.name, bytes.ConsumeIntegral<std::int32_t>());
-      else if (info.type == standin::ParamType::Boolean)
+      } else if (info.type == standin::ParamType::Boolean) {
         plugin.set(info.name, bytes.ConsumeBool());
-      else
+      } else {
         plugin.connect(info.name, texture(info.kind().texture));
+      }
     }
     plugin.plugin().renderBegin(nullptr);
     plugin.frameBegin();
@@ -115,7 +120,7 @@ struct Network {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int llvmFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Bytes bytes(data, size);
   test::ShadingHost host;
   fill(host, bytes);
