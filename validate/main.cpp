@@ -358,8 +358,8 @@ int runAll(std::vector<const Check*> checks, const Options& options) {
     junit.add(*check, outcome);
   }
   const int count = static_cast<int>(checks.size());
-  std::printf("%d checks: %d passed, %d failed, %d skipped\n", count, count - failed - skipped,
-              failed, skipped);
+  std::printf("%d check%s: %d passed, %d failed, %d skipped\n", count, count == 1 ? "" : "s",
+              count - failed - skipped, failed, skipped);
   junit.finish(count, failed, skipped);
   return failed != 0;
 }

@@ -101,7 +101,7 @@ Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_
       if (question == Question::Value || !answersValueAlone) questions_.push_back({i, question});
     }
   }
-  for (const Instance& plugin : plugins_) QuorPluginInterface::renderBegin(plugin.part(), nullptr);
+  for (const Instance& plugin : plugins_) plugin.beginRender();
   if (plan.begins) beginFrame();
 }
 
@@ -210,6 +210,31 @@ void Network::expectAnswer(const char* when, std::size_t n, const Answer& expect
 
 void Network::expectAnswers(const char* when, const std::vector<Answer>& expected) const {
   for (std::size_t n = 0; n < expected.size(); ++n) expectAnswer(when, n, expected[n]);
+}
+
+void watchInputs(
+    int networks,
+    const std::function<void(const std::string& question, const std::string& got)>& tell) {
+  forSeeds(networks, [&tell](std::uint32_t seed) {
+    Network network({.descs = descriptors(), .seed = seed, .plugins = 1});
+    for (Leaf& leaf : network.leaves()) leaf.counts = true;
+    std::size_t n = 0;
+    for (; n < network.questions() && !isTimeUp(); ++n) {
+      network.answer(n);
+      for (Leaf& leaf : network.leaves()) {
+        for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
+          const int asked = leaf.asked[question];
+          if (asked > 1) tell(network.question(n), "an input asked " + text(asked) + " times");
+          if (question != Question::Bounds && asked != 0 &&
+              leaf.askedWith[question] != &network.asked(n).context) {
+            tell(network.question(n), "an input asked with another context");
+          }
+        }
+        leaf.asked = {};
+      }
+    }
+    return n;
+  });
 }
 
 bool isTimeUp() {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <random>
 #include <span>
 #include <string>
@@ -149,5 +150,11 @@ void forSeeds(int times, const Round& round) {
   }
   note(std::to_string(evaluations) + " evaluations");
 }
+
+/// Asks networks of one plugin each, and tells of each input that a question asks more than once,
+/// or with a context of the plugin's own.
+void watchInputs(
+    int networks,
+    const std::function<void(const std::string& question, const std::string& got)>& tell);
 
 }  // namespace validate

@@ -14,7 +14,7 @@ void closeModule(void* module);
 void* symbolOf(void* module, const char* name);
 bool isMapped(const std::string& path);
 /// The names that a module exports.
-std::vector<std::string> exportsOf(const std::string& path, void* module);
+std::vector<std::string> exportsOf(void* module);
 
 /// How many bytes of the C library's heap are in use.
 std::size_t heapInUse();

@@ -14,8 +14,8 @@
 #include <cmath>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 
+#include "validate/check.h"
 #include "validate/process.h"
 
 namespace validate {
@@ -46,31 +46,44 @@ bool isMapped(const std::string& path) {
 // What older linkers export on their own account.
 constexpr const char* kOfLinker[] = {"_init", "_fini", "_edata", "_end", "__bss_start"};
 
-std::vector<std::string> exportsOf(const std::string& path, void* /*module*/) {
-  std::ifstream file(path, std::ios::binary);
-  const auto read = [&file](auto& record, std::size_t offset, std::size_t size) {
-    file.seekg(static_cast<std::streamoff>(offset));
-    file.read(reinterpret_cast<char*>(&record), static_cast<std::streamsize>(size));
-  };
-  ElfW(Ehdr) header{};
-  read(header, 0, sizeof header);
-  std::vector<ElfW(Shdr)> sections(header.e_shnum);
-  if (!sections.empty()) read(sections[0], header.e_shoff, sections.size() * sizeof sections[0]);
+namespace {
 
+/// How many symbols a hash table in GNU's format covers.
+std::size_t symbolsOf(const std::uint32_t* table) {
+  const std::uint32_t buckets = table[0], first = table[1], bloomWords = table[2];
+  const auto* const bucket = table + 4 + bloomWords * (sizeof(ElfW(Addr)) / sizeof *table);
+  const std::uint32_t last = buckets == 0 ? 0 : *std::max_element(bucket, bucket + buckets);
+  if (last < first) return first;
+  const std::uint32_t* const chain = bucket + buckets - first;
+  std::size_t symbol = last;
+  while ((chain[symbol] & 1) == 0) ++symbol;
+  return symbol + 1;
+}
+
+}  // namespace
+
+// From the dynamic segment: a module may be stripped of its sections.
+std::vector<std::string> exportsOf(void* module) {
+  const link_map* map = nullptr;
+  if (dlinfo(module, RTLD_DI_LINKMAP, &map) != 0) fail(dlerror());
+  const ElfW(Sym)* symbols = nullptr;
+  const char* texts = nullptr;
+  std::size_t count = 0;
+  for (const ElfW(Dyn)* entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
+    const auto* const table = reinterpret_cast<const std::uint32_t*>(entry->d_un.d_ptr);
+    if (entry->d_tag == DT_SYMTAB) symbols = reinterpret_cast<const ElfW(Sym)*>(table);
+    if (entry->d_tag == DT_STRTAB) texts = reinterpret_cast<const char*>(table);
+    if (entry->d_tag == DT_HASH) count = table[1];
+    if (entry->d_tag == DT_GNU_HASH) count = symbolsOf(table);
+  }
   std::vector<std::string> names;
-  for (const ElfW(Shdr) & section : sections) {
-    if (section.sh_type != SHT_DYNSYM) continue;
-    std::string texts(sections.at(section.sh_link).sh_size, '\0');
-    read(texts[0], sections.at(section.sh_link).sh_offset, texts.size());
-    for (std::size_t at = 0; at < section.sh_size; at += sizeof(ElfW(Sym))) {
-      ElfW(Sym) symbol{};
-      read(symbol, section.sh_offset + at, sizeof symbol);
-      const bool isGlobal = symbol.st_info >> 4 != STB_LOCAL;
-      const std::string name = &texts.at(symbol.st_name);
-      const bool isOfLinker = std::ranges::find(kOfLinker, name) != std::end(kOfLinker);
-      if (isGlobal && symbol.st_shndx != SHN_UNDEF && symbol.st_shndx != SHN_ABS && !isOfLinker) {
-        names.push_back(name);
-      }
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string name = texts + symbols[i].st_name;
+    const bool isGlobal = symbols[i].st_info >> 4 != STB_LOCAL;
+    const bool isOfLinker = std::ranges::find(kOfLinker, name) != std::end(kOfLinker);
+    if (isGlobal && symbols[i].st_shndx != SHN_UNDEF && symbols[i].st_shndx != SHN_ABS &&
+        !isOfLinker) {
+      names.push_back(name);
     }
   }
   return names;

@@ -27,7 +27,7 @@ bool isMapped(const std::string& path) {
   return GetModuleHandleA(std::filesystem::path(path).filename().string().c_str()) != nullptr;
 }
 
-std::vector<std::string> exportsOf(const std::string& /*path*/, void* module) {
+std::vector<std::string> exportsOf(void* module) {
   const char* const base = static_cast<const char*>(module);
   const auto at = [base](auto* record, std::size_t offset) {
     return reinterpret_cast<decltype(record)>(const_cast<char*>(base) + offset);

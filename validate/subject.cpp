@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "validate/subject.h"
 
+#include <utility>
+
+#include "validate/host.h"
 #include "validate/process.h"
 
 namespace validate {
@@ -48,7 +51,19 @@ Enumeration enumerate(void* libraryDescriptor, int atMost) {
   return {answer, visitor.descs};
 }
 
-std::vector<void*> descriptors() { return enumerate(library()).descs; }
+Registered::Registered(std::vector<void*> all) : descs(std::move(all)) {
+  void* const* host = hostTable.slots;
+  for (void* desc : descs) PluginDesc::registerPlugin(desc, &host);
+}
+Registered::~Registered() {
+  void* const* host = hostTable.slots;
+  for (void* desc : descs) PluginDesc::unregisterPlugin(desc, &host);
+}
+
+const std::vector<void*>& descriptors() {
+  static const auto* const registered = new Registered(enumerate(library()).descs);
+  return registered->descs;
+}
 
 void* descriptor(const std::string& name) {
   for (void* desc : descriptors()) {
@@ -118,10 +133,23 @@ void* Instance::texture(const char* output) const {
   return found != nullptr && found->kind == ParameterKind::Interface ? found->value.iface : nullptr;
 }
 
+Instance::~Instance() {
+  if (object_ != nullptr) endRender();
+}
+
+void Instance::beginRender() const {
+  if (!std::exchange(rendering_, true)) QuorPluginInterface::renderBegin(called(), nullptr);
+}
+
 void Instance::beginFrame() const {
-  if (!rendering_) QuorPluginInterface::renderBegin(called(), nullptr);
-  rendering_ = true;
+  beginRender();
+  if (std::exchange(inFrame_, true)) QuorPluginInterface::frameEnd(called(), nullptr);
   QuorPluginInterface::frameBegin(called(), nullptr);
+}
+
+void Instance::endRender() const {
+  if (std::exchange(inFrame_, false)) QuorPluginInterface::frameEnd(called(), nullptr);
+  if (std::exchange(rendering_, false)) QuorPluginInterface::renderEnd(called(), nullptr);
 }
 
 }  // namespace validate

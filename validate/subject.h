@@ -37,8 +37,19 @@ struct Enumeration {
 };
 Enumeration enumerate(void* libraryDescriptor, int atMost = -1);
 
-/// All plugin descriptors, or the one with this name.
-std::vector<void*> descriptors();
+/// The descriptors, registered with a host for as long as this lives.
+class Registered {
+ public:
+  explicit Registered(std::vector<void*> descs);
+  ~Registered();
+  Registered(const Registered&) = delete;
+  void operator=(const Registered&) = delete;
+
+  const std::vector<void*> descs;
+};
+
+/// All plugin descriptors of the module that stays loaded, registered, or the one with this name.
+const std::vector<void*>& descriptors();
 void* descriptor(const std::string& name);
 std::string nameOf(void* desc);
 
@@ -50,10 +61,13 @@ inline TextureKind kindOf(const ParameterInfo& info) {
   return static_cast<TextureKind>(isOutput(info) ? info.type - ParameterType::Output : info.type);
 }
 
-/// A plugin, deleted through its descriptor.
+/// A plugin, deleted through its descriptor after the end of its frame and of its render.
 class Instance {
  public:
   explicit Instance(void* desc);
+  ~Instance();
+  Instance(const Instance&) = delete;
+  void operator=(const Instance&) = delete;
 
   void* desc() const { return desc_; }
   void* object() const { return object_.get(); }
@@ -68,7 +82,9 @@ class Instance {
   QuorPluginParameter* find(const char* parameter) const;
   QuorPluginParameter& parameter(const char* parameter) const;  ///< it has to be there
   void* texture(const char* output) const;  ///< null if there is none of this name
-  void beginFrame() const;                  ///< all frames are of one render
+  void beginRender() const;                 ///< unless it has begun
+  void beginFrame() const;                  ///< the next one of the render, which it may begin
+  void endRender() const;                   ///< and its frame
 
  private:
   struct Deleter {
@@ -79,7 +95,7 @@ class Instance {
   const std::string name_;
   std::unique_ptr<void, Deleter> object_;
   void* part_ = nullptr;
-  mutable bool rendering_ = false;
+  mutable bool rendering_ = false, inFrame_ = false;
 
   void* called() const;  ///< its `part`, for a call in its name
 };

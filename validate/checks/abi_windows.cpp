@@ -172,7 +172,7 @@ void askTexture(const Network::Asked& asked, float* numbers) {
 
 CHECK(abi, stack,
       "on a stack aligned to 4 bytes, however it lies, a question is answered with the same bits") {
-  forSeeds(20, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(20, [&descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     for (std::size_t n = 0; n < network.questions(); ++n) {
       const Network::Asked asked = network.asked(n);

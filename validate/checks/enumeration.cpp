@@ -16,7 +16,7 @@ CHECK(enumeration, count,
 
 CHECK(enumeration, stop,
       "a visitor that has seen enough is shown no more, and the last one counts") {
-  const std::vector<void*> all = descriptors();
+  const std::vector<void*> all = enumerate(library()).descs;
   for (int wanted = 1; wanted <= static_cast<int>(all.size()); ++wanted) {
     const std::string asked = "enumPluginDescs, stopped after " + text(wanted);
     const Enumeration some = enumerate(library(), wanted);
@@ -29,7 +29,7 @@ CHECK(enumeration, stop,
 CHECK(enumeration, again, "a second enumeration shows the same descriptors in the same order") {
   const auto shown = [] {
     std::string names;
-    for (void* desc : descriptors()) names += nameOf(desc) + ", " + text(desc) + "; ";
+    for (void* desc : enumerate(library()).descs) names += nameOf(desc) + ", " + text(desc) + "; ";
     return names;
   };
   const std::string first = shown();
@@ -42,7 +42,7 @@ CHECK(enumeration, names,
   std::set<std::uint64_t> ids;
   expectName("getLibraryName", PluginLibDesc::getLibraryName(library()));
   expectUtf8("getLibraryDescription", PluginLibDesc::getLibraryDescription(library()));
-  for (void* desc : descriptors()) {
+  for (void* desc : enumerate(library()).descs) {
     expectName("getPluginName", PluginDesc::getPluginName(desc));
     expect(nameOf(desc) + ": its name is new", names.insert(nameOf(desc)).second, true);
     expect(nameOf(desc) + ": its id is new", ids.insert(PluginDesc::getPluginId(desc)).second,

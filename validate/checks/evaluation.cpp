@@ -14,7 +14,7 @@ constexpr int kNetworks = kSanitized ? 100 : 400;
 
 CHECK(evaluation, again,
       "a question is answered with the same bits again, in any order and in the next frame") {
-  forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks, [&descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> first = network.answers();
     for (std::size_t n = first.size(); n-- != 0;) network.expectAnswer("asked again", n, first[n]);
@@ -28,7 +28,7 @@ CHECK(evaluation, again,
 CHECK(evaluation, threads, "16 threads that ask at once are answered as one alone is") {
   constexpr std::size_t kThreads = 16;
   std::vector<Answer> answers[kThreads];
-  forSeeds(kNetworks / 3, [&, descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks / 3, [&, &descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed}), second({.descs = descs, .seed = seed});
     const std::size_t questions = network.questions();
     const auto asked = [questions](std::size_t thread, std::size_t k) {
@@ -64,7 +64,7 @@ CHECK(evaluation, threads, "16 threads that ask at once are answered as one alon
 }
 
 CHECK(evaluation, instances, "instances with the same inputs give the same answers, each its own") {
-  forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks, [&descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::vector<Answer> first = network.answers();
     const Network same({.descs = descs, .seed = seed}), other({.descs = descs, .seed = ~seed});
@@ -97,7 +97,7 @@ CHECK(evaluation, reload, "a module that is unloaded and loaded again gives the 
 CHECK(evaluation, changed,
       "from the next frame on, and not before, inputs that were set anew or taken away are as if "
       "they had always been so") {
-  forSeeds(kNetworks, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks, [&descs = descriptors()](std::uint32_t seed) {
     Network always({.descs = descs, .seed = seed, .begins = false});
     always.changeInputs();
     always.beginFrame();
@@ -113,7 +113,7 @@ CHECK(evaluation, changed,
 }
 
 CHECK(evaluation, records, "frames and questions leave the records of the host as they are") {
-  forSeeds(kNetworks / 40, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kNetworks / 40, [&descs = descriptors()](std::uint32_t seed) {
     Network network({.descs = descs, .seed = seed, .begins = false});
     const std::span records = std::as_bytes(std::span(&network.samples(), 1));
     const std::vector before(records.begin(), records.end());
@@ -131,35 +131,6 @@ CHECK(evaluation, records, "frames and questions leave the records of the host a
     for (; n < network.questions() && !isTimeUp(); ++n) {
       network.answer(n);
       expectUnchanged(network.question(n));
-    }
-    return n;
-  });
-}
-
-CHECK(evaluation, asked_once,
-      "a question asks each input its value, bounds and gradient at most once, with the host's own "
-      "shading context") {
-  forSeeds(10 * kNetworks, [descs = descriptors()](std::uint32_t seed) {
-    Network network({.descs = descs, .seed = seed, .plugins = 1});
-    for (Leaf& leaf : network.leaves()) leaf.counts = true;
-    std::size_t n = 0;
-    for (; n < network.questions() && !isTimeUp(); ++n) {
-      network.answer(n);
-      const ShadingContext* const context = &network.asked(n).context;
-      for (Leaf& leaf : network.leaves()) {
-        for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
-          const int asked = leaf.asked[question];
-          if (asked > 1) {
-            failExpectation(network.question(n), "an input asked " + text(asked) + " times",
-                            "at most once");
-          }
-          if (question != Question::Bounds && asked != 0 && leaf.askedWith[question] != context) {
-            failExpectation(network.question(n), "an input asked with another context",
-                            "with that of the question");
-          }
-        }
-        leaf.asked = {};
-      }
     }
     return n;
   });

@@ -73,7 +73,7 @@ CHECK(floating_point, again,
       "in each rounding mode, with denormals flushed or not, a question is answered with the same "
       "bits again") {
   skipIfUnknown();
-  forSeeds(kSanitized ? 10 : 40, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(kSanitized ? 10 : 40, [&descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     std::array<std::vector<Answer>, kModes> answers;
     std::size_t evaluations = 0;
@@ -99,7 +99,7 @@ CHECK(floating_point, control,
     library();
     mode.expectKept("the module loaded");
   }
-  forSeeds(10 * kModes, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(10 * kModes, [&descs = descriptors()](std::uint32_t seed) {
     const Mode mode(seed % kModes);
     std::size_t n = 0;
     {

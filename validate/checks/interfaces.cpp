@@ -35,8 +35,7 @@ CHECK(interfaces, added,
     const Instance instance(desc);
     expectTaken(instance.name(), instance.object(), [&] {
       instance.beginFrame();
-      QuorPluginInterface::frameEnd(instance.part(), nullptr);
-      QuorPluginInterface::renderEnd(instance.part(), nullptr);
+      instance.endRender();
     });
   }
 }

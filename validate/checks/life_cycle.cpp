@@ -66,15 +66,7 @@ CHECK(life_cycle, no_frame, "a plugin can be deleted before its first frame, con
     for (const ParameterInfo& info : parametersOf(desc)) {
       if (isTextureInput(info)) instance.connect(info.name, inputs[kindOf(info)]);
     }
-    QuorPluginInterface::renderBegin(instance.part(), nullptr);
-  }
-}
-
-CHECK(life_cycle, repeated, "a render, and a frame, can begin again before it ends") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
-    for (int i = 0; i < 3; ++i) QuorPluginInterface::renderBegin(instance.part(), nullptr);
-    for (int i = 0; i < 3; ++i) instance.beginFrame();
+    instance.beginRender();
   }
 }
 

@@ -19,7 +19,7 @@ void skipIfUnwatched() {
 
 void expectNone(const char* ofWhat, int Watched::*count) {
   skipIfUnwatched();
-  forSeeds(40, [&, descs = descriptors()](std::uint32_t seed) {
+  forSeeds(40, [&, &descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
     const std::size_t questions = network.answers().size();
     for (std::size_t n = 0; n < questions; ++n) {
@@ -56,7 +56,7 @@ CHECK(memory, unchanged,
       "after the first sample of a frame nothing is written into plugins, what they have allocated "
       "or the module's variables") {
   skipIfUnwatched();
-  forSeeds(10, [descs = descriptors()](std::uint32_t seed) {
+  forSeeds(10, [&descs = descriptors()](std::uint32_t seed) {
     watch();
     const Network network({.descs = descs, .seed = seed});
     const std::size_t questions = network.answers().size();

@@ -180,6 +180,17 @@ CHECK(notes, gradients,
   noteTallies(outputs, "another gradient");
 }
 
+CHECK(notes, inputs,
+      "says which output asks an input more than once for an answer, or with a context of its own, "
+      "as "
+      "for a bump") {
+  std::map<std::string, int> times;
+  watchInputs(kTrials, [&times](const std::string& question, const std::string& got) {
+    ++times[question.substr(0, question.find(" at sample")) + ": " + got];
+  });
+  for (const auto& [what, count] : times) note(what + ", " + text(count) + " times");
+}
+
 }  // namespace
 
 }  // namespace validate

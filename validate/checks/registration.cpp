@@ -25,7 +25,7 @@ void expectTold(const std::string& asked, const std::vector<void*>& told, void* 
 }
 
 CHECK(registration, null, "without a host registering and withdrawing do nothing") {
-  for (void* desc : descriptors()) {
+  for (void* desc : enumerate(library()).descs) {
     PluginDesc::registerPlugin(desc, nullptr);
     PluginDesc::unregisterPlugin(desc, nullptr);
     const Instance instance(desc);
@@ -33,7 +33,7 @@ CHECK(registration, null, "without a host registering and withdrawing do nothing
 }
 
 CHECK(registration, announced, "a descriptor announces itself once, and withdraws itself once") {
-  for (void* desc : descriptors()) {
+  for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
     PluginDesc::registerPlugin(desc, &registry);
     expectTold(nameOf(desc) + ".registerPlugin", registry.registered, desc, 1);
@@ -45,7 +45,7 @@ CHECK(registration, announced, "a descriptor announces itself once, and withdraw
 }
 
 CHECK(registration, twice, "a descriptor that is registered twice announces itself twice") {
-  for (void* desc : descriptors()) {
+  for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
     const auto countParameters = [desc] {
       return static_cast<std::int32_t>(parametersOf(desc).size());
@@ -60,7 +60,7 @@ CHECK(registration, twice, "a descriptor that is registered twice announces itse
 }
 
 CHECK(registration, withdrawn, "a descriptor works on after it was withdrawn, and can come back") {
-  for (void* desc : descriptors()) {
+  for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
     PluginDesc::registerPlugin(desc, &registry);
     PluginDesc::unregisterPlugin(desc, &registry);

@@ -2,11 +2,19 @@
 #include <algorithm>
 
 #include "validate/checks/added_interface.h"
+#include "validate/process.h"
 #include "validate/subject.h"
 
 namespace validate {
 
 namespace {
+
+CHECK(samplerinfo, exports, "the module exports getLibDesc and nothing else") {
+  const Loaded module;
+  std::string names;
+  for (const std::string& name : exportsOf(module.handle())) names += name + ' ';
+  expect("exports", names, "getLibDesc ");
+}
 
 CHECK(samplerinfo, life_cycle, made,
       "a new plugin has no interfaces, and what newPlugin is given makes no difference") {
@@ -25,6 +33,15 @@ CHECK(samplerinfo, life_cycle, pairs,
     for (int i = 0; i < 2; ++i) QuorPluginInterface::frameEnd(instance.part(), nullptr);
     for (int i = 0; i < 2; ++i) QuorPluginInterface::renderEnd(instance.part(), nullptr);
     instance.beginFrame();
+  }
+}
+
+CHECK(samplerinfo, life_cycle, repeated,
+      "a render, and a frame, can begin again before it ends, and a plugin go in the middle") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    for (int i = 0; i < 3; ++i) QuorPluginInterface::renderBegin(instance.part(), nullptr);
+    for (int i = 0; i < 3; ++i) QuorPluginInterface::frameBegin(instance.part(), nullptr);
   }
 }
 
