@@ -83,7 +83,8 @@ CHECK(evaluation, reload, "a module that is unloaded and loaded again gives the 
   forSeeds(kNetworks / 4, [&](std::uint32_t seed) {
     for (const bool again : {false, true}) {
       const Loaded module;
-      const Network network({.descs = enumerate(module.library()).descs, .seed = seed});
+      const Registered registered(enumerate(module.library()).descs);
+      const Network network({.descs = registered.descs, .seed = seed});
       if (again) {
         network.expectAnswers("asked of the module loaded again", first);
       } else {
