@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "math/vector.h"
-#include "preview/scene/promises.h"
+#include "preview/scene/guarantees.h"
 
 namespace preview {
 
@@ -47,15 +47,15 @@ void compareGradient(const PluginInterface& texture, const ShadingContext& a,
 Expectation expectationOf(const Network::NamedTexture& texture, Connections& connections) {
   const Node& node = connections.nodeOf(texture.name);
   const Connections::Kept kept = connections.keptByInputs(node);
-  const Promise promise = promiseOf(node.plugin, texture.name.output);
+  const Guarantee guarantee = guaranteeOf(node.plugin, texture.name.output);
   const InterfaceId kind = texture.texture->getInterfaceId();
   const bool isNumber = kind == EXT_TEXTURE || kind == EXT_TEXTURE_FLOAT;
   return {.name = texture.name,
           .node = &node,
           .texture = texture.texture,
-          .boundsEnclose = kept.bounds && promise.boundsEnclose,
-          .gradientIsExact = promise.gradient == GradientIs::Exact,
-          .gradientIsCompared = isNumber && kept.gradient && promise.gradient != GradientIs::Zero};
+          .boundsEnclose = kept.bounds && guarantee.boundsEnclose,
+          .gradientIsExact = guarantee.gradient == "exact",
+          .gradientIsCompared = isNumber && kept.gradient && guarantee.gradient != "zero"};
 }
 
 void judge(const Frame& frame, double x, double y, double rayTime,

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "preview/messages/selection.h"
-#include "preview/scene/promises.h"
+#include "preview/scene/guarantees.h"
 #include "standin/introspection.h"
 
 namespace preview {
@@ -59,14 +59,13 @@ void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> pa
       << "\n\n| parameter | kind | default | bounds enclose | gradient | help |\n"
          "|---|---|---|---|---|---|\n";
   for (const ParameterInfo& info : parameters) {
-    std::string promised = " | ";
+    std::string guaranteed = " | ";
     if (hasBounds(info)) {
-      const Promise promise = promiseOf(plugin, info.name);
-      promised =
-          std::string(promise.boundsEnclose ? "yes" : "no") + " | " + nameOf(promise.gradient);
+      const Guarantee guarantee = guaranteeOf(plugin, info.name);
+      guaranteed = std::string(guarantee.boundsEnclose ? "yes" : "no") + " | " + guarantee.gradient;
     }
     out << "| `" << info.name << "` | " << kindText(info) << " | " << defaultText(info) << " | "
-        << promised << " | " << forMarkdown(helpText(info)) << " |\n";
+        << guaranteed << " | " << forMarkdown(helpText(info)) << " |\n";
   }
 }
 
@@ -78,9 +77,9 @@ Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parame
     if (info.type == ParamType::Boolean) json["default"] = info.initial != 0;
     json["help"] = helpText(info);
     if (hasBounds(info)) {
-      const Promise promise = promiseOf(plugin, info.name);
-      json["boundsEnclose"] = promise.boundsEnclose;
-      json["gradient"] = nameOf(promise.gradient);
+      const Guarantee guarantee = guaranteeOf(plugin, info.name);
+      json["boundsEnclose"] = guarantee.boundsEnclose;
+      json["gradient"] = guarantee.gradient;
     }
   }
   return {{"name", plugin}, {"parameters", list}};

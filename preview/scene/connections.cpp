@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "preview/scene/connections.h"
 
-#include "preview/scene/promises.h"
+#include "preview/scene/guarantees.h"
 
 namespace preview {
 
@@ -34,9 +34,9 @@ Connections::Kept Connections::keptByInputs(const Node& node) {
   for (const Reference* input : inputsOf(node)) {
     const Node& from = nodeOf(*input);
     const Kept before = keptByInputs(from);
-    const Promise promise = promiseOf(from.plugin, input->output);
-    kept.bounds &= before.bounds && promise.boundsEnclose;
-    kept.gradient &= before.gradient && promise.gradient == GradientIs::Exact;
+    const Guarantee guarantee = guaranteeOf(from.plugin, input->output);
+    kept.bounds &= before.bounds && guarantee.boundsEnclose;
+    kept.gradient &= before.gradient && guarantee.gradient == "exact";
   }
   return kept_[&node] = kept;
 }

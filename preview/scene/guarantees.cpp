@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "preview/scene/guarantees.h"
+
+#include <sstream>
+#include <vector>
+
+#include "outputs_txt.h"
+
+namespace preview {
+
+namespace {
+
+using Row = std::vector<std::string>;
+
+/// The rows of the data file that begin with a word, as words.
+std::vector<Row> rowsOf(const std::string& first) {
+  std::vector<Row> rows;
+  std::istringstream lines(kOutputsTxt);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    Row row;
+    for (std::string word; words >> word;) row.push_back(word);
+    if (!row.empty() && row[0] == first) rows.push_back(row);
+  }
+  return rows;
+}
+
+}  // namespace
+
+Guarantee guaranteeOf(const std::string& plugin, const std::string& output) {
+  static const std::vector<Row> kRows = rowsOf("output");
+  const std::string name = output.empty() ? plugin : plugin + "." + output;
+  for (const Row& row : kRows) {
+    if (row[1] == name || row[1] == plugin + ".*") return {row.at(2) == "yes", row.at(3)};
+  }
+  return {};
+}
+
+}  // namespace preview

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+/// What outputs guarantee beyond a value. Scenes rely on them as they are, so the exceptions are
+/// known rather than mended: `preview/data/outputs.txt` lists them.
+namespace preview {
+
+struct Guarantee {
+  bool boundsEnclose = true;
+  std::string gradient = "exact";  ///< or "differs", or "zero"
+};
+
+/// The guarantee of an output, or of a plugin that is itself a texture where `output` is empty.
+/// Textures of the host guarantee everything.
+Guarantee guaranteeOf(const std::string& plugin, const std::string& output);
+
+}  // namespace preview
