@@ -13,17 +13,17 @@
 #include <utility>
 #include <vector>
 
-#include "preview/check.h"
-#include "preview/list.h"
-#include "preview/messages/interruption.h"
-#include "preview/messages/memory.h"
-#include "preview/messages/problems.h"
-#include "preview/messages/suggestion.h"
-#include "preview/probe.h"
-#include "preview/progress_bar.h"
-#include "preview/render_command.h"
+#include "preview/commands/check.h"
+#include "preview/commands/list.h"
+#include "preview/commands/probe.h"
+#include "preview/commands/progress_bar.h"
+#include "preview/commands/render.h"
+#include "preview/diagnostics/diagnostics.h"
+#include "preview/diagnostics/suggestion.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene_file.h"
+#include "preview/system/interruption.h"
+#include "preview/system/memory.h"
 #include "preview/world/frame.h"
 
 namespace {
@@ -104,9 +104,9 @@ struct Options {
 };
 
 /// The scene, in the size that is asked for.
-Scene sceneOf(const Options& options, Problems& problems) {
-  Scene scene = readScene(options.scene, problems);
-  problems.throwFirst();
+Scene sceneOf(const Options& options, Diagnostics& diagnostics) {
+  Scene scene = readScene(options.scene, diagnostics);
+  diagnostics.throwFirst();
   if (!options.size) return scene;
   const auto [width, height] = *options.size;
   if (std::min(width, height) < 1 || std::max(width, height) > kMaxImageSide) {
@@ -124,9 +124,9 @@ void checkFrames(const char* option, int first, int last, const Frames& all) {
                    " to " + std::to_string(all.last));
 }
 
-void runRender(const Options& options, Problems& problems) {
+void runRender(const Options& options, Diagnostics& diagnostics) {
   const PluginLibrary library(options.plugin);
-  Scene scene = sceneOf(options, problems);
+  Scene scene = sceneOf(options, diagnostics);
   if (options.samples != 0) scene.image.samples = options.samples;
   const auto [first, last] =
       options.frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
@@ -146,12 +146,12 @@ void runRender(const Options& options, Problems& problems) {
        .only = options.names,
        .half = options.half,
        .log = options.log ? &log : nullptr},
-      [&](const char* doing, double part) { bar.show(doing, part); }, problems);
+      [&](const char* doing, double fraction) { bar.show(doing, fraction); }, diagnostics);
 }
 
-void runProbe(const Options& options, Problems& problems) {
+void runProbe(const Options& options, Diagnostics& diagnostics) {
   const PluginLibrary library(options.plugin);
-  const Scene scene = sceneOf(options, problems);
+  const Scene scene = sceneOf(options, diagnostics);
   const auto [x, y] = options.pixel;
   const Image& image = scene.image;
   if (x < 0 || y < 0 || x >= image.width || y >= image.height) {
@@ -160,20 +160,20 @@ void runProbe(const Options& options, Problems& problems) {
   }
   const int frame = options.frame.value_or(scene.frames.first);
   checkFrames("--frame", frame, frame, scene.frames);
-  const Network network(scene.nodes, library, problems);
-  problems.throwFirst();
+  const Network network(scene.nodes, library, diagnostics);
+  diagnostics.throwFirst();
   ErrorStreamLog log;
-  World world(scene, problems);
-  problems.throwFirst();
-  const Frame seen(scene, world, frame, options.log ? &log : nullptr);
+  Geometry geometry(scene, diagnostics);
+  diagnostics.throwFirst();
+  const Frame seen(scene, geometry, frame, options.log ? &log : nullptr);
   probe(scene, network, seen, {frame, x, y, options.names, options.json}, std::cout);
 }
 
 int runCheck(const Options& options) {
   const PluginLibrary library(options.plugin);
-  const Findings findings = check(options.scene, library, options.notes, std::cout);
-  if (findings.errors != 0) return kExitBadInput;
-  return options.strict && findings.warnings != 0 ? kExitWarnings : 0;
+  const CheckSummary summary = check(options.scene, library, options.notes, std::cout);
+  if (summary.errors != 0) return kExitBadInput;
+  return options.strict && summary.warnings != 0 ? kExitWarnings : 0;
 }
 
 int fail(const std::string& prefix, const char* what, int exitCode) {
@@ -199,7 +199,7 @@ void flushOutput() {
   if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
 }
 
-int run(int argc, char** argv, Options& options, Problems& problems) {
+int run(int argc, char** argv, Options& options, Diagnostics& diagnostics) {
   CLI::App app("Renders, checks, probes and lists the textures of a plugin library.", kProgram);
   app.require_subcommand(1);
   app.fallthrough();
@@ -258,7 +258,7 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
       "compared: it is not defined of which number of a vector they are.\n\n" +
       app.get_footer());
   check->add_flag("--strict", options.strict, "End with exit code 3 if there are warnings");
-  check->add_flag("--notes", options.notes, "Show what outputs need not promise, too");
+  check->add_flag("--notes", options.notes, "Show what outputs need not guarantee, too");
 
   CLI::App* list = app.add_subcommand("list", "List plugins with their parameters");
   list->add_option("NAME", options.names, "Only these; * and ? stand for any letters");
@@ -287,9 +287,9 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
     return 0;
   }
   int exitCode = 0;
-  if (render->parsed()) runRender(options, problems);
+  if (render->parsed()) runRender(options, diagnostics);
   if (check->parsed()) exitCode = runCheck(options);
-  if (probe->parsed()) runProbe(options, problems);
+  if (probe->parsed()) runProbe(options, diagnostics);
   if (list->parsed()) {
     const Listing as = options.markdown ? Listing::Markdown
                        : options.json   ? Listing::Json
@@ -305,11 +305,11 @@ int run(int argc, char** argv, Options& options, Problems& problems) {
 int main(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN);  // a file that grows beyond the limit fails as on a full disk
   Options options;
-  Problems problems;
+  Diagnostics diagnostics;
   try {
-    return run(argc, argv, options, problems);
+    return run(argc, argv, options, diagnostics);
   } catch (const SceneError& e) {
-    const std::string position = positionText(problems.positionOf(e));
+    const std::string position = positionText(diagnostics.positionOf(e));
     return fail(shownPath(options.scene) + position, e.what(), kExitBadInput);
   } catch (const InputError& e) {
     return fail(kProgram, e.what(), kExitBadInput);

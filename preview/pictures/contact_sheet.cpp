@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "preview/messages/characters.h"
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/diagnostics/one_line.h"
 
 namespace preview {
 namespace {
@@ -41,16 +41,16 @@ class Font {
 
   int widthOf(const std::string& text) {
     int width = 0;
-    for (const Character& character : charactersOf(text)) {
-      if (load(character.point, FT_LOAD_DEFAULT)) width += advance();
+    for (const char32_t character : charactersOf(text)) {
+      if (load(character, FT_LOAD_DEFAULT)) width += advance();
     }
     return width;
   }
 
   /// Draws text whose baseline begins at (x, y), as far as it fits left of `right`.
   void draw(FloatImage& image, const std::string& text, int x, int y, int right) {
-    for (const Character& character : charactersOf(text)) {
-      if (!load(character.point, FT_LOAD_RENDER)) continue;
+    for (const char32_t character : charactersOf(text)) {
+      if (!load(character, FT_LOAD_RENDER)) continue;
       if (x + advance() > right) return;
       blend(image, x + face_->glyph->bitmap_left, y - face_->glyph->bitmap_top);
       x += advance();
@@ -100,10 +100,10 @@ FloatImage reduced(int width, int height) {
 
 }  // namespace
 
-Reduction::Reduction(int width, int height)
+Downsampler::Downsampler(int width, int height)
     : width_(width), height_(height), image_(reduced(width, height)), sums_(image_.row(0).size()) {}
 
-void Reduction::add(const FloatImage& rows) {
+void Downsampler::add(const FloatImage& rows) {
   // Each pixel is the mean of those that it covers.
   const auto edge = [](int i, int from, int to) {
     return static_cast<int>(static_cast<std::int64_t>(i) * from / to);

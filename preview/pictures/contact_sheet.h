@@ -19,9 +19,9 @@ struct Thumbnail {
 
 /// An image that comes in rows, scaled down until it is at most `kThumbnailWidth` wide and twice
 /// that high. An image that is small enough stays as it is.
-class Reduction {
+class Downsampler {
  public:
-  Reduction(int width, int height);
+  Downsampler(int width, int height);
 
   /// The next rows, of three channels.
   void add(const FloatImage& rows);

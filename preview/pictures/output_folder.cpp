@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
 
 namespace preview {
 

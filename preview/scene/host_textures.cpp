@@ -6,7 +6,7 @@
 #include <map>
 #include <optional>
 
-#include "preview/messages/suggestion.h"
+#include "preview/diagnostics/suggestion.h"
 #include "standin/textures.h"
 #include "standin/uv_textures.h"
 
@@ -34,11 +34,11 @@ TexturePointer textureOf(const Source& source) {
 /// The parameters of a node, which has no others than `names`.
 class Parameters {
  public:
-  Parameters(const Node& node, const std::vector<std::string>& names, Problems& problems)
+  Parameters(const Node& node, const std::vector<std::string>& names, Diagnostics& diagnostics)
       : node_(node) {
     for (const Parameter& parameter : node.parameters) {
       if (std::ranges::find(names, parameter.name) == names.end()) {
-        problems.add(
+        diagnostics.add(
             {parameter.place, unknown(node.plugin + " has no parameter", parameter.name, names)});
       }
     }
@@ -81,29 +81,29 @@ class Parameters {
   const Node& node_;
 };
 
-TexturePointer makeConstant(const Node& node, Problems& problems) {
-  const Parameter& value = Parameters(node, {"value"}, problems).require("value");
+TexturePointer makeConstant(const Node& node, Diagnostics& diagnostics) {
+  const Parameter& value = Parameters(node, {"value"}, diagnostics).require("value");
   if (TexturePointer texture = constantTexture(value.value)) return texture;
   throw SceneError(value.place, unexpected(value.written, kForms));
 }
 
-TexturePointer makeChecker(const Node& node, Problems& problems) {
-  const Parameters parameters(node, {"even", "odd", "tiles"}, problems);
+TexturePointer makeChecker(const Node& node, Diagnostics& diagnostics) {
+  const Parameters parameters(node, {"even", "odd", "tiles"}, diagnostics);
   const float tiles = parameters.valueOr("tiles", 8.0F, "a number");
   return parameters.makeOf("even", "odd", [tiles]<class T>(T even, T odd) {
     return standin::Checker<T>{even, odd, tiles};
   });
 }
 
-TexturePointer makeRamp(const Node& node, Problems& problems) {
-  const Parameters parameters(node, {"from", "to", "direction"}, problems);
+TexturePointer makeRamp(const Node& node, Diagnostics& diagnostics) {
+  const Parameters parameters(node, {"from", "to", "direction"}, diagnostics);
   const Vector direction = parameters.valueOr("direction", Vector{1, 0, 0}, "a list of 3 numbers");
   return parameters.makeOf("from", "to", [direction]<class T>(T from, T to) {
     return standin::Ramp<T>{from, to, direction};
   });
 }
 
-const std::map<std::string, TexturePointer (*)(const Node&, Problems&)> kKinds = {
+const std::map<std::string, TexturePointer (*)(const Node&, Diagnostics&)> kKinds = {
     {"constant", makeConstant}, {"checker", makeChecker}, {"ramp", makeRamp}};
 
 }  // namespace
@@ -114,8 +114,8 @@ std::vector<std::string> hostTextureNames() {
   return names;
 }
 
-TexturePointer makeHostTexture(const Node& node, Problems& problems) {
-  return kKinds.at(node.plugin)(node, problems);
+TexturePointer makeHostTexture(const Node& node, Diagnostics& diagnostics) {
+  return kKinds.at(node.plugin)(node, diagnostics);
 }
 
 TexturePointer constantTexture(const ParameterValue& value) {

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <unordered_set>
 
-#include "preview/messages/memory.h"
+#include "preview/system/memory.h"
 
 namespace preview {
 
@@ -45,8 +45,12 @@ class TextIterator {
 /// number it has seen one character more.
 class Builder {
  public:
-  Builder(const std::string& text, const char*& reached, JsonValue& root, Problems& problems)
-      : text_(text), reached_(reached), counted_(text.data()), root_(root), problems_(problems) {}
+  Builder(const std::string& text, const char*& reached, JsonValue& root, Diagnostics& diagnostics)
+      : text_(text),
+        reached_(reached),
+        counted_(text.data()),
+        root_(root),
+        diagnostics_(diagnostics) {}
 
   // The parser calls them by these names.
   // NOLINTBEGIN(readability-identifier-naming)
@@ -79,7 +83,7 @@ class Builder {
     Level& level = open_.back();
     level.position = positionAt(beginOfText());
     if (!level.names.insert(name).second) {
-      problems_.add({place() + name, "occurs twice", level.position});
+      diagnostics_.add({place() + name, "occurs twice", level.position});
     }
     level.name = std::move(name);
     return true;
@@ -222,7 +226,7 @@ class Builder {
   Position position_ = {1, 1};
   JsonValue& root_;
   std::vector<Level> open_;
-  Problems& problems_;
+  Diagnostics& diagnostics_;
 };
 
 }  // namespace
@@ -232,7 +236,7 @@ const JsonValue* JsonValue::find(const std::string& member) const {
   return found != members.end() ? &*found : nullptr;
 }
 
-JsonValue readJson(const std::filesystem::path& file, Problems& problems) {
+JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics) {
   constexpr std::size_t kMaxBytes = std::size_t{1} << 24;  // its values take up to 80 times that
   std::ifstream stream(file, std::ios::binary);
   std::string text;
@@ -243,7 +247,7 @@ JsonValue readJson(const std::filesystem::path& file, Problems& problems) {
   if (!stream.eof()) throw SceneError("", "cannot be read");
   JsonValue root;
   const char* reached = text.data();
-  Builder builder(text, reached, root, problems);
+  Builder builder(text, reached, root, diagnostics);
   // The parser would take it for the end.
   if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
     throw SceneError("", unexpected("a NUL", "text"), builder.positionAt(text.data() + nul));

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "preview/messages/problems.h"
+#include "preview/diagnostics/diagnostics.h"
 
 namespace preview {
 
@@ -28,6 +28,6 @@ struct JsonValue {
 
 /// Reads a JSON file with comments, in a time that grows with its length. Throws `SceneError` if it
 /// cannot be read as such; two members of a name are only noted.
-JsonValue readJson(const std::filesystem::path& file, Problems& problems);
+JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics);
 
 }  // namespace preview

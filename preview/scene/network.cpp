@@ -7,8 +7,8 @@
 #include <iterator>
 #include <map>
 
-#include "preview/messages/errors.h"
-#include "preview/messages/suggestion.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/diagnostics/suggestion.h"
 #include "preview/scene/host_textures.h"
 #include "preview/scene/texture.h"
 #include "standin/introspection.h"
@@ -47,25 +47,26 @@ std::vector<std::string> Network::Instance::parameterNames(bool outputs) const {
   return names;
 }
 
-Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library, Problems& problems) {
+Network::Network(const std::vector<Node>& nodes, const PluginLibrary& library,
+                 Diagnostics& diagnostics) {
   for (const Node& node : nodes) {
     Instance& instance = instances_.emplace_back(Instance{&node, nullptr, nullptr});
-    problems.attempt([&] { make(instance, library, problems); });
+    diagnostics.attempt([&] { make(instance, library, diagnostics); });
   }
   for (const Instance& instance : instances_) {
     if (instance.plugin == nullptr) continue;
     for (const Parameter& parameter : instance.node->parameters) {
-      problems.attempt([&] { setParameter(instance, parameter); });
+      diagnostics.attempt([&] { setParameter(instance, parameter); });
     }
   }
-  checkConnections(problems);
+  checkConnections(diagnostics);
 }
 
-void Network::make(Instance& instance, const PluginLibrary& library, Problems& problems) {
+void Network::make(Instance& instance, const PluginLibrary& library, Diagnostics& diagnostics) {
   const Node& node = *instance.node;
   std::vector<std::string> names = hostTextureNames();
   if (std::ranges::find(names, node.plugin) != names.end()) {
-    if (node.complete) instance.hostTexture = makeHostTexture(node, problems);
+    if (node.complete) instance.hostTexture = makeHostTexture(node, diagnostics);
     return;
   }
   if (node.plugin.empty() && !node.complete) return;
@@ -154,7 +155,7 @@ void Network::setParameter(const Instance& instance, const Parameter& parameter)
   }
 }
 
-void Network::checkConnections(Problems& problems) const {
+void Network::checkConnections(Diagnostics& diagnostics) const {
   // A sample asks a node as often as paths lead to it: two inputs from each node to the one before
   // it double them again and again.
   constexpr int kMaxPaths = 100'000;
@@ -176,11 +177,11 @@ void Network::checkConnections(Problems& problems) const {
       }
       std::string cycle;
       for (auto i = begin; i != path.end(); ++i) cycle.append((*i)->node->name).append(" <- ");
-      problems.add({parameter.place, "a cycle: " + cycle + next->node->name});
+      diagnostics.add({parameter.place, "a cycle: " + cycle + next->node->name});
     }
     if (count > kMaxPaths) {
-      problems.add({node.node->place,
-                    "more than " + std::to_string(kMaxPaths) + " paths lead through its inputs"});
+      diagnostics.add({node.node->place, "more than " + std::to_string(kMaxPaths) +
+                                             " paths lead through its inputs"});
       count = 1;
     }
     path.pop_back();
@@ -203,7 +204,7 @@ std::vector<Network::NamedTexture> Network::textures() const {
   return result;
 }
 
-void Network::tell(void (QuorPluginInterface::*event)(QuorRenderer*)) const {
+void Network::notify(void (QuorPluginInterface::*event)(QuorRenderer*)) const {
   for (const Instance& node : instances_) {
     if (node.plugin != nullptr) (node.plugin->plugin().*event)(nullptr);
   }

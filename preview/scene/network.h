@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "preview/messages/problems.h"
+#include "preview/diagnostics/diagnostics.h"
 #include "preview/scene/plugin_library.h"
 #include "preview/scene/scene.h"
 
@@ -20,12 +20,12 @@ class Network {
     const PluginInterface* texture;
   };
 
-  /// Tells where a node, a parameter or a connection is not as its plugin has it, where connections
-  /// form a cycle, or are so many that a sample would never end. Only a network of which nothing is
-  /// told may be used. `nodes` and `library` outlive it.
-  Network(const std::vector<Node>& nodes, const PluginLibrary& library, Problems& problems);
+  /// Reports where a node, a parameter or a connection is not as its plugin has it, where
+  /// connections form a cycle, or are so many that a sample would never end. Only a network without
+  /// such errors may be used. `nodes` and `library` outlive it.
+  Network(const std::vector<Node>& nodes, const PluginLibrary& library, Diagnostics& diagnostics);
 
-  /// A texture, which the network owns; null if the node has already been told to be wrong. Throws
+  /// A texture, which the network owns; null if the node has already been reported as wrong. Throws
   /// `SceneError`, for `place` in the file, if there is none.
   PluginInterface* find(const Reference& reference, const std::string& place) const;
 
@@ -37,10 +37,10 @@ class Network {
   /// outputs in the order of their registration.
   std::vector<NamedTexture> textures() const;
 
-  void renderBegin() const { tell(&QuorPluginInterface::renderBegin); }
-  void frameBegin() const { tell(&QuorPluginInterface::frameBegin); }
-  void frameEnd() const { tell(&QuorPluginInterface::frameEnd); }
-  void renderEnd() const { tell(&QuorPluginInterface::renderEnd); }
+  void renderBegin() const { notify(&QuorPluginInterface::renderBegin); }
+  void frameBegin() const { notify(&QuorPluginInterface::frameBegin); }
+  void frameEnd() const { notify(&QuorPluginInterface::frameEnd); }
+  void renderEnd() const { notify(&QuorPluginInterface::renderEnd); }
 
  private:
   /// A node with its plugin, or with its texture of the host; with neither if it is wrong.
@@ -58,12 +58,12 @@ class Network {
     std::vector<std::string> parameterNames(bool outputs) const;
   };
 
-  static void make(Instance& instance, const PluginLibrary& library, Problems& problems);
+  static void make(Instance& instance, const PluginLibrary& library, Diagnostics& diagnostics);
   const Instance* findInstance(const std::string& name) const;
   const Instance& instance(const std::string& name, const std::string& place) const;
   void setParameter(const Instance& instance, const Parameter& parameter);
-  void checkConnections(Problems& problems) const;
-  void tell(void (QuorPluginInterface::*event)(QuorRenderer*)) const;
+  void checkConnections(Diagnostics& diagnostics) const;
+  void notify(void (QuorPluginInterface::*event)(QuorRenderer*)) const;
 
   std::vector<Instance> instances_;
   std::vector<std::unique_ptr<PluginInterface>> constants_;

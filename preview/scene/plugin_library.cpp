@@ -8,7 +8,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
 #include "standin/introspection.h"
 
 namespace preview {

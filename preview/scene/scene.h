@@ -78,7 +78,8 @@ struct Object {
   std::string name;
   std::string place;  ///< in the file, as in "objects.ball"
   Shape shape;
-  PreciseTransform toWorld;  ///< object space to world space, invertible
+  PreciseTransform toWorld = {
+      {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}};  ///< of object space, invertible
   std::int32_t materialId = 0;
 
   // What the object and its surface offer to textures.

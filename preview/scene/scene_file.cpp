@@ -10,8 +10,8 @@
 #include <system_error>
 
 #include "math/vector.h"
-#include "preview/messages/number_text.h"
-#include "preview/messages/suggestion.h"
+#include "preview/diagnostics/number_text.h"
+#include "preview/diagnostics/suggestion.h"
 #include "preview/scene/json_file.h"
 
 namespace preview {
@@ -32,11 +32,11 @@ constexpr std::size_t kMaxObjects = 10'000;
 constexpr std::size_t kMaxPictures = 1000;  // all of them are on the contact sheet
 constexpr double kLargestFloat = std::numeric_limits<float>::max();
 
-/// A value in the file, where it stands there, and where to tell what is wrong with it.
+/// A value in the file, where it stands there, and where to report what is wrong with it.
 class Item {
  public:
-  Item(const JsonValue& value, std::string place, Problems& problems)
-      : value_(&value), place_(std::move(place)), problems_(&problems) {}
+  Item(const JsonValue& value, std::string place, Diagnostics& diagnostics)
+      : value_(&value), place_(std::move(place)), diagnostics_(&diagnostics) {}
 
   const std::string& place() const { return place_; }
 
@@ -56,7 +56,7 @@ class Item {
   /// was anything.
   template <class Step>
   bool attempt(Step step) const {
-    return problems_->attempt(step);
+    return diagnostics_->attempt(step);
   }
 
   /// Calls `use` with the name and the value of each member of an object, of any names.
@@ -65,8 +65,8 @@ class Item {
     if (value_->kind != JsonValue::Kind::Object) failExpecting("an object");
     for (const JsonValue& member : value_->members) {
       const std::string place = place_.empty() ? member.name : place_ + "." + member.name;
-      problems_->setPosition(place, member.position);
-      attempt([&] { use(member.name, Item(member, place, *problems_)); });
+      diagnostics_->setPosition(place, member.position);
+      attempt([&] { use(member.name, Item(member, place, *diagnostics_)); });
     }
   }
   std::size_t size() const { return value_->members.size(); }
@@ -98,8 +98,8 @@ class Item {
     std::vector<Item> result;
     for (const JsonValue& element : value_->members) {
       const std::string place = place_ + "[" + std::to_string(result.size()) + "]";
-      problems_->setPosition(place, element.position);
-      result.emplace_back(element, place, *problems_);
+      diagnostics_->setPosition(place, element.position);
+      result.emplace_back(element, place, *diagnostics_);
     }
     return result;
   }
@@ -154,7 +154,7 @@ class Item {
  private:
   const JsonValue* value_;
   std::string place_;
-  Problems* problems_;
+  Diagnostics* diagnostics_;
 };
 
 /// Names of nodes, objects and pictures go into references, files and layers.
@@ -283,24 +283,19 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
 }
 
 /// Scales, then turns around the x, the y and the z axis, then moves.
-struct Placement {
-  DVector scale = {1, 1, 1};
-  DVector degrees = {};
-  DVector translation = {};
-
-  PreciseTransform toTransform() const {
-    const auto radians = [](double angle) { return angle * std::numbers::pi / 180; };
-    const double sx = std::sin(radians(degrees.x)), cx = std::cos(radians(degrees.x));
-    const double sy = std::sin(radians(degrees.y)), cy = std::cos(radians(degrees.y));
-    const double sz = std::sin(radians(degrees.z)), cz = std::cos(radians(degrees.z));
-    const auto column = [](double x, double y, double z, double factor) {
-      return toVector({x * factor, y * factor, z * factor});
-    };
-    return {column(cz * cy, sz * cy, -sy, scale.x),
-            column(cz * sy * sx - sz * cx, sz * sy * sx + cz * cx, cy * sx, scale.y),
-            column(cz * sy * cx + sz * sx, sz * sy * cx - cz * sx, cy * cx, scale.z), translation};
-  }
-};
+PreciseTransform transformOf(const DVector& scale, const DVector& degrees,
+                             const DVector& translation) {
+  const auto radians = [](double angle) { return angle * std::numbers::pi / 180; };
+  const double sx = std::sin(radians(degrees.x)), cx = std::cos(radians(degrees.x));
+  const double sy = std::sin(radians(degrees.y)), cy = std::cos(radians(degrees.y));
+  const double sz = std::sin(radians(degrees.z)), cz = std::cos(radians(degrees.z));
+  const auto column = [](double x, double y, double z, double factor) {
+    return toVector({x * factor, y * factor, z * factor});
+  };
+  return {column(cz * cy, sz * cy, -sy, scale.x),
+          column(cz * sy * sx - sz * cx, sz * sy * sx + cz * cx, cy * sx, scale.y),
+          column(cz * sy * cx + sz * sx, sz * sy * cx - cz * sx, cy * cx, scale.z), translation};
+}
 
 DVector readScale(const Item& item) {
   if (!item.isList()) {
@@ -311,12 +306,11 @@ DVector readScale(const Item& item) {
 }
 
 PreciseTransform readTransform(const Item& item) {
-  Placement placement;
-  item.read(
-      {{"scale", [&](const Item& v) { placement.scale = readScale(v); }},
-       {"rotate", [&](const Item& v) { placement.degrees = v.dvector(kMaxFactor); }},
-       {"translate", [&](const Item& v) { placement.translation = v.dvector(kMaxPosition); }}});
-  return placement.toTransform();
+  DVector scale = {1, 1, 1}, degrees = {}, translation = {};
+  item.read({{"scale", [&](const Item& v) { scale = readScale(v); }},
+             {"rotate", [&](const Item& v) { degrees = v.dvector(kMaxFactor); }},
+             {"translate", [&](const Item& v) { translation = v.dvector(kMaxPosition); }}});
+  return transformOf(scale, degrees, translation);
 }
 
 void readMaterialId(const Item& item, Object& object) {
@@ -329,8 +323,7 @@ void readMaterialId(const Item& item, Object& object) {
 }
 
 Object readObject(const std::string& name, const Item& item, const std::filesystem::path& folder) {
-  Object object{
-      .name = name, .place = item.place(), .shape = {}, .toWorld = Placement().toTransform()};
+  Object object{.name = name, .place = item.place(), .shape = {}};
   item.read({{"shape", [&](const Item& v) { object.shape = readShape(v, folder); }},
              {"transform", [&](const Item& v) { object.toWorld = readTransform(v); }},
              {"material_id", [&](const Item& v) { readMaterialId(v, object); }},
@@ -429,16 +422,16 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
 
 }  // namespace
 
-Scene readScene(const std::filesystem::path& file, Problems& problems) {
-  const JsonValue json = readJson(file, problems);
-  problems.setPosition("", json.position);
+Scene readScene(const std::filesystem::path& file, Diagnostics& diagnostics) {
+  const JsonValue json = readJson(file, diagnostics);
+  diagnostics.setPosition("", json.position);
   Scene scene;
   scene.file = file;
   const std::filesystem::path folder = file.parent_path();
   const auto object = [&](const std::string& name, const Item& item) {
     return readObject(name, item, folder);
   };
-  const Item root(json, "", problems);
+  const Item root(json, "", diagnostics);
   root.read(
       {{"image", [&](const Item& v) { scene.image = readImage(v); }},
        {"frames", [&](const Item& v) { scene.frames = readFrames(v); }},
@@ -450,14 +443,14 @@ Scene readScene(const std::filesystem::path& file, Problems& problems) {
        {"pictures",
         [&](const Item& v) { scene.pictures = readAll<Picture>(v, kMaxPictures, readPicture); }}});
   if (root.has("world_offset") && scene.camera.keys.size() == 2) {
-    problems.add({"world_offset", "with a moving camera render space begins at the camera"});
+    diagnostics.add({"world_offset", "with a moving camera render space begins at the camera"});
   }
   for (const char* section : {"objects", "pictures"}) {
     const JsonValue* members = json.find(section);
     if (members == nullptr ||
         (members->kind == JsonValue::Kind::Object && members->members.empty())) {
       const std::string one(section, std::strlen(section) - 1);
-      problems.add({section, unexpected("none", "at least one " + one)});
+      diagnostics.add({section, unexpected("none", "at least one " + one)});
     }
   }
   return scene;

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "preview/messages/problems.h"
+#include "preview/diagnostics/diagnostics.h"
 #include "preview/scene/scene.h"
 
 namespace preview {
@@ -15,8 +15,8 @@ inline constexpr int kMaxFrame = 999999;
 
 /// Reads a scene file: JSON with comments. Checks everything that needs no plugin; the kinds and
 /// the parameters of nodes, and what pictures show of them, are checked by `Network`. Paths in the
-/// file are relative to its folder. Tells all that is wrong, and reads the rest; throws
+/// file are relative to its folder. Reports all that is wrong, and reads the rest; throws
 /// `SceneError` if there is none.
-Scene readScene(const std::filesystem::path& file, Problems& problems);
+Scene readScene(const std::filesystem::path& file, Diagnostics& diagnostics);
 
 }  // namespace preview

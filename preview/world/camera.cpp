@@ -12,17 +12,17 @@ FrameCamera::FrameCamera(const Scene& scene, std::int32_t frame)
     : first_(fromKey(scene.camera.keys.front())),
       last_(fromKey(scene.camera.keys.back())),
       moves_(scene.camera.keys.size() > 1),
-      beginOfFrame_(static_cast<double>(frame - scene.frames.first) / scene.frames.count()),
-      partPerFrame_(1.0 / scene.frames.count()),
+      startOfFrame_(static_cast<double>(frame - scene.frames.first) / scene.frames.count()),
+      fractionPerFrame_(1.0 / scene.frames.count()),
       width_(scene.image.width),
       height_(scene.image.height),
       pixelSize_(2 * std::tan(scene.camera.fov * std::numbers::pi / 360) / height_),
       worldOffset_(scene.worldOffset) {
-  if (moves_) worldOffset_ = toDVector(placement(0).position);
+  if (moves_) worldOffset_ = toDVector(transformAt(0).position);
   poseOfFrame_ = interpolated(0);
 }
 
-FrameCamera::Placement FrameCamera::fromKey(const CameraKey& key) {
+FrameCamera::RigidTransform FrameCamera::fromKey(const CameraKey& key) {
   const V3d position = wide(key.position);
   const V3d z = (position - wide(key.target)).normalized();
   const V3d x = wide(key.up).cross(z).normalized();
@@ -32,14 +32,14 @@ FrameCamera::Placement FrameCamera::fromKey(const CameraKey& key) {
   return {position, Imath::extractQuat(axes).normalized()};
 }
 
-FrameCamera::Placement FrameCamera::placement(double rayTime) const {
-  const double part = beginOfFrame_ + partPerFrame_ * rayTime;
-  return {first_.position * (1 - part) + last_.position * part,
-          Imath::slerpShortestArc(first_.orientation, last_.orientation, part)};
+FrameCamera::RigidTransform FrameCamera::transformAt(double rayTime) const {
+  const double fraction = startOfFrame_ + fractionPerFrame_ * rayTime;
+  return {first_.position * (1 - fraction) + last_.position * fraction,
+          Imath::slerpShortestArc(first_.orientation, last_.orientation, fraction)};
 }
 
 FrameCamera::Pose FrameCamera::interpolated(double rayTime) const {
-  const auto [position, orientation] = placement(rayTime);
+  const auto [position, orientation] = transformAt(rayTime);
   return {orientation.rotateVector({1, 0, 0}), orientation.rotateVector({0, 1, 0}),
           orientation.rotateVector({0, 0, 1}), position - wide(worldOffset_)};
 }

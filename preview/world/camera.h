@@ -20,8 +20,8 @@ namespace preview {
 /// The frame's own transforms are those of ray time 0.
 ///
 /// A moving camera has its own render space: the origin lies where the camera stands at ray time 0
-/// of the frame, and the scene's `worldOffset` is not used. Only so are two demands on
-/// `CameraMotion` met at once: that "to" and "from" are each other's inverse, and that
+/// of the frame, and the scene's `worldOffset` is not used. That meets two demands on
+/// `CameraMotion` at once: that "to" and "from" are each other's inverse, and that
 /// `pointToRayTime` gives the position of the camera when it is asked for the origin. Values in
 /// world space stay the same, those in render space do not.
 /// [any thread]
@@ -46,7 +46,7 @@ class FrameCamera {
   PreciseTransform worldToCamera() const;  ///< render space to camera space
   double screenWindowWidth() const { return width_ * pixelSize_; }  ///< at distance 1
 
-  /// World space to camera space, for row vectors.
+  /// Geometry space to camera space, for row vectors.
   Imath::M44d matrixFromWorld() const;
 
   Pose pose(double rayTime) const { return moves_ ? interpolated(rayTime) : poseOfFrame_; }
@@ -56,19 +56,19 @@ class FrameCamera {
   Ray primaryRay(double imageX, double imageY, const Pose& pose) const;
 
  private:
-  struct Placement {
+  struct RigidTransform {
     V3d position;  ///< world space
     Imath::Quatd orientation;
   };
-  static Placement fromKey(const CameraKey& key);
-  Placement placement(double rayTime) const;
+  static RigidTransform fromKey(const CameraKey& key);
+  RigidTransform transformAt(double rayTime) const;
   Pose interpolated(double rayTime) const;
 
-  Placement first_, last_;
+  RigidTransform first_, last_;
   bool moves_;
-  double beginOfFrame_, partPerFrame_;  ///< of the way between the keys
-  double width_, height_;               ///< pixels
-  double pixelSize_;                    ///< at distance 1
+  double startOfFrame_, fractionPerFrame_;  ///< of the way between the keys
+  double width_, height_;                   ///< pixels
+  double pixelSize_;                        ///< at distance 1
   DVector worldOffset_;
   Pose poseOfFrame_;
 };

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <new>
 
-#include "preview/messages/errors.h"
-#include "preview/messages/memory.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/system/memory.h"
 
 namespace preview {
 
@@ -19,7 +19,7 @@ double bytesOfTriangle(const Shape& shape) {
 
 }  // namespace
 
-World::World(const Scene& scene, Problems& problems) {
+Geometry::Geometry(const Scene& scene, Diagnostics& diagnostics) {
   std::size_t triangles = 0;
   double bytes = 0;
   const auto at = [&](const Object& object, auto step) {
@@ -40,7 +40,7 @@ World::World(const Scene& scene, Problems& problems) {
     if (!isNew) continue;
     std::size_t count = 0;
     const auto look = [&] { count = countTriangles(object.shape); };
-    if (!problems.attempt([&] { at(object, look); })) continue;
+    if (!diagnostics.attempt([&] { at(object, look); })) continue;
     triangles += count;
     bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
     at(object,
@@ -49,17 +49,17 @@ World::World(const Scene& scene, Problems& problems) {
   }
   for (const Object* object : toMake) {
     const auto make = [&] { meshes_[object->shape] = makeMesh(object->shape); };
-    problems.attempt([&] { at(*object, make); });
+    diagnostics.attempt([&] { at(*object, make); });
   }
 }
 
-const Raycaster& World::raycaster(const DVector& worldOffset) {
+const Raycaster& Geometry::raycaster(const DVector& worldOffset) {
   if (!raycaster_) raycaster_.emplace(objects_);
   raycaster_->setWorldOffset(worldOffset);
   return *raycaster_;
 }
 
-Frame::Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* log)
+Frame::Frame(const Scene& scene, Geometry& world, std::int32_t number, RenderLog* log)
     : scene_(scene),
       camera_(scene, number),
       raycaster_(world.raycaster(camera_.worldOffset())),

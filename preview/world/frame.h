@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "preview/messages/problems.h"
+#include "preview/diagnostics/diagnostics.h"
 #include "preview/scene/scene.h"
 #include "preview/world/camera.h"
 #include "preview/world/meshes.h"
@@ -16,13 +16,13 @@
 namespace preview {
 
 /// The objects of a scene; those of the same shape share a mesh.
-class World {
+class Geometry {
  public:
-  /// If files of meshes cannot be used, `problems` tells of them, and the object is good for
+  /// If files of meshes cannot be used, `diagnostics` says so, and the object is good for
   /// nothing. Throws `SceneError` where there is not enough memory. `scene` outlives the object.
-  World(const Scene& scene, Problems& problems);
-  World(const World&) = delete;
-  World& operator=(const World&) = delete;
+  Geometry(const Scene& scene, Diagnostics& diagnostics);
+  Geometry(const Geometry&) = delete;
+  Geometry& operator=(const Geometry&) = delete;
 
   /// For the render space with its origin at `worldOffset`, until the next call.
   const Raycaster& raycaster(const DVector& worldOffset);
@@ -38,7 +38,7 @@ class World {
 class Frame {
  public:
   /// `number` is one of the scene's frames; `log` may be null and is not owned.
-  Frame(const Scene& scene, World& world, std::int32_t number, RenderLog* log);
+  Frame(const Scene& scene, Geometry& world, std::int32_t number, RenderLog* log);
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 

@@ -11,8 +11,8 @@
 #include <sstream>
 #include <string>
 
-#include "preview/messages/errors.h"
-#include "preview/messages/number_text.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/diagnostics/number_text.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
@@ -60,9 +60,9 @@ void addRectangle(Mesh& mesh, const V3d& center, const V3d& right, const V3d& up
   });
 }
 
-/// The angle after a part of a full turn; after a whole one the very same as before it, so that the
-/// ends of a grid meet without a gap.
-double turned(double part) { return part == 1 ? 0 : 2 * kPi * part; }
+/// The angle after a fraction of a full turn; after a whole one the very same as before it, so that
+/// the ends of a grid meet without a gap.
+double turned(double fraction) { return fraction == 1 ? 0 : 2 * kPi * fraction; }
 
 /// Away from the y axis at the angle phi around it. The seam, phi = 0, is at the back.
 V3d outward(double phi) { return {-std::sin(phi), 0, -std::cos(phi)}; }

@@ -14,8 +14,8 @@
 #include <string>
 
 #include "math/vector.h"
-#include "preview/messages/interruption.h"
-#include "preview/messages/memory.h"
+#include "preview/system/interruption.h"
+#include "preview/system/memory.h"
 #include "preview/world/vectors.h"
 
 namespace preview {
@@ -144,7 +144,7 @@ Raycaster::EmbreeScene Raycaster::newScene() const {
 
 void Raycaster::build(RTCScene scene) const {
   rtcSetSceneProgressMonitorFunction(
-      scene, [](void* /*unused*/, double /*part*/) { return interruption == 0; }, nullptr);
+      scene, [](void* /*unused*/, double /*fraction*/) { return interruption == 0; }, nullptr);
   rtcCommitScene(scene);
   throwIfInterrupted();
   checkDevice();

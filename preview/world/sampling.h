@@ -7,7 +7,7 @@
 /// Where and when the samples of a pixel lie: the same for every run and every number of threads.
 namespace preview {
 
-/// A position within the pixel, in pixels, and a part of the shutter interval, each in [0, 1).
+/// A position within the pixel, in pixels, and a fraction of the shutter interval, each in [0, 1).
 struct Sample {
   double x, y, time;
 };
@@ -22,9 +22,9 @@ inline Sample sampleOf(std::int32_t x, std::int32_t y, std::int32_t index) {
       static_cast<std::uint32_t>(x) * 0x9E3779B1U ^ static_cast<std::uint32_t>(y) * 0x85EBCA77U;
   hash = (hash ^ hash >> 15) * 0xC2B2AE3DU;
   const double shift = (hash ^ hash >> 13) / 4294967296.0;
-  const auto part = [](double value) { return value - std::floor(value); };
-  return {part(0.5 + index / kRoot), part(0.5 + index / (kRoot * kRoot)),
-          part(shift + index / (kRoot * kRoot * kRoot))};
+  const auto fraction = [](double value) { return value - std::floor(value); };
+  return {fraction(0.5 + index / kRoot), fraction(0.5 + index / (kRoot * kRoot)),
+          fraction(shift + index / (kRoot * kRoot * kRoot))};
 }
 
 }  // namespace preview

@@ -4,7 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
 #include "preview/scene/network.h"
 #include "preview/scene/scene_file.h"
 
@@ -14,14 +14,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const int file = memfd_create("scene", 0);
   static const std::string path = "/proc/self/fd/" + std::to_string(file);
   if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) abort();
-  Problems problems;
-  problems.attempt([&] {
-    const Scene scene = readScene(path, problems);
-    const Network network(scene.nodes, library, problems);
-    if (!problems.errors().empty()) return;
+  Diagnostics diagnostics;
+  diagnostics.attempt([&] {
+    const Scene scene = readScene(path, diagnostics);
+    const Network network(scene.nodes, library, diagnostics);
+    if (!diagnostics.errors().empty()) return;
     network.renderBegin();
     network.frameBegin();
   });
-  for (const SceneError& error : problems.errors()) problems.positionOf(error);
+  for (const SceneError& error : diagnostics.errors()) diagnostics.positionOf(error);
   return 0;
 }

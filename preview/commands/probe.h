@@ -17,7 +17,7 @@ struct Probe {
 
 /// Value, bounds and gradient of the textures of the network whose names fit one of the patterns,
 /// all if there are none, for the middle of a pixel and of the shutter interval; where they fall
-/// short of what they promise is marked.
+/// short of what they guarantee is marked.
 void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
            std::ostream& out);
 

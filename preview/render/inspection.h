@@ -9,7 +9,7 @@
 #include "preview/scene/network.h"
 #include "preview/world/frame.h"
 
-/// What textures answer in a scene, judged by what they promise.
+/// What textures answer in a scene, inspected for what they guarantee.
 namespace preview {
 
 /// A texture, and what may be expected of it: no more than of what it builds on.
@@ -20,7 +20,7 @@ struct Expectation {
   bool boundsEnclose, gradientIsExact;
   bool gradientIsCompared;
 
-  /// Whether it promises to be without such a flaw.
+  /// Whether it guarantees to be without such a flaw.
   bool excludes(Flaw flaw) const {
     return (flaw != Flaw::OutsideBounds || boundsEnclose) &&
            (flaw != Flaw::GradientDiffers || gradientIsExact);
@@ -29,19 +29,19 @@ struct Expectation {
 
 Expectation expectationOf(const Network::NamedTexture& texture, Connections& connections);
 
-struct Judgement {
+struct Findings {
   Flaws flaws;
   bool gradientWasCompared = false;
 };
 
-/// Takes what is seen, the index of its object, and the judgement of each texture there.
-using UseJudgements =
-    std::function<void(const ShadingContext&, std::size_t, const std::vector<Judgement>&)>;
+/// Takes what is seen, the index of its object, and the findings of each texture there.
+using UseFindings =
+    std::function<void(const ShadingContext&, std::size_t, const std::vector<Findings>&)>;
 
-/// Judges textures at a point of the image, in pixels, if anything is seen there. On a smooth
+/// Inspects textures at a point of the image, in pixels, if anything is seen there. On a smooth
 /// surface gradients are compared with what changes over a pixel; those of vectors are not, since
 /// it is not defined of which number they are.
-void judge(const Frame& frame, double x, double y, double rayTime,
-           const std::vector<Expectation>& textures, const UseJudgements& use);
+void inspect(const Frame& frame, double x, double y, double rayTime,
+             const std::vector<Expectation>& textures, const UseFindings& use);
 
 }  // namespace preview

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "preview/messages/suggestion.h"
+#include "preview/diagnostics/suggestion.h"
 
 #include <algorithm>
 #include <cctype>

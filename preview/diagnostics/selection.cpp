@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "preview/messages/selection.h"
+#include "preview/diagnostics/selection.h"
 
 #include <fnmatch.h>
 
 #include <algorithm>
 
-#include "preview/messages/errors.h"
-#include "preview/messages/suggestion.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/diagnostics/suggestion.h"
 
 namespace preview {
 

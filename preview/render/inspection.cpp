@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "preview/judge.h"
+#include "preview/render/inspection.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +23,7 @@ double cosine(Vector a, Vector b) { return dot(toDouble(a), toDouble(b)); }  // 
 /// Compares the gradient in the middle between two near points with what changes from the one to
 /// the other. Where that is an edge or a kink, it fits on one side of the middle.
 void compareGradient(const PluginInterface& texture, const ShadingContext& a,
-                     const ShadingContext& middle, const ShadingContext& b, Judgement& judgement) {
+                     const ShadingContext& middle, const ShadingContext& b, Findings& findings) {
   const Channels g = evaluate(texture, Show::Gradient, middle);
   const auto differs = [&](const ShadingContext& from, const ShadingContext& to) {
     const DVector &p = from.shadingPoint, &q = to.shadingPoint;
@@ -32,14 +32,14 @@ void compareGradient(const PluginInterface& texture, const ShadingContext& a,
     const double expected = g[0] * (q.x - p.x) + g[1] * (q.y - p.y) + g[2] * (q.z - p.z);
     const double change = after - before;
     if (!std::isfinite(change + expected)) return false;
-    judgement.gradientWasCompared = true;
+    findings.gradientWasCompared = true;
     constexpr double kTolerance = 0.1, kRounding = 1e-5;
     return std::abs(change - expected) >
            kTolerance * std::max(std::abs(change), std::abs(expected)) +
                kRounding * std::max(std::abs(before), std::abs(after));
   };
-  judgement.flaws.set(static_cast<std::size_t>(Flaw::GradientDiffers),
-                      differs(a, b) && differs(a, middle) && differs(middle, b));
+  findings.flaws.set(static_cast<std::size_t>(Flaw::GradientDiffers),
+                     differs(a, b) && differs(a, middle) && differs(middle, b));
 }
 
 }  // namespace
@@ -58,13 +58,13 @@ Expectation expectationOf(const Network::NamedTexture& texture, Connections& con
           .gradientIsCompared = isNumber && kept.gradient && guarantee.gradient != "zero"};
 }
 
-void judge(const Frame& frame, double x, double y, double rayTime,
-           const std::vector<Expectation>& textures, const UseJudgements& use) {
+void inspect(const Frame& frame, double x, double y, double rayTime,
+             const std::vector<Expectation>& textures, const UseFindings& use) {
   const auto at = [&](double offset, auto look) { frame.shade(x + offset, y, rayTime, look); };
   at(0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
-    std::vector<Judgement> judgements(textures.size());
+    std::vector<Findings> findings(textures.size());
     for (std::size_t i = 0; i < textures.size(); ++i) {
-      judgements[i].flaws = flawsOf(*textures[i].texture, middle);
+      findings[i].flaws = flawsOf(*textures[i].texture, middle);
     }
     constexpr double kHalf = 0.5;  // pixels
     at(-kHalf, [&](const ShadingContext& a, std::size_t objectA) {
@@ -76,11 +76,11 @@ void judge(const Frame& frame, double x, double y, double rayTime,
         }
         for (std::size_t i = 0; i < textures.size(); ++i) {
           if (!textures[i].gradientIsCompared) continue;
-          compareGradient(*textures[i].texture, a, middle, b, judgements[i]);
+          compareGradient(*textures[i].texture, a, middle, b, findings[i]);
         }
       });
     });
-    use(middle, objectMiddle, judgements);
+    use(middle, objectMiddle, findings);
   });
 }
 

@@ -5,12 +5,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
 
 namespace preview {
 
 /// What is wrong in a scene, all of it, and where the places of the file stand.
-class Problems {
+class Diagnostics {
  public:
   /// Runs a step. What it finds wrong is kept; false if there was anything.
   template <class Step>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "preview/frame_files.h"
+#include "preview/render/frame_files.h"
 
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/parallel_invoke.h>
@@ -8,8 +8,8 @@
 #include <cmath>
 #include <mutex>
 
-#include "preview/judge.h"
-#include "preview/messages/number_text.h"
+#include "preview/diagnostics/number_text.h"
+#include "preview/render/inspection.h"
 #include "preview/scene/flaws.h"
 #include "preview/scene/texture.h"
 
@@ -139,47 +139,47 @@ FrameFiles::FrameFiles(const Scene& scene, const Plan& plan, const Frame& frame,
       exr_(folder.pathFor(scene.file.stem().string() + suffix_ + ".exr"),
            headerOf(scene, frame, number), layersOf(plan), half) {}
 
-void FrameFiles::write(const Film& film, const std::function<void(double)>& progress) {
+void FrameFiles::write(const Band& band, const std::function<void(double)>& progress) {
   std::mutex mutex;
   std::size_t done = 0;
   tbb::parallel_for(std::size_t{0}, pictures_.size(), [&](std::size_t i) {
-    writePicture(i, film);
+    writePicture(i, band);
     const std::lock_guard lock(mutex);
     progress(static_cast<double>(++done) / static_cast<double>(pictures_.size() + 1));
   });
-  const bool isLast = film.firstRow + film.coverage.height() == scene_.image.height;
+  const bool isLast = band.firstRow + band.coverage.height() == scene_.image.height;
   tbb::parallel_invoke(
       [&] {
         if (!isLast) return;
         writeContactSheet();
         writeNumbers();
       },
-      [&] { writeExr(film); });
+      [&] { writeExr(band); });
   progress(1);
 }
 
-void FrameFiles::writePicture(std::size_t index, const Film& film) {
+void FrameFiles::writePicture(std::size_t index, const Band& band) {
   const Picture& picture = scene_.pictures[index];
   const LayerSource& source = plan_.sources[plan_.sourceOfPicture[index]];
-  const FloatImage& values = film.layers[plan_.sourceOfPicture[index]];
+  const FloatImage& values = band.layers[plan_.sourceOfPicture[index]];
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
     file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
                                          scene_.image, source.channels());
   }
   const auto [colors, specials] =
-      mapToColors(values, film.coverage, picture.low, picture.high, film.firstRow);
+      mapToColors(values, band.coverage, picture.low, picture.high, band.firstRow);
   file->png.write(colors);
   file->thumbnail.add(colors);
   file->numbers.specials += specials;
-  addTo(file->numbers, values, film.coverage,
+  addTo(file->numbers, values, band.coverage,
         source.show == Show::Value ? boundsOf(*source.texture) : std::nullopt);
 }
 
-void FrameFiles::writeExr(const Film& film) {
-  const FloatImage rgba = associated(film.layers[mainSource(plan_)], film.coverage);
+void FrameFiles::writeExr(const Band& band) {
+  const FloatImage rgba = associated(band.layers[mainSource(plan_)], band.coverage);
   std::vector<const FloatImage*> images = {&rgba};
-  for (const FloatImage& layer : film.layers) images.push_back(&layer);
+  for (const FloatImage& layer : band.layers) images.push_back(&layer);
   exr_.write(images);
 }
 

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "preview/messages/one_line.h"
+#include "preview/diagnostics/one_line.h"
 
 /// Errors of the user's making. Each is one line; the program ends with exit code 2.
 namespace preview {

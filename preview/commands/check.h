@@ -8,15 +8,15 @@
 
 namespace preview {
 
-/// What a check has found. Notes are of outputs that promise no better.
-struct Findings {
+/// What a check has found. Notes are of outputs that guarantee no better.
+struct CheckSummary {
   std::size_t errors = 0, warnings = 0, notes = 0;
 };
 
 /// Writes a line for everything that is wrong in a scene file. Where nothing is, looks at what its
 /// pictures need, on a coarse grid over the first, the middle and the last frame, and writes a line
 /// for what seems wrong there, and one for each note if `showNotes`.
-Findings check(const std::filesystem::path& file, const PluginLibrary& library, bool showNotes,
-               std::ostream& out);
+CheckSummary check(const std::filesystem::path& file, const PluginLibrary& library, bool showNotes,
+                   std::ostream& out);
 
 }  // namespace preview

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "preview/probe.h"
+#include "preview/commands/probe.h"
 
 #include <algorithm>
 #include <cctype>
 #include <nlohmann/json.hpp>
 
-#include "preview/judge.h"
-#include "preview/messages/number_text.h"
-#include "preview/messages/selection.h"
+#include "preview/diagnostics/number_text.h"
+#include "preview/diagnostics/selection.h"
+#include "preview/render/inspection.h"
 #include "preview/scene/texture.h"
 
 namespace preview {
@@ -64,18 +64,18 @@ std::vector<Part> partsOf(const PluginInterface& texture) {
           {"gradient", {Show::Gradient}, ""}};
 }
 
-/// The flaws that a texture promises to be without, or those that it does not.
-std::vector<std::string> flawNames(const Expectation& texture, const Judgement& judgement,
-                                   bool promised) {
+/// The flaws that a texture guarantees to be without, or those that it does not.
+std::vector<std::string> flawNames(const Expectation& texture, const Findings& findings,
+                                   bool guaranteed) {
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < judgement.flaws.size(); ++i) {
-    const bool isPromised = texture.excludes(static_cast<Flaw>(i));
-    if (judgement.flaws[i] && isPromised == promised) names.emplace_back(kFlawNames[i]);
+  for (std::size_t i = 0; i < findings.flaws.size(); ++i) {
+    const bool isGuaranteed = texture.excludes(static_cast<Flaw>(i));
+    if (findings.flaws[i] && isGuaranteed == guaranteed) names.emplace_back(kFlawNames[i]);
   }
   return names;
 }
 
-std::string answersAsText(const Expectation& expectation, const Judgement& judgement,
+std::string answersAsText(const Expectation& expectation, const Findings& findings,
                           const ShadingContext& sc) {
   const PluginInterface& texture = *expectation.texture;
   std::string line = kindName(texture);
@@ -87,14 +87,14 @@ std::string answersAsText(const Expectation& expectation, const Judgement& judge
       separator = part.separator;
     }
   }
-  for (const std::string& flaw : flawNames(expectation, judgement, true)) line += "  ! " + flaw;
-  for (const std::string& flaw : flawNames(expectation, judgement, false)) {
-    line += "  (" + flaw + "; nothing better is promised)";
+  for (const std::string& flaw : flawNames(expectation, findings, true)) line += "  ! " + flaw;
+  for (const std::string& flaw : flawNames(expectation, findings, false)) {
+    line += "  (" + flaw + "; nothing better is guaranteed)";
   }
   return line;
 }
 
-Json answersAsJson(const Expectation& expectation, const Judgement& judgement,
+Json answersAsJson(const Expectation& expectation, const Findings& findings,
                    const ShadingContext& sc) {
   const PluginInterface& texture = *expectation.texture;
   Json json = {{"name", expectation.name.text()}, {"kind", kindName(texture)}};
@@ -103,8 +103,8 @@ Json answersAsJson(const Expectation& expectation, const Judgement& judgement,
     for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
     json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
   }
-  json["marks"] = flawNames(expectation, judgement, true);
-  json["notes"] = flawNames(expectation, judgement, false);
+  json["marks"] = flawNames(expectation, findings, true);
+  json["notes"] = flawNames(expectation, findings, false);
   return json;
 }
 
@@ -128,7 +128,7 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
   Json json = {{"frame", what.frame}, {"pixel", {what.x, what.y}}, {"object", nullptr}};
   std::string lines = "nothing is seen there\n";
   const auto report = [&](const ShadingContext& sc, std::size_t object,
-                          const std::vector<Judgement>& judgements) {
+                          const std::vector<Findings>& findings) {
     const DVector& p = sc.shadingPoint;
     const std::string& name = scene.objects[object].name;
     lines = "object " + name + ", render space (" + numberText(p.x) + ", " + numberText(p.y) +
@@ -138,18 +138,18 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
     json["rayTime"] = sc.rayTime;
     for (std::size_t i = 0; i < textures.size(); ++i) {
       if (what.json) {
-        json["textures"].push_back(answersAsJson(textures[i], judgements[i], sc));
+        json["textures"].push_back(answersAsJson(textures[i], findings[i], sc));
       } else {
         std::string line = textures[i].name.text();
         line.resize(width + 2, ' ');
-        lines += line + answersAsText(textures[i], judgements[i], sc) + "\n";
+        lines += line + answersAsText(textures[i], findings[i], sc) + "\n";
       }
     }
   };
 
   network.renderBegin();
   network.frameBegin();
-  judge(frame, what.x + 0.5, what.y + 0.5, scene.shutter.middle(), textures, report);
+  inspect(frame, what.x + 0.5, what.y + 0.5, scene.shutter.middle(), textures, report);
   network.frameEnd();
   network.renderEnd();
   if (what.json) {

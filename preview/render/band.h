@@ -25,16 +25,16 @@ struct LayerSource {
 };
 
 /// Some rows of a rendered frame. Pixels where nothing is seen are zero.
-struct Film {
+struct Band {
   int firstRow;
-  FloatImage coverage;             ///< the part of a pixel's samples that see anything
+  FloatImage coverage;             ///< the fraction of a pixel's samples that see anything
   std::vector<FloatImage> layers;  ///< one for each source: the means of those samples
 };
 
 /// Renders `rows` rows of a frame, on as many threads as oneTBB may use; the result does not depend
 /// on their number. `progress` is told of each finished part of these rows, from any thread, one at
 /// a time.
-Film renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
+Band renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
                 int firstRow, int rows, const std::function<void(double)>& progress);
 
 }  // namespace preview

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "preview/messages/one_line.h"
+#include "preview/diagnostics/one_line.h"
 
 namespace preview {
 

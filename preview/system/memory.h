@@ -8,7 +8,7 @@
 #include <cmath>
 #include <string>
 
-#include "preview/messages/errors.h"
+#include "preview/diagnostics/errors.h"
 
 namespace preview {
 

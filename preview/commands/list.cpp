@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "preview/list.h"
+#include "preview/commands/list.h"
 
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <span>
 
-#include "preview/messages/selection.h"
+#include "preview/diagnostics/selection.h"
 #include "preview/scene/guarantees.h"
 #include "standin/introspection.h"
 

@@ -11,7 +11,7 @@
 #include "preview/pictures/image_files.h"
 #include "preview/pictures/output_folder.h"
 #include "preview/pictures/page.h"
-#include "preview/render.h"
+#include "preview/render/band.h"
 
 namespace preview {
 
@@ -34,18 +34,18 @@ class FrameFiles {
              std::string suffix, const OutputFolder& folder, bool half);
 
   /// The next rows. `progress` is told of each finished part of them, one at a time.
-  void write(const Film& film, const std::function<void(double)>& progress);
+  void write(const Band& band, const std::function<void(double)>& progress);
 
  private:
   struct PictureFile {
     PngFile png;
-    Reduction thumbnail;
+    Downsampler thumbnail;
     PictureNumbers numbers;
 
     PictureFile(std::filesystem::path path, const Image& size, int channels);
   };
-  void writePicture(std::size_t index, const Film& film);
-  void writeExr(const Film& film);
+  void writePicture(std::size_t index, const Band& band);
+  void writeExr(const Band& band);
   void writeContactSheet() const;
   void writeNumbers() const;
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "preview/render_command.h"
+#include "preview/commands/render.h"
 
 #include <algorithm>
 #include <unordered_set>
 
-#include "preview/frame_files.h"
-#include "preview/messages/errors.h"
-#include "preview/messages/interruption.h"
-#include "preview/messages/memory.h"
-#include "preview/messages/selection.h"
+#include "preview/diagnostics/errors.h"
+#include "preview/diagnostics/selection.h"
 #include "preview/pictures/output_folder.h"
-#include "preview/render.h"
+#include "preview/render/band.h"
+#include "preview/render/frame_files.h"
+#include "preview/system/interruption.h"
+#include "preview/system/memory.h"
 #include "preview/world/frame.h"
 
 namespace preview {
@@ -27,7 +27,8 @@ std::string layerName(const Picture& picture) {
 
 /// The pictures of a scene. One from "node.*" becomes a picture of each output of the node that no
 /// other is from, as far as the output has what is to be shown.
-std::vector<Picture> picturesOf(const Scene& scene, const Network& network, Problems& problems) {
+std::vector<Picture> picturesOf(const Scene& scene, const Network& network,
+                                Diagnostics& diagnostics) {
   std::vector<Picture> pictures;
   std::unordered_set<std::string> names, shown;
   for (const Picture& picture : scene.pictures) shown.insert(picture.from.text());
@@ -48,11 +49,11 @@ std::vector<Picture> picturesOf(const Scene& scene, const Network& network, Prob
     }
   };
   for (const Picture& picture : scene.pictures) {
-    problems.attempt(
+    diagnostics.attempt(
         [&] { picture.from.output == kEveryOutput ? addEvery(picture) : add(picture); });
   }
-  if (pictures.empty() && problems.errors().empty()) {
-    problems.add({"pictures", "no output has what they show"});
+  if (pictures.empty() && diagnostics.errors().empty()) {
+    diagnostics.add({"pictures", "no output has what they show"});
   }
   return pictures;
 }
@@ -65,10 +66,11 @@ void keepOnly(const std::vector<std::string>& patterns, std::vector<Picture>& pi
   std::erase_if(pictures, [&](const Picture& picture) { return !selection.has(picture.name); });
 }
 
-Plan planOf(const std::vector<Picture>& pictures, const Network& network, Problems& problems) {
+Plan planOf(const std::vector<Picture>& pictures, const Network& network,
+            Diagnostics& diagnostics) {
   Plan plan;
   const auto add = [&](const Picture& picture) {
-    if (picture.from.node.empty()) return;  // has been told to be wrong
+    if (picture.from.node.empty()) return;  // has been reported as wrong
     const PluginInterface* texture = network.find(picture.from, picture.place + ".from");
     if (texture == nullptr) return;
     if (channelCount(*texture, picture.show) == 0) {
@@ -84,7 +86,7 @@ Plan planOf(const std::vector<Picture>& pictures, const Network& network, Proble
           {name, texture, picture.show, texture->getInterfaceId() == EXT_TEXTURE_INT});
     }
   };
-  for (const Picture& picture : pictures) problems.attempt([&] { add(picture); });
+  for (const Picture& picture : pictures) diagnostics.attempt([&] { add(picture); });
   return plan;
 }
 
@@ -107,7 +109,7 @@ int rowsAtATime(const Scene& scene, std::size_t rowSize) {
 double bytesOf(const Scene& scene, std::size_t rowSize, int rows) {
   constexpr double kOfPngFile = 300'000;
   constexpr double kCopies = 2;  // of a thumbnail; one is on the contact sheet
-  const Reduction thumbnail(scene.image.width, scene.image.height);
+  const Downsampler thumbnail(scene.image.width, scene.image.height);
   const double ofThumbnail = static_cast<double>(thumbnail.image().values().size_bytes());
   return static_cast<double>(scene.pictures.size()) * (kOfPngFile + kCopies * ofThumbnail) +
          static_cast<double>(rowSize * sizeof(float)) * rows + ExrFile::bytesFor(rowSize);
@@ -130,28 +132,29 @@ std::string frameSuffix(const Scene& scene, std::int32_t frame) {
 
 }  // namespace
 
-std::vector<Picture> checkPictures(const Scene& scene, const Network& network, Problems& problems) {
-  std::vector<Picture> pictures = picturesOf(scene, network, problems);
-  planOf(pictures, network, problems);
+std::vector<Picture> checkPictures(const Scene& scene, const Network& network,
+                                   Diagnostics& diagnostics) {
+  std::vector<Picture> pictures = picturesOf(scene, network, diagnostics);
+  planOf(pictures, network, diagnostics);
   return pictures;
 }
 
 void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions& options,
-                 const Progress& progress, Problems& problems) {
-  const Network network(scene.nodes, library, problems);
-  scene.pictures = picturesOf(scene, network, problems);
-  problems.throwFirst();
+                 const Progress& progress, Diagnostics& diagnostics) {
+  const Network network(scene.nodes, library, diagnostics);
+  scene.pictures = picturesOf(scene, network, diagnostics);
+  diagnostics.throwFirst();
   keepOnly(options.only, scene.pictures);
-  const Plan plan = planOf(scene.pictures, network, problems);
-  problems.throwFirst();
+  const Plan plan = planOf(scene.pictures, network, diagnostics);
+  diagnostics.throwFirst();
   const std::size_t rowSize = numbersOfRow(scene, plan);
   const int rowsAtOnce = rowsAtATime(scene, rowSize);
   const std::string pictures = std::to_string(scene.pictures.size()) + " pictures";
   const double bytes = bytesOf(scene, rowSize, rowsAtOnce);
   checkMemory(pictures, bytes);
   progress("reading", 0);
-  World world(scene, problems);
-  problems.throwFirst();
+  Geometry geometry(scene, diagnostics);
+  diagnostics.throwFirst();
   // While nothing is written, an interruption ends the program at once.
   noteInterruptions();
   OutputFolder folder(options.output);
@@ -164,24 +167,26 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
     network.renderBegin();
     const Frames& frames = options.frames;
     for (std::int32_t number = frames.first; number <= frames.last; ++number) {
-      const auto ofAll = [&](double part) {
-        return (number - frames.first + part) / frames.count();
+      const auto ofAll = [&](double fraction) {
+        return (number - frames.first + fraction) / frames.count();
       };
       progress("building", ofAll(0));
-      const Frame frame(scene, world, number, options.log);
+      const Frame frame(scene, geometry, number, options.log);
       network.frameBegin();
       FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
                        options.half);
       for (int row = 0; row < scene.image.height; row += rowsAtOnce) {
         const int rows = std::min(rowsAtOnce, scene.image.height - row);
-        const auto report = [&](const char* doing, double part) {
+        const auto report = [&](const char* doing, double fraction) {
           throwIfInterrupted();
-          progress(doing, ofAll((row + part * rows) / scene.image.height));
+          progress(doing, ofAll((row + fraction * rows) / scene.image.height));
         };
-        const Film film = renderRows(scene, frame, plan.sources, row, rows,
-                                     [&](double part) { report("rendering", part * rendering); });
-        files.write(film,
-                    [&](double part) { report("writing", rendering + part * (1 - rendering)); });
+        const Band band = renderRows(scene, frame, plan.sources, row, rows, [&](double fraction) {
+          report("rendering", fraction * rendering);
+        });
+        files.write(band, [&](double fraction) {
+          report("writing", rendering + fraction * (1 - rendering));
+        });
       }
       network.frameEnd();
     }

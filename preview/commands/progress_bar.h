@@ -19,14 +19,14 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  void show(const char* doing, double part) {
+  void show(const char* doing, double fraction) {
     if (!visible_) return;
-    if (part == 0) begin_ = Clock::now();
+    if (fraction == 0) begin_ = Clock::now();
     constexpr int kMarks = 50;
-    const std::string marks(static_cast<std::size_t>(part * kMarks), '#');
+    const std::string marks(static_cast<std::size_t>(fraction * kMarks), '#');
     char line[128];
     std::snprintf(line, sizeof line, "%-9s [%-*s] %3d %%%s", doing, kMarks, marks.c_str(),
-                  static_cast<int>(part * 100), timeLeft(part).c_str());
+                  static_cast<int>(fraction * 100), timeLeft(fraction).c_str());
     if (shown_ == line) return;
     shown_ = line;
     std::fprintf(stderr, "\r\033[K%s", line);
@@ -35,11 +35,11 @@ class ProgressBar {
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::string timeLeft(double part) const {
+  std::string timeLeft(double fraction) const {
     constexpr double kSoon = 1;  // seconds after which a guess is of use
     const double passed = std::chrono::duration<double>(Clock::now() - begin_).count();
-    if (part == 0 || passed < kSoon) return "";
-    const auto left = std::llround(passed * (1 - part) / part);
+    if (fraction == 0 || passed < kSoon) return "";
+    const auto left = std::llround(passed * (1 - fraction) / fraction);
     constexpr int kMinute = 60;
     return left < kMinute ? ", " + std::to_string(left) + " s left"
                           : ", " + std::to_string((left + kMinute / 2) / kMinute) + " min left";

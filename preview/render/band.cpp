@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "preview/render.h"
+#include "preview/render/band.h"
 
 #include <oneapi/tbb/blocked_range2d.h>
 #include <oneapi/tbb/parallel_for.h>
@@ -37,17 +37,17 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<LayerSo
 }
 
 void renderTile(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
-                const Tile& tile, Film& film) {
+                const Tile& tile, Band& band) {
   Sums sums(sources.size());
   for (int row = tile.rows().begin(); row < tile.rows().end(); ++row) {
     for (int x = tile.cols().begin(); x < tile.cols().end(); ++x) {
       sums.assign(sources.size(), {});
-      const int seen = addSamples(scene, frame, sources, x, film.firstRow + row, sums);
+      const int seen = addSamples(scene, frame, sources, x, band.firstRow + row, sums);
       if (seen == 0) continue;
-      film.coverage.pixel(x, row)[0] =
+      band.coverage.pixel(x, row)[0] =
           static_cast<float>(seen) / static_cast<float>(scene.image.samples);
       for (std::size_t i = 0; i < sources.size(); ++i) {
-        const std::span<float> pixel = film.layers[i].pixel(x, row);
+        const std::span<float> pixel = band.layers[i].pixel(x, row);
         const int summed = sources[i].isInteger ? 1 : seen;
         for (std::size_t c = 0; c < pixel.size(); ++c) {
           pixel[c] = static_cast<float>(sums[i][c] / summed);
@@ -59,25 +59,25 @@ void renderTile(const Scene& scene, const Frame& frame, const std::vector<LayerS
 
 }  // namespace
 
-Film renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
+Band renderRows(const Scene& scene, const Frame& frame, const std::vector<LayerSource>& sources,
                 int firstRow, int rows, const std::function<void(double)>& progress) {
   const int width = scene.image.width;
-  Film film{firstRow, FloatImage(width, rows, 1), {}};
+  Band band{firstRow, FloatImage(width, rows, 1), {}};
   for (const LayerSource& source : sources) {
-    film.layers.emplace_back(width, rows, source.channels());
+    band.layers.emplace_back(width, rows, source.channels());
   }
 
   std::mutex mutex;
   std::size_t done = 0;  // pixels
   const auto render = [&](const Tile& tile) {
-    renderTile(scene, frame, sources, tile, film);
+    renderTile(scene, frame, sources, tile, band);
     const std::lock_guard lock(mutex);
     done += tile.rows().size() * tile.cols().size();
-    progress(static_cast<double>(done) / static_cast<double>(film.coverage.pixels()));
+    progress(static_cast<double>(done) / static_cast<double>(band.coverage.pixels()));
   };
   tbb::parallel_for(Tile(0, rows, kTileSize, 0, width, kTileSize), render,
                     tbb::simple_partitioner());
-  return film;
+  return band;
 }
 
 }  // namespace preview
