@@ -2,10 +2,10 @@
 #include "preview/scene/json_file.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <string_view>
 #include <unordered_set>
 
 #include "preview/system/memory.h"
@@ -14,64 +14,24 @@ namespace preview {
 
 namespace {
 
-/// Leads the parser through a text, and knows how far it is.
-class TextIterator {
- public:
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = const char&;
-
-  TextIterator(const char* at, const char*& reached) : at_(at), reached_(&reached) {}
-  reference operator*() const { return *at_; }
-  TextIterator& operator++() {
-    *reached_ = ++at_;
-    return *this;
-  }
-  TextIterator operator++(int) {
-    TextIterator before = *this;
-    ++*this;
-    return before;
-  }
-  bool operator==(const TextIterator& other) const { return at_ == other.at_; }
-
- private:
-  const char* at_;
-  const char** reached_;
-};
-
-/// Builds the values from what the parser tells, each time just behind the end of a token; behind a
-/// number it has seen one character more.
+/// Builds the values from the parser's events. Each is of one token, and steps through the text to
+/// it: the parser has found it well-formed, but does not say where it is.
 class Builder {
  public:
-  Builder(const std::string& text, const char*& reached, JsonValue& root, Diagnostics& diagnostics)
-      : text_(text),
-        reached_(reached),
-        counted_(text.data()),
-        root_(root),
-        diagnostics_(diagnostics) {}
+  Builder(const std::string& text, JsonValue& root, Diagnostics& diagnostics)
+      : text_(text), at_(text.c_str()), counted_(at_), root_(root), diagnostics_(diagnostics) {}
 
   // The parser calls them by these names.
   // NOLINTBEGIN(readability-identifier-naming)
-  bool null() { return literal({.kind = JsonValue::Kind::Null, .written = "null"}); }
-  bool boolean(bool value) {
-    return literal(
-        {.kind = JsonValue::Kind::Boolean, .boolean = value, .written = value ? "true" : "false"});
+  bool null() { return add({.kind = JsonValue::Kind::Null}); }
+  bool boolean(bool value) { return add({.kind = JsonValue::Kind::Boolean, .boolean = value}); }
+  bool number_integer(std::int64_t value) { return number_float(static_cast<double>(value), ""); }
+  bool number_unsigned(std::uint64_t value) { return number_float(static_cast<double>(value), ""); }
+  bool number_float(double value, const std::string& /*written*/) {
+    return add({.kind = JsonValue::Kind::Number, .number = value});
   }
-  bool number_integer(std::int64_t value) {
-    return number(static_cast<double>(value), std::to_string(value));
-  }
-  bool number_unsigned(std::uint64_t value) {
-    return number(static_cast<double>(value), std::to_string(value));
-  }
-  bool number_float(double value, const std::string& written) { return number(value, written); }
   bool string(std::string& value) {
-    const char* begin = beginOfText();
-    add(begin, {.kind = JsonValue::Kind::Text,
-                .text = std::move(value),
-                .written = shortened({begin, reached_})});
-    return true;
+    return add({.kind = JsonValue::Kind::Text, .text = std::move(value)});
   }
   bool binary(nlohmann::json::binary_t& /*value*/) { return false; }  // of other formats
 
@@ -81,28 +41,28 @@ class Builder {
   bool end_array() { return close(); }
   bool key(std::string& name) {
     Level& level = open_.back();
-    level.position = positionAt(beginOfText());
-    if (!level.names.insert(name).second) {
-      diagnostics_.add({place() + name, "occurs twice", level.position});
-    }
+    level.position = positionAt(nextToken().data());
     level.name = std::move(name);
+    if (!level.names.insert(level.name).second) {
+      diagnostics_.add({place(), "occurs twice", level.position});
+    }
     return true;
   }
 
-  [[noreturn]] bool parse_error(std::size_t /*position*/, const std::string& last,
+  [[noreturn]] bool parse_error(std::size_t charactersRead, const std::string& last,
                                 const nlohmann::detail::exception& error) {
     constexpr int kNumberOverflow = 406;
     if (error.id == kNumberOverflow) {
-      throw SceneError(openPlace(), shortened(last) + " is greater than any number",
-                       positionAt(beginOfNumber()));
+      throw SceneError(place(), shortened(last) + " is greater than any number",
+                       positionAt(nextToken().data()));
     }
     // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."
     const std::string text = error.what();
     const std::size_t prefix = text.find("column ");
     const std::size_t reason = text.find(": ", prefix == std::string::npos ? 0 : prefix);
-    const char* lastRead = reached_ == text_.data() ? reached_ : reached_ - 1;
+    const std::size_t read = std::max<std::size_t>(1, std::min(charactersRead, text_.size()));
     throw SceneError("", reason == std::string::npos ? text : text.substr(reason + 2),
-                     positionAt(lastRead));
+                     positionAt(text_.c_str() + read - 1));
   }
   // NOLINTEND(readability-identifier-naming)
 
@@ -122,60 +82,48 @@ class Builder {
  private:
   struct Level {
     JsonValue* value;
-    std::string name;  // of the member that comes next
+    std::string name;  // of the member that comes next, or is open
     Position position;
     std::unordered_set<std::string> names;
   };
 
-  const char* beginOfText() const {
-    const char* begin = reached_ - 1;
-    for (bool escaped = true; escaped;) {
-      while (*--begin != '"') {
+  std::string_view nextToken() {
+    for (;;) {
+      at_ += std::strspn(at_, " \t\r\n,:\xEF\xBB\xBF");  // a byte order mark, too
+      if (*at_ != '/') break;
+      at_ = at_[1] == '*' ? std::strstr(at_ + 2, "*/") + 2 : at_ + std::strcspn(at_, "\r\n");
+    }
+    const char* first = at_;
+    if (*at_ == '"') {
+      while (*++at_ != '"') at_ += *at_ == '\\' ? 1 : 0;
+    }
+    at_ += std::max<std::size_t>(1, std::strcspn(at_, " \t\r\n,:[]{}/\""));
+    return {first, at_};
+  }
+
+  /// Where the value that comes next stands, as in "camera.keys[1].target".
+  std::string place() const {
+    std::string place;
+    for (const Level& level : open_) {
+      if (level.value->kind == JsonValue::Kind::List) {
+        const bool isInnermost = &level == &open_.back();
+        const std::size_t count = level.value->members.size();
+        place += "[" + std::to_string(isInnermost ? count : count - 1) + "]";
+      } else {
+        place += (place.empty() ? "" : ".") + level.name;
       }
-      escaped = false;
-      for (const char* before = begin; before != text_.data() && *--before == '\\';) {
-        escaped = !escaped;
-      }
     }
-    return begin;
+    return place;
   }
 
-  const char* beginOfNumber() const {
-    const char* begin = reached_;
-    const auto before = [&] { return static_cast<unsigned char>(begin[-1]); };
-    while (begin != text_.data() && std::isdigit(before()) == 0) --begin;
-    while (begin != text_.data() &&
-           (std::isalnum(before()) != 0 || before() == '.' || before() == '-' || before() == '+')) {
-      --begin;
-    }
-    return begin;
-  }
-
-  bool literal(JsonValue value) {
-    const char* begin = reached_ - value.written.size();
-    add(begin, std::move(value));
+  bool add(JsonValue value) {
+    const std::string_view token = nextToken();
+    const bool hasName = !open_.empty() && open_.back().value->kind == JsonValue::Kind::Object;
+    if (hasName) value.name = open_.back().name;
+    value.position = hasName ? open_.back().position : positionAt(token.data());
+    value.written = shortened(std::string(token));
+    (open_.empty() ? root_ : open_.back().value->members.emplace_back()) = std::move(value);
     return true;
-  }
-
-  bool number(double number, const std::string& written) {
-    add(beginOfNumber(),
-        {.kind = JsonValue::Kind::Number, .number = number, .written = shortened(written)});
-    return true;
-  }
-
-  JsonValue* add(const char* begin, JsonValue value) {
-    if (open_.empty()) {
-      value.position = positionAt(begin);
-      return &(root_ = std::move(value));
-    }
-    Level& level = open_.back();
-    if (level.value->kind == JsonValue::Kind::List) {
-      value.position = positionAt(begin);
-    } else {
-      value.name = std::move(level.name);
-      value.position = level.position;
-    }
-    return &level.value->members.emplace_back(std::move(value));
   }
 
   bool open(JsonValue::Kind kind) {
@@ -183,45 +131,21 @@ class Builder {
     if (open_.size() == kMaxDepth) {
       throw SceneError(
           "", "more than " + std::to_string(kMaxDepth) + " lists and objects in each other",
-          positionAt(reached_ - 1));
+          positionAt(nextToken().data()));
     }
-    JsonValue* value = add(reached_ - 1, {.kind = kind});
-    open_.push_back({value, {}, {}, {}});
+    add({.kind = kind});
+    open_.push_back({open_.empty() ? &root_ : &open_.back().value->members.back(), {}, {}, {}});
     return true;
   }
 
   bool close() {
+    nextToken();
     open_.pop_back();
     return true;
   }
 
-  /// Where a member of the innermost object stands, but for its name.
-  std::string place() const {
-    std::string place;
-    for (std::size_t i = 0; i + 1 < open_.size(); ++i) {
-      const JsonValue& value = *open_[i].value;
-      if (value.kind == JsonValue::Kind::List) {
-        if (!place.empty()) place.pop_back();
-        place += "[" + std::to_string(value.members.size() - 1) + "].";
-      } else {
-        place += value.members.back().name + ".";
-      }
-    }
-    return place;
-  }
-
-  /// Where the value that comes next stands.
-  std::string openPlace() const {
-    if (open_.empty()) return "";
-    const Level& level = open_.back();
-    std::string result = place();
-    if (level.value->kind == JsonValue::Kind::Object) return result + level.name;
-    result.resize(result.empty() ? 0 : result.size() - 1);
-    return result + "[" + std::to_string(level.value->members.size()) + "]";
-  }
-
   const std::string& text_;
-  const char*& reached_;
+  const char* at_;  // behind the last token
   const char* counted_;
   Position position_ = {1, 1};
   JsonValue& root_;
@@ -246,15 +170,12 @@ JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics) 
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
   JsonValue root;
-  const char* reached = text.data();
-  Builder builder(text, reached, root, diagnostics);
+  Builder builder(text, root, diagnostics);
   // The parser would take it for the end.
   if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
     throw SceneError("", unexpected("a NUL", "text"), builder.positionAt(text.data() + nul));
   }
-  nlohmann::json::sax_parse(TextIterator(text.data(), reached),
-                            TextIterator(text.data() + text.size(), reached), &builder,
-                            nlohmann::json::input_format_t::json, true, true);
+  nlohmann::json::sax_parse(text, &builder, nlohmann::json::input_format_t::json, true, true);
   return root;
 }
 

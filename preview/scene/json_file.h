@@ -17,7 +17,7 @@ struct JsonValue {
   bool boolean = false;
   double number = 0;
   std::string text = {};
-  std::string written = {};  ///< as it stands in the file, shortened; empty for those with members
+  std::string written = {};  ///< as it stands in the file, shortened; of members the bracket alone
   std::vector<JsonValue> members = {};  ///< of an object or a list
 
   std::string name = {};   ///< as a member of an object
