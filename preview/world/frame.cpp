@@ -33,23 +33,22 @@ Geometry::Geometry(const Scene& scene, Diagnostics& diagnostics) {
                                std::to_string(triangles) + " triangles, take " + memoryText(bytes));
     }
   };
-  std::vector<const Object*> toMake;
+  std::vector<std::pair<const Object*, MeshSource>> sources;
   for (const Object& object : scene.objects) {
     const auto [known, isNew] = meshes_.try_emplace(object.shape);
     objects_.push_back({&known->second, object.toWorld});
     if (!isNew) continue;
-    std::size_t count = 0;
-    const auto look = [&] { count = countTriangles(object.shape); };
-    if (!diagnostics.attempt([&] { at(object, look); })) continue;
-    triangles += count;
-    bytes += bytesOfTriangle(object.shape) * static_cast<double>(count);
+    MeshSource source;
+    const auto read = [&] { source = sourceOf(object.shape); };
+    if (!diagnostics.attempt([&] { at(object, read); })) continue;
+    triangles += source.triangles;
+    bytes += bytesOfTriangle(object.shape) * static_cast<double>(source.triangles);
     at(object,
        [&] { checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes); });
-    toMake.push_back(&object);
+    sources.emplace_back(&object, std::move(source));
   }
-  for (const Object* object : toMake) {
-    const auto make = [&] { meshes_[object->shape] = makeMesh(object->shape); };
-    diagnostics.attempt([&] { at(*object, make); });
+  for (auto& [object, source] : sources) {
+    at(*object, [&] { meshes_[object->shape] = std::exchange(source.make, nullptr)(); });
   }
 }
 
