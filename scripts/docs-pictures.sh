@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: scripts/docs-pictures.sh PREVIEW FOLDER
+# usage: scripts/docs-pictures.sh PREVIEW FOLDER [BROWSER]
 # Renders the pictures that docs/plugins.md shows into FOLDER/gallery, all of them on one sheet for the README, and that
-# of each recipe, which has the name of its scene, into FOLDER/recipes.
+# of each recipe, which has the name of its scene, into FOLDER/recipes. With a browser, also the network of each recipe, as
+# the page draws it, into FOLDER/networks.
 set -euo pipefail
 preview=$(realpath "$1")
 mkdir -p "$2"
 folder=$(realpath "$2")
+browser=${3:-}
 . "$(dirname "$0")/common.sh"
 
 rendered=$(mktemp -d)
@@ -21,5 +23,23 @@ for name in $shown; do mv "$rendered/gallery/$name.png" "$folder/gallery"; done
 for scene in scenes/recipes/*.json; do
   name=$(basename "$scene" .json)
   "$preview" render "$scene" -o "$rendered/$name" --only "$name"
-  mv "$rendered/$name/$name.png" "$folder/recipes"
+  cp "$rendered/$name/$name.png" "$folder/recipes"
+done
+if [[ -z $browser ]]; then exit; fi
+
+open_page() { # NAME OPTION...
+  "$browser" --headless --no-sandbox --disable-gpu --user-data-dir="$rendered/profile" --hide-scrollbars \
+    --virtual-time-budget=5000 "${@:2}" "file://$rendered/$1/network.html#/network" 2>"$rendered/log"
+}
+mkdir "$folder/networks"
+for scene in scenes/recipes/*.json; do
+  name=$(basename "$scene" .json)
+  "$preview" render "$scene" -o "$rendered/$name"
+  {
+    cat "$rendered/$name/index.html"
+    echo "<style>header, #legend { display: none !important; }</style>"
+    echo "<script>zoomTo(1); document.title = [find('canvas').offsetWidth, find('canvas').offsetHeight];</script>"
+  } >"$rendered/$name/network.html"
+  size=$(open_page "$name" --dump-dom | sed -n 's|.*<title>\([0-9]*,[0-9]*\)</title>.*|\1|p')
+  open_page "$name" --window-size="$size" --screenshot="$folder/networks/$name.png"
 done

@@ -9,11 +9,11 @@ document=docs/plugins.md
 marker='## Parameters as registered'
 
 grep -qxF "$marker" "$document" || fail "no line \"$marker\" in $document"
-build_preset release build samplerinfo samplerinfo-preview
+build_preset release "build browser" samplerinfo samplerinfo-preview
 preview=build/release/preview/samplerinfo-preview
 pictures=build/pictures
 rm -rf "$pictures"
-step "pictures" scripts/docs-pictures.sh "$preview" "$pictures"
+step "pictures" scripts/docs-pictures.sh "$preview" "$pictures" chromium
 rm -rf docs/pictures
 mv "$pictures" docs/pictures
 tables=$("$preview" list --markdown)

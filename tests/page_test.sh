@@ -23,7 +23,9 @@ cat >scene.json <<'EOS'
     "n": {"plugin": "constant", "params": {"value": -1}},
     "v": {"plugin": "constant", "params": {"value": [4, -2, 0]}},
     "inverted": {"plugin": "Float3ToAColor", "params": {"float1": 3, "invert": true}},
-    "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n", "float_b": 0.5}}
+    "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n", "float_b": 0.5}},
+    "side": {"plugin": "TexVectorOp", "params": {"vector_a": "v", "mult_a": "tint.sum"}},
+    "shade": {"plugin": "TexAColorOp", "params": {"color_a": "inverted", "mult_a": "side.x", "mult_b": "tint.sum"}}
   },
   "pictures": {
     "a": {"from": "n"},
@@ -35,6 +37,11 @@ cat >scene.json <<'EOS'
   }
 }
 EOS
+# A cycle is refused, and nothing is written.
+sed 's/"float_a": "n"/"float_a": "side.x"/' scene.json >cycle.json
+if "$preview" render cycle.json -o cycle 2>errors || [[ $? != 2 || -e cycle ]]; then exit 1; fi
+grep -q 'a cycle: tint <- side <- tint$' errors
+
 for frame in 2 4; do "$preview" render scene.json -o out --frames $frame; done
 {
   cat out/index.html
@@ -49,3 +56,56 @@ timeout 120 chromium --headless --no-sandbox --disable-gpu --user-data-dir="$fol
 if grep CONSOLE log; then exit 1; fi
 grep -o '<title>.*</title>' dom
 grep -q '<title>All is as expected</title>' dom
+
+# Keys as a keyboard gives them: the browser takes its orders from a pipe, each ending in a zero byte.
+mkfifo orders answers
+timeout 120 chromium --headless --no-sandbox --disable-gpu --user-data-dir="$folder/profile" --remote-debugging-pipe \
+  "file://$folder/out/index.html#/network" 3<orders 4>answers 2>/dev/null &
+exec 7>orders 8<answers
+id=0 session='' answer=''
+order() { # METHOD PARAMETERS
+  id=$((id + 1))
+  printf '{"id":%d,"method":"%s","params":{%s}%s}\0' $id "$1" "$2" "${session:+,\"sessionId\":\"$session\"}" >&7
+  until [[ $answer == "{\"id\":$id,"* ]]; do read -r -d '' answer <&8; done
+}
+answered() { # NAME of a text
+  local text=${answer#*"\"$1\":\""}
+  echo "${text%%'"'*}"
+}
+evaluate() {
+  order Runtime.evaluate "\"expression\":\"String($1)\""
+  value=$(answered value)
+}
+expect() { # WHAT EXPRESSION EXPECTED
+  for _ in {1..50}; do
+    evaluate "$2"
+    if [[ $value == "$3" ]]; then return; fi
+    sleep 0.1
+  done
+  echo "$1: expected $3, got $value"
+  exit 1
+}
+key() { # NAME CODE [TEXT]
+  local common="\"key\":\"$1\",\"code\":\"$1\",\"windowsVirtualKeyCode\":$2"
+  order Input.dispatchKeyEvent "\"type\":\"keyDown\",$common${3:+,\"text\":\"$3\"}"
+  order Input.dispatchKeyEvent "\"type\":\"keyUp\",$common"
+}
+
+order Target.getTargets ""
+answer=${answer%%'","type":"page"'*}
+target=${answer##*'"'}
+order Target.attachToTarget "\"targetId\":\"$target\",\"flatten\":true"
+session=$(answered sessionId)
+expect "boxes" "document.querySelectorAll('.box').length" 6
+evaluate "boxes.get('n').link.focus()"
+for name in tint side shade; do
+  key ArrowRight 39
+  expect "from source to sink" "document.activeElement.textContent" "$name"
+done
+evaluate "thumbs.get('sum').parentElement.focus()"
+key Enter 13 '\r'
+expect "Enter on a small picture" "[location.hash, dialog.hidden]" "#/network/tint.sum/sum,false"
+key Escape 27
+expect "back" "[location.hash, dialog.hidden, document.activeElement === thumbs.get('sum').parentElement]" "#/network/tint.sum,true,true"
+order Browser.close ""
+wait

@@ -2,6 +2,7 @@
 #include "preview/commands/render.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <unordered_set>
 
 #include "preview/diagnostics/errors.h"
@@ -9,6 +10,7 @@
 #include "preview/pictures/output_folder.h"
 #include "preview/render/band.h"
 #include "preview/render/frame_files.h"
+#include "preview/render/page_data.h"
 #include "preview/system/interruption.h"
 #include "preview/system/memory.h"
 #include "preview/world/frame.h"
@@ -165,6 +167,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
 
   try {
     network.renderBegin();
+    std::string page;
     const Frames& frames = options.frames;
     for (std::int32_t number = frames.first; number <= frames.last; ++number) {
       const auto ofAll = [&](double fraction) {
@@ -173,6 +176,9 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
       progress("building", ofAll(0));
       const Frame frame(scene, geometry, number, options.log);
       network.frameBegin();
+      if (page.empty()) {
+        page = pageText(pageData(scene, plan, network, library, frameDigits(scene)));
+      }
       FrameFiles files(scene, plan, frame, number, frameSuffix(scene, number), folder,
                        options.half);
       for (int row = 0; row < scene.image.height; row += rowsAtOnce) {
@@ -191,7 +197,7 @@ void renderScene(Scene scene, const PluginLibrary& library, const RenderOptions&
       network.frameEnd();
     }
     network.renderEnd();
-    writePage(folder.pathFor("index.html"), pageOf(scene, plan, frameDigits(scene)));
+    writeText(folder.pathFor("index.html"), page);
   } catch (const WriteError& e) {
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {

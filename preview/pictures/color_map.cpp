@@ -47,11 +47,11 @@ Color colorOf(std::span<const float> values, double low, double high, Lines line
   bool above = false, below = false;
   for (std::size_t c = 0; c < color.size(); ++c) {
     const double value = values.size() == 1 ? values[0] : values[c];
-    const double part = (value - low) / (high - low);
-    above = above || part > 1;
-    below = below || part < 0;
-    const double clipped = std::clamp(part, 0.0, 1.0);
-    const bool isLine = clipped != part && lines.stripe;
+    const double fraction = (value - low) / (high - low);
+    above = above || fraction > 1;
+    below = below || fraction < 0;
+    const double clipped = std::clamp(fraction, 0.0, 1.0);
+    const bool isLine = clipped != fraction && lines.stripe;
     color[c] = static_cast<float>(isLine ? 1 - clipped : clipped);
   }
   specials.aboveWhite += above ? 1 : 0;

@@ -29,7 +29,7 @@ struct ColorImage {
 /// colour has its own, and alpha is not shown. What lies outside is clipped, and striped with the
 /// opposite end, which tells it from black and white. A pixel is magenta if any of its values,
 /// alpha included, is NaN, or else white with a black grid if any is plus infinity, or else black
-/// with a white grid if any is minus infinity. `coverage` has one channel: the part of each pixel
+/// with a white grid if any is minus infinity. `coverage` has one channel: the fraction of a pixel
 /// that has a value at all. The rest is grey. `firstRow` is that of `values` in the whole picture.
 ColorImage mapToColors(const FloatImage& values, const FloatImage& coverage, double low,
                        double high, int firstRow);

@@ -7,7 +7,10 @@
 #include <string_view>
 #include <system_error>
 
+#include "network_js.h"
+#include "page_css.h"
 #include "page_html.h"
+#include "page_js.h"
 #include "preview/pictures/image_files.h"
 
 namespace preview {
@@ -24,40 +27,21 @@ std::string scriptOf(const Json& json) {
   return text;
 }
 
-void writeText(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) throw WriteError(path, std::generic_category().message(errno));
-}
-
 }  // namespace
 
-void writePage(const std::filesystem::path& path, const PageScene& scene) {
-  Json pictures = Json::array();
-  for (const PagePicture& picture : scene.pictures) {
-    pictures.push_back({{"name", picture.name},
-                        {"caption", picture.caption},
-                        {"layer", picture.layer},
-                        {"node", picture.node},
-                        {"plugin", picture.plugin},
-                        {"kind", picture.kind},
-                        {"channels", picture.channels},
-                        {"boundsEnclose", picture.boundsEnclose},
-                        {"low", picture.low},
-                        {"high", picture.high}});
-  }
-  const Json json = {{"name", scene.name},       {"width", scene.width}, {"height", scene.height},
-                     {"samples", scene.samples}, {"first", scene.first}, {"last", scene.last},
-                     {"digits", scene.digits},   {"pictures", pictures}};
-  constexpr std::string_view kGap = "/*SCENE*/null";
+std::string pageText(const Json& scene) {
   std::string page = kPageHtml;
-  page.replace(page.find(kGap), kGap.size(), scriptOf(json));
-  writeText(path, page);
+  const auto fill = [&](std::string_view gap, const std::string& text) {
+    page.replace(page.find(gap), gap.size(), text);
+  };
+  fill("/*STYLE*/", kPageCss);
+  fill("/*PAGE*/", kPageJs);
+  fill("/*NETWORK*/", kNetworkJs);
+  fill("/*SCENE*/null", scriptOf(scene));
+  return page;
 }
 
-void writePageNumbers(const std::filesystem::path& path, std::int32_t frame,
-                      std::span<const PictureNumbers> pictures) {
+std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures) {
   Json json = Json::array();
   for (const PictureNumbers& picture : pictures) {
     Json channels = Json::array();
@@ -73,7 +57,14 @@ void writePageNumbers(const std::filesystem::path& path, std::int32_t frame,
                     {"outsideBounds", outside ? Json(*outside) : Json()},
                     {"channels", channels}});
   }
-  writeText(path, "takeNumbers(" + std::to_string(frame) + ", " + scriptOf(json) + ");\n");
+  return "takeNumbers(" + std::to_string(frame) + ", " + scriptOf(json) + ");\n";
+}
+
+void writeText(const std::filesystem::path& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  if (!file) throw WriteError(path, std::generic_category().message(errno));
 }
 
 }  // namespace preview

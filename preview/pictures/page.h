@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <span>
 #include <string>
@@ -11,27 +12,10 @@
 
 #include "preview/pictures/color_map.h"
 
-/// The page that shows a folder of pictures in a browser. What it says of the scene is the same
-/// for every frame; the numbers of each frame are in a file of their own, which it loads.
+/// The page that shows a folder of pictures, and the network behind them, in a browser. What it
+/// says of the scene is the same for every frame; the numbers of each frame are in a file of their
+/// own, which it loads.
 namespace preview {
-
-struct PagePicture {
-  std::string name, caption;
-  std::string layer;         ///< as in "facing.facing_ratio"
-  std::string node, plugin;  ///< that the layer is of
-  std::string kind;          ///< as in "float"
-  std::string channels;      ///< a letter each, as in "XYZ"
-  bool boundsEnclose;        ///< as promised; else a value may lie outside without a warning
-  double low, high;          ///< the values that become black and white
-};
-
-struct PageScene {
-  std::string name;
-  std::int32_t width, height, samples;
-  std::int32_t first, last;  ///< frames
-  std::size_t digits;        ///< of frame numbers in file names; 0 if these have none
-  std::vector<PagePicture> pictures;
-};
 
 /// The least and the greatest finite value of a channel; infinite if there is none.
 struct FiniteRange {
@@ -46,9 +30,13 @@ struct PictureNumbers {
   std::vector<FiniteRange> channels;
 };
 
-/// Both throw `WriteError`.
-void writePage(const std::filesystem::path& path, const PageScene& scene);
-void writePageNumbers(const std::filesystem::path& path, std::int32_t frame,
-                      std::span<const PictureNumbers> pictures);
+/// The page with the scene that its script shows, as `pageData` gives it.
+std::string pageText(const nlohmann::ordered_json& scene);
+
+/// The script with the numbers of a frame.
+std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures);
+
+/// Throws `WriteError`.
+void writeText(const std::filesystem::path& path, const std::string& text);
 
 }  // namespace preview

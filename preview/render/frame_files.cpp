@@ -38,12 +38,6 @@ FloatImage associated(const FloatImage& values, const FloatImage& coverage) {
   return result;
 }
 
-/// Viewers take Y alone for luminance: a number is called a value, V.
-const char* channelNames(const LayerSource& source) {
-  const int channels = source.channels();
-  return channels == 1 ? "V" : channels == 3 ? "XYZ" : "RGBA";
-}
-
 std::vector<ExrLayer> layersOf(const Plan& plan) {
   std::vector<ExrLayer> layers = {{"", "RGBA", false}};
   for (const LayerSource& source : plan.sources) {
@@ -94,32 +88,9 @@ std::string captionOf(const Picture& picture, const std::string& layer,
 
 }  // namespace
 
-PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits) {
-  PageScene page{.name = scene.file.stem().string(),
-                 .width = scene.image.width,
-                 .height = scene.image.height,
-                 .samples = scene.image.samples,
-                 .first = scene.frames.first,
-                 .last = scene.frames.last,
-                 .digits = digits,
-                 .pictures = {}};
-  Connections connections(scene.nodes);
-  for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
-    const Picture& picture = scene.pictures[i];
-    const LayerSource& source = plan.sources[plan.sourceOfPicture[i]];
-    const Expectation expected = expectationOf({picture.from, source.texture}, connections);
-    page.pictures.push_back({.name = picture.name,
-                             .caption = picture.caption,
-                             .layer = source.name,
-                             .node = expected.node->name,
-                             .plugin = expected.node->plugin,
-                             .kind = kindName(*source.texture),
-                             .channels = channelNames(source),
-                             .boundsEnclose = expected.boundsEnclose,
-                             .low = picture.low,
-                             .high = picture.high});
-  }
-  return page;
+const char* channelNames(const LayerSource& source) {
+  const int channels = source.channels();
+  return channels == 1 ? "V" : channels == 3 ? "XYZ" : "RGBA";
 }
 
 FrameFiles::PictureFile::PictureFile(std::filesystem::path path, const Image& size, int channels)
@@ -199,7 +170,7 @@ void FrameFiles::writeContactSheet() const {
 void FrameFiles::writeNumbers() const {
   std::vector<PictureNumbers> numbers;
   for (const auto& picture : pictures_) numbers.push_back(picture->numbers);
-  writePageNumbers(folder_.pathFor("index" + suffix_ + ".js"), number_, numbers);
+  writeText(folder_.pathFor("index" + suffix_ + ".js"), pageNumbersText(number_, numbers));
 }
 
 }  // namespace preview

@@ -21,8 +21,8 @@ struct Plan {
   std::vector<std::size_t> sourceOfPicture;
 };
 
-/// What `index.html` says of a scene; `digits` as in `PageScene`.
-PageScene pageOf(const Scene& scene, const Plan& plan, std::size_t digits);
+/// A letter each. Viewers take Y alone for luminance: a number is called a value, V.
+const char* channelNames(const LayerSource& source);
 
 /// The files of one frame, written in rows from top to bottom as they are rendered: a PNG for each
 /// picture, the contact sheet, what the page says of the frame, and all raw values in an EXR file.

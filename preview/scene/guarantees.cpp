@@ -36,4 +36,23 @@ Guarantee guaranteeOf(const std::string& plugin, const std::string& output) {
   return {};
 }
 
+std::string absentInput(const std::string& plugin, const std::string& input) {
+  static const std::vector<Row> kRows = rowsOf("absent");
+  const std::string name = plugin + "." + input;
+  std::string text;
+  bool isByOutput = false;
+  for (const Row& row : kRows) {
+    if (row[1] != name) continue;
+    isByOutput = isByOutput || row.size() > 3 || row[2] == "output";
+    if (row[2] == "output") continue;
+    if (!text.empty()) text += " or ";
+    for (const char c : row[2]) {
+      text += c;
+      if (c == ',') text += ' ';
+    }
+  }
+  if (isByOutput) text.append(text.empty() ? "by the output" : ", by the output");
+  return text;
+}
+
 }  // namespace preview

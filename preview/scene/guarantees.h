@@ -3,8 +3,8 @@
 
 #include <string>
 
-/// What outputs guarantee beyond a value. Scenes rely on them as they are, so the exceptions are
-/// known rather than mended: `preview/data/outputs.txt` lists them.
+/// What outputs guarantee beyond a value, and what absent inputs count as. Scenes rely on them as
+/// they are, so the exceptions are known rather than mended: `preview/data/outputs.txt` lists them.
 namespace preview {
 
 struct Guarantee {
@@ -15,5 +15,8 @@ struct Guarantee {
 /// The guarantee of an output, or of a plugin that is itself a texture where `output` is empty.
 /// Textures of the host guarantee everything.
 Guarantee guaranteeOf(const std::string& plugin, const std::string& output);
+
+/// What an input that is not connected counts as, in words; empty if nothing is known of it.
+std::string absentInput(const std::string& plugin, const std::string& input);
 
 }  // namespace preview
