@@ -18,9 +18,9 @@
 
 #include "validate/check.h"
 #include "validate/contract.h"
-#include "validate/process.h"
 #include "validate/samplerinfo/records.h"
 #include "validate/subject.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "validate/host.h"
-#include "validate/process.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

@@ -12,8 +12,8 @@
 
 #include "validate/checks/added_interface.h"
 #include "validate/network.h"
-#include "validate/process.h"
 #include "validate/samplerinfo/records.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

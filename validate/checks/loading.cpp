@@ -2,8 +2,8 @@
 #include <chrono>
 
 #include "validate/host.h"
-#include "validate/process.h"
 #include "validate/subject.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

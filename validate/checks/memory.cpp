@@ -5,7 +5,7 @@
 
 #include "validate/checks/added_interface.h"
 #include "validate/network.h"
-#include "validate/watch.h"
+#include "validate/system/watch.h"
 
 namespace validate {
 

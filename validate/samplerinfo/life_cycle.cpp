@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "validate/checks/added_interface.h"
-#include "validate/process.h"
 #include "validate/subject.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/check.h"
-#include "validate/watch.h"
+#include "validate/system/watch.h"
 
 // Where nothing can be watched.
 namespace validate {

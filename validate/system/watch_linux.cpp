@@ -19,8 +19,8 @@
 #include <exception>
 
 #include "validate/check.h"
-#include "validate/process.h"
-#include "validate/watch.h"
+#include "validate/system/process.h"
+#include "validate/system/watch.h"
 
 // This program's `malloc` and its like, and its locks, are those of the module too: they come first
 // where the loader looks for them. Nothing here allocates while it watches.

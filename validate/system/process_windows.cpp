@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "validate/process.h"
+#include "validate/system/process.h"
 
 namespace validate {
 

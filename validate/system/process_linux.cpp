@@ -16,7 +16,7 @@
 #include <cstring>
 
 #include "validate/check.h"
-#include "validate/process.h"
+#include "validate/system/process.h"
 
 namespace validate {
 
