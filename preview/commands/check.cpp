@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "preview/commands/check.h"
-
 #include <algorithm>
 #include <array>
+#include <iostream>
 #include <set>
 
-#include "preview/commands/render.h"
+#include "preview/commands/options.h"
 #include "preview/render/inspection.h"
+#include "preview/render/loaded_scene.h"
 #include "preview/scene/scene_file.h"
 
 namespace preview {
@@ -32,15 +32,9 @@ struct Tally {
   }
 };
 
-/// A frame with the ray time at which it is inspected.
-struct View {
-  const Frame& frame;
-  double rayTime;
-  std::string name;
-};
-
-void inspectGrid(const Scene& scene, const View& view, const std::vector<Expectation>& textures,
-                 std::vector<Tally>& tallies) {
+/// `name` is that of the frame in a report.
+void inspectGrid(const Scene& scene, const Frame& frame, const std::string& name,
+                 const std::vector<Expectation>& textures, std::vector<Tally>& tallies) {
   constexpr int kMaxColumns = 32, kMaxRows = 24;
   const int columns = std::min(scene.image.width, kMaxColumns);
   const int rows = std::min(scene.image.height, kMaxRows);
@@ -48,8 +42,8 @@ void inspectGrid(const Scene& scene, const View& view, const std::vector<Expecta
     for (int column = 0; column < columns; ++column) {
       const int x = (2 * column + 1) * scene.image.width / (2 * columns);
       const int y = (2 * row + 1) * scene.image.height / (2 * rows);
-      const std::string where = "pixel " + std::to_string(x) + "," + std::to_string(y) + view.name;
-      inspect(view.frame, x + 0.5, y + 0.5, view.rayTime, textures,
+      const std::string where = "pixel " + std::to_string(x) + "," + std::to_string(y) + name;
+      inspect(frame, x + 0.5, y + 0.5, scene.shutter.middle(), textures,
               [&](const ShadingContext& /*seen*/, std::size_t /*object*/,
                   const std::vector<Findings>& findings) {
                 for (std::size_t i = 0; i < tallies.size(); ++i) tallies[i].add(findings[i], where);
@@ -58,25 +52,68 @@ void inspectGrid(const Scene& scene, const View& view, const std::vector<Expecta
   }
 }
 
-/// Lines of a report, each for a place in the file.
+std::string counted(std::size_t count, const char* what) {
+  return (count == 0 ? "no" : std::to_string(count)) + " " + what + (count == 1 ? "" : "s");
+}
+
+/// Writes a line for everything that is wrong in a scene file. Where nothing is, inspects what its
+/// pictures need, on a coarse grid over the first, the middle and the last frame, and writes a line
+/// for what seems wrong there, and one for each note if they are asked for.
+struct Check {
+  bool strict = false, showNotes = false;
+
+  void addTo(CLI::App& command, Session& session) {
+    addScene(command, session);
+    command.footer(
+        "Warnings are looked for where there are no errors. Gradients of vectors are not\n"
+        "compared: it is not defined of which number of a vector they are.\n\n" +
+        command.get_footer());
+    command.add_flag("--strict", strict, "End with exit code 3 if there are warnings");
+    command.add_flag("--notes", showNotes, "Show what outputs need not guarantee, too");
+  }
+
+  void run(Session& session) const;
+};
+
+/// The lines of a report, each for a place in the file.
 class Report {
  public:
-  Report(std::ostream& out, const std::filesystem::path& file, const Diagnostics& diagnostics)
-      : out_(out), file_(shownPath(file)), diagnostics_(diagnostics) {}
+  explicit Report(const Session& session)
+      : file_(shownPath(session.scene)), diagnostics_(session.diagnostics) {}
 
-  void line(const char* severity, const SceneError& what) {
-    out_ << file_ << positionText(diagnostics_.positionOf(what)) << ": " << severity << what.what()
-         << "\n";
+  void error(const SceneError& what) { line("error", what); }
+  void warning(const SceneError& what) {
+    ++warnings_;
+    line("warning", what);
+  }
+  void note(const SceneError& what, bool isShown) {
+    ++notes_;
+    if (isShown) line("note", what);
+  }
+  /// The last line; returns the exit code.
+  int end(bool strict) const {
+    const std::size_t errors = diagnostics_.errors().size();
+    std::cout << file_ << ": " << counted(errors, "error");
+    if (errors != 0) {
+      std::cout << "; warnings were not looked for\n";
+      return kExitBadInput;
+    }
+    std::cout << ", " << counted(warnings_, "warning") << ", " << counted(notes_, "note") << "\n";
+    return strict && warnings_ != 0 ? kExitWarnings : 0;
   }
 
  private:
-  std::ostream& out_;
+  void line(const char* severity, const SceneError& what) const {
+    std::cout << file_ << positionText(diagnostics_.positionOf(what)) << ": " << severity << ": "
+              << what.what() << "\n";
+  }
+
   std::string file_;
   const Diagnostics& diagnostics_;
+  std::size_t warnings_ = 0, notes_ = 0;
 };
 
-void reportFlaws(const Expectation& texture, const Tally& tally, bool showNotes, Report& report,
-                 CheckSummary& summary) {
+void reportFlaws(const Expectation& texture, const Tally& tally, bool showNotes, Report& report) {
   const std::string& output = texture.name.output;
   for (std::size_t i = 0; i < tally.found.size(); ++i) {
     const auto flaw = static_cast<Flaw>(i);
@@ -84,30 +121,25 @@ void reportFlaws(const Expectation& texture, const Tally& tally, bool showNotes,
     const bool ofGradient = flaw == Flaw::GradientDiffers;
     const int all = ofGradient ? tally.comparisons : tally.points;
     // At edges and at the ends of ramps the change between two points says nothing of the gradient.
-    constexpr int kPart = 4;
-    if (points == 0 || (ofGradient && points < all / kPart)) continue;
-    const bool isNote = !texture.excludes(flaw);
-    ++(isNote ? summary.notes : summary.warnings);
-    if (isNote && !showNotes) continue;
-    report.line(isNote ? "note: " : "warning: ",
-                {texture.node->place, (output.empty() ? "" : shortened(output) + ": ") +
-                                          kFlawNames[i] + " at " + std::to_string(points) + " of " +
-                                          std::to_string(all) + " points, first at " + first +
-                                          (isNote ? "; nothing better is guaranteed" : "")});
+    constexpr int kOneIn = 4;
+    if (points == 0 || (ofGradient && points < all / kOneIn)) continue;
+    const std::string what = (output.empty() ? "" : shortened(output) + ": ") + kFlawNames[i] +
+                             " at " + std::to_string(points) + " of " + std::to_string(all) +
+                             " points, first at " + first;
+    if (texture.excludes(flaw)) {
+      report.warning({texture.node->place, what});
+    } else {
+      report.note({texture.node->place, what + "; nothing better is guaranteed"}, showNotes);
+    }
   }
 }
 
-void inspectScene(const Scene& scene, Geometry& geometry, const Network& network,
-                  const std::vector<Picture>& pictures, bool showNotes, Report& report,
-                  CheckSummary& summary) {
+void inspectScene(LoadedScene& loaded, bool showNotes, Report& report) {
+  auto& [library, scene, network, plan, geometry] = loaded;
   Connections connections(scene.nodes);
-  for (const Picture& picture : pictures) connections.need(picture.from);
-  const auto warn = [&](const std::string& place, const char* what) {
-    ++summary.warnings;
-    report.line("warning: ", {place, what});
-  };
+  for (const Picture& picture : plan.pictures) connections.need(picture.from);
   for (const Node& node : scene.nodes) {
-    if (!connections.isNeeded(node)) warn(node.place, "no picture needs it");
+    if (!connections.isNeeded(node)) report.warning({node.place, "no picture needs it"});
   }
 
   std::vector<Expectation> textures;
@@ -122,49 +154,36 @@ void inspectScene(const Scene& scene, Geometry& geometry, const Network& network
     const Frame frame(scene, geometry, number, nullptr);
     network.frameBegin();
     const std::string name = first == last ? "" : " of frame " + std::to_string(number);
-    inspectGrid(scene, {frame, scene.shutter.middle(), name}, textures, tallies);
+    inspectGrid(scene, frame, name, textures, tallies);
     network.frameEnd();
   }
   network.renderEnd();
   if (std::ranges::all_of(tallies, [](const Tally& tally) { return tally.points == 0; })) {
-    warn("camera", "no object is seen at any point");
+    report.warning({"camera", "no object is seen at any point"});
   }
   for (std::size_t i = 0; i < textures.size(); ++i) {
-    reportFlaws(textures[i], tallies[i], showNotes, report, summary);
+    reportFlaws(textures[i], tallies[i], showNotes, report);
   }
 }
 
-std::string counted(std::size_t count, const char* what) {
-  return (count == 0 ? "no" : std::to_string(count)) + " " + what + (count == 1 ? "" : "s");
+void Check::run(Session& session) const {
+  const PluginLibrary library(session.plugin);
+  Diagnostics& diagnostics = session.diagnostics;
+  Report report(session);
+  diagnostics.attempt([&] {
+    Scene scene = readScene(session.scene, diagnostics);
+    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
+    LoadedScene loaded(std::move(scene), library, {}, diagnostics);
+    if (diagnostics.errors().empty()) inspectScene(loaded, showNotes, report);
+  });
+  for (const SceneError& error : diagnostics.errors()) report.error(error);
+  session.exitCode = report.end(strict);
 }
 
 }  // namespace
 
-CheckSummary check(const std::filesystem::path& file, const PluginLibrary& library, bool showNotes,
-                   std::ostream& out) {
-  Diagnostics diagnostics;
-  CheckSummary summary;
-  Report report(out, file, diagnostics);
-  diagnostics.attempt([&] {
-    const Scene scene = readScene(file, diagnostics);
-    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
-    const Network network(scene.nodes, library, diagnostics);
-    const std::vector<Picture> pictures = checkPictures(scene, network, diagnostics);
-    Geometry geometry(scene, diagnostics);
-    if (diagnostics.errors().empty()) {
-      inspectScene(scene, geometry, network, pictures, showNotes, report, summary);
-    }
-  });
-  for (const SceneError& error : diagnostics.errors()) report.line("error: ", error);
-  summary.errors = diagnostics.errors().size();
-  out << shownPath(file) << ": " << counted(summary.errors, "error");
-  if (summary.errors == 0) {
-    out << ", " << counted(summary.warnings, "warning") << ", " << counted(summary.notes, "note");
-  } else {
-    out << "; warnings were not looked for";
-  }
-  out << "\n";
-  return summary;
+void addCheck(CLI::App& program, Session& session) {
+  addCommand<Check>(program, session, "check", "Report everything that is wrong with a scene");
 }
 
 }  // namespace preview

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "preview/commands/list.h"
-
 #include <iomanip>
+#include <iostream>
 #include <nlohmann/json.hpp>
 #include <span>
 
+#include "preview/commands/options.h"
 #include "preview/diagnostics/selection.h"
 #include "preview/scene/guarantees.h"
 #include "standin/introspection.h"
@@ -85,29 +85,44 @@ Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parame
   return {{"name", plugin}, {"parameters", list}};
 }
 
+/// The plugins of the library with their parameters, as registered.
+struct List {
+  std::vector<std::string> patterns;
+  bool asMarkdown = false, asJson = false;
+
+  void addTo(CLI::App& command, Session& /*session*/) {
+    command.add_option("NAME", patterns, "Only these; * and ? stand for any letters");
+    command.add_flag("--markdown", asMarkdown, "As tables in Markdown")
+        ->excludes(command.add_flag("--json", asJson, "As JSON"));
+  }
+
+  void run(Session& session) const {
+    const PluginLibrary library(session.plugin);
+    std::vector<std::string> names;
+    for (const QUtils::QuorPluginDesc* desc : library.descs()) {
+      names.emplace_back(desc->getPluginName());
+    }
+    const Selection selection(patterns, "no plugin", names);
+    Json all = Json::array();
+    const char* separator = "";
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (!selection.has(names[i])) continue;
+      const auto parameters = standin::registeredParameters(library.descs()[i]);
+      if (asJson) {
+        all.push_back(listAsJson(names[i], parameters));
+        continue;
+      }
+      std::cout << std::exchange(separator, "\n");
+      (asMarkdown ? listAsMarkdown : listAsText)(names[i], parameters, std::cout);
+    }
+    if (asJson) writeJson(all);
+  }
+};
+
 }  // namespace
 
-void listPlugins(const PluginLibrary& library, const std::vector<std::string>& patterns, Listing as,
-                 std::ostream& out) {
-  std::vector<std::string> names;
-  for (const QUtils::QuorPluginDesc* desc : library.descs()) {
-    names.emplace_back(desc->getPluginName());
-  }
-  const Selection selection(patterns, "no plugin", names);
-  Json all = Json::array();
-  const char* separator = "";
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (!selection.has(names[i])) continue;
-    const auto parameters = standin::registeredParameters(library.descs()[i]);
-    if (as == Listing::Json) {
-      all.push_back(listAsJson(names[i], parameters));
-      continue;
-    }
-    out << separator;
-    separator = "\n";
-    (as == Listing::Markdown ? listAsMarkdown : listAsText)(names[i], parameters, out);
-  }
-  if (as == Listing::Json) out << all.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+void addList(CLI::App& program, Session& session) {
+  addCommand<List>(program, session, "list", "List plugins with their parameters");
 }
 
 }  // namespace preview

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "preview/commands/probe.h"
-
 #include <algorithm>
 #include <cctype>
+#include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "preview/commands/options.h"
 #include "preview/diagnostics/number_text.h"
 #include "preview/diagnostics/selection.h"
 #include "preview/render/inspection.h"
+#include "preview/render/loaded_scene.h"
 #include "preview/scene/texture.h"
 
 namespace preview {
@@ -46,14 +47,14 @@ Json jsonOf(const std::vector<std::string>& numbers) {
   return numbers.size() == 1 ? list[0] : list;
 }
 
-/// A part of what a texture answers.
-struct Part {
+/// Something that a texture answers.
+struct Answer {
   std::string name;
   std::vector<Show> shows;
   std::string separator;
 };
 
-std::vector<Part> partsOf(const PluginInterface& texture) {
+std::vector<Answer> answersOf(const PluginInterface& texture) {
   if (texture.getInterfaceId() == EXT_TEXTURE_TRANSFORM) {
     return {{"columns", {Show::Column0, Show::Column1, Show::Column2}, " "},
             {"offset", {Show::Offset}, ""}};
@@ -79,12 +80,12 @@ std::string answersAsText(const Expectation& expectation, const Findings& findin
                           const ShadingContext& sc) {
   const PluginInterface& texture = *expectation.texture;
   std::string line = kindName(texture);
-  for (const Part& part : partsOf(texture)) {
-    line += "  " + part.name;
+  for (const Answer& answer : answersOf(texture)) {
+    line += "  " + answer.name;
     std::string separator = " ";
-    for (const Show show : part.shows) {
+    for (const Show show : answer.shows) {
       line += separator + textOf(numbersOf(texture, show, sc));
-      separator = part.separator;
+      separator = answer.separator;
     }
   }
   for (const std::string& flaw : flawNames(expectation, findings, true)) line += "  ! " + flaw;
@@ -98,23 +99,54 @@ Json answersAsJson(const Expectation& expectation, const Findings& findings,
                    const ShadingContext& sc) {
   const PluginInterface& texture = *expectation.texture;
   Json json = {{"name", expectation.name.text()}, {"kind", kindName(texture)}};
-  for (const Part& part : partsOf(texture)) {
+  for (const Answer& answer : answersOf(texture)) {
     Json shown = Json::array();
-    for (const Show show : part.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
-    json[part.name] = part.shows.size() == 1 ? shown[0] : shown;
+    for (const Show show : answer.shows) shown.push_back(jsonOf(numbersOf(texture, show, sc)));
+    json[answer.name] = answer.shows.size() == 1 ? shown[0] : shown;
   }
   json["marks"] = flawNames(expectation, findings, true);
   json["notes"] = flawNames(expectation, findings, false);
   return json;
 }
 
-}  // namespace
+/// Value, bounds and gradient of textures for the middle of a pixel and of the shutter interval;
+/// where they fall short of what they guarantee is marked.
+struct Probe {
+  ViewOptions view;
+  Pixel pixel = {};
+  std::optional<int> frame;
+  std::vector<std::string> patterns;
+  bool asJson = false;
 
-void probe(const Scene& scene, const Network& network, const Frame& frame, const Probe& what,
-           std::ostream& out) {
+  void addTo(CLI::App& command, Session& session) {
+    view.addTo(command, session);
+    expect<Pixel>(command.add_option("--pixel", pixel, "X,Y from the top left corner")->required(),
+                  "X,Y, as in 160,120");
+    command.add_option("--frame", frame, "Which frame instead of the first");
+    command.add_option("NAME", patterns, "Only these textures; * and ? stand for any letters");
+    command.add_flag("--json", asJson, "As JSON");
+  }
+
+  void run(Session& session) const;
+};
+
+void Probe::run(Session& session) const {
+  const PluginLibrary plugins(session.plugin);
+  Scene read = view.read(session);
+  if (pixel.x < 0 || pixel.y < 0 || pixel.x >= read.image.width || pixel.y >= read.image.height) {
+    throw InputError("--pixel: the image has " + std::to_string(read.image.width) + " x " +
+                     std::to_string(read.image.height) + " pixels, counted from 0,0");
+  }
+  const int number = frame.value_or(read.frames.first);
+  checkFrames("--frame", {number, number}, read.frames);
+  read.pictures.clear();  // may be of what is not there
+  LoadedScene loaded(std::move(read), plugins, {}, session.diagnostics);
+  session.diagnostics.throwFirst();
+  auto& [library, scene, network, plan, geometry] = loaded;
+
   std::vector<std::string> names;
   for (const auto& texture : network.textures()) names.push_back(texture.name.text());
-  const Selection selection(what.patterns, "no texture", names);
+  const Selection selection(patterns, "no texture", names);
   Connections connections(scene.nodes);
   std::vector<Expectation> textures;
   std::size_t width = 0;
@@ -125,7 +157,7 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
     width = std::max(width, name.size());
   }
 
-  Json json = {{"frame", what.frame}, {"pixel", {what.x, what.y}}, {"object", nullptr}};
+  Json json = {{"frame", number}, {"pixel", {pixel.x, pixel.y}}, {"object", nullptr}};
   std::string lines = "nothing is seen there\n";
   const auto report = [&](const ShadingContext& sc, std::size_t object,
                           const std::vector<Findings>& findings) {
@@ -137,7 +169,7 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
     json["renderSpace"] = {p.x, p.y, p.z};
     json["rayTime"] = sc.rayTime;
     for (std::size_t i = 0; i < textures.size(); ++i) {
-      if (what.json) {
+      if (asJson) {
         json["textures"].push_back(answersAsJson(textures[i], findings[i], sc));
       } else {
         std::string line = textures[i].name.text();
@@ -147,16 +179,23 @@ void probe(const Scene& scene, const Network& network, const Frame& frame, const
     }
   };
 
+  const Frame seen(scene, geometry, number, view.log());
   network.renderBegin();
   network.frameBegin();
-  inspect(frame, what.x + 0.5, what.y + 0.5, scene.shutter.middle(), textures, report);
+  inspect(seen, pixel.x + 0.5, pixel.y + 0.5, scene.shutter.middle(), textures, report);
   network.frameEnd();
   network.renderEnd();
-  if (what.json) {
-    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  if (asJson) {
+    writeJson(json);
   } else {
-    out << "frame " << what.frame << ", pixel " << what.x << "," << what.y << ": " << lines;
+    std::cout << "frame " << number << ", pixel " << pixel.x << "," << pixel.y << ": " << lines;
   }
+}
+
+}  // namespace
+
+void addProbe(CLI::App& program, Session& session) {
+  addCommand<Probe>(program, session, "probe", "Print value, bounds and gradient at one pixel");
 }
 
 }  // namespace preview

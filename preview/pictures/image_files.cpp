@@ -84,27 +84,32 @@ class SrgbCodes {
 
 std::string systemError() { return std::generic_category().message(errno); }
 
-[[noreturn]] void failPng(png_structp png, png_const_charp message) {
-  const auto& path = *static_cast<const std::filesystem::path*>(png_get_error_ptr(png));
-  throw WriteError(path, message);
+[[noreturn]] void failPng(png_structp /*png*/, png_const_charp message) {
+  throw std::runtime_error(std::string("PNG: ") + message);
 }
 
 }  // namespace
 
-void PngFile::Destroy::operator()(png_struct_def* png) const {
+void append(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream file(path, std::ios::binary | std::ios::app);
+  file << bytes;
+  file.close();
+  if (!file) throw WriteError(path, systemError());
+}
+
+void PngEncoder::Destroy::operator()(png_struct_def* png) const {
   png_destroy_write_struct(&png, nullptr);
 }
 
-PngFile::PngFile(std::filesystem::path path, int width, int height)
-    : path_(std::move(path)),
-      rowsLeft_(height),
-      png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, &path_, failPng, nullptr)) {
+PngEncoder::PngEncoder(int width, int height)
+    : rowsLeft_(height),
+      png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, failPng, nullptr)) {
   png_infop info = png_ ? png_create_info_struct(png_.get()) : nullptr;
   if (info == nullptr) throw std::bad_alloc();
-  const auto append = [](png_structp png, png_bytep bytes, std::size_t count) {
+  const auto take = [](png_structp png, png_bytep bytes, std::size_t count) {
     static_cast<std::string*>(png_get_io_ptr(png))->append(reinterpret_cast<char*>(bytes), count);
   };
-  png_set_write_fn(png_.get(), &encoded_, append, nullptr);
+  png_set_write_fn(png_.get(), &encoded_, take, nullptr);
   png_set_IHDR(png_.get(), info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
                8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                PNG_FILTER_TYPE_DEFAULT);
@@ -116,7 +121,7 @@ PngFile::PngFile(std::filesystem::path path, int width, int height)
   png_destroy_info_struct(png_.get(), &info);
 }
 
-void PngFile::write(const FloatImage& rows) {
+std::string PngEncoder::encode(const FloatImage& rows) {
   static const SrgbCodes kCodes;
   std::vector<std::uint8_t> row(3 * static_cast<std::size_t>(rows.width()));
   for (int y = 0; y < rows.height(); ++y) {
@@ -128,10 +133,7 @@ void PngFile::write(const FloatImage& rows) {
     png_write_end(png_.get(), nullptr);
     png_.reset();
   }
-  std::ofstream file(path_, std::ios::binary | std::ios::app);
-  file << std::exchange(encoded_, {});
-  file.close();
-  if (!file) throw WriteError(path_, systemError());
+  return std::exchange(encoded_, {});
 }
 
 struct ExrFile::Channel {

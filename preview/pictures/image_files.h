@@ -25,23 +25,25 @@ class WriteError : public std::runtime_error {
       : std::runtime_error(path.filename().string() + ": " + reason) {}
 };
 
-/// An 8-bit PNG file of three channels. What is written is kept in memory until the end of each
-/// call, so that any number of files may be under way.
-class PngFile {
- public:
-  PngFile(std::filesystem::path path, int width, int height);
-  PngFile(const PngFile&) = delete;
-  PngFile& operator=(const PngFile&) = delete;
+/// Adds bytes to a file. Throws `WriteError`.
+void append(const std::filesystem::path& path, const std::string& bytes);
 
-  /// The next rows: linear red, green and blue, clipped to [0, 1] and encoded as sRGB.
-  void write(const FloatImage& rows);
+/// The bytes of an 8-bit PNG file of three channels.
+class PngEncoder {
+ public:
+  PngEncoder(int width, int height);
+  PngEncoder(const PngEncoder&) = delete;
+  PngEncoder& operator=(const PngEncoder&) = delete;
+
+  /// Those of the next rows, with what comes before the first and behind the last: linear red,
+  /// green and blue, clipped to [0, 1] and encoded as sRGB.
+  std::string encode(const FloatImage& rows);
 
  private:
   struct Destroy {
     void operator()(png_struct_def* png) const;
   };
 
-  std::filesystem::path path_;
   int rowsLeft_;
   std::string encoded_;
   std::unique_ptr<png_struct_def, Destroy> png_;

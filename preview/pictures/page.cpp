@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "preview/pictures/page.h"
 
-#include <cerrno>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string_view>
-#include <system_error>
 
 #include "network_js.h"
 #include "page_css.h"
 #include "page_html.h"
 #include "page_js.h"
-#include "preview/pictures/image_files.h"
 
 namespace preview {
 namespace {
@@ -58,13 +54,6 @@ std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> 
                     {"channels", channels}});
   }
   return "takeNumbers(" + std::to_string(frame) + ", " + scriptOf(json) + ");\n";
-}
-
-void writeText(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) throw WriteError(path, std::generic_category().message(errno));
 }
 
 }  // namespace preview

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <limits>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
@@ -35,8 +34,5 @@ std::string pageText(const nlohmann::ordered_json& scene);
 
 /// The script with the numbers of a frame.
 std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures);
-
-/// Throws `WriteError`.
-void writeText(const std::filesystem::path& path, const std::string& text);
 
 }  // namespace preview

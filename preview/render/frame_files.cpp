@@ -18,10 +18,10 @@ namespace preview {
 namespace {
 
 /// The picture that viewers show first, RGBA: the first of a colour, or else the first of all.
-std::size_t mainSource(const Plan& plan) {
-  const auto isColor = [&](std::size_t source) { return plan.sources[source].channels() == 4; };
-  const auto color = std::ranges::find_if(plan.sourceOfPicture, isColor);
-  return color == plan.sourceOfPicture.end() ? plan.sourceOfPicture.front() : *color;
+std::size_t mainLayer(const RenderPlan& plan) {
+  const auto isColor = [&](std::size_t layer) { return plan.layers[layer].channels() == 4; };
+  const auto color = std::ranges::find_if(plan.layerOfPicture, isColor);
+  return color == plan.layerOfPicture.end() ? plan.layerOfPicture.front() : *color;
 }
 
 /// Colours weighted with the coverage, which is their alpha.
@@ -38,10 +38,10 @@ FloatImage associated(const FloatImage& values, const FloatImage& coverage) {
   return result;
 }
 
-std::vector<ExrLayer> layersOf(const Plan& plan) {
+std::vector<ExrLayer> layersOf(const RenderPlan& plan) {
   std::vector<ExrLayer> layers = {{"", "RGBA", false}};
-  for (const LayerSource& source : plan.sources) {
-    layers.push_back({source.name, channelNames(source), source.isInteger});
+  for (const Layer& layer : plan.layers) {
+    layers.push_back({layer.name, layer.channelNames(), layer.isInteger});
   }
   return layers;
 }
@@ -88,25 +88,19 @@ std::string captionOf(const Picture& picture, const std::string& layer,
 
 }  // namespace
 
-const char* channelNames(const LayerSource& source) {
-  const int channels = source.channels();
-  return channels == 1 ? "V" : channels == 3 ? "XYZ" : "RGBA";
-}
-
-FrameFiles::PictureFile::PictureFile(std::filesystem::path path, const Image& size, int channels)
-    : png(std::move(path), size.width, size.height), thumbnail(size.width, size.height) {
+FrameFiles::PictureFile::PictureFile(std::filesystem::path file, const Image& size, int channels)
+    : path(std::move(file)), png(size.width, size.height), thumbnail(size.width, size.height) {
   numbers.channels.resize(static_cast<std::size_t>(channels));
 }
 
-FrameFiles::FrameFiles(const Scene& scene, const Plan& plan, const Frame& frame,
-                       std::int32_t number, std::string suffix, const OutputFolder& folder,
-                       bool half)
+FrameFiles::FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame,
+                       std::int32_t number, const OutputFolder& folder, bool half)
     : scene_(scene),
       plan_(plan),
       folder_(folder),
       number_(number),
-      suffix_(std::move(suffix)),
-      pictures_(scene.pictures.size()),
+      suffix_(plan.suffixOf(number)),
+      pictures_(plan.pictures.size()),
       exr_(folder.pathFor(scene.file.stem().string() + suffix_ + ".exr"),
            headerOf(scene, frame, number), layersOf(plan), half) {}
 
@@ -130,9 +124,9 @@ void FrameFiles::write(const Band& band, const std::function<void(double)>& prog
 }
 
 void FrameFiles::writePicture(std::size_t index, const Band& band) {
-  const Picture& picture = scene_.pictures[index];
-  const LayerSource& source = plan_.sources[plan_.sourceOfPicture[index]];
-  const FloatImage& values = band.layers[plan_.sourceOfPicture[index]];
+  const Picture& picture = plan_.pictures[index];
+  const Layer& source = plan_.layers[plan_.layerOfPicture[index]];
+  const FloatImage& values = band.layers[plan_.layerOfPicture[index]];
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
     file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
@@ -140,7 +134,7 @@ void FrameFiles::writePicture(std::size_t index, const Band& band) {
   }
   const auto [colors, specials] =
       mapToColors(values, band.coverage, picture.low, picture.high, band.firstRow);
-  file->png.write(colors);
+  append(file->path, file->png.encode(colors));
   file->thumbnail.add(colors);
   file->numbers.specials += specials;
   addTo(file->numbers, values, band.coverage,
@@ -148,7 +142,7 @@ void FrameFiles::writePicture(std::size_t index, const Band& band) {
 }
 
 void FrameFiles::writeExr(const Band& band) {
-  const FloatImage rgba = associated(band.layers[mainSource(plan_)], band.coverage);
+  const FloatImage rgba = associated(band.layers[mainLayer(plan_)], band.coverage);
   std::vector<const FloatImage*> images = {&rgba};
   for (const FloatImage& layer : band.layers) images.push_back(&layer);
   exr_.write(images);
@@ -157,20 +151,20 @@ void FrameFiles::writeExr(const Band& band) {
 void FrameFiles::writeContactSheet() const {
   std::vector<Thumbnail> thumbnails;
   for (std::size_t i = 0; i < pictures_.size(); ++i) {
-    const auto& [png, thumbnail, numbers] = *pictures_[i];
-    const std::string& layer = plan_.sources[plan_.sourceOfPicture[i]].name;
+    const PictureFile& file = *pictures_[i];
+    const std::string& layer = plan_.layers[plan_.layerOfPicture[i]].name;
     thumbnails.push_back(
-        {&thumbnail.image(), captionOf(scene_.pictures[i], layer, numbers.specials)});
+        {&file.thumbnail.image(), captionOf(plan_.pictures[i], layer, file.numbers.specials)});
   }
   const FloatImage sheet = contactSheet(thumbnails);
-  PngFile(folder_.pathFor("contact_sheet" + suffix_ + ".png"), sheet.width(), sheet.height())
-      .write(sheet);
+  append(folder_.pathFor("contact_sheet" + suffix_ + ".png"),
+         PngEncoder(sheet.width(), sheet.height()).encode(sheet));
 }
 
 void FrameFiles::writeNumbers() const {
   std::vector<PictureNumbers> numbers;
   for (const auto& picture : pictures_) numbers.push_back(picture->numbers);
-  writeText(folder_.pathFor("index" + suffix_ + ".js"), pageNumbersText(number_, numbers));
+  append(folder_.pathFor("index" + suffix_ + ".js"), pageNumbersText(number_, numbers));
 }
 
 }  // namespace preview

@@ -27,19 +27,18 @@ Json textsOf(std::span<const float> numbers) {
   return texts;
 }
 
-Json pictureData(const Picture& picture, const LayerSource& source, const Node& node,
-                 bool boundsEnclose) {
+Json pictureData(const Picture& picture, const Layer& layer, const Node& node, bool boundsEnclose) {
   Json json = {{"name", picture.name},
                {"caption", picture.caption},
-               {"layer", source.name},
+               {"layer", layer.name},
                {"node", node.name},
                {"output", picture.from.output},
                {"plugin", node.plugin},
-               {"kind", kindName(*source.texture)},
-               {"channels", channelNames(source)},
+               {"kind", kindName(*layer.texture)},
+               {"channels", layer.channelNames()},
                {"boundsEnclose", boundsEnclose}};
-  if (const std::optional<Bounds> bounds = boundsOf(*source.texture)) {
-    const auto count = static_cast<std::size_t>(channelCount(*source.texture, Show::Value));
+  if (const std::optional<Bounds> bounds = boundsOf(*layer.texture)) {
+    const auto count = static_cast<std::size_t>(channelCount(*layer.texture, Show::Value));
     json["lower"] = textsOf(std::span(bounds->lower).first(count));
     json["upper"] = textsOf(std::span(bounds->upper).first(count));
   }
@@ -89,15 +88,15 @@ Json nodeData(const Node& node, const Json& kind) {
 
 }  // namespace
 
-Json pageData(const Scene& scene, const Plan& plan, const Network& network,
-              const PluginLibrary& library, std::size_t digits) {
+Json pageData(const LoadedScene& loaded) {
+  const auto& [library, scene, network, plan, geometry] = loaded;
   Connections connections(scene.nodes);
   Json pictures = Json::array();
-  for (std::size_t i = 0; i < scene.pictures.size(); ++i) {
-    const Picture& picture = scene.pictures[i];
-    const LayerSource& source = plan.sources[plan.sourceOfPicture[i]];
-    const Expectation expected = expectationOf({picture.from, source.texture}, connections);
-    pictures.push_back(pictureData(picture, source, *expected.node, expected.boundsEnclose));
+  for (std::size_t i = 0; i < plan.pictures.size(); ++i) {
+    const Picture& picture = plan.pictures[i];
+    const Layer& layer = plan.layers[plan.layerOfPicture[i]];
+    const Expectation expected = expectationOf({picture.from, layer.texture}, connections);
+    pictures.push_back(pictureData(picture, layer, *expected.node, expected.boundsEnclose));
   }
   std::map<std::string, const char*> kinds;  // of nodes that are textures themselves
   for (const auto& [name, texture] : network.textures()) {
@@ -121,7 +120,7 @@ Json pageData(const Scene& scene, const Plan& plan, const Network& network,
           {"samples", scene.image.samples},
           {"first", scene.frames.first},
           {"last", scene.frames.last},
-          {"digits", digits},
+          {"digits", plan.digits},
           {"pictures", pictures},
           {"plugins", plugins},
           {"nodes", nodes}};

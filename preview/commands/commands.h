@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+
+#include "preview/diagnostics/diagnostics.h"
+#include "preview/scene/plugin_library.h"
+
+namespace CLI {
+class App;
+}
+
+namespace preview {
+
+inline constexpr const char* kProgram = "samplerinfo-preview";
+inline constexpr int kExitBadInput = 2, kExitWarnings = 3;
+
+/// What the parts of a run share.
+struct Session {
+  std::filesystem::path plugin = defaultPluginLibrary();
+  std::filesystem::path scene;  ///< of all commands except `list`
+  Diagnostics diagnostics;      ///< of the scene
+  int exitCode = 0;
+};
+
+// Each adds a command to the program: its options, and its work as a callback. What they throw is
+// for the whole program to report.
+
+void addRender(CLI::App& program, Session& session);
+void addCheck(CLI::App& program, Session& session);
+void addProbe(CLI::App& program, Session& session);
+void addList(CLI::App& program, Session& session);
+
+}  // namespace preview

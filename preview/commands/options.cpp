@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "preview/commands/options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdarg>
+#include <cstdio>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "preview/scene/scene_file.h"
+
+namespace preview {
+
+namespace {
+
+class ErrorStreamLog final : public RenderLog {
+ public:
+  void print(const char* format, ...) override {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vfprintf(stderr, format, arguments);
+    va_end(arguments);
+  }
+};
+
+bool readPair(const std::string& text, char separator, int& first, int& second) {
+  const char* end = text.data() + text.size();
+  const auto [middle, error] = std::from_chars(text.data(), end, first);
+  if (error != std::errc() || middle == end || *middle != separator) return false;
+  const auto [rest, secondError] = std::from_chars(middle + 1, end, second);
+  return secondError == std::errc() && rest == end;
+}
+
+}  // namespace
+
+bool lexical_cast(const std::string& text, Size& size) {
+  return readPair(text, 'x', size.width, size.height);
+}
+bool lexical_cast(const std::string& text, Pixel& pixel) {
+  return readPair(text, ',', pixel.x, pixel.y);
+}
+bool lexical_cast(const std::string& text, FrameRange& frames) {
+  const bool isOne = text.find('-') == std::string::npos;
+  return readPair(isOne ? text + "-" + text : text, '-', frames.first, frames.last);
+}
+
+void addPlugin(CLI::App& app, Session& session) {
+  app.add_option("--plugin", session.plugin, "The plugin library instead of SamplerInfo.so")
+      ->check(CLI::ExistingFile);
+}
+
+void addScene(CLI::App& command, Session& session) {
+  command.add_option("SCENE", session.scene, "The scene file")
+      ->required()
+      ->check(CLI::ExistingFile);
+}
+
+void ViewOptions::addTo(CLI::App& command, Session& session) {
+  addScene(command, session);
+  expect<Size>(command.add_option("--size", size, "WIDTHxHEIGHT instead of the scene's, in pixels"),
+               "WIDTHxHEIGHT, as in 640x480");
+  command.add_flag("--log", isLogged, "Print the log of the render on the error stream");
+}
+
+Scene ViewOptions::read(Session& session) const {
+  Scene scene = readScene(session.scene, session.diagnostics);
+  session.diagnostics.throwFirst();
+  if (!size) return scene;
+  const auto [width, height] = *size;
+  if (std::min(width, height) < 1 || std::max(width, height) > kMaxImageSide) {
+    throw InputError("--size: width and height lie from 1 to " + std::to_string(kMaxImageSide));
+  }
+  scene.image.width = width;
+  scene.image.height = height;
+  return scene;
+}
+
+RenderLog* ViewOptions::log() const {
+  static ErrorStreamLog log;
+  return isLogged ? &log : nullptr;
+}
+
+void writeJson(const nlohmann::ordered_json& json) {
+  std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+}
+
+void checkFrames(const char* option, FrameRange asked, const Frames& all) {
+  if (asked.first >= all.first && asked.first <= asked.last && asked.last <= all.last) return;
+  throw InputError(std::string(option) + ": the scene has the frames " + std::to_string(all.first) +
+                   " to " + std::to_string(all.last));
+}
+
+}  // namespace preview

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+#include "host/records.h"
+#include "preview/commands/commands.h"
+#include "preview/scene/scene.h"
+
+/// Options that several commands have.
+namespace preview {
+
+// Pairs of whole numbers; CLI11 finds the `lexical_cast` for each.
+
+struct Size {
+  int width, height;
+};
+struct Pixel {
+  int x, y;
+};
+struct FrameRange {
+  int first, last;
+};
+bool lexical_cast(const std::string& text, Size& size);
+bool lexical_cast(const std::string& text, Pixel& pixel);
+bool lexical_cast(const std::string& text, FrameRange& frames);
+
+/// Refuses what cannot be read as a `T`.
+template <class T>
+void expect(CLI::Option* option, const std::string& form) {
+  option->type_name("TEXT")->check([form](const std::string& text) {
+    T value;
+    return lexical_cast(text, value) ? "" : "expected " + form;
+  });
+}
+
+void addPlugin(CLI::App& app, Session& session);
+
+/// Adds a command whose `Options` have `addTo`, for their own, and `run`, for its work.
+template <class Options>
+void addCommand(CLI::App& program, Session& session, const char* name, const char* what) {
+  CLI::App* command = program.add_subcommand(name, what);
+  addPlugin(*command, session);
+  const auto options = std::make_shared<Options>();
+  options->addTo(*command, session);
+  command->callback([options, &session] { options->run(session); });
+}
+
+void addScene(CLI::App& command, Session& session);
+
+/// How a scene is seen.
+struct ViewOptions {
+  std::optional<Size> size;
+  bool isLogged = false;
+
+  void addTo(CLI::App& command, Session& session);
+
+  /// The scene, in the size that is asked for.
+  Scene read(Session& session) const;
+
+  /// Null if nothing is to be logged.
+  RenderLog* log() const;
+};
+
+/// Writes on the output what is valid UTF-8 or becomes so.
+void writeJson(const nlohmann::ordered_json& json);
+
+/// Refuses frames, asked for by `option`, that the scene does not have.
+void checkFrames(const char* option, FrameRange asked, const Frames& all);
+
+}  // namespace preview
