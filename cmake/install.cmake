@@ -82,29 +82,18 @@ function(install_tool tool what)
   install(TARGETS ${tool} COMPONENT tools)
   install(FILES cmake/completion.bash RENAME ${tool}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
-  if(NOT HELP2MAN OR CMAKE_CROSSCOMPILING)
+  if(NOT HELP2MAN OR CMAKE_CROSSCOMPILING OR SAMPLERINFO_SANITIZE)
     return()
   endif()
   foreach(command "" ${ARGN})
     string(JOIN - page ${tool} ${command})
-    string(CONFIGURE [[
-      set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1")
-      file(MAKE_DIRECTORY "${folder}")
-      set(what "@what@")
-      if(NOT "@command@" STREQUAL "")
-        execute_process(COMMAND "$<TARGET_FILE:@tool@>" @command@ --help
-          COMMAND sed -n "1s/./\\l&/p" OUTPUT_VARIABLE what OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-      endif()
-      execute_process(
-        COMMAND "@HELP2MAN@" --no-info --name "${what}" --version-string @PROJECT_VERSION@
-                --help-option "@command@ --help" "./$<TARGET_FILE_NAME:@tool@>"
-        COMMAND sed -e "s/^[.]TH [^ ]*/.TH @page@/" -e "s/^@tool@ /@page@ /"
-        COMMAND gzip -9n
-        WORKING_DIRECTORY "$<TARGET_FILE_DIR:@tool@>"  # a shell sees the program's name: no blank in it
-        OUTPUT_FILE "${folder}/@page@.1.gz" COMMAND_ERROR_IS_FATAL ANY)
-      list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${CMAKE_INSTALL_PREFIX}/share/man/man1/@page@.1.gz")]] code @ONLY)
-    install(CODE "${code}" COMPONENT tools)
+    set(page ${PROJECT_BINARY_DIR}/${page}.1.gz)
+    add_custom_command(OUTPUT ${page} DEPENDS ${tool} cmake/manual_page.sh VERBATIM COMMAND
+      ${PROJECT_SOURCE_DIR}/cmake/manual_page.sh ${page} $<TARGET_FILE:${tool}> ${PROJECT_VERSION} ${what} ${command})
+    list(APPEND pages ${page})
   endforeach()
+  add_custom_target(${tool}_pages ALL DEPENDS ${pages})
+  install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endfunction()
 
 if(TARGET samplerinfo-preview)
