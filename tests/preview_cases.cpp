@@ -173,7 +173,7 @@ std::string pixelText(const fs::path& file, std::size_t x, std::size_t y) {
   return text.str().substr(0, text.str().size() - 1);
 }
 
-/// The part of the pixels in which two pictures differ visibly; 1 if their sizes differ.
+/// The fraction of the pixels in which two pictures differ visibly; 1 if their sizes differ.
 double difference(const Png& a, const Png& b) {
   constexpr int kVisible = 12;  // of 255
   if (a.image.width != b.image.width || a.bytes.size() != b.bytes.size()) return 1;
