@@ -43,7 +43,7 @@ int run(int argc, char** argv, Session& session) {
       "Exit codes: 0 all is well; 1 the machine failed, or the plugin library did; 2 a command\n"
       "line, scene, plugin library or folder that cannot be used; 3 warnings, with check "
       "--strict;\n"
-      "128 and the number of a signal that interrupted a render.");
+      "128 and the number of a signal, of which an interrupted render dies.");
   addPlugin(program, session);
   for (const auto add : {addRender, addCheck, addList, addProbe}) add(program, session);
   try {
@@ -71,8 +71,12 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     return fail(kProgram, "out of memory; the peak was " + memoryText(peakMemory()), 1);
   } catch (const std::exception& e) {
-    constexpr int kExitOfSignals = 128;
-    return fail(kProgram, e.what(), interruption != 0 ? kExitOfSignals + interruption : 1);
+    fail(kProgram, e.what(), 1);
+    if (interruption != 0) {  // a shell ends its loop only if the program dies of the signal
+      std::signal(interruption, SIG_DFL);
+      std::raise(interruption);
+    }
+    return 1;
   } catch (...) {  // the library's own, whose text is gone with it
     return fail(kProgram, "the plugin library threw an exception", 1);
   }
