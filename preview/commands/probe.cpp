@@ -142,7 +142,8 @@ void Probe::run(Session& session) const {
   read.pictures.clear();  // may be of what is not there
   LoadedScene loaded(std::move(read), plugins, {}, session.diagnostics);
   session.diagnostics.throwFirst();
-  auto& [library, scene, network, plan, geometry] = loaded;
+  const Scene& scene = loaded.scene;
+  const Network& network = loaded.network;
 
   std::vector<std::string> names;
   for (const auto& texture : network.textures()) names.push_back(texture.name.text());
@@ -179,7 +180,7 @@ void Probe::run(Session& session) const {
     }
   };
 
-  const Frame seen(scene, geometry, number, view.log());
+  const Frame seen(scene, loaded.geometry, number, view.log());
   network.renderBegin();
   network.frameBegin();
   inspect(seen, pixel.x + 0.5, pixel.y + 0.5, scene.shutter.middle(), textures, report);

@@ -98,7 +98,9 @@ void Render::run(Session& session) const {
 /// Returns the page, whose bounds can be asked for within a frame alone.
 std::string Render::renderFrames(LoadedScene& loaded, FrameRange range, const OutputFolder& folder,
                                  ProgressBar& bar) const {
-  auto& [library, scene, network, plan, geometry] = loaded;
+  const Scene& scene = loaded.scene;
+  const Network& network = loaded.network;
+  const RenderPlan& plan = loaded.plan;
   // To write a pixel takes about as long as to evaluate it that often.
   constexpr double kSamplesOfWriting = 4;
   const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
@@ -110,7 +112,7 @@ std::string Render::renderFrames(LoadedScene& loaded, FrameRange range, const Ou
       bar.show(doing, (number - range.first + fraction) / (range.last - range.first + 1));
     };
     show("building", 0);
-    const Frame frame(scene, geometry, number, view.log());
+    const Frame frame(scene, loaded.geometry, number, view.log());
     network.frameBegin();
     if (number == range.first) page = pageText(pageData(loaded));
     FrameFiles files(scene, plan, frame, number, folder, half);

@@ -33,7 +33,11 @@ Geometry::Geometry(const Scene& scene, Diagnostics& diagnostics) {
                                std::to_string(triangles) + " triangles, take " + memoryText(bytes));
     }
   };
-  std::vector<std::pair<const Object*, MeshSource>> sources;
+  struct Source {
+    const Object* object;
+    MeshSource mesh;
+  };
+  std::vector<Source> sources;
   for (const Object& object : scene.objects) {
     const auto [known, isNew] = meshes_.try_emplace(object.shape);
     objects_.push_back({&known->second, object.toWorld});
@@ -45,10 +49,11 @@ Geometry::Geometry(const Scene& scene, Diagnostics& diagnostics) {
     bytes += bytesOfTriangle(object.shape) * static_cast<double>(source.triangles);
     at(object,
        [&] { checkMemory("the triangles so far, " + std::to_string(triangles) + ",", bytes); });
-    sources.emplace_back(&object, std::move(source));
+    sources.push_back({&object, std::move(source)});
   }
-  for (auto& [object, source] : sources) {
-    at(*object, [&] { meshes_[object->shape] = std::exchange(source.make, nullptr)(); });
+  for (Source& source : sources) {
+    at(*source.object,
+       [&] { meshes_[source.object->shape] = std::exchange(source.mesh.make, nullptr)(); });
   }
 }
 
