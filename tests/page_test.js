@@ -223,6 +223,9 @@ async function tryNetwork() {
   const former = state();
   show({...scene, nodes: [...scene.nodes]});
   expect("kept", state(), former);
+  location.hash = "#/network/n%";
+  followAddress();
+  expect("an address that is no code", chosen, "");
   const one = {...scene, nodes: [{name: "s", plugin: "none", kind: "float", inputs: {}}], pictures: []};
   show(one);
   expect("one node", rows("s", "outputs") + network.querySelectorAll("path").length, "1 output0");
@@ -237,6 +240,12 @@ async function tryNetwork() {
   });
   show({...scene, nodes, pictures: []});
   expect("many nodes", network.querySelectorAll(".box").length + " " + network.querySelectorAll("path").length, "1000 1311");
+  // Long wires have more lanes than a call can have arguments.
+  const chain = nodes.map(({name}, i) => ({name, plugin: "TexFloatOp", kind: null, inputs:
+    {...(i > 0 && {float_a: `n${i - 1}.sum`}), ...(i >= 300 && {float_b: `n${i - 300}.sum`})}}));
+  show({...scene, nodes: chain, pictures: []});
+  expect("long wires", boxes.get("n999").left > boxes.get("n998").left, true);
+  show({...scene, nodes, pictures: []});
   const places = [...boxes.values()].sort((a, b) => a.left - b.left || a.top - b.top);
   expect("overlaps", places.filter((a, i) => i > 0 && places[i - 1].left + places[i - 1].item.width > a.left && places[i - 1].top + places[i - 1].height > a.top).length, 0);
 }

@@ -62,7 +62,7 @@ function makeBox({name, plugin, kind, inputs}, wired) {
   const element = make("article", {className: "box"}, make("h3", {}, link, make("span", {className: "faint"}, plugin)),
     make("div", {className: "ports"}, make("ul", {className: "inputs"}, ...rows.map(([, row]) => row)), list));
   element.dataset.texture = name;
-  return {name, element, link, inputs: new Map(rows), outputs: shownOutputs, sources: [], users: []};
+  return {name, element, link, inputs: new Map(rows), outputs: shownOutputs, allOutputs: new Set(all.map(({texture}) => texture)), sources: [], users: []};
 }
 function makeWire(from, to, input) {
   const wire = {from, source: boxes.get(nodeOf(from)), to: boxes.get(to), lanes: []};
@@ -225,14 +225,15 @@ function placeGroup(group) {
   const columns = columnsOf(group);
   sweep(columns);
   const items = columns.flat();
-  const top = Math.min(...items.map(item => item.top));
+  // A large network has more lanes than a call can have arguments.
+  const top = items.reduce((least, item) => Math.min(least, item.top), Infinity);
   let left = 0;
   for (const column of columns) {
-    const width = Math.max(...column.map(({box}) => box?.width ?? 0));
+    const width = column.reduce((most, {box}) => Math.max(most, box?.width ?? 0), 0);
     for (const item of column) Object.assign(item, {left, width, top: item.top - top});
     left += width + kColumnGap;
   }
-  return {group, width: left - kColumnGap, height: Math.max(...items.map(item => item.top + item.height)) - kBoxGap};
+  return {group, width: left - kColumnGap, height: items.reduce((most, item) => Math.max(most, item.top + item.height), 0) - kBoxGap};
 }
 
 /// The path of a wire from the end of one of its lanes on, or from its output.
@@ -320,6 +321,7 @@ function fadeAllBut(names) {
     path.isWhole = isLike && names.size < boxes.size;
     showPath(path, path.isWhole);
   }
+  lightUp();
 }
 /// As a whole above those that fade; or else without the lanes that others of its output show.
 function showPath(path, isWhole) {
@@ -361,12 +363,13 @@ function lightUp() {
 /// Makes a node or an output the chosen one, and brings it into view.
 function choose(texture) {
   const box = boxes.get(nodeOf(texture));
-  chosen = box ? texture : "";
-  if (box && texture !== box.name && !box.outputs.some(one => one.texture === texture)) {
+  const isThere = box && (texture === box.name || box.allOutputs.has(texture));
+  chosen = isThere ? texture : box?.name ?? "";
+  if (isThere && texture !== box.name && !box.outputs.some(one => one.texture === texture)) {
     unfolded.add(box.name);
     redraw();
   }
-  if (box) focusOn(texture);
+  if (box) focusOn(chosen);
   else if (network.contains(document.activeElement)) document.activeElement.blur();
   lightUp();
 }
@@ -410,7 +413,7 @@ network.addEventListener("mouseleave", () => point(""));
 network.addEventListener("focusin", ({target}) => { focused = textureAt(target); lightUp(); });
 network.addEventListener("focusout", () => { focused = ""; lightUp(); });
 network.addEventListener("wheel", event => {
-  if (event.shiftKey) return;  // scrolls sideways
+  if (event.shiftKey || Math.abs(event.deltaX) > Math.abs(event.deltaY)) return;  // scrolls sideways
   event.preventDefault();
   zoomTo(zoom * kZoomStep ** (-event.deltaY * (event.deltaMode === 0 ? 1 : 20) / 100), event.clientX, event.clientY);
 }, {passive: false});
@@ -421,13 +424,14 @@ network.addEventListener("pointerdown", event => {
   dragged = 0;
   if (event.button !== 0 || event.pointerType !== "mouse" || event.target.closest("a, button")) return;
   const stop = new AbortController(), {signal} = stop;
+  const end = () => { network.classList.remove("dragged"); stop.abort(); };
   addEventListener("pointermove", ({movementX, movementY, buttons}) => {
-    if (buttons === 0) return stop.abort();  // was let go where nobody is told of it
+    if (buttons === 0) return end();  // was let go where nobody is told of it
     dragged += Math.abs(movementX) + Math.abs(movementY);
     network.classList.add("dragged");
     network.scrollBy(-movementX, -movementY);
   }, {signal});
-  addEventListener("pointerup", () => { network.classList.remove("dragged"); stop.abort(); }, {signal});
+  for (const event of ["pointerup", "pointercancel"]) addEventListener(event, end, {signal});
 });
 network.addEventListener("click", ({target}) => {
   const wasDragged = dragged > 4;

@@ -166,8 +166,16 @@ function writeAddress() {
   const parts = large ? [chosen, large.name] : chosen ? [chosen] : [];
   history.replaceState(null, "", view ? addressOf(...parts) : "#" + (large?.name ?? ""));
 }
+/// A part that is no code stays as it is.
+function decoded(part) {
+  try {
+    return decodeURIComponent(part);
+  } catch {
+    return part;
+  }
+}
 function followAddress() {
-  const parts = location.hash.slice(1).split("/").map(decodeURIComponent);
+  const parts = location.hash.slice(1).split("/").map(decoded);
   const isNetwork = parts[0] === "" && parts[1] === "network";
   const picture = tiles.has(isNetwork ? parts[3] : parts[0]) && pictures.find(({name}) => name === (isNetwork ? parts[3] : parts[0]));
   if (!picture && large) hideDialog();
@@ -180,8 +188,10 @@ function go(to) {
   view = to;
   document.body.className = view;
   const [list, network] = find("views").children;
-  list.toggleAttribute("aria-current", !view);
-  network.toggleAttribute("aria-current", Boolean(view));
+  for (const [link, isShown] of [[list, !view], [network, Boolean(view)]]) {
+    if (isShown) link.setAttribute("aria-current", "page");
+    else link.removeAttribute("aria-current");
+  }
   if (view) layOut();
   narrow();
 }

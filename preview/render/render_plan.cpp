@@ -48,6 +48,7 @@ std::vector<Picture> picturesOf(const Scene& scene, const Network& network,
 
 void keepOnly(const std::vector<std::string>& patterns, std::vector<Picture>& pictures) {
   std::vector<std::string> names;
+  names.reserve(pictures.size());
   for (const Picture& picture : pictures) names.push_back(picture.name);
   const Selection selection(patterns, "--only: no picture", names);
   std::erase_if(pictures, [&](const Picture& picture) { return !selection.has(picture.name); });

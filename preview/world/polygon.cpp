@@ -27,8 +27,9 @@ class Polygon {
       if (p != q) order_.push_back(static_cast<std::uint32_t>(i));
     }
     rounding_ = kRounding * greatest;
-    if (normal_.length() <= rounding_ * size)
+    if (normal_.length() <= rounding_ * size) {
       throw std::invalid_argument("the face lies in a line");
+    }
     normal_.normalize();
     constexpr double kFlat = 1e-3;  // of the size
     isFlat_ = std::ranges::all_of(corners, [&](const V3d& p) {
