@@ -98,7 +98,7 @@ std::unique_ptr<standin::PluginInstance> PluginLibrary::newPlugin(
 std::filesystem::path defaultPluginLibrary() {
   const auto root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
   const auto built = root / "SamplerInfo.so";
-  return exists(built) ? built : root / "lib/quor/plugins/SamplerInfo.so";
+  return exists(built) ? built : root / INSTALLED_PLUGINS / "SamplerInfo.so";
 }
 
 }  // namespace preview
