@@ -16,9 +16,8 @@ struct InterfaceEntry;
 ///
 /// - [any thread]: any number of threads at once.
 /// - [set-up thread]: one thread, while no other is inside the same object.
-/// - [render threads, between frameBegin and frameEnd]: any number of threads at once, between
-/// these
-///   two calls of the plugin that is asked and of those that its inputs come from.
+/// - [render threads, between frameBegin and frameEnd]: any number at once, between these calls of
+///   the plugin that is asked and of those that its inputs come from.
 class PluginBase {
  public:
   PluginBase() = default;

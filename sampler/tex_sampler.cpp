@@ -67,9 +67,6 @@ Vector safeNormalize(const Vector& v) {
 
 // ---- Clipping planes ----------------------------------------------------------------------------
 
-/// The near and far clipping distances of one frame, which enclose the scene's bounding box as the
-/// camera sees it. `beginFrame` sets `computed` back to 0; the first `computeClipPlanes` of the
-/// frame, on whatever thread, computes both distances and writes them to the host's log.
 /// The near and far clipping distances of one frame, in units of render space, which enclose the
 /// scene's bounding box as the camera sees it. `beginFrame` sets `computed` back to 0; the first
 /// `computeClipPlanes` of the frame, on whatever thread, computes both distances and writes them to
