@@ -120,7 +120,7 @@ struct Network {
 
 }  // namespace
 
-extern "C" int llvmFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Bytes bytes(data, size);
   test::ShadingHost host;
   fill(host, bytes);
