@@ -40,7 +40,7 @@ Enumeration enumerate(void* libraryDescriptor, int atMost = -1);
 /// The descriptors, registered with a host for as long as this lives.
 class Registered {
  public:
-  explicit Registered(std::vector<void*> descs);
+  explicit Registered(std::vector<void*> all);
   ~Registered();
   Registered(const Registered&) = delete;
   void operator=(const Registered&) = delete;

@@ -67,9 +67,10 @@ std::vector<std::string> exportsOf(void* module) {
   const link_map* map = nullptr;
   if (dlinfo(module, RTLD_DI_LINKMAP, &map) != 0) fail(dlerror());
   const ElfW(Sym)* symbols = nullptr;
-  const char* texts = nullptr;
+  const char* texts = "";
   std::size_t count = 0;
   for (const ElfW(Dyn)* entry = map->l_ld; entry->d_tag != DT_NULL; ++entry) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader's own form of an address
     const auto* const table = reinterpret_cast<const std::uint32_t*>(entry->d_un.d_ptr);
     if (entry->d_tag == DT_SYMTAB) symbols = reinterpret_cast<const ElfW(Sym)*>(table);
     if (entry->d_tag == DT_STRTAB) texts = reinterpret_cast<const char*>(table);
@@ -77,7 +78,7 @@ std::vector<std::string> exportsOf(void* module) {
     if (entry->d_tag == DT_GNU_HASH) count = symbolsOf(table);
   }
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; symbols != nullptr && i < count; ++i) {
     const std::string name = texts + symbols[i].st_name;
     const bool isGlobal = symbols[i].st_info >> 4 != STB_LOCAL;
     const bool isOfLinker = std::ranges::find(kOfLinker, name) != std::end(kOfLinker);
