@@ -41,7 +41,7 @@ class QuorPluginInterface : public PluginInterface {
 
   // As `QuorParameterList` has them; 0 and null without a parameter list.
   virtual std::int32_t setParameter(QuorPluginParameter* param);  ///< [set-up thread]
-  virtual QuorPluginParameter* getParameter(char* name);          ///< [set-up thread]
+  virtual QuorPluginParameter* getParameter(char* name);          ///< [any thread]
 
  protected:
   QuorPluginDesc* desc;          ///< made this plugin; or null

@@ -96,12 +96,13 @@ class RTTexInterface : public PluginInterface {
 
   /// Adds the source of this texture to `source` and `oclData`; returns 1, or 0 if it does not
   /// serve the kind of value `outputName` for the kind of descriptor `descriptorKind`.
-  /// [any thread]
+  /// [any thread, but not during the plugin's frameBegin]
   virtual std::int32_t getShaderSource(const char* outputName, const char* secondName,
                                        const char* descriptorKind, ShaderSource& source,
                                        OCLData& oclData) = 0;
 
-  /// The host's generator: adds the source of `texture`, which may be null.
+  /// The host's generator: adds the source of `texture`, which may be null. Called within
+  /// `getShaderSource`, and from its thread.
   QUOR_API std::int32_t getRTTexInterfaceSource(PluginInterface* texture, const char* outputName,
                                                 const char* secondName, const char* descriptorKind,
                                                 ShaderSource& source, OCLData& oclData);

@@ -86,6 +86,7 @@ static_assert(sizeof(QuorParameterListDesc) == sizeof(void*));
 
 /// The parameter values of one plugin instance, with the fields and the outputs that stand for
 /// them. The fields registered with `setParamCache` are written by the default `frameBegin`.
+/// [set-up thread], `getParam` [any thread]
 class QuorParameterList {
  public:
   QuorParameterList(const QuorParameterList&) = delete;

@@ -9,7 +9,7 @@ class QuorPluginDesc;
 class PluginDesc;
 
 /// The host as a plugin kind sees it while it is registered. The table begins with these two
-/// operations: there is no virtual destructor.
+/// operations: there is no virtual destructor. [set-up thread]
 class QuorPluginHost {
  public:
   virtual void registerPluginDesc(QuorPluginDesc* desc) = 0;
@@ -19,7 +19,7 @@ class QuorPluginHost {
   ~QuorPluginHost() = default;
 };
 
-/// Receives the descriptors of a library, one call each.
+/// Receives the descriptors of a library, one call each, on the thread that enumerates them.
 class PluginDescVisitor {
  public:
   /// Returns non-zero to be given the next descriptor, 0 to stop.

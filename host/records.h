@@ -9,7 +9,7 @@
 /// `CameraMotion` begin with their first operation: they have no virtual destructor.
 namespace QUtils {
 
-/// The host's log.
+/// The host's log. [render threads, between frameBegin and frameEnd], one at a time for a plugin
 class RenderLog {
  public:
   virtual void print(const char* format, ...) = 0;
@@ -22,6 +22,7 @@ class RenderLog {
 class SceneInfo {
  public:
   /// Writes the two extreme corners of the scene's bounding box, in render space.
+  /// [render threads, between frameBegin and frameEnd], one at a time for a plugin
   virtual void getBoundingBox(Vector& lo, Vector& hi) = 0;
 
  protected:
@@ -30,7 +31,7 @@ class SceneInfo {
 
 /// Motion of the camera within the frame. "From" carries a render-space quantity seen at `rayTime`
 /// to where the frame's own camera transform applies, "to" carries it from there to `rayTime`.
-/// Called from any number of threads at once.
+/// [render threads, between frameBegin and frameEnd]
 class CameraMotion {
  public:
   virtual DVector pointToRayTime(const DVector& point, double rayTime) = 0;
@@ -67,6 +68,7 @@ struct RenderContext {
 };
 
 /// Offered by an object under EXT_OBJECT_SPACE_MAPPING.
+/// [render threads, between frameBegin and frameEnd]
 class ObjectSpaceMapping : public PluginInterface {
  public:
   static constexpr InterfaceId kInterfaceId = EXT_OBJECT_SPACE_MAPPING;
@@ -78,6 +80,7 @@ class ObjectSpaceMapping : public PluginInterface {
 };
 
 /// Offered by a surface under EXT_UVW_SOURCE. Channels count from 0.
+/// [render threads, between frameBegin and frameEnd]
 class UVWSource : public PluginInterface {
  public:
   static constexpr InterfaceId kInterfaceId = EXT_UVW_SOURCE;
@@ -92,6 +95,7 @@ class UVWSource : public PluginInterface {
 };
 
 /// Offered by a surface under EXT_MATERIAL_ID_SOURCE.
+/// [render threads, between frameBegin and frameEnd]
 class MaterialIdSource : public PluginInterface {
  public:
   static constexpr InterfaceId kInterfaceId = EXT_MATERIAL_ID_SOURCE;
