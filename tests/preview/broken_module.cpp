@@ -8,14 +8,14 @@ namespace {
 using namespace QUtils;
 
 enum Fault {
-  kNone,
-  kNullLibDesc,
-  kNullDescriptor,
-  kNullPluginName,
-  kNullParameterName,
-  kNullPlugin,
-  kThrowingPlugin,
-  kNullOutput
+  None,
+  NullLibDesc,
+  NullDescriptor,
+  NullPluginName,
+  NullParameterName,
+  NullPlugin,
+  ThrowingPlugin,
+  NullOutput
 };
 constexpr Fault kFault = FAULT;
 
@@ -28,21 +28,21 @@ class BrokenDesc final : public QuorPluginDesc {
  public:
   BrokenDesc() : QuorPluginDesc(nullptr) {
     paramListDesc = &parameters_;
-    parameters_.addParamTextureFloat(kFault == kNullParameterName ? nullptr : modifiable("a"), 0,
+    parameters_.addParamTextureFloat(kFault == NullParameterName ? nullptr : modifiable("a"), 0,
                                      nullptr, nullptr);
-    if (kFault == kNullOutput) {
+    if (kFault == NullOutput) {
       parameters_.addOutputParamTextureFloat(modifiable("sum"), nullptr, nullptr);
     }
   }
   std::uint64_t getPluginId() const override { return 1; }
   PluginBase* newPlugin(void* /*host*/) override {
-    if (kFault == kThrowingPlugin) throw modifiable("no room");
-    return kFault == kNullPlugin ? nullptr : new Broken(this);
+    if (kFault == ThrowingPlugin) throw modifiable("no room");
+    return kFault == NullPlugin ? nullptr : new Broken(this);
   }
   void deletePlugin(PluginBase* plugin) override { delete plugin; }
   std::int32_t supportsInterface(InterfaceId /*id*/) const override { return 0; }
   const char* getPluginName() const override {
-    return kFault == kNullPluginName ? nullptr : "Broken";
+    return kFault == NullPluginName ? nullptr : "Broken";
   }
 
  private:
@@ -54,12 +54,12 @@ class LibDesc final : public PluginLibDesc {
   const char* getLibraryName() const override { return "Broken"; }
   const char* getLibraryDescription() const override { return ""; }
   std::int32_t enumPluginDescs(PluginDescVisitor* visitor) const override {
-    return visitor->visitPluginDesc(kFault == kNullDescriptor ? nullptr : &brokenDesc);
+    return visitor->visitPluginDesc(kFault == NullDescriptor ? nullptr : &brokenDesc);
   }
 } libDesc;
 
 }  // namespace
 
 extern "C" QUOR_EXPORT PluginLibDesc* getLibDesc() {
-  return kFault == kNullLibDesc ? nullptr : &libDesc;
+  return kFault == NullLibDesc ? nullptr : &libDesc;
 }
