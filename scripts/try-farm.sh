@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 # usage: scripts/try-farm.sh [PREVIEW]
 # Renders a sequence on a queue: a Slurm cluster of two nodes on this machine's loopback address, one of which dies in the
-# middle. All frames must be whole, the same bytes as those of one run, and none may be rendered twice but those lost.
+# middle; a last job, which depends on the others, writes the page. All frames must be whole, the same bytes as those of
+# one run, and only those that are lost may be rendered twice.
 # PREVIEW is the samplerinfo-preview to use, build/release's if none is named. Runs as root; ends what it started.
 set -euo pipefail
 preview=${1:+$(realpath -- "$1")}
@@ -93,15 +94,24 @@ task() {
   cat <<END
 #!/bin/sh
 echo "begin \$SLURM_ARRAY_TASK_ID \$SLURMD_NODENAME" >>"$work/log"
-'$preview' render '$work/scene.json' -o '$work/frames' --quiet --threads 1 --frames \$SLURM_ARRAY_TASK_ID &&
+'$preview' render '$work/scene.json' -o '$work/frames' --quiet --threads 1 --resume --frames \$SLURM_ARRAY_TASK_ID &&
   echo "end \$SLURM_ARRAY_TASK_ID \$SLURMD_NODENAME" >>"$work/log"
 END
 }
 
-# submit ARGUMENT...: the frames; prints the job.
+last_job() {
+  cat <<END
+#!/bin/sh
+'$preview' render '$work/scene.json' -o '$work/frames' --quiet --threads 1 --resume && echo page >>"$work/log"
+END
+}
+
+# submit ARGUMENT...: the frames, and the job that writes the page when they have ended.
 submit() {
   : >"$work/log"
-  task | sbatch --parsable --requeue --array="1-$frames" --output=/dev/null "$@"
+  local job
+  job=$(task | sbatch --parsable --requeue --array="1-$frames" --output=/dev/null "$@")
+  last_job | sbatch --parsable --dependency="afterany:$job" --output=/dev/null >/dev/null
 }
 ended() { grep -c '^end' "$work/log" || true; }
 has_ended() { (($(ended) >= $1)); }
@@ -113,6 +123,7 @@ finish() {
   awk -v from="$1" -v to="$EPOCHREALTIME" -v frames="$frames" \
     'BEGIN { printf "%d frames in %.1f s, %.2f frames a second\n", frames, to - from, frames / (to - from) }'
   wait_for 60 queue_is_empty
+  grep -qx page "$work/log" || fail "the last job has not written the page"
 }
 
 one_run() {
@@ -124,7 +135,7 @@ one_run() {
 with_tasks() {
   rm -rf "$work/frames"
   local from=$EPOCHREALTIME
-  submit --nodes=1 "${@:2}" >/dev/null
+  submit --nodes=1 "${@:2}"
   finish "$from"
   diff -r "$work/expected" "$work/frames"
 }
@@ -132,7 +143,7 @@ with_tasks() {
 # The node dies with all that runs on it, as if its power had gone. Slurm gives its task to the other.
 with_lost_node() {
   rm -rf "$work/frames"
-  submit >/dev/null
+  submit
   wait_for 120 has_ended 10
   wait_for 60 running_on two
   local lost job process

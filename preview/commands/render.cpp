@@ -10,6 +10,7 @@
 #include "preview/render/band.h"
 #include "preview/render/frame_files.h"
 #include "preview/render/page_data.h"
+#include "preview/render/render_key.h"
 #include "preview/scene/scene_file.h"
 #include "preview/system/interruption.h"
 #include "preview/system/memory.h"
@@ -27,11 +28,12 @@ struct Render {
   int threads = 0;  // as many as the machine has
   bool half = false;
   bool quiet = false;
+  bool resume = false;
 
   void addTo(CLI::App& command, Session& session);
   void run(Session& session) const;
-  std::string renderFrames(LoadedScene& loaded, FrameRange range, const OutputFolder& folder,
-                           ProgressBar& bar) const;
+  void renderFrames(LoadedScene& loaded, FrameRange range, const std::string& key,
+                    OutputFolder& folder, ProgressBar& bar) const;
 };
 
 void Render::addTo(CLI::App& command, Session& session) {
@@ -52,16 +54,49 @@ void Render::addTo(CLI::App& command, Session& session) {
       ->type_name("NAME")
       ->allow_extra_args(false)
       ->delimiter(',');
+  command.add_flag("--resume", resume,
+                   "Render only the frames that are missing in the folder, or of another render");
   command.add_flag("-q,--quiet", quiet, "Show no progress");
   command.add_flag("--half", half, "Half floats in the EXR file");
   command.add_option("--threads", threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
 }
 
+/// The frames that are there, as pairs of the first and the last one of each range.
+nlohmann::ordered_json rangesOf(const Frames& frames, const std::function<bool(int)>& isThere) {
+  auto ranges = nlohmann::ordered_json::array();
+  for (int number = frames.first; number <= frames.last; ++number) {
+    if (!isThere(number)) continue;
+    if (ranges.empty() || ranges.back()[1] != number - 1) ranges.push_back({number, number});
+    ranges.back()[1] = number;
+  }
+  return ranges;
+}
+
+/// `show` is told what is done, and which fraction of the frame is finished.
+void renderFrame(const Scene& scene, const RenderPlan& plan, const Frame& frame, FrameFiles& files,
+                 const std::function<void(const char*, double)>& show) {
+  // To write a pixel takes about as long as to evaluate it that often.
+  constexpr double kSamplesOfWriting = 4;
+  const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
+  for (int row = 0; row < scene.image.height; row += plan.rowsAtATime) {
+    const int rows = std::min(plan.rowsAtATime, scene.image.height - row);
+    const auto showRows = [&](const char* doing, double fraction) {
+      show(doing, (row + fraction * rows) / scene.image.height);
+    };
+    const Band band = renderRows(scene, frame, plan.layers, row, rows, [&](double fraction) {
+      showRows("rendering", fraction * rendering);
+    });
+    files.write(band, [&](double fraction) {
+      showRows("writing", rendering + fraction * (1 - rendering));
+    });
+  }
+}
+
 /// Renders into a folder: a PNG for each picture, `contact_sheet.png`, the page `index.html`, and
 /// all raw values in one EXR per frame. Where the scene has several frames, the names of all except
-/// the page end in their numbers. Everything is checked before rendering starts, and files appear
-/// only when all are done.
+/// the page end in their numbers. Everything is checked before rendering starts, and the files of a
+/// frame appear when all are done, the page at the end.
 void Render::run(Session& session) const {
   const PluginLibrary library(session.plugin);
   Scene scene = view.read(session);
@@ -75,6 +110,7 @@ void Render::run(Session& session) const {
   }
   ProgressBar bar(!view.isLogged && !quiet && isatty(STDERR_FILENO) != 0);
   bar.show("reading", 0);
+  const std::string key = renderKey(scene, only, half);
   LoadedScene loaded(std::move(scene), library, only, session.diagnostics);
   session.diagnostics.throwFirst();
   const double bytes = loaded.plan.bytes;
@@ -84,29 +120,26 @@ void Render::run(Session& session) const {
   noteInterruptions();
   OutputFolder folder(output);
   try {
-    append(folder.pathFor("index.html"), renderFrames(loaded, range, folder, bar));
+    renderFrames(loaded, range, key, folder, bar);
   } catch (const WriteError& e) {
     folder.fail(e.what());
   } catch (const std::bad_alloc&) {
     throw std::runtime_error("out of memory for " + pictures + ", which take about " +
                              memoryText(bytes) + "; the peak was " + memoryText(peakMemory()));
   }
-  ignoreInterruptions();
-  folder.commit();
 }
 
-/// Returns the page, whose bounds can be asked for within a frame alone.
-std::string Render::renderFrames(LoadedScene& loaded, FrameRange range, const OutputFolder& folder,
-                                 ProgressBar& bar) const {
-  const Scene& scene = loaded.scene;
-  const Network& network = loaded.network;
-  const RenderPlan& plan = loaded.plan;
-  // To write a pixel takes about as long as to evaluate it that often.
-  constexpr double kSamplesOfWriting = 4;
-  const double rendering = scene.image.samples / (scene.image.samples + kSamplesOfWriting);
-  std::string page;
+void Render::renderFrames(LoadedScene& loaded, FrameRange range, const std::string& key,
+                          OutputFolder& folder, ProgressBar& bar) const {
+  const auto& [library, scene, network, plan, geometry] = loaded;
+  const bool isSequence = plan.digits != 0;
+  const auto isThere = [&](int number) { return isRendered(scene, plan, number, folder, key); };
+  std::string last = "index.html";
+  nlohmann::ordered_json page;
   network.renderBegin();
   for (int number = range.first; number <= range.last; ++number) {
+    const bool isDone = resume && isThere(number);
+    if (isDone && !page.empty()) continue;
     const auto show = [&](const char* doing, double fraction) {
       throwIfInterrupted();
       bar.show(doing, (number - range.first + fraction) / (range.last - range.first + 1));
@@ -114,24 +147,25 @@ std::string Render::renderFrames(LoadedScene& loaded, FrameRange range, const Ou
     show("building", 0);
     const Frame frame(scene, loaded.geometry, number, view.log());
     network.frameBegin();
-    if (number == range.first) page = pageText(pageData(loaded));
-    FrameFiles files(scene, plan, frame, number, folder, half);
-    for (int row = 0; row < scene.image.height; row += plan.rowsAtATime) {
-      const int rows = std::min(plan.rowsAtATime, scene.image.height - row);
-      const auto showRows = [&](const char* doing, double fraction) {
-        show(doing, (row + fraction * rows) / scene.image.height);
-      };
-      const Band band = renderRows(scene, frame, plan.layers, row, rows, [&](double fraction) {
-        showRows("rendering", fraction * rendering);
-      });
-      files.write(band, [&](double fraction) {
-        showRows("writing", rendering + fraction * (1 - rendering));
-      });
+    if (page.empty()) page = pageData(loaded);  // asks for bounds, which a frame alone has
+    if (!isDone) {
+      FrameFiles files(scene, plan, frame, number, folder, half, key);
+      renderFrame(scene, plan, frame, files, show);
     }
     network.frameEnd();
+    if (isDone) continue;
+    if (isSequence) {
+      folder.commit(lastFileOf(plan, number));
+    } else {
+      last = lastFileOf(plan, number);  // behind the page
+    }
   }
   network.renderEnd();
-  return page;
+  ignoreInterruptions();
+  folder.commit(last, [&] {
+    if (isSequence) page["frames"] = rangesOf(scene.frames, isThere);
+    append(folder.pathFor("index.html"), pageText(page));
+  });
 }
 
 }  // namespace

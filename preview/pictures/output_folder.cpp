@@ -78,11 +78,7 @@ OutputFolder::~OutputFolder() {
   fs::remove_all(temporary_, ignored);
 }
 
-void OutputFolder::commit() {
-  std::set<std::string> names;
-  for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
-    names.insert(file.path().filename().string());
-  }
+void OutputFolder::commit(const std::string& last, const std::function<void()>& beforehand) {
   const fs::path older = temporary_ / "older";
   std::vector<std::pair<fs::path, fs::path>> moved;
   const auto move = [&](const fs::path& from, const fs::path& to) {
@@ -90,17 +86,28 @@ void OutputFolder::commit() {
     moved.emplace_back(from, to);
   };
   std::string current;
+  const auto moveAway = [&](const std::string& name) {
+    current = name + ": ";
+    if (fs::is_directory(target(name))) throw fs::filesystem_error("", kIsFolder);
+    if (fs::exists(fs::symlink_status(target(name)))) move(target(name), older / name);
+  };
   try {
     fs::create_directories(folder_);
     const FolderLock commits(folder_, LOCK_EX);  // of several runs, one after the other
-    fs::create_directory(older);
-    for (const std::string& name : names) {
-      current = name + ": ";
-      const fs::path target = folder_ / name;
-      if (fs::is_directory(target)) throw fs::filesystem_error("", kIsFolder);
-      if (fs::exists(fs::symlink_status(target))) move(target, older / name);
-      move(temporary_ / name, target);
+    beforehand();
+    std::set<std::string> names;
+    for (const fs::directory_entry& file : fs::directory_iterator(temporary_)) {
+      names.insert(file.path().filename().string());
     }
+    names.erase(last);
+    fs::create_directory(older);
+    moveAway(last);
+    for (const std::string& name : names) {
+      moveAway(name);
+      move(temporary_ / name, target(name));
+    }
+    move(temporary_ / last, target(last));
+    fs::remove_all(older);
   } catch (const fs::filesystem_error& e) {
     std::error_code ignored;
     for (; !moved.empty(); moved.pop_back()) {

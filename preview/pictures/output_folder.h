@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -23,7 +24,7 @@ class FolderLock {
 };
 
 /// Files that are put into a folder in one go: they are written to a hidden folder in it (or where
-/// it is to be made), and moved when all of them are there. Without `commit` nothing is left
+/// it is to be made), and moved when all of them are there. What is not committed is not left
 /// behind; what a killed run left, the next one removes.
 class OutputFolder {
  public:
@@ -36,9 +37,14 @@ class OutputFolder {
   /// Where to write the file that is to become `name` in the folder.
   std::filesystem::path pathFor(const std::string& name) const { return temporary_ / name; }
 
+  /// Where the file `name` is once it is committed.
+  std::filesystem::path target(const std::string& name) const { return folder_ / name; }
+
   /// Replaces files of the same names, leaves others alone. If one of them may not be replaced,
-  /// none is.
-  void commit();
+  /// none is. `last` is the first to go and the last to come: where it is, all are. Writes what
+  /// `beforehand` writes, too; no other process commits meanwhile.
+  void commit(
+      const std::string& last, const std::function<void()>& beforehand = [] {});
 
   /// Throws an `InputError` that names the folder.
   [[noreturn]] void fail(const std::string& why) const;

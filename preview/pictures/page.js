@@ -254,17 +254,6 @@ async function load(number) {
 function takeNumbers(number, numbers) {
   numbersOfFrames[number] = numbers;
 }
-// Looks in coarse steps first, then between them, until a frame is there or the user goes to one.
-async function findFrame() {
-  for (let step = 2 ** Math.ceil(Math.log2(frameCount)); step >= 1; step /= 2) {
-    for (let number = scene.first; number <= scene.last; number += step) {
-      if (number in numbersOfFrames) continue;
-      await load(number);
-      if (frame !== scene.first) return;
-      if (numbersOfFrames[number]) return showFrame(number);
-    }
-  }
-}
 function goToFrame(step) {
   showFrame(scene.first + (frame - scene.first + step + frameCount) % frameCount);
 }
@@ -338,7 +327,7 @@ function show(data) {
   scene = data;
   pictures = scene.pictures;
   frameCount = scene.last - scene.first + 1;
-  if (!(frame >= scene.first && frame <= scene.last)) frame = scene.first;
+  if (!(frame >= scene.first && frame <= scene.last)) frame = scene.frames?.[0]?.[0] ?? scene.first;
   document.title = find("title").textContent = scene.name;
   find("size").textContent = `${scene.width} × ${scene.height}, ${countText(scene.samples, "sample")} a pixel`;
   const node = find("node").value;
@@ -348,6 +337,7 @@ function show(data) {
     find("node").append(new Option(`${name}, ${list[0].plugin} (${list.length})`, name, false, name === node));
   }
   find("frames").hidden = find("frameKeys").hidden = !scene.digits;
+  find("framesThere").textContent = "here: " + scene.frames?.map(range => [...new Set(range)].join("–")).join(", ");
   Object.assign(find("frame"), {min: scene.first, max: scene.last});
   drawList();
   drawNetwork();
@@ -358,5 +348,5 @@ function show(data) {
   refresh();
   if (!isFirst) return;
   followAddress();
-  findFrame();
+  showFrame(frame);
 }

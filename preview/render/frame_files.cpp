@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <mutex>
 
 #include "preview/diagnostics/number_text.h"
@@ -16,6 +17,15 @@
 namespace preview {
 
 namespace {
+
+std::string pngFileOf(const Picture& picture, const std::string& suffix) {
+  return picture.name + suffix + ".png";
+}
+std::string exrFileOf(const Scene& scene, const std::string& suffix) {
+  return scene.file.stem().string() + suffix + ".exr";
+}
+std::string contactSheetOf(const std::string& suffix) { return "contact_sheet" + suffix + ".png"; }
+std::string keyLine(const std::string& key) { return "// Render " + key + "\n"; }
 
 /// The picture that viewers show first, RGBA: the first of a colour, or else the first of all.
 std::size_t mainLayer(const RenderPlan& plan) {
@@ -94,15 +104,17 @@ FrameFiles::PictureFile::PictureFile(std::filesystem::path file, const Image& si
 }
 
 FrameFiles::FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame,
-                       std::int32_t number, const OutputFolder& folder, bool half)
+                       std::int32_t number, const OutputFolder& folder, bool half,
+                       const std::string& key)
     : scene_(scene),
       plan_(plan),
       folder_(folder),
       number_(number),
+      key_(key),
       suffix_(plan.suffixOf(number)),
       pictures_(plan.pictures.size()),
-      exr_(folder.pathFor(scene.file.stem().string() + suffix_ + ".exr"),
-           headerOf(scene, frame, number), layersOf(plan), half) {}
+      exr_(folder.pathFor(exrFileOf(scene, suffix_)), headerOf(scene, frame, number),
+           layersOf(plan), half) {}
 
 void FrameFiles::write(const Band& band, const std::function<void(double)>& progress) {
   std::mutex mutex;
@@ -129,8 +141,8 @@ void FrameFiles::writePicture(std::size_t index, const Band& band) {
   const FloatImage& values = band.layers[plan_.layerOfPicture[index]];
   std::unique_ptr<PictureFile>& file = pictures_[index];
   if (file == nullptr) {
-    file = std::make_unique<PictureFile>(folder_.pathFor(picture.name + suffix_ + ".png"),
-                                         scene_.image, source.channels());
+    file = std::make_unique<PictureFile>(folder_.pathFor(pngFileOf(picture, suffix_)), scene_.image,
+                                         source.channels());
   }
   const auto [colors, specials] =
       mapToColors(values, band.coverage, picture.low, picture.high, band.firstRow);
@@ -157,14 +169,32 @@ void FrameFiles::writeContactSheet() const {
         {&file.thumbnail.image(), captionOf(plan_.pictures[i], layer, file.numbers.specials)});
   }
   const FloatImage sheet = contactSheet(thumbnails);
-  append(folder_.pathFor("contact_sheet" + suffix_ + ".png"),
+  append(folder_.pathFor(contactSheetOf(suffix_)),
          PngEncoder(sheet.width(), sheet.height()).encode(sheet));
 }
 
 void FrameFiles::writeNumbers() const {
   std::vector<PictureNumbers> numbers;
   for (const auto& picture : pictures_) numbers.push_back(picture->numbers);
-  append(folder_.pathFor("index" + suffix_ + ".js"), pageNumbersText(number_, numbers));
+  append(folder_.pathFor(lastFileOf(plan_, number_)),
+         keyLine(key_) + pageNumbersText(number_, numbers));
+}
+
+std::string lastFileOf(const RenderPlan& plan, std::int32_t frame) {
+  return "index" + plan.suffixOf(frame) + ".js";
+}
+
+bool isRendered(const Scene& scene, const RenderPlan& plan, std::int32_t frame,
+                const OutputFolder& folder, const std::string& key) {
+  std::string line;
+  std::getline(std::ifstream(folder.target(lastFileOf(plan, frame))), line);
+  if (line + "\n" != keyLine(key)) return false;
+  const std::string suffix = plan.suffixOf(frame);
+  const auto isThere = [&](const std::string& name) { return exists(folder.target(name)); };
+  return isThere(exrFileOf(scene, suffix)) && isThere(contactSheetOf(suffix)) &&
+         std::ranges::all_of(plan.pictures, [&](const Picture& picture) {
+           return isThere(pngFileOf(picture, suffix));
+         });
 }
 
 }  // namespace preview

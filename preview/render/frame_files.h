@@ -22,7 +22,7 @@ class FrameFiles {
  public:
   /// All that is referred to outlives the object.
   FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame, std::int32_t number,
-             const OutputFolder& folder, bool half);
+             const OutputFolder& folder, bool half, const std::string& key);
 
   /// The next rows. `progress` is told of each finished part of them, one at a time.
   void write(const Band& band, const std::function<void(double)>& progress);
@@ -45,9 +45,18 @@ class FrameFiles {
   const RenderPlan& plan_;
   const OutputFolder& folder_;
   std::int32_t number_;
+  const std::string& key_;
   std::string suffix_;
   std::vector<std::unique_ptr<PictureFile>> pictures_;
   ExrFile exr_;
 };
+
+/// The file that is there when all of a frame's files are: the numbers of its pictures, behind the
+/// key of the render.
+std::string lastFileOf(const RenderPlan& plan, std::int32_t frame);
+
+/// Whether all files of a frame are in the folder, from a render of this key.
+bool isRendered(const Scene& scene, const RenderPlan& plan, std::int32_t frame,
+                const OutputFolder& folder, const std::string& key);
 
 }  // namespace preview
