@@ -1,29 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "bench/network.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <stdexcept>
 
 namespace bench {
-
-Library::Library() : module_(dlopen(SAMPLERINFO_MODULE, RTLD_NOW | RTLD_LOCAL)) {
-  if (module_ == nullptr) throw std::runtime_error(dlerror());
-  using GetLibDesc = PluginLibDesc* (*)();
-  desc_ = reinterpret_cast<GetLibDesc>(dlsym(module_, "getLibDesc"))();
-}
-
-Library::~Library() { dlclose(module_); }
-
-std::int32_t Library::plugins() const { return desc_->enumPluginDescs(nullptr); }
-
-QuorPluginDesc& Library::descriptor(const std::string& plugin) const {
-  for (QuorPluginDesc* desc : standin::descriptorsOf(*desc_)) {
-    if (desc->getPluginName() == plugin) return *desc;
-  }
-  throw std::runtime_error("the library has no " + plugin);
-}
 
 namespace {
 
@@ -37,10 +18,10 @@ twins::Pair pairNamed(const std::string& name) {
 
 }  // namespace
 
-Network::Network(const Library& library, const std::vector<Node>& nodes) {
+Network::Network(const std::vector<Node>& nodes) {
   for (const Node& node : nodes) {
     twins::Pair pair = pairNamed(node.pair);
-    auto plugin = std::make_unique<standin::PluginInstance>(library.descriptor(pair.plugin));
+    auto plugin = std::make_unique<test::Instance>(pair.plugin);
     if (pair.setting == "mode") plugin->set("mode", pair.setTo);
     if (pair.setting == "invert") plugin->set("invert", pair.setTo != 0);
     for (std::size_t i = 0; i < node.sources.size(); ++i) {

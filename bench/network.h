@@ -5,31 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "standin/plugin_instance.h"
 #include "standin/textures.h"
+#include "tests/support/library.h"
 #include "tests/twins/pairs.h"
 
 /// Networks of the loaded library's plugins, built a second time of twins.
 namespace bench {
 
 using namespace QUtils;
-
-/// The library, loaded as a host loads it, until the object is gone.
-class Library {
- public:
-  Library();
-  ~Library();
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
-  /// The descriptor of that name, which exists.
-  QuorPluginDesc& descriptor(const std::string& plugin) const;
-  std::int32_t plugins() const;
-
- private:
-  void* module_;
-  PluginLibDesc* desc_;
-};
 
 /// One output of a network: by its pair, and where its inputs come from.
 struct Node {
@@ -43,7 +26,7 @@ struct Node {
 /// Connected as its nodes say, in its first frame.
 class Network {
  public:
-  Network(const Library& library, const std::vector<Node>& nodes);
+  explicit Network(const std::vector<Node>& nodes);
   void frameBegin();
 
   const PluginInterface* libraryTexture = nullptr;  ///< of the last node
@@ -51,7 +34,7 @@ class Network {
 
  private:
   struct Output {
-    std::unique_ptr<standin::PluginInstance> plugin;
+    std::unique_ptr<test::Instance> plugin;
     twins::Pair pair;
   };
   PluginInterface* constantFor(const std::string& input);

@@ -4,6 +4,7 @@
 // the other by turns; instructions are counted by callgrind, which this program starts on itself.
 // Input textures are constants, whose instructions do not count.
 
+#include <dlfcn.h>
 #include <unistd.h>
 #include <valgrind/callgrind.h>
 
@@ -132,14 +133,14 @@ std::string nameOf(const std::vector<Node>& nodes) {
   return name;
 }
 
-std::vector<Row> rows(const Library& library, const test::OneSample& still,
-                      const test::OneSample& moving, const std::string& only) {
+std::vector<Row> rows(const test::OneSample& still, const test::OneSample& moving,
+                      const std::string& only) {
   std::vector<std::vector<Node>> networks = singles();
   for (const int links : {4, 16, 64}) networks.push_back(chain(links));
   networks.push_back(kMixed);
   std::vector<Row> result;
   for (const std::vector<Node>& nodes : networks) {
-    const auto network = std::make_shared<Network>(library, nodes);
+    const auto network = std::make_shared<Network>(nodes);
     for (const test::OneSample* host : {&still, &moving}) {
       if (host == &moving && !nodes[0].pair.starts_with("TexSampler")) continue;
       for (const Question question : kQuestions) {
@@ -289,13 +290,15 @@ double scaling(const PluginInterface& texture, const ShadingContext& sc, unsigne
 /// Nanoseconds to load the library, enumerate its plugins and unload it; nobody else has it loaded.
 double loadingTime() {
   return timeOf(21, [] {
-    if (Library().plugins() == 0) std::abort();
+    void* const module = dlopen(SAMPLERINFO_MODULE, RTLD_NOW | RTLD_LOCAL);
+    const auto getLibDesc = reinterpret_cast<PluginLibDesc* (*)()>(dlsym(module, "getLibDesc"));
+    if (getLibDesc()->enumPluginDescs(nullptr) == 0 || dlclose(module) != 0) std::abort();
   });
 }
 
-void printExtras(const Library& library, const test::OneSample& still, double loading) {
-  const auto mixed = std::make_shared<Network>(library, kMixed);
-  Network planes(library, {{"TexSampler.cameraNearClipPlane", {}}});
+void printExtras(const test::OneSample& still, double loading) {
+  const auto mixed = std::make_shared<Network>(kMixed);
+  Network planes(std::vector<Node>{{"TexSampler.cameraNearClipPlane", {}}});
   std::printf("\nload, enumerate, unload     %9.3f ms\n", loading * 1e-6);
   std::printf("frameBegin of 12 plugins    %9.0f ns\n", timeOf(1001, [&] { mixed->frameBegin(); }));
   std::printf("a frame's first plane       %9.0f ns\n", timeOf(1001, [&] {
@@ -402,10 +405,9 @@ int run(int argc, char** argv) {
   CLI11_PARSE(app, argc, argv);
 
   const double loading = loadingTime();
-  const Library library;
   const test::OneSample still(false);
   const test::OneSample moving(true);
-  const std::vector<Row> table = rows(library, still, moving, only);
+  const std::vector<Row> table = rows(still, moving, only);
   if (table.empty()) throw std::runtime_error("no row's name contains \"" + only + "\"");
   if (counted) {
     runCounted(table);
@@ -435,7 +437,7 @@ int run(int argc, char** argv) {
   } else {
     printTable(table, figures);
     printMedians(table, figures);
-    printExtras(library, still, loading);
+    printExtras(still, loading);
   }
   return 0;
 }
