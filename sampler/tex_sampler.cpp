@@ -58,7 +58,7 @@ Vector pointToWorld(const ShadingContext& sc, const DVector& point) {
   return toVector({point.x + origin.x, point.y + origin.y, point.z + origin.z});
 }
 
-/// Unit length, but for a vector too short to have a direction: that one stays as it is.
+/// Unit length, except for a vector too short to have a direction: that one stays as it is.
 Vector safeNormalize(const Vector& v) {
   constexpr float kTooShort = 1e-6F;
   const float len = length(v);

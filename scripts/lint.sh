@@ -31,7 +31,7 @@ scripts() {
   git ls-files -z '*.sh' '*.bash' .ci/run | xargs -0 shellcheck
 }
 
-# Prints the files that do not say under which licence they are, but for documents and formats without comments.
+# Prints the files that do not say under which licence they are, except for documents and formats without comments.
 licences() {
   local missing
   missing=$(git grep -IL 'SPDX-License-Identifier: MIT' -- ':!*.md' ':!LICENSE' ':!CMakePresets.json' ':!tests/fuzz/*/[0-9]*' \

@@ -19,7 +19,7 @@ bare() {
 # logged COMMAND...: shows what it says only if it fails.
 logged() { "$@" >"$log" 2>&1 || { cat "$log" && return 1; }; }
 
-# The files, but for what apt and dpkg keep of any package.
+# The files, except for what apt and dpkg keep of any package.
 files() {
   (cd "$root" && find . -path ./tmp -prune -o -path ./var/cache -prune -o -path ./var/lib/apt -prune -o \
     -path ./var/log -prune -o -print | sort)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs the commands in README.md's blocks of shell code, as they are written there, up to the first that fails; but for
+# Runs the commands in README.md's blocks of shell code, as they are written there, up to the first that fails; except for
 # scripts/test.sh, with which .ci/run begins.
 set -euo pipefail
 . "$(dirname "$0")/../scripts/common.sh"

@@ -7,7 +7,7 @@ set(_folder ${CMAKE_CURRENT_LIST_DIR})
 
 find_program(MINGW_CXX i686-w64-mingw32-g++-posix REQUIRED)
 
-# The folders in which the cross compiler looks for headers, but for its own intrinsics: clang has
+# The folders in which the cross compiler looks for headers, except for its own intrinsics: clang has
 # those.
 function(mingw_header_folders result)
   execute_process(COMMAND ${MINGW_CXX} -E -v -x c++ /dev/null
