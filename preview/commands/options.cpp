@@ -8,6 +8,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "preview/render/answers.h"
 #include "preview/scene/scene_file.h"
 
 namespace preview {
@@ -82,7 +83,7 @@ RenderLog* ViewOptions::log() const {
 }
 
 void writeJson(const nlohmann::ordered_json& json) {
-  std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << "\n";
+  std::cout << jsonText(json);
 }
 
 void checkFrames(const char* option, FrameRange asked, const Frames& all) {

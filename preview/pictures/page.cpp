@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "live_js.h"
 #include "network_js.h"
 #include "page_css.h"
 #include "page_html.h"
@@ -25,7 +26,7 @@ std::string scriptOf(const Json& json) {
 
 }  // namespace
 
-std::string pageText(const Json& scene) {
+std::string pageText(const Json& scene, bool isLive) {
   std::string page = kPageHtml;
   const auto fill = [&](std::string_view gap, const std::string& text) {
     page.replace(page.find(gap), gap.size(), text);
@@ -33,26 +34,29 @@ std::string pageText(const Json& scene) {
   fill("/*STYLE*/", kPageCss);
   fill("/*PAGE*/", kPageJs);
   fill("/*NETWORK*/", kNetworkJs);
+  fill("/*LIVE*/", isLive ? kLiveJs : "");
   fill("/*SCENE*/null", scriptOf(scene));
   return page;
 }
 
+Json pageNumbers(const PictureNumbers& picture) {
+  Json channels = Json::array();
+  for (const auto& [min, max] : picture.channels) {  // infinity becomes null
+    channels.push_back({{"min", min}, {"max", max}});
+  }
+  const auto& outside = picture.outsideBounds;
+  return {{"nan", picture.specials.nan},
+          {"plusInfinity", picture.specials.plusInfinity},
+          {"minusInfinity", picture.specials.minusInfinity},
+          {"aboveWhite", picture.specials.aboveWhite},
+          {"belowBlack", picture.specials.belowBlack},
+          {"outsideBounds", outside ? Json(*outside) : Json()},
+          {"channels", channels}};
+}
+
 std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures) {
   Json json = Json::array();
-  for (const PictureNumbers& picture : pictures) {
-    Json channels = Json::array();
-    for (const auto& [min, max] : picture.channels) {  // infinity becomes null
-      channels.push_back({{"min", min}, {"max", max}});
-    }
-    const auto& outside = picture.outsideBounds;
-    json.push_back({{"nan", picture.specials.nan},
-                    {"plusInfinity", picture.specials.plusInfinity},
-                    {"minusInfinity", picture.specials.minusInfinity},
-                    {"aboveWhite", picture.specials.aboveWhite},
-                    {"belowBlack", picture.specials.belowBlack},
-                    {"outsideBounds", outside ? Json(*outside) : Json()},
-                    {"channels", channels}});
-  }
+  for (const PictureNumbers& picture : pictures) json.push_back(pageNumbers(picture));
   return "takeNumbers(" + std::to_string(frame) + ", " + scriptOf(json) + ");\n";
 }
 

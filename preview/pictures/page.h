@@ -29,8 +29,12 @@ struct PictureNumbers {
   std::vector<FiniteRange> channels;
 };
 
-/// The page with the scene that its script shows, as `pageData` gives it.
-std::string pageText(const nlohmann::ordered_json& scene);
+/// The page with the scene that its script shows, as `pageData` gives it. A live one asks who served
+/// it for what there is of a frame, and follows what becomes of the scene.
+std::string pageText(const nlohmann::ordered_json& scene, bool isLive = false);
+
+/// What the page says of a picture of one frame.
+nlohmann::ordered_json pageNumbers(const PictureNumbers& picture);
 
 /// The script with the numbers of a frame.
 std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures);

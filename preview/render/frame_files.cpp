@@ -98,9 +98,21 @@ std::string captionOf(const Picture& picture, const std::string& layer,
 
 }  // namespace
 
-FrameFiles::PictureFile::PictureFile(std::filesystem::path file, const Image& size, int channels)
-    : path(std::move(file)), png(size.width, size.height), thumbnail(size.width, size.height) {
-  numbers.channels.resize(static_cast<std::size_t>(channels));
+EncodedPicture::EncodedPicture(int width, int height, const Layer& source)
+    : png(width, height), thumbnail(width, height) {
+  numbers.channels.resize(static_cast<std::size_t>(source.channels()));
+}
+
+std::string EncodedPicture::add(const Picture& picture, const Layer& source,
+                                const FloatImage& values, const FloatImage& coverage,
+                                int firstRow) {
+  const auto [colors, specials] =
+      mapToColors(values, coverage, picture.low, picture.high, firstRow);
+  thumbnail.add(colors);
+  numbers.specials += specials;
+  addTo(numbers, values, coverage,
+        source.show == Show::Value ? boundsOf(*source.texture) : std::nullopt);
+  return png.encode(colors);
 }
 
 FrameFiles::FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame,
@@ -139,18 +151,12 @@ void FrameFiles::writePicture(std::size_t index, const Band& band) {
   const Picture& picture = plan_.pictures[index];
   const Layer& source = plan_.layers[plan_.layerOfPicture[index]];
   const FloatImage& values = band.layers[plan_.layerOfPicture[index]];
-  std::unique_ptr<PictureFile>& file = pictures_[index];
+  std::unique_ptr<EncodedPicture>& file = pictures_[index];
   if (file == nullptr) {
-    file = std::make_unique<PictureFile>(folder_.pathFor(pngFileOf(picture, suffix_)), scene_.image,
-                                         source.channels());
+    file = std::make_unique<EncodedPicture>(scene_.image.width, scene_.image.height, source);
   }
-  const auto [colors, specials] =
-      mapToColors(values, band.coverage, picture.low, picture.high, band.firstRow);
-  append(file->path, file->png.encode(colors));
-  file->thumbnail.add(colors);
-  file->numbers.specials += specials;
-  addTo(file->numbers, values, band.coverage,
-        source.show == Show::Value ? boundsOf(*source.texture) : std::nullopt);
+  append(folder_.pathFor(pngFileOf(picture, suffix_)),
+         file->add(picture, source, values, band.coverage, band.firstRow));
 }
 
 void FrameFiles::writeExr(const Band& band) {
@@ -163,7 +169,7 @@ void FrameFiles::writeExr(const Band& band) {
 void FrameFiles::writeContactSheet() const {
   std::vector<Thumbnail> thumbnails;
   for (std::size_t i = 0; i < pictures_.size(); ++i) {
-    const PictureFile& file = *pictures_[i];
+    const EncodedPicture& file = *pictures_[i];
     const std::string& layer = plan_.layers[plan_.layerOfPicture[i]].name;
     thumbnails.push_back(
         {&file.thumbnail.image(), captionOf(plan_.pictures[i], layer, file.numbers.specials)});

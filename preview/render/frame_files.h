@@ -15,6 +15,19 @@
 
 namespace preview {
 
+/// A picture of a frame as it is encoded from rows, from top to bottom.
+struct EncodedPicture {
+  PngEncoder png;
+  Downsampler thumbnail;
+  PictureNumbers numbers;
+
+  EncodedPicture(int width, int height, const Layer& source);
+
+  /// The bytes of the next rows.
+  std::string add(const Picture& picture, const Layer& source, const FloatImage& values,
+                  const FloatImage& coverage, int firstRow);
+};
+
 /// The files of one frame, written in rows from top to bottom as they are rendered: a PNG for each
 /// picture, the contact sheet, what the page says of the frame, and all raw values in an EXR file.
 /// Throws `WriteError` and `InputError`.
@@ -28,14 +41,6 @@ class FrameFiles {
   void write(const Band& band, const std::function<void(double)>& progress);
 
  private:
-  struct PictureFile {
-    std::filesystem::path path;
-    PngEncoder png;
-    Downsampler thumbnail;
-    PictureNumbers numbers;
-
-    PictureFile(std::filesystem::path file, const Image& size, int channels);
-  };
   void writePicture(std::size_t index, const Band& band);
   void writeExr(const Band& band);
   void writeContactSheet() const;
@@ -47,7 +52,7 @@ class FrameFiles {
   std::int32_t number_;
   const std::string& key_;
   std::string suffix_;
-  std::vector<std::unique_ptr<PictureFile>> pictures_;
+  std::vector<std::unique_ptr<EncodedPicture>> pictures_;
   ExrFile exr_;
 };
 
