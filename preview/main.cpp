@@ -33,7 +33,7 @@ void checkCommand(const CLI::App& program) {
 }
 
 int run(int argc, char** argv, Session& session) {
-  CLI::App program("Renders, checks, probes and lists the textures of a plugin library.", kProgram);
+  CLI::App program("Renders, shows, checks, probes and lists the textures of a plugin library.", kProgram);
   program.require_subcommand(1);
   program.failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return oneLine(failed->get_name() + ": " + error.what()) + "\n";
@@ -45,7 +45,7 @@ int run(int argc, char** argv, Session& session) {
       "--strict;\n"
       "128 and the number of a signal, of which an interrupted render dies.");
   addPlugin(program, session);
-  for (const auto add : {addRender, addCheck, addList, addProbe}) add(program, session);
+  for (const auto add : {addRender, addView, addCheck, addProbe, addList}) add(program, session);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -38,7 +38,7 @@ struct Check {
 class Report {
  public:
   explicit Report(const Session& session)
-      : file_(shownPath(session.scene)), diagnostics_(session.diagnostics) {}
+      : file_(session.scene), diagnostics_(session.diagnostics) {}
 
   void error(const SceneError& what) { line("error", what); }
   void warning(const SceneError& what) {
@@ -52,7 +52,7 @@ class Report {
   /// The last line; returns the exit code.
   int end(bool strict) const {
     const std::size_t errors = diagnostics_.errors().size();
-    std::cout << file_ << ": " << counted(errors, "error");
+    std::cout << shownPath(file_) << ": " << counted(errors, "error");
     if (errors != 0) {
       std::cout << "; warnings were not looked for\n";
       return kExitBadInput;
@@ -63,11 +63,10 @@ class Report {
 
  private:
   void line(const char* severity, const SceneError& what) const {
-    std::cout << file_ << positionText(diagnostics_.positionOf(what)) << ": " << severity << ": "
-              << what.what() << "\n";
+    std::cout << diagnostics_.lineOf(file_, severity, what) << "\n";
   }
 
-  std::string file_;
+  const std::filesystem::path& file_;
   const Diagnostics& diagnostics_;
   std::size_t warnings_ = 0, notes_ = 0;
 };

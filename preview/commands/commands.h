@@ -30,5 +30,6 @@ void addRender(CLI::App& program, Session& session);
 void addCheck(CLI::App& program, Session& session);
 void addProbe(CLI::App& program, Session& session);
 void addList(CLI::App& program, Session& session);
+void addView(CLI::App& program, Session& session);
 
 }  // namespace preview

@@ -64,17 +64,42 @@ void ViewOptions::addTo(CLI::App& command, Session& session) {
   command.add_flag("--log", isLogged, "Print the log of the render on the error stream");
 }
 
+void ViewOptions::addRenderingTo(CLI::App& command) {
+  constexpr int kMaxThreads = 1024;
+  command.add_option("--samples", samples, "Samples per pixel instead of the scene's")
+      ->check(CLI::Range(1, kMaxSamples));
+  command
+      .add_option("--only", only,
+                  "Only these pictures; * and ? stand for any letters, commas between several")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->delimiter(',');
+  command.add_option("--threads", threads, "How many threads to use")
+      ->check(CLI::Range(1, kMaxThreads));
+}
+
 Scene ViewOptions::read(Session& session) const {
   Scene scene = readScene(session.scene, session.diagnostics);
   session.diagnostics.throwFirst();
-  if (!size) return scene;
+  applyTo(scene);
+  return scene;
+}
+
+void ViewOptions::applyTo(Scene& scene) const {
+  if (samples != 0) scene.image.samples = samples;
+  if (!size) return;
   const auto [width, height] = *size;
   if (std::min(width, height) < 1 || std::max(width, height) > kMaxImageSide) {
     throw InputError("--size: width and height lie from 1 to " + std::to_string(kMaxImageSide));
   }
   scene.image.width = width;
   scene.image.height = height;
-  return scene;
+}
+
+std::unique_ptr<tbb::global_control> ViewOptions::limitThreads() const {
+  if (threads == 0) return nullptr;
+  return std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism,
+                                               static_cast<std::size_t>(threads));
 }
 
 RenderLog* ViewOptions::log() const {
@@ -82,9 +107,7 @@ RenderLog* ViewOptions::log() const {
   return isLogged ? &log : nullptr;
 }
 
-void writeJson(const nlohmann::ordered_json& json) {
-  std::cout << jsonText(json);
-}
+void writeJson(const nlohmann::ordered_json& json) { std::cout << jsonText(json); }
 
 void checkFrames(const char* option, FrameRange asked, const Frames& all) {
   if (asked.first >= all.first && asked.first <= asked.last && asked.last <= all.last) return;

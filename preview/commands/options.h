@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <oneapi/tbb/global_control.h>
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
@@ -52,15 +54,23 @@ void addCommand(CLI::App& program, Session& session, const char* name, const cha
 
 void addScene(CLI::App& command, Session& session);
 
-/// How a scene is seen.
+/// How a scene is seen, and rendered.
 struct ViewOptions {
   std::optional<Size> size;
   bool isLogged = false;
+  std::vector<std::string> only;
+  int samples = 0;  // the scene's
+  int threads = 0;  // as many as the machine has
 
   void addTo(CLI::App& command, Session& session);
+  void addRenderingTo(CLI::App& command);
 
-  /// The scene, in the size that is asked for.
+  /// The scene, as it is asked for.
   Scene read(Session& session) const;
+  void applyTo(Scene& scene) const;
+
+  /// Keeps to so many threads while the object lives.
+  std::unique_ptr<tbb::global_control> limitThreads() const;
 
   /// Null if nothing is to be logged.
   RenderLog* log() const;

@@ -54,9 +54,8 @@ void Probe::run(Session& session) const {
   std::vector<std::string> names;
   for (const Expectation& texture : textures) names.push_back(texture.name.text());
   const Selection selection(patterns, "no texture", names);
-  std::erase_if(textures, [&](const Expectation& texture) {
-    return !selection.has(texture.name.text());
-  });
+  std::erase_if(textures,
+                [&](const Expectation& texture) { return !selection.has(texture.name.text()); });
 
   const Frame seen(scene, loaded.geometry, number, view.log());
   network.renderBegin();

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <oneapi/tbb/global_control.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -23,9 +22,6 @@ struct Render {
   ViewOptions view;
   std::filesystem::path output;
   std::optional<FrameRange> frames;
-  std::vector<std::string> only;
-  int samples = 0;  // the scene's
-  int threads = 0;  // as many as the machine has
   bool half = false;
   bool quiet = false;
   bool resume = false;
@@ -37,29 +33,19 @@ struct Render {
 };
 
 void Render::addTo(CLI::App& command, Session& session) {
-  constexpr int kMaxThreads = 1024;
   view.addTo(command, session);
+  view.addRenderingTo(command);
   command.add_option("-o,--output", output, "The folder for the pictures")
       ->required()
       ->check([](const std::string& text) {
         return text.starts_with("-") ? unexpected("\"" + shortened(text) + "\"", "a folder") : "";
       });
-  command.add_option("--samples", samples, "Samples per pixel instead of the scene's")
-      ->check(CLI::Range(1, kMaxSamples));
   expect<FrameRange>(command.add_option("--frames", frames, "Render only FIRST-LAST, or one frame"),
                      "FIRST-LAST or one frame, as in 1-3 or 2");
-  command
-      .add_option("--only", only,
-                  "Only these pictures; * and ? stand for any letters, commas between several")
-      ->type_name("NAME")
-      ->allow_extra_args(false)
-      ->delimiter(',');
   command.add_flag("--resume", resume,
                    "Render only the frames that are missing in the folder, or of another render");
   command.add_flag("-q,--quiet", quiet, "Show no progress");
   command.add_flag("--half", half, "Half floats in the EXR file");
-  command.add_option("--threads", threads, "How many threads to use")
-      ->check(CLI::Range(1, kMaxThreads));
 }
 
 /// The frames that are there, as pairs of the first and the last one of each range.
@@ -100,18 +86,13 @@ void renderFrame(const Scene& scene, const RenderPlan& plan, const Frame& frame,
 void Render::run(Session& session) const {
   const PluginLibrary library(session.plugin);
   Scene scene = view.read(session);
-  if (samples != 0) scene.image.samples = samples;
   const FrameRange range = frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
   checkFrames("--frames", range, scene.frames);
-  std::optional<tbb::global_control> control;
-  if (threads != 0) {
-    control.emplace(tbb::global_control::max_allowed_parallelism,
-                    static_cast<std::size_t>(threads));
-  }
+  const auto limit = view.limitThreads();
   ProgressBar bar(!view.isLogged && !quiet && isatty(STDERR_FILENO) != 0);
   bar.show("reading", 0);
-  const std::string key = renderKey(scene, only, half);
-  LoadedScene loaded(std::move(scene), library, only, session.diagnostics);
+  const std::string key = renderKey(scene, view.only, half);
+  LoadedScene loaded(std::move(scene), library, view.only, session.diagnostics);
   session.diagnostics.throwFirst();
   const double bytes = loaded.plan.bytes;
   const std::string pictures = std::to_string(loaded.plan.pictures.size()) + " pictures";

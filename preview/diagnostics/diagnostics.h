@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -32,6 +33,13 @@ class Diagnostics {
   const std::vector<SceneError>& errors() const { return errors_; }
   void throwFirst() const {
     if (!errors_.empty()) throw SceneError(errors_.front());
+  }
+
+  /// As a line of a report: "FILE:LINE:COLUMN: SEVERITY: WHAT".
+  std::string lineOf(const std::filesystem::path& file, const char* severity,
+                     const SceneError& error) const {
+    return shownPath(file) + positionText(positionOf(error)) + ": " + severity + ": " +
+           error.what();
   }
 
   void setPosition(const std::string& place, Position position) { positions_[place] = position; }

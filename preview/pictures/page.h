@@ -29,8 +29,8 @@ struct PictureNumbers {
   std::vector<FiniteRange> channels;
 };
 
-/// The page with the scene that its script shows, as `pageData` gives it. A live one asks who served
-/// it for what there is of a frame, and follows what becomes of the scene.
+/// The page with the scene that its script shows, as `pageData` gives it. A live one asks who
+/// served it for what there is of a frame, and follows what becomes of the scene.
 std::string pageText(const nlohmann::ordered_json& scene, bool isLive = false);
 
 /// What the page says of a picture of one frame.

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include <unistd.h>
+
+#include <chrono>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "preview/commands/options.h"
+#include "preview/live/event_board.h"
+#include "preview/live/live_renderer.h"
+#include "preview/live/live_server.h"
+#include "preview/live/picture_keys.h"
+#include "preview/live/watched_files.h"
+#include "preview/scene/scene_file.h"
+#include "preview/system/interruption.h"
+#include "preview/system/memory.h"
+
+namespace preview {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+/// Loads a copy, since a linker may write into the file as it stands.
+std::shared_ptr<const PluginLibrary> loadCopy(const std::filesystem::path& file) {
+  std::string folder = std::filesystem::temp_directory_path() / "samplerinfo-XXXXXX";
+  if (mkdtemp(folder.data()) == nullptr) throw InputError("cannot write to " + folder);
+  const std::filesystem::path copy = folder / file.filename();
+  struct Removal {
+    const std::string& folder;
+    ~Removal() {
+      std::error_code ignored;
+      std::filesystem::remove_all(folder, ignored);
+    }
+  } removal{folder};  // of the name: what is loaded stays
+  try {
+    std::filesystem::copy_file(file, copy);
+    return std::make_shared<const PluginLibrary>(copy);
+  } catch (const std::filesystem::filesystem_error& e) {
+    throw InputError(shownPath(file) + ": " + e.code().message());
+  } catch (const InputError& e) {
+    std::string what = e.what();
+    if (const std::size_t at = what.find(copy.string()); at != std::string::npos) {
+      what.replace(at, copy.string().size(), file.string());
+    }
+    throw InputError(what);
+  }
+}
+
+struct View {
+  ViewOptions view;
+  int port = 8231;
+
+  void addTo(CLI::App& command, Session& session) {
+    view.addTo(command, session);
+    view.addRenderingTo(command);
+    constexpr int kMaxPort = 65535;
+    command.add_option("--port", port, "Where to serve the page; 0 takes any free port")
+        ->capture_default_str()
+        ->check(CLI::Range(0, kMaxPort));
+  }
+
+  void run(Session& session) const;
+};
+
+/// Makes a look of the files as they are, and knows when they change.
+class Loader {
+ public:
+  Loader(const View& options, const Session& session)
+      : options_(options), module_(session.plugin), scene_(session.scene) {
+    files_ = {module_, scene_};
+  }
+
+  bool haveChanged() { return statesOf(files_) != states_; }
+  bool areReadable() { return areSettled(statesOf(files_)); }
+
+  /// Reports what is wrong with the scene, and throws what else is; then there is no look.
+  std::shared_ptr<Look> load(Diagnostics& diagnostics);
+
+ private:
+  const View& options_;
+  std::filesystem::path module_, scene_;
+  std::set<std::filesystem::path> files_;
+  FileStates states_;
+  std::shared_ptr<const PluginLibrary> library_;
+  FileState libraryState_;
+  int count_ = 0;
+};
+
+std::shared_ptr<Look> Loader::load(Diagnostics& diagnostics) {
+  states_ = statesOf(files_);
+  ++count_;
+  if (states_[scene_] == FileState()) throw InputError(shownPath(scene_) + ": there is no file");
+  if (library_ == nullptr || libraryState_ != states_[module_]) {
+    library_.reset();
+    library_ = loadCopy(module_);
+    libraryState_ = states_[module_];
+  }
+  std::shared_ptr<Look> look;
+  diagnostics.attempt([&] {
+    Scene scene = readScene(scene_, diagnostics);
+    const nlohmann::json source = sourceOf(scene_);
+    std::set<std::filesystem::path> files = filesNamedIn(source, scene_.parent_path());
+    files.insert({module_, scene_});
+    files_.swap(files);
+    for (const auto& [file, state] : statesOf(files_)) states_.try_emplace(file, state);
+    std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
+    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
+    options_.view.applyTo(scene);
+    look = std::make_shared<Look>(library_, std::move(scene), options_.view.only, diagnostics);
+    if (!diagnostics.errors().empty()) return;
+    checkMemory("the pictures", look->loaded.plan.bytes);
+    std::string rest;
+    for (const auto& [file, state] : states_) {
+      if (file == scene_) continue;
+      for (const std::int64_t number :
+           {static_cast<std::int64_t>(state.index), static_cast<std::int64_t>(state.bytes),
+            state.written, state.changed}) {
+        rest += " " + std::to_string(number);
+      }
+    }
+    // What was read while it changed must not be taken for what it became.
+    if (statesOf(files_) != states_) rest += " " + std::to_string(count_);
+    look->keys = keysOf(source, look->loaded.plan.pictures, rest);
+    look->diagnostics = diagnostics;
+  });
+  return diagnostics.errors().empty() ? look : nullptr;
+}
+
+/// What is wrong, for the page and the terminal; empty as long as nothing is, or not for long.
+class Mistakes {
+ public:
+  explicit Mistakes(EventBoard& board) : board_(board) {}
+
+  void found(std::vector<std::string> lines) {
+    lines_ = std::move(lines);
+    since_ = Clock::now();
+  }
+  /// An editor may empty a file for a moment before it writes.
+  void showIfTheyStand() {
+    if (lines_ == shown_ || (!lines_.empty() && Clock::now() - since_ < 150ms)) return;
+    shown_ = lines_;
+    board_.publish("errors", "files", {{"of", "files"}, {"lines", shown_}});
+    for (const std::string& line : shown_) std::cerr << line << "\n";
+    if (shown_.empty()) std::cerr << kProgram << ": no errors any more\n";
+  }
+
+ private:
+  EventBoard& board_;
+  std::vector<std::string> lines_, shown_;
+  Clock::time_point since_;
+};
+
+void View::run(Session& session) const {
+  const auto limit = view.limitThreads();
+  Loader loader(*this, session);
+  std::shared_ptr<Look> look = loader.load(session.diagnostics);
+  session.diagnostics.throwFirst();
+  noteInterruptions();
+  EventBoard board;
+  LiveRenderer renderer(std::move(look), board, view.log());
+  const LiveServer server(port, renderer, board);
+  std::cout << "http://127.0.0.1:" << server.port() << "/ (Ctrl+C ends it)" << std::endl;
+
+  Mistakes mistakes(board);
+  while (interruption == 0) {
+    std::this_thread::sleep_for(50ms);
+    if (!loader.haveChanged()) {
+      mistakes.showIfTheyStand();
+    } else if (loader.areReadable()) {
+      std::vector<std::string> lines;
+      Diagnostics diagnostics;
+      try {
+        look = loader.load(diagnostics);
+        if (look != nullptr) renderer.show(std::move(look));
+        for (const SceneError& error : diagnostics.errors()) {
+          lines.push_back(diagnostics.lineOf(session.scene, "error", error));
+        }
+      } catch (const std::exception& e) {
+        lines = {e.what()};
+      } catch (...) {  // the library's own, whose text is gone with it
+        lines = {"the plugin library threw an exception"};
+      }
+      mistakes.found(std::move(lines));
+    }
+  }
+  // A tile may take long, and so may a browser: they end with the program.
+  std::thread([] {
+    std::this_thread::sleep_for(200ms);
+    std::_Exit(0);
+  }).detach();
+}
+
+}  // namespace
+
+void addView(CLI::App& program, Session& session) {
+  addCommand<View>(program, session, "view",
+                   "Show the pictures of a scene in a browser, as it is edited");
+}
+
+}  // namespace preview
