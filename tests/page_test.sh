@@ -57,45 +57,9 @@ if grep CONSOLE log; then exit 1; fi
 grep -o '<title>.*</title>' dom
 grep -q '<title>All is as expected</title>' dom
 
-# Keys as a keyboard gives them: the browser takes its orders from a pipe, each ending in a zero byte.
-mkfifo orders answers
-timeout 120 chromium --headless --no-sandbox --disable-gpu --user-data-dir="$folder/profile" --remote-debugging-pipe \
-  "file://$folder/out/index.html#/network" 3<orders 4>answers 2>/dev/null &
-exec 7>orders 8<answers
-id=0 session='' answer=''
-order() { # METHOD PARAMETERS
-  id=$((id + 1))
-  printf '{"id":%d,"method":"%s","params":{%s}%s}\0' $id "$1" "$2" "${session:+,\"sessionId\":\"$session\"}" >&7
-  until [[ $answer == "{\"id\":$id,"* ]]; do read -r -d '' answer <&8; done
-}
-answered() { # NAME of a text
-  local text=${answer#*"\"$1\":\""}
-  echo "${text%%'"'*}"
-}
-evaluate() {
-  order Runtime.evaluate "\"expression\":\"String($1)\""
-  value=$(answered value)
-}
-expect() { # WHAT EXPRESSION EXPECTED
-  for _ in {1..50}; do
-    evaluate "$2"
-    if [[ $value == "$3" ]]; then return; fi
-    sleep 0.1
-  done
-  echo "$1: expected $3, got $value"
-  exit 1
-}
-key() { # NAME CODE [TEXT]
-  local common="\"key\":\"$1\",\"code\":\"$1\",\"windowsVirtualKeyCode\":$2"
-  order Input.dispatchKeyEvent "\"type\":\"keyDown\",$common${3:+,\"text\":\"$3\"}"
-  order Input.dispatchKeyEvent "\"type\":\"keyUp\",$common"
-}
-
-order Target.getTargets ""
-answer=${answer%%'","type":"page"'*}
-target=${answer##*'"'}
-order Target.attachToTarget "\"targetId\":\"$target\",\"flatten\":true"
-session=$(answered sessionId)
+# Keys as a keyboard gives them.
+. "$(dirname "$script")/support/browser.sh"
+open_page "file://$folder/out/index.html#/network"
 expect "boxes" "document.querySelectorAll('.box').length" 6
 evaluate "boxes.get('n').link.focus()"
 for name in tint side shade; do
@@ -107,5 +71,4 @@ key Enter 13 '\r'
 expect "Enter on a small picture" "[location.hash, dialog.hidden]" "#/network/tint.sum/sum,false"
 key Escape 27
 expect "back" "[location.hash, dialog.hidden, document.activeElement === thumbs.get('sum').parentElement]" "#/network/tint.sum,true,true"
-order Browser.close ""
-wait
+close_browser

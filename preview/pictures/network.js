@@ -32,15 +32,15 @@ function makeThumb(texture, picture) {
   return make("a", {href: addressOf(texture, picture.name), title: picture.caption || picture.layer}, image);
 }
 function makeOutput(texture, {name, kind, help}, pictures) {
-  const warnings = make("div", {className: "warning"});
+  const warnings = make("div", {className: "warning"}), number = make("div", {className: "number"});
   const link = make("a", {href: addressOf(texture)}, name || "itself");
-  const row = make("li", {title: help}, make("span", {className: "label"}, link, warnings), signOf(kind));
+  const row = make("li", {title: help}, make("span", {className: "label"}, link, number, warnings), signOf(kind));
   if (pictures.length > 0) {
     row.prepend(make("div", {className: "thumbs"}, ...pictures.map(picture => makeThumb(texture, picture))));
     row.className = "pictured";
   }
   row.dataset.texture = texture;
-  return {texture, kind, row, link, pictures, warnings};
+  return {texture, kind, row, link, number, pictures, warnings};
 }
 function makeBox({name, plugin, kind, inputs}, wired) {
   const {inputs: allInputs, outputs} = scene.plugins[plugin] ?? {inputs: Object.keys(inputs).map(input => ({name: input})), outputs: []};
@@ -103,12 +103,13 @@ function unfoldNode(name) {
   boxes.get(name).link.focus();
 }
 function refreshNetwork() {
-  for (const picture of pictures) thumbs.get(picture.name).src = fileOf(picture);
+  for (const picture of pictures) setSource(thumbs.get(picture.name), fileOf(picture));
   for (const {outputs} of boxes.values()) {
     for (const {warnings, pictures} of outputs) {
       warnings.textContent = warnings.title = pictures.map(warningsOf).filter(Boolean).join("; ");
     }
   }
+  live?.writeNumbers();
 }
 
 // Where everything is.

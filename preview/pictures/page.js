@@ -10,6 +10,7 @@ let view = null;              // "network", or "" for the list
 let chosen = "";              // "node" or "node.output" in the network
 let large = null;             // the picture in the dialog
 let pixel = null;             // [x, y] in it
+let live = null;              // what follows a scene that is edited, if the page is served so
 
 function make(tag, properties, ...children) {
   const element = Object.assign(document.createElement(tag), properties);
@@ -18,8 +19,12 @@ function make(tag, properties, ...children) {
 }
 const countText = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
 const suffix = number => scene.digits ? "." + String(number).padStart(scene.digits, "0") : "";
-const fileOf = picture => picture.name + suffix(frame) + ".png";
-const numbersOf = picture => numbersOfFrames[frame]?.[pictures.indexOf(picture)];
+const fileOf = picture => live ? live.fileOf(picture) : picture.name + suffix(frame) + ".png";
+const numbersOf = picture => live ? live.numbersOf(picture) : numbersOfFrames[frame]?.[pictures.indexOf(picture)];
+/// The same once more would load it anew.
+function setSource(image, file) {
+  if (image.getAttribute("src") !== file) image.src = file;
+}
 /// A number may come as text, since JSON has no infinity.
 const numberText = number => number === null ? "–"
   : (isFinite(number) ? String(Number(Number(number).toPrecision(5))) : number.replace("inf", "∞").replace("nan", "NaN")).replace("-", "−");
@@ -94,7 +99,7 @@ function barOf(channel, color, picture, number) {
 function fillDialog() {
   const {name, caption, layer, plugin, output, kind, channels, boundsEnclose, lower, upper, low, high} = large;
   const numbers = numbersOf(large);
-  find("large").src = fileOf(large);
+  setSource(find("large"), fileOf(large));
   find("large").alt = name;
   find("name").textContent = name;
   find("caption").textContent = caption;
@@ -138,6 +143,7 @@ function placeOfLarge() {
           top: offsetTop + (clientHeight - scale * scene.height) / 2};
 }
 function showPixel() {
+  live?.probe();
   find("mark").hidden = find("probe").hidden = pixel === null;
   find("pixel").textContent = pixel ? `Pixel ${pixel}` : "Click on a pixel to probe it";
   if (pixel === null) return;
@@ -198,7 +204,7 @@ function go(to) {
 
 function enlarge(picture) {
   large = picture;
-  pixel = null;
+  if (!live) pixel = null;
   if (view) chosen = textureOf(picture);
   writeAddress();
   if (dialog.hidden) {
@@ -230,7 +236,7 @@ function closeDialog() {
 function refresh() {
   for (const picture of pictures) {
     const {image, warnings} = tiles.get(picture.name);
-    image.src = fileOf(picture);
+    setSource(image, fileOf(picture));
     warnings.textContent = warningsOf(picture);
   }
   refreshNetwork();
@@ -238,11 +244,12 @@ function refresh() {
   find("frameNumber").textContent = `frame ${frame}${numbersOfFrames[frame] === null ? " is not here" : ""}`;
   narrow();
   if (large) fillDialog();
+  else live?.probe();
 }
 function showFrame(number) {
   frame = number;
   refresh();
-  if (!(number in numbersOfFrames)) load(number);
+  if (!live && !(number in numbersOfFrames)) load(number);
 }
 async function load(number) {
   await new Promise(done => {
@@ -277,7 +284,9 @@ document.addEventListener("keydown", event => {
   const {key, target} = event;
   if (event.ctrlKey || event.altKey || event.metaKey) return;
   const focusNext = view ? focusBox : focusTile;
-  if (large && key === "Escape") {
+  if (live?.takeKey(event)) {
+    // is done
+  } else if (large && key === "Escape") {
     closeDialog();
   } else if (target === find("search") && key === "Escape") {
     target.value = "";
@@ -327,6 +336,7 @@ function show(data) {
   scene = data;
   pictures = scene.pictures;
   frameCount = scene.last - scene.first + 1;
+  if (pixel && !(pixel[0] < scene.width && pixel[1] < scene.height)) pixel = null;
   if (!(frame >= scene.first && frame <= scene.last)) frame = scene.frames?.[0]?.[0] ?? scene.first;
   document.title = find("title").textContent = scene.name;
   find("size").textContent = `${scene.width} × ${scene.height}, ${countText(scene.samples, "sample")} a pixel`;

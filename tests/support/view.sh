@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+# Sourced by tests of `view`: goes to a folder of its own, which is gone at the end, and so are the viewers.
+
+# shellcheck disable=SC2154 # the test's
+preview=$(realpath "$preview")
+folder=$(mktemp -d)
+viewer=
+clean_up() {
+  if [[ -n $viewer ]]; then
+    kill -KILL "$viewer"
+    wait "$viewer" || true
+  fi 2>/dev/null
+  rm -rf "$folder"
+}
+trap clean_up EXIT
+cd "$folder" || exit
+
+wrong() {
+  echo "$1"
+  exit 1
+}
+# A shell lets what runs in the background ignore Ctrl+C.
+start_view() { # SCENE [PORT [OPTION...]]
+  env --default-signal=INT "$preview" view "$1" --port "${2:-0}" "${@:3}" >out 2>errors &
+  viewer=$!
+  until [[ -s out ]]; do
+    kill -0 $viewer 2>/dev/null || wrong "no viewer: $(cat errors)"
+    sleep 0.02
+  done
+  address=$(sed 's|/ .*||' out)
+}
+stop_view() { # SIGNAL: it ends with exit code 0 within half a second
+  local begin=${EPOCHREALTIME/./} end
+  kill -"$1" "$viewer"
+  wait "$viewer" || wrong "$1: exit code $?"
+  end=${EPOCHREALTIME/./}
+  viewer=
+  ((end - begin < ${VIEW_ENDS_WITHIN:-500} * 1000)) || wrong "$1: ended after $(((end - begin) / 1000)) ms"
+}
+save() { sed "$1" good.json >scene.json; }  # SED-SCRIPT
