@@ -175,6 +175,7 @@ void LiveRenderer::throwIfSuperseded() {
 }
 
 void LiveRenderer::work() {
+  std::string said;
   for (;;) {
     std::shared_ptr<Look> look;
     int number = 0;
@@ -203,8 +204,11 @@ void LiveRenderer::work() {
     const std::lock_guard lock(mutex_);
     if (look_ != look) continue;
     if (FramePictures* frame = find(number)) frame->isDone = true;
-    const Json lines = mistake.empty() ? Json::array() : Json::array({mistake});
-    board_.publish("errors", "render", {{"of", "render"}, {"lines", lines}});
+    if (mistake != said) {
+      said = mistake;
+      const Json lines = mistake.empty() ? Json::array() : Json::array({mistake});
+      board_.publish("errors", "render", {{"of", "render"}, {"lines", lines}});
+    }
     changed_.notify_all();
   }
   const std::unique_lock lock(opening_);

@@ -19,6 +19,8 @@ async function ask([x, y]) {
 }
 const textOf = numbers => numbers === undefined ? "" : vectorText([numbers].flat());
 
+find("bars").previousElementSibling.before(find("pixel"), find("answers"), find("probe"));
+
 // The chosen pixel: a table beside the picture, and numbers at the outputs in the network.
 
 function rowOf({name, value, bounds, gradient, columns, offset, marks, notes}) {

@@ -22,6 +22,7 @@ wrong() {
 }
 # A shell lets what runs in the background ignore Ctrl+C.
 start_view() { # SCENE [PORT [OPTION...]]
+  : >out
   env --default-signal=INT "$preview" view "$1" --port "${2:-0}" "${@:3}" >out 2>errors &
   viewer=$!
   until [[ -s out ]]; do
@@ -39,3 +40,21 @@ stop_view() { # SIGNAL: it ends with exit code 0 within half a second
   ((end - begin < ${VIEW_ENDS_WITHIN:-500} * 1000)) || wrong "$1: ended after $(((end - begin) / 1000)) ms"
 }
 save() { sed "$1" good.json >scene.json; }  # SED-SCRIPT
+
+# What the viewer says, from its start on.
+listen() {
+  : >said
+  curl -sN "$address/events" >>said &
+  listener=$!
+}
+mark() { marked=$(wc -c <said); }
+said() { tail -c "+$((marked + 1))" said; }
+until_said() { # WHAT TEXT: since the mark
+  for _ in {1..400}; do
+    if said | grep -qF -- "$2"; then return; fi
+    sleep 0.025
+  done
+  wrong "$1: it never said $2, but $(said | grep -A1 errors | tail -2)"
+}
+# The pictures that were rendered since the mark, each once; with anything behind it only those that are final.
+rendered() { said | sed -n "s/^data: {\"frame\":[0-9]*,\"name\":\"\([^\"]*\)\",\"version\":[0-9]*${1:+,\"numbers\"}.*/\1/p" | sort -u | paste -sd,; }

@@ -1,0 +1,217 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# usage: tests/view_test.sh PREVIEW MODULE SCENES
+# Tries `view` by its addresses and by what it says: what it answers and refuses, what it renders again, how it ends.
+set -euo pipefail
+
+preview=$1 module=$(realpath "$2") scenes=$(realpath "$3")
+. "$(dirname "$(realpath "$0")")/support/view.sh"
+
+is() { # WHAT GOT EXPECTED
+  [[ $2 == "$3" ]] || wrong "$1: expected $3, got $2"
+}
+same_pictures() { # SCENE FRAME OPTION...: those of `render`
+  rm -rf rendered
+  "$preview" render "$1" -o rendered --quiet --frames "$2" "${@:3}"
+  local file name
+  for file in rendered/*.png; do
+    name=$(basename "$file" .png)
+    name=${name%.*[0-9]}
+    if [[ $name == contact_sheet ]]; then continue; fi
+    curl -s "$address/$name.png?frame=$2" | cmp - "$file" || wrong "$1: frame $2: $name"
+  done
+}
+
+# Pictures and answers are those of `render` and `probe`; one node is two pictures.
+cp -r "$scenes" scenes
+start_view scenes/gallery.json 0 --size 64x48
+listen
+mark
+until_said "gallery" "event: done"
+same_pictures scenes/gallery.json 7 --size 64x48
+for pixel in 32,24 0,0; do
+  "$preview" probe scenes/gallery.json --size 64x48 --pixel $pixel --json |
+    cmp - <(curl -s "$address/probe?x=${pixel%,*}&y=${pixel#*,}") || wrong "probe $pixel"
+done
+mark
+sed -i 's/"float3": 0.05}/"float3": 0.06}/' scenes/gallery.json
+until_said "an edited node" "event: done"
+is "an edited node" "$(rendered)" "facing_red,shaded"
+is "an edited node, finally" "$(rendered final)" "facing_red,shaded"
+mark
+sed -i 's/"fov": 38/"fov": 39/' scenes/gallery.json
+until_said "an edited camera" "event: done"
+is "an edited camera" "$(rendered final | tr , '\n' | wc -l)" 75
+same_pictures scenes/gallery.json 7 --size 64x48
+
+# What is answered and refused.
+port=${address##*:}
+while read -r status options; do
+  # shellcheck disable=SC2086 # several words
+  is "$options" "$(curl -s -m 5 -o answer -w '%{http_code}' $options)" "$status"
+done <<EOS
+200 $address/
+200 $address/scene.json
+200 $address/normal.png
+200 $address/normal.png?frame=7
+200 http://localhost:$port/normal.png
+404 $address/normal.png?frame=8
+404 $address/normal
+404 $address/nothing.png
+404 $address/contact_sheet.png
+404 $address/.png
+404 --path-as-is $address/../scenes/gallery.json
+404 $address/scenes/gallery.json
+404 $address/%2e%2e%2f%2e%2e%2fetc%2fpasswd
+200 $address/probe?x=0&y=0&frame=7
+404 $address/probe?x=64&y=0
+404 $address/probe?x=0&y=-1
+404 $address/probe?x=0&y=0&frame=6
+400 $address/probe?x=0
+400 $address/probe?x=0&y=1e1
+400 $address/probe?x=0&y=99999999999
+400 $address/normal.png?frame=
+405 -X POST -d x $address/
+405 -X PUT $address/scene.json
+405 -X DELETE $address/normal.png
+405 -X OPTIONS $address/
+405 -I $address/events
+403 -H Host:example.org $address/
+403 -H Host:127.0.0.1 $address/
+403 -H Host:127.0.0.1:1 $address/events
+403 -H Sec-Fetch-Site:cross-site $address/probe?x=0&y=0
+403 -H Sec-Fetch-Site:same-site $address/normal.png
+200 -H Sec-Fetch-Site:same-origin $address/normal.png
+414 $address/$(printf 'a%.0s' {1..1100})
+EOS
+curl -sI -X GET "$address/" >answer
+grep -q "^Content-Security-Policy: default-src 'none';" answer || wrong "no policy"
+if grep -o 'https\?://[^"<` ]*' <(curl -s "$address/") | grep -v '^http://www.w3.org/2000/svg$'; then wrong "something from outside"; fi
+if curl -s -m 2 "http://$(hostname -I | cut -d' ' -f1):$port/" -o answer; then wrong "other addresses"; fi
+
+# A second viewer finds the port in use.
+if "$preview" view scenes/gallery.json --port "$port" >out2 2>errors2 || [[ $? != 2 ]]; then wrong "two viewers"; fi
+is "two viewers" "$(cat out2 errors2)" "samplerinfo-preview: --port: $port is in use, or may not be used; 0 takes any"
+
+# Streams: so many, and more when one of them goes.
+streams=()
+for _ in {1..16}; do
+  curl -sN "$address/events" -o /dev/null &
+  streams+=($!)
+done
+until_events_are() { # STATUS
+  for _ in {1..20}; do
+    if [[ $(curl -s -m 0.3 -o answer -w '%{http_code}' "$address/events") == "$1" ]]; then return; fi
+    sleep 0.1
+  done
+  wrong "streams: never $1"
+}
+until_events_are 503
+is "beside the streams" "$(curl -s -o answer -w '%{http_code}' "$address/normal.png")" 200
+kill "${streams[@]}" 2>/dev/null || true  # one of them was too many
+until_events_are 200
+kill $listener
+stop_view INT
+
+# What goes wrong, and is mended. An error stands for a moment before it shows.
+cat >good.json <<'EOS'
+{"image": {"width": 16, "height": 12, "samples": 2},
+ "frames": {"first": 1, "last": 3},
+ "objects": {"sheet": {"shape": {"obj": "mesh.obj"}}},
+ "nodes": {"uv": {"plugin": "ramp", "params": {"from": 0, "to": 1}},
+           "op": {"plugin": "TexFloatOp", "params": {"float_a": "uv", "float_b": 2}}},
+ "pictures": {"a": {"from": "uv"}, "b": {"from": "op.product"}}}
+EOS
+square='v -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nvt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\n'
+printf '%bf 1/1 2/2 3/3 4/4\n' "$square" >mesh.obj
+cp good.json scene.json
+cp "$module" module.so
+start_view scene.json 0 --plugin module.so
+listen
+mark
+until_said "start" "event: done"
+breaks() { # WHAT LINE: says it, and goes on with the former pictures
+  until_said "$1" "$2"
+  said | sed -n '/"of":"files"/{s/.*"lines":\["//; s/"\]}$//; s/","/\n/g; s/\\"/"/g; p}' >lines
+  tail -n "$(wc -l <lines)" errors | cmp - lines || wrong "$1: not on the terminal"
+  curl -s "$address/b.png" | cmp - former || wrong "$1: another picture"
+  mark
+}
+mended() { # WHAT PICTURES: those that are rendered then
+  until_said "$1" '"of":"files","lines":[]'
+  if [[ -n $2 ]]; then until_said "$1" "event: done"; fi
+  is "$1" "$(rendered final)" "$2"
+  mark
+}
+curl -s "$address/b.png" >former
+mark
+: >scene.json
+sleep 0.08
+cp good.json scene.json
+sleep 0.5
+is "empty for a moment" "$(said | grep -E '^event: (errors|picture)')$(cat errors)" ""
+rm scene.json
+breaks "no scene" "scene.json: there is no file"
+cp good.json scene.json
+mended "the scene is there again" ""
+save 's/op.product/op.produkt/; s/"to": 1/"to": 1, "two": 2/'
+breaks "a mistake" "scene.json:4:68: error: nodes.uv.params.two: ramp has no parameter"
+save 's/op.product/op.produkt/; s/float_b/float_c/'
+breaks "two mistakes" 'float_a\"?","scene.json:6:42: error: pictures.b.from: TexFloatOp has no output'
+save 's/x/x/'
+mended "no mistakes" ""
+mkfifo fifo
+mv fifo scene.json
+breaks "a FIFO" "scene.json: there is no file"
+rm scene.json
+save 's/"float_b": 2/"float_b": 3/'
+mended "another value" "b"
+curl -s "$address/b.png" >former
+rm mesh.obj
+breaks "no mesh" 'error: objects.sheet.shape.obj: no file \"mesh.obj\"'
+printf '%bf 1/1 2/2 3/3\n' "$square" >mesh.obj
+mended "another mesh" "a,b"
+curl -s "$address/b.png" >former
+printf '%bf 1/1 2/2 9/3\n' "$square" >mesh.obj
+breaks "a broken mesh" "error: objects.sheet.shape: mesh.obj: line 9: there is no v 9"
+printf '%bf 1/1 2/2 3/3\n' "$square" >mesh.obj
+mended "the mesh again" "a,b"
+save 's/mesh.obj/other.obj/'
+breaks "a mesh that is still to be made" 'no file \"other.obj\"'
+mv mesh.obj other.obj
+mended "the other mesh" "a,b"
+curl -s "$address/b.png" >former
+
+# The module, written as a linker may: in its place, while it is loaded.
+head -c 3000 "$module" >module.so
+breaks "half a module" 'the plugin library \"module.so\" cannot be used: it is cut off'
+cat "$module" >module.so
+mended "the module" "a,b"
+curl -s "$address/b.png" | cmp - former || wrong "the module: another picture"
+
+# Another frame is rendered when it is asked for.
+curl -s "$address/b.png?frame=2" -o answer
+until_said "another frame" '"frame":2,"warnings"'
+same_pictures scene.json 2
+same_pictures scene.json 1
+kill $listener
+stop_view TERM
+if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi
+
+# The end, in the middle of a long render with a page that listens.
+for signal in INT TERM; do
+  start_view scenes/gallery.json 0 --size 3000x2000 --samples 256
+  listen
+  until grep -q '"picture\|event: picture' said; do sleep 0.05; done
+  stop_view $signal
+  wait $listener || true
+done
+
+# What cannot be viewed at all.
+refuses() { # LINE OPTION...
+  if "$preview" view "${@:2}" >out 2>errors || [[ $? != 2 ]]; then wrong "$1: no exit code 2"; fi
+  is "$1" "$(cat out errors)" "$1"
+}
+save 's/"to"/to/'
+refuses "$("$preview" render scene.json -o never 2>&1)" scene.json
+refuses 'samplerinfo-preview: --only: no picture "c"' good.json --only c
