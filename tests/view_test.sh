@@ -26,7 +26,6 @@ same_pictures() { # SCENE FRAME OPTION...: those of `render`
 cp -r "$scenes" scenes
 start_view scenes/gallery.json 0 --size 64x48
 listen
-mark
 until_said "gallery" "event: done"
 same_pictures scenes/gallery.json 7 --size 64x48
 for pixel in 32,24 0,0; do
@@ -128,7 +127,6 @@ cp good.json scene.json
 cp "$module" module.so
 start_view scene.json 0 --plugin module.so
 listen
-mark
 until_said "start" "event: done"
 breaks() { # WHAT LINE: says it, and goes on with the former pictures
   until_said "$1" "$2"
@@ -214,4 +212,5 @@ refuses() { # LINE OPTION...
 }
 save 's/"to"/to/'
 refuses "$("$preview" render scene.json -o never 2>&1)" scene.json
-refuses 'samplerinfo-preview: --only: no picture "c"' good.json --only c
+cp other.obj mesh.obj
+refuses 'samplerinfo-preview: --only: no picture "xyz"' good.json --only xyz

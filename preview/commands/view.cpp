@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <malloc.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -154,6 +155,8 @@ class Mistakes {
 };
 
 void View::run(Session& session) const {
+  // With a heap for each thread, what is loaded anew would leave holes in all of them.
+  mallopt(M_ARENA_MAX, 1);
   const auto limit = view.limitThreads();
   Loader loader(*this, session);
   std::shared_ptr<Look> look = loader.load(session.diagnostics);

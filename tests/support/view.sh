@@ -46,6 +46,7 @@ listen() {
   : >said
   curl -sN "$address/events" >>said &
   listener=$!
+  marked=0
 }
 mark() { marked=$(wc -c <said); }
 said() { tail -c "+$((marked + 1))" said; }
