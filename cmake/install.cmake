@@ -97,8 +97,8 @@ function(install_tool tool what)
 endfunction()
 
 if(TARGET samplerinfo-preview)
-  install_tool(samplerinfo-preview "render, check, probe and list textures of Quor plugins"
-    render check probe list)
+  install_tool(samplerinfo-preview "render, show, check, probe and list textures of Quor plugins"
+    render view check probe list)
 endif()
 if(TARGET samplerinfo-validate)
   install_tool(samplerinfo-validate "try a plugin module as the Quor renderer does")

@@ -3,7 +3,7 @@
 # usage: scripts/docs-pictures.sh PREVIEW FOLDER [BROWSER]
 # Renders the pictures that docs/plugins.md shows into FOLDER/gallery, all of them on one sheet for the README, and that
 # of each recipe, which has the name of its scene, into FOLDER/recipes. With a browser, also the network of each recipe, as
-# the page draws it, into FOLDER/networks.
+# the page draws it, into FOLDER/networks, and the page that `view` serves into FOLDER/view.png.
 set -euo pipefail
 preview=$(realpath "$1")
 mkdir -p "$2"
@@ -43,3 +43,19 @@ for scene in scenes/recipes/*.json; do
   size=$(open_page "$name" --dump-dom | sed -n 's|.*<title>\([0-9]*,[0-9]*\)</title>.*|\1|p')
   open_page "$name" --window-size="$size" --screenshot="$folder/networks/$name.png"
 done
+
+(
+  picture=$folder/view.png scene=$PWD/scenes/recipes/rim_light.json
+  . tests/support/browser.sh
+  . tests/support/view.sh
+  start_view "$scene"
+  open_page "$address#rim_light"
+  order Emulation.setDeviceMetricsOverride '"width":1200,"height":640,"deviceScaleFactor":1,"mobile":false'
+  expect "picture" "find('large').naturalWidth === scene.width" true
+  evaluate "document.activeElement.blur(), pixel = [Math.floor(scene.width / 2), Math.floor(scene.height / 3)], showPixel()"
+  expect "answers" "find('answers').rows.length > 9" true
+  order Page.captureScreenshot '"format":"png"'
+  answered data | base64 -d >"$picture"
+  close_browser
+  stop_view TERM
+)

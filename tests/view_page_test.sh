@@ -76,9 +76,9 @@ expect "value under the pointer" "find('value').textContent" "3,6: $(printf %.5g
 mouse mousePressed "$x" "$y"
 mouse mouseReleased "$x" "$y"
 expect "pixel" "find('pixel').textContent" "Pixel 3,6"
-expect "answers" "[find('answers').rows.length, find('answers').rows[0].cells[0].textContent]" "20,uv"
+expect "answers" "[find('answers').rows.length, find('answers').querySelector('b').textContent]" "20,uv"
 marked=$("$preview" probe scene.json --pixel 3,6 | sed -n 's/ .*  ! .*//p' | paste -sd,)
-expect "marks" "[...find('answers').rows].filter(row => row.querySelector('.warning')).map(row => row.cells[0].textContent)" "$marked"
+expect "marks" "[...find('answers').rows].filter(row => row.querySelector('.warning')).map(row => row.querySelector('b').textContent)" "$marked"
 key ArrowRight 39
 key ArrowDown 40
 expect "by arrows" "[find('pixel').textContent, find('name').textContent]" "Pixel 4,7,ramp"

@@ -60,8 +60,8 @@ std::string nameOfRendition(int frame, const std::string& picture) {
 LiveRenderer::LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log)
     : board_(board),
       log_(log),
-      versions_(static_cast<std::uint64_t>(
-          std::chrono::system_clock::now().time_since_epoch() / std::chrono::milliseconds(1))) {
+      versions_(static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch() /
+                                           std::chrono::milliseconds(1))) {
   show(std::move(look));
   thread_ = std::thread([this] { work(); });
 }

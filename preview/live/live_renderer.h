@@ -84,8 +84,8 @@ class LiveRenderer {
   std::list<FramePictures> frames_;  ///< the one that was asked for last comes first
   std::optional<int> openNumber_;    ///< the frame that can be probed, if it is of the newest look
   nlohmann::ordered_json scene_;
-  std::uint64_t versions_;      ///< of pictures and scenes; none comes again after a restart
-  bool isToSwitch_ = false;     ///< another frame than the one that is open was asked for
+  std::uint64_t versions_;   ///< of pictures and scenes; none comes again after a restart
+  bool isToSwitch_ = false;  ///< another frame than the one that is open was asked for
   bool hasEnded_ = false;
 
   // What is open: only the thread changes it, with `opening_` locked for that; who shares the lock

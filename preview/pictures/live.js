@@ -29,7 +29,7 @@ function rowOf({name, value, bounds, gradient, columns, offset, marks, notes}) {
   if (bounds) lines.push(faint(`${textOf(bounds[0])} to ${textOf(bounds[1])}`), faint(`gradient ${textOf(gradient)}`));
   if (columns) lines.push(...columns.map(column => make("div", {}, textOf(column))), `offset ${textOf(offset)}`);
   lines.push(...marks.map(mark => make("div", {className: "warning"}, mark)), ...notes.map(note => faint(`(${note})`)));
-  return make("tr", {}, make("td", {}, name), make("td", {}, ...lines));
+  return make("tr", {}, make("td", {}, make("b", {}, name), ...lines));
 }
 function showAnswers() {
   tableOf = large;

@@ -45,6 +45,7 @@ save() { sed "$1" good.json >scene.json; }  # SED-SCRIPT
 listen() {
   : >said
   curl -sN "$address/events" >>said &
+  # shellcheck disable=SC2034 # the tests end it
   listener=$!
   marked=0
 }
