@@ -52,6 +52,7 @@ void Probe::run(Session& session) const {
 
   std::vector<Expectation> textures = expectationsOf(network, scene.nodes);
   std::vector<std::string> names;
+  names.reserve(textures.size());
   for (const Expectation& texture : textures) names.push_back(texture.name.text());
   const Selection selection(patterns, "no texture", names);
   std::erase_if(textures,

@@ -255,7 +255,8 @@ void LiveRenderer::close() {
 
 /// Renders what is not as it is in the look that is open.
 void LiveRenderer::render(int number, bool isFinal) {
-  const auto& [library, scene, network, plan, geometry] = openLook_->loaded;
+  const Scene& scene = openLook_->loaded.scene;
+  const RenderPlan& plan = openLook_->loaded.plan;
   const Image& image = scene.image;
   const int step = isFinal ? 1 : quickStep(image);
   if (!isFinal && step == 1 && image.samples == 1) return;

@@ -43,9 +43,9 @@ class LiveRenderer {
 
   nlohmann::ordered_json scene();
   /// A PNG file, in the best rendition that there is.
-  std::shared_ptr<const std::string> picture(const std::string& name, std::optional<int> frame);
+  std::shared_ptr<const std::string> picture(const std::string& name, std::optional<int> number);
   /// As `probe` answers, of all textures.
-  nlohmann::ordered_json probe(int x, int y, std::optional<int> frame);
+  nlohmann::ordered_json probe(int x, int y, std::optional<int> number);
 
  private:
   struct Rendition {
@@ -70,7 +70,7 @@ class LiveRenderer {
   void throwIfSuperseded();
 
   // With `mutex_` locked:
-  bool ask(std::optional<int>& frame);
+  bool ask(std::optional<int>& number);
   FramePictures* find(int number);
   FramePictures* nextToRender();
   void forget(const FramePictures& frame, const std::string& name);

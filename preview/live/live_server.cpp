@@ -28,7 +28,7 @@ void refuse(Response& response, int status, const std::string& why) {
 }
 
 /// Not compressed: it would take longer than the way.
-void send(Response& response, const char* type, std::shared_ptr<const std::string> content) {
+void send(Response& response, const char* type, const std::shared_ptr<const std::string>& content) {
   response.set_content_provider(
       content->size(), type,
       [content](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
@@ -121,9 +121,9 @@ void LiveServer::answer(const Request& request, Response& response) {
     send(response, "application/json", jsonText(answers));
   } else if (path.ends_with(".png")) {
     const std::string name = path.substr(1, path.size() - std::string_view("/.png").size());
-    std::shared_ptr<const std::string> picture = renderer_.picture(name, frame);
+    const std::shared_ptr<const std::string> picture = renderer_.picture(name, frame);
     if (picture == nullptr) return refuse(response, 404, "no such picture");
-    send(response, "image/png", std::move(picture));
+    send(response, "image/png", picture);
   } else {
     refuse(response, 404, "nothing is here");
   }
