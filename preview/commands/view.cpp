@@ -200,7 +200,7 @@ void View::run(Session& session) const {
 
 void addView(CLI::App& program, Session& session) {
   addCommand<View>(program, session, "view",
-                   "Show the pictures of a scene in a browser, as it is edited");
+                   "Show the pictures of a scene in a browser while it is edited");
 }
 
 }  // namespace preview
