@@ -33,7 +33,8 @@ void checkCommand(const CLI::App& program) {
 }
 
 int run(int argc, char** argv, Session& session) {
-  CLI::App program("Renders, shows, checks, probes and lists the textures of a plugin library.", kProgram);
+  CLI::App program("Renders, shows, checks, probes and lists the textures of a plugin library.",
+                   kProgram);
   program.require_subcommand(1);
   program.failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return oneLine(failed->get_name() + ": " + error.what()) + "\n";
