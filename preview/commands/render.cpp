@@ -112,7 +112,9 @@ void Render::run(Session& session) const {
 
 void Render::renderFrames(LoadedScene& loaded, FrameRange range, const std::string& key,
                           OutputFolder& folder, ProgressBar& bar) const {
-  const auto& [library, scene, network, plan, geometry] = loaded;
+  const Scene& scene = loaded.scene;
+  const Network& network = loaded.network;
+  const RenderPlan& plan = loaded.plan;
   const bool isSequence = plan.digits != 0;
   const auto isThere = [&](int number) { return isRendered(scene, plan, number, folder, key); };
   std::string last = "index.html";
