@@ -130,6 +130,8 @@ struct QuorParameterList::Storage {
     void (*write)(void* cache, const QuorPluginParameter& value);
   };
   std::vector<Slot> slots;
+  /// The last name for which there was a field or an output, but no parameter of that kind.
+  const char* unknown = nullptr;
 
   explicit Storage(const std::vector<ParameterInfo>& parameters) {
     slots.reserve(parameters.size());
@@ -158,7 +160,9 @@ struct QuorParameterList::Storage {
 
   Slot* find(const char* name, ParamType type) {
     Slot* slot = find(name);
-    return slot != nullptr && slot->info.type == type ? slot : nullptr;
+    if (slot != nullptr && slot->info.type == type) return slot;
+    unknown = name;
+    return nullptr;
   }
 
   template <class Interface>
@@ -223,7 +227,10 @@ void QuorParameterList::setParamCache(char* name, TextureVectorInterface** cache
 void QuorParameterList::setParamCache(char* name, std::int32_t* cache) {
   note(__func__, name);
   Storage::Slot* slot = storage_->find(name);
-  if (slot == nullptr || slot->value.kind == ParameterKind::Interface) return;
+  if (slot == nullptr || slot->value.kind == ParameterKind::Interface) {
+    storage_->unknown = name;
+    return;
+  }
   slot->cache = cache;
   slot->write = [](void* field, const QuorPluginParameter& value) {
     const bool isInteger = value.kind == ParameterKind::Integer;

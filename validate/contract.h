@@ -205,6 +205,17 @@ struct ParameterInfo {
 struct ParameterInfos {
   const ParameterInfo *first, *last, *limit;
 };
+/// And of a plugin's parameters: the field that each is written to, or null, and the last name that
+/// a field or an output was given for and no parameter of its kind has.
+struct ParameterSlot {
+  ParameterInfo info;
+  QuorPluginParameter value;
+  void **field, *write;
+};
+struct ParameterSlots {
+  const ParameterSlot *first, *last, *limit;
+  const char* unknown;
+};
 
 /// The types of inputs and, from `Output` on, of outputs follow the kinds of textures.
 /// Numbers, but each name with that of its type in front: some of them are names of records, too.

@@ -63,6 +63,9 @@ Samples::Samples(Random& random) {
     sc.normal = random.vector();
     sc.geometricNormal = random.vector();
     sc.backfacing = static_cast<std::int32_t>(random.below(2));
+    // In the last bits, and so in any copy of a context, stands which sample it is.
+    const auto index = static_cast<std::uint64_t>(&sc - contexts.data());
+    sc.imageX = std::bit_cast<double>(std::bit_cast<std::uint64_t>(sc.imageX) | index);
   }
 }
 
@@ -75,15 +78,13 @@ const float* numbersOfLeaf(Input* input, Question question, const ShadingContext
     leaf.askedWith[question] = sc;
   }
   if (question == Question::Bounds) return leaf.numbersAt[0].data();
-  const ShadingContext* const first = leaf.samples.contexts.data();
-  const bool isOfHost = sc >= first && sc < first + Samples::kCount;
-  return leaf.numbersAt[isOfHost ? static_cast<std::size_t>(sc - first) : 0].data();
+  return leaf.numbersAt[std::bit_cast<std::uint64_t>(sc->imageX) % Samples::kCount].data();
 }
 
 }  // namespace
 
-Leaf::Leaf(TextureKind textureKind, const Samples& samplesOfAll, Random& random)
-    : Input(textureKind), kind(textureKind), samples(samplesOfAll) {
+Leaf::Leaf(const ParameterInfo& info, Random& random)
+    : Input(kindOf(info)), parameter(info.name), kind(kindOf(info)) {
   numbersFor = numbersOfLeaf;
   for (auto& row : numbersAt) {
     std::generate(row.begin(), row.end(), [&] { return random.number(); });
@@ -125,8 +126,7 @@ void Network::set(const PluginInput& input) {
   } else {
     const Output* const output = outputs != 0 ? &outputs_[random_.below(outputs)] : nullptr;
     const bool fits = output != nullptr && output->kind == kindOf(info);
-    plugin.connect(info.name,
-                   fits ? output->texture : &leaves_.emplace_back(kindOf(info), samples_, random_));
+    plugin.connect(info.name, fits ? output->texture : &leaves_.emplace_back(info, random_));
   }
 }
 
@@ -212,10 +212,11 @@ void Network::expectAnswers(const char* when, const std::vector<Answer>& expecte
   for (std::size_t n = 0; n < expected.size(); ++n) expectAnswer(when, n, expected[n]);
 }
 
-void watchInputs(
+std::set<std::string> watchInputs(
     int networks,
     const std::function<void(const std::string& question, const std::string& got)>& tell) {
-  forSeeds(networks, [&tell](std::uint32_t seed) {
+  std::set<std::string> inputs;
+  forSeeds(networks, [&](std::uint32_t seed) {
     Network network({.descs = descriptors(), .seed = seed, .plugins = 1});
     for (Leaf& leaf : network.leaves()) leaf.counts = true;
     std::size_t n = 0;
@@ -224,6 +225,7 @@ void watchInputs(
       for (Leaf& leaf : network.leaves()) {
         for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
           const int asked = leaf.asked[question];
+          if (asked != 0) inputs.insert(network.plugins()[0].name() + '.' + leaf.parameter);
           if (asked > 1) tell(network.question(n), "an input asked " + text(asked) + " times");
           if (question != Question::Bounds && asked != 0 &&
               leaf.askedWith[question] != &network.asked(n).context) {
@@ -235,6 +237,7 @@ void watchInputs(
     }
     return n;
   });
+  return inputs;
 }
 
 bool isTimeUp() {

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <random>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -50,10 +51,10 @@ struct Samples {
 
 /// An input that has numbers for each sample; its bounds are the same at all of them.
 struct Leaf : Input {
-  Leaf(TextureKind kind, const Samples& samples, Random& random);
+  Leaf(const ParameterInfo& info, Random& random);
 
+  const char* const parameter;
   const TextureKind kind;
-  const Samples& samples;
   std::array<std::array<float, 15>, Samples::kCount> numbersAt;
 
   bool counts = false;  ///< by one thread alone
@@ -152,8 +153,8 @@ void forSeeds(int times, const Round& round) {
 }
 
 /// Asks networks of one plugin each, and tells of each input that a question asks more than once,
-/// or with a context of the plugin's own.
-void watchInputs(
+/// or with a context of the plugin's own. Returns the inputs that were asked at all.
+std::set<std::string> watchInputs(
     int networks,
     const std::function<void(const std::string& question, const std::string& got)>& tell);
 

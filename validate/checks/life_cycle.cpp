@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/checks/added_interface.h"
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/network.h"
 
 namespace validate {
 
@@ -54,6 +53,40 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
                info.initial);
       }
     }
+  }
+}
+
+CHECK(
+    life_cycle, inputs,
+    "fields and outputs are those of parameters; a texture reaches its field as a frame begins, or "
+    "an output that asks it; outputs alone ask") {
+  const auto asked = watchInputs(200, [](auto& /*question*/, auto& /*got*/) {});
+  for (void* desc : descriptors()) {
+    std::deque<Input> inputs;
+    const Instance instance(desc);
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      if (!isTextureInput(info)) continue;
+      Input& input = inputs.emplace_back(kindOf(info));
+      const std::string name = instance.name() + '.' + info.name;
+      input.whenAsked = [name](const ShadingContext* /*sc*/) {
+        failExpectation(name, std::string("asked in ") + calling.operation, "asked by outputs");
+      };
+      instance.connect(info.name, &input);
+    }
+    instance.beginFrame();
+    const void* const list = words(instance.part())[kParametersOfPart];
+    if (list == nullptr) continue;
+    const ParameterSlots& slots = **static_cast<const ParameterSlots* const*>(list);
+    expect(instance.name() + ": a field or an output for no parameter of its kind", slots.unknown,
+           nullptr);
+    for (const ParameterSlot* slot = slots.first; slot != slots.last; ++slot) {
+      const std::string name = instance.name() + '.' + slot->info.name;
+      const bool arrived = slot->field != nullptr && *slot->field == slot->value.value.iface;
+      if (isTextureInput(slot->info) && !arrived && !asked.contains(name)) {
+        failExpectation(name, "neither in a field after frameBegin nor asked", "one of these");
+      }
+    }
+    instance.endRender();
   }
 }
 

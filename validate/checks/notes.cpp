@@ -182,13 +182,19 @@ CHECK(notes, gradients,
 
 CHECK(notes, inputs,
       "says which output asks an input more than once for an answer, or with a context of its own, "
-      "as "
-      "for a bump") {
+      "as for a bump, and which inputs no output asks") {
   std::map<std::string, int> times;
-  watchInputs(kTrials, [&times](const std::string& question, const std::string& got) {
-    ++times[question.substr(0, question.find(" at sample")) + ": " + got];
-  });
+  const auto read =
+      watchInputs(kTrials, [&times](const std::string& question, const std::string& got) {
+        ++times[question.substr(0, question.find(" at sample")) + ": " + got];
+      });
   for (const auto& [what, count] : times) note(what + ", " + text(count) + " times");
+  for (void* desc : descriptors()) {
+    for (const ParameterInfo& info : parametersOf(desc)) {
+      const std::string input = nameOf(desc) + '.' + info.name;
+      if (isTextureInput(info) && !read.contains(input)) note(input + ": no output ever asked it");
+    }
+  }
 }
 
 }  // namespace

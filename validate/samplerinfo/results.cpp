@@ -43,7 +43,7 @@ class Sweep {
     for (int row = 0; row < kGroups * kGroupRows; ++row) {
       Random random(static_cast<std::uint32_t>(row));
       const Samples samples(random);
-      const std::deque<Leaf> leaves = connectLeaves(samples, random);
+      const std::deque<Leaf> leaves = connectLeaves(random);
       for (Output& output : outputs_) {
         for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
           float numbers[12];
@@ -78,11 +78,11 @@ class Sweep {
   };
 
   /// One input in eight is absent.
-  std::deque<Leaf> connectLeaves(const Samples& samples, Random& random) {
+  std::deque<Leaf> connectLeaves(Random& random) {
     std::deque<Leaf> leaves;
     for (const ParameterInfo& info : parametersOf(plugin_.desc())) {
       if (!isTextureInput(info)) continue;
-      Leaf& leaf = leaves.emplace_back(kindOf(info), samples, random);
+      Leaf& leaf = leaves.emplace_back(info, random);
       plugin_.connect(info.name, random.oneIn(8) ? nullptr : &leaf);
     }
     plugin_.set("invert", ParameterKind::Boolean, static_cast<std::int32_t>(random.below(2)));
