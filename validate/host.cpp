@@ -200,18 +200,19 @@ void* partOfSurface(HostSurface* surface, std::uint64_t id) {
 }
 const ObjectTable surfaceTable{PluginBase::getInterface.entry<partOfSurface>()};
 
-const ObjectTable frameDataTable{};
+const ObjectTable bareTable{};
 
 }  // namespace
 
-Host::Host() : cameraMotion(cameraMotionTable.slots), object(objectTable.slots) {
+Host::Host()
+    : cameraMotion(cameraMotionTable.slots), object(objectTable.slots), bare(bareTable.slots) {
   log.table = logTable.slots;
   scene.table = sceneTable.slots;
   surface.table = surfaceTable.slots;
   surface.uvwSource = {uvwSourceTable.slots, &surface};
   surface.materialIdSource = {materialIdSourceTable.slots, &surface};
   services = {&log, &scene, &cameraMotion, 0};
-  frameData.table = frameDataTable.slots;
+  frameData.table = bareTable.slots;
   renderContext = {&services, &frameData};
   sc.renderContext = &renderContext;
   sc.object = &object;

@@ -82,6 +82,7 @@ struct Host {
   HostScene scene{};
   void* const* cameraMotion;
   void* const* object;
+  void* const* bare;  ///< an object without interfaces
   HostSurface surface{};
 
   QuorFrameData frameData{};

@@ -33,15 +33,24 @@ PreciseTransform transform(Random& random) {
   return {random.vector(), random.vector(), random.vector(), random.preciseVector()};
 }
 
-}  // namespace
-
-Samples::Samples(Random& random) {
-  QuorFrameData& frame = host.frameData;
+void fill(QuorFrameData& frame, Random& random) {
   frame.frameTime = static_cast<double>(random.number()) / 3;
   frame.worldToCamera = transform(random);
   frame.cameraToWorld = transform(random);
   frame.imageHeight = static_cast<std::int32_t>(random.below(4096));
   frame.worldOffset = random.preciseVector();
+}
+
+}  // namespace
+
+void Samples::nextFrame(Random& random) {
+  nextFrameData = host.frameData;
+  fill(nextFrameData, random);
+  host.renderContext.frameData = &nextFrameData;
+}
+
+Samples::Samples(Random& random) {
+  fill(host.frameData, random);
   host.services.cameraMoving = static_cast<std::int32_t>(random.below(2));
   host.services.log = nullptr;  // as several threads may print
   host.scene.lo = random.vector();
@@ -67,6 +76,7 @@ Samples::Samples(Random& random) {
     const auto index = static_cast<std::uint64_t>(&sc - contexts.data());
     sc.imageX = std::bit_cast<double>(std::bit_cast<std::uint64_t>(sc.imageX) | index);
   }
+  contexts[1].object = contexts[2].surface = &host.bare;
 }
 
 namespace {
@@ -148,6 +158,10 @@ void Network::beginFrame() const {
   for (const Instance& plugin : plugins_) plugin.beginFrame();
 }
 
+void Network::endRender() const {
+  for (const Instance& plugin : plugins_) plugin.endRender();
+}
+
 void Network::changeInputs() {
   for (const PluginInput& input : inputs_) {
     const std::uint32_t choice = random_.below(3);
@@ -166,11 +180,16 @@ Network::Asked Network::asked(std::size_t n) const {
 }
 
 Answer Network::answer(std::size_t n) const {
+  record = samples_.contexts[n % Samples::kCount];
+  return answer(n, record);
+}
+
+Answer Network::answer(std::size_t n, const ShadingContext& context) const {
   const Asked now = asked(n);
   float numbers[std::tuple_size_v<Answer>];
   calling.of = now.output.c_str();
   calling.sample = static_cast<int>(n % Samples::kCount);
-  const int count = ask(now.texture, now.kind, now.question, now.context, numbers);
+  const int count = ask(now.texture, now.kind, now.question, context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
     answer[static_cast<std::size_t>(i)] = now.kind == TextureKind::Integer
@@ -227,8 +246,7 @@ std::set<std::string> watchInputs(
           const int asked = leaf.asked[question];
           if (asked != 0) inputs.insert(network.plugins()[0].name() + '.' + leaf.parameter);
           if (asked > 1) tell(network.question(n), "an input asked " + text(asked) + " times");
-          if (question != Question::Bounds && asked != 0 &&
-              leaf.askedWith[question] != &network.asked(n).context) {
+          if (question != Question::Bounds && asked != 0 && leaf.askedWith[question] != &record) {
             tell(network.question(n), "an input asked with another context");
           }
         }

@@ -40,14 +40,19 @@ class Random {
   bool ordinaryAlone_;
 };
 
-/// A scene in one frame, and samples of it.
-struct Samples {
+/// A scene in one frame, and samples of it, on memory pages of their own.
+struct alignas(4096) Samples {
   static constexpr std::size_t kCount = 16;
   explicit Samples(Random& random);
+  void nextFrame(Random& random);  ///< has frame data of its own
 
   Host host;
+  QuorFrameData nextFrameData{};
   std::array<ShadingContext, kCount> contexts;
 };
+
+/// A host's thread has one record, which it fills anew for each question.
+inline constinit thread_local ShadingContext record{};
 
 /// An input that has numbers for each sample; its bounds are the same at all of them.
 struct Leaf : Input {
@@ -81,13 +86,16 @@ class Network {
   void operator=(const Network&) = delete;
 
   void beginFrame() const;
-  /// Of the inputs a third each is left as it is, set anew, and taken away: the same ones in
-  /// networks of the same plan.
+  void endRender() const;
+  /// Of the inputs a third each is left as it is, set anew, and taken away; the next frame has
+  /// other frame data: the same ones in networks of the same plan.
   void changeInputs();
+  void changeFrame() { samples_.nextFrame(random_); }
 
   /// The n-th of all questions to all outputs at all samples.
   std::size_t questions() const { return questions_.size() * Samples::kCount; }
   Answer answer(std::size_t n) const;
+  Answer answer(std::size_t n, const ShadingContext& context) const;
   std::vector<Answer> answers() const;  ///< to as many questions as there is time for
   struct Asked {
     const std::string& output;

@@ -19,6 +19,9 @@ std::vector<std::string> exportsOf(void* module);
 /// How many bytes of the C library's heap are in use.
 std::size_t heapInUse();
 
+/// Whether whole pages of memory can be written.
+void setWritable(void* pages, std::size_t size, bool writable);
+
 /// How a process came to its end, and what it wrote on its standard output.
 struct Ending {
   std::string output;

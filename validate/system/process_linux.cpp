@@ -6,6 +6,7 @@
 #include <link.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -93,6 +94,10 @@ std::vector<std::string> exportsOf(void* module) {
 std::size_t heapInUse() {
   const struct mallinfo2 heap = mallinfo2();
   return heap.uordblks + heap.hblkhd;
+}
+
+void setWritable(void* pages, std::size_t size, bool writable) {
+  mprotect(pages, size, writable ? PROT_READ | PROT_WRITE : PROT_READ);
 }
 
 // Goes on in a copy of this process: an emulator of another processor could not execute the program

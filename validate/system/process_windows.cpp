@@ -53,6 +53,11 @@ std::size_t heapInUse() {
   return size;
 }
 
+void setWritable(void* pages, std::size_t size, bool writable) {
+  DWORD before;
+  VirtualProtect(pages, size, writable ? PAGE_READWRITE : PAGE_READONLY, &before);
+}
+
 Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   char program[MAX_PATH];
   GetModuleFileNameA(nullptr, program, sizeof program);
