@@ -45,6 +45,7 @@ namespace QUtils {
 
 struct QuorParameterListDesc::Storage {
   std::vector<ParameterInfo> parameters;
+  const QuorPluginDesc* registeredFor = nullptr;  ///< the last one
 
   std::int32_t add(const char* operation, const ParameterInfo& info) {
     note(operation, info.name);
@@ -117,6 +118,7 @@ std::int32_t QuorParameterListDesc::registerParameters(QuorPluginHost* /*host*/,
   note(__func__);
   std::erase_if(registrations, [desc](const Registration& r) { return r.desc == desc; });
   registrations.push_back({desc, &storage_->parameters});
+  storage_->registeredFor = desc;
   return 1;
 }
 

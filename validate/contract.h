@@ -195,8 +195,8 @@ static_assert(sizeof(QuorFrameData) == (kShortPointers ? 176 : 184));
 static_assert(sizeof(ShadingContext) == (kShortPointers ? 104 : 120));
 static_assert(sizeof(QuorPluginParameter) == (kShortPointers ? 16 : 32));
 
-/// What the stand-in for the host's library keeps of the parameters that a descriptor describes: a
-/// list is, as its compilers lay it out, three pointers.
+/// What the stand-in for the host's library keeps of the parameters that a descriptor describes,
+/// and for whom they were registered: a list is, as its compilers lay it out, three pointers.
 struct ParameterInfo {
   const char* name;
   std::int32_t type, initial, flags;
@@ -204,6 +204,7 @@ struct ParameterInfo {
 };
 struct ParameterInfos {
   const ParameterInfo *first, *last, *limit;
+  const void* registeredFor;
 };
 /// And of a plugin's parameters: the field that each is written to, or null, and the last name that
 /// a field or an output was given for and no parameter of its kind has.

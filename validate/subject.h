@@ -53,7 +53,8 @@ const std::vector<void*>& descriptors();
 void* descriptor(const std::string& name);
 std::string nameOf(void* desc);
 
-/// The parameters that a descriptor describes.
+/// The parameters that a descriptor describes, and whether they are registered as its own.
+bool areParametersRegistered(void* desc);
 std::span<const ParameterInfo> parametersOf(void* desc);
 inline bool isOutput(const ParameterInfo& info) { return info.type >= ParameterType::Output; }
 inline bool isTextureInput(const ParameterInfo& info) { return info.type < ParameterType::Integer; }

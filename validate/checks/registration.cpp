@@ -9,8 +9,12 @@ namespace {
 struct Registry {
   void* const* table;
   std::vector<void*> registered{}, unregistered{};
+  bool parametersFirst = false;
 };
-void registerDesc(Registry* registry, void* desc) { registry->registered.push_back(desc); }
+void registerDesc(Registry* registry, void* desc) {
+  registry->registered.push_back(desc);
+  registry->parametersFirst = areParametersRegistered(desc);
+}
 void unregisterDesc(Registry* registry, void* desc) { registry->unregistered.push_back(desc); }
 const Table registryTable{
     QuorPluginHost::registerPluginDesc.entry<registerDesc>(),
@@ -32,12 +36,17 @@ CHECK(registration, null, "without a host registering and withdrawing do nothing
   }
 }
 
-CHECK(registration, announced, "a descriptor announces itself once, and withdraws itself once") {
+CHECK(registration, announced,
+      "a descriptor announces itself once, then its parameters, and withdraws itself once") {
   for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
     PluginDesc::registerPlugin(desc, &registry);
     expectTold(nameOf(desc) + ".registerPlugin", registry.registered, desc, 1);
     expectTold(nameOf(desc) + ".registerPlugin", registry.unregistered, desc, 0);
+    expect(nameOf(desc) + ": parameters announced before the plugin", registry.parametersFirst,
+           false);
+    expect(nameOf(desc) + ": parameters announced, if any",
+           areParametersRegistered(desc) || parametersOf(desc).empty(), true);
     PluginDesc::unregisterPlugin(desc, &registry);
     expectTold(nameOf(desc) + ".unregisterPlugin", registry.registered, desc, 1);
     expectTold(nameOf(desc) + ".unregisterPlugin", registry.unregistered, desc, 1);
