@@ -62,10 +62,12 @@ struct Questions {
   static int ask(void* texture, Question question, const ShadingContext& sc, float* numbers) {
     if (question == Question::Value) return put(value(texture, &sc), numbers);
     if (question == Question::Gradient) return put(gradient(texture, &sc), numbers);
-    Value min, max;
-    bounds(texture, &min, &max);
-    const int width = put(min, numbers);
-    return width + put(max, numbers + width);
+    Value room[5];
+    if (question == Question::FencedBounds) std::memcpy(room, numbers, sizeof room);
+    bounds(texture, &room[1], &room[3]);
+    if (question == Question::FencedBounds) return put(room, numbers);
+    const int width = put(room[1], numbers);
+    return width + put(room[3], numbers + width);
   }
   static inline const InterfaceTable inputTable{
       PluginInterface::getInterfaceId.entry<idOf<kTextureIds[kind].id>>(),

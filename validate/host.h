@@ -16,8 +16,10 @@ namespace validate {
 /// How many numbers a value of the first three kinds has.
 constexpr int kWidths[] = {4, 1, 3};
 
+/// The last one asks for bounds, too, to be written among five values, before which, between which
+/// and behind which nothing is to be written; all are the caller's, and come back.
 struct Questions {
-  enum Question { Value, Bounds, Gradient };
+  enum Question { Value, Bounds, Gradient, FencedBounds };
 };
 using Question = Questions::Question;
 constexpr int kQuestionCount = 3;
@@ -41,8 +43,8 @@ struct Input {
   const float* (*numbersFor)(Input* input, Question question, const ShadingContext* sc) = nullptr;
 };
 
-/// Asks a texture. Returns how many numbers the answer has, at most 12 (that of an integer has its
-/// bits); 0 where there is no such question.
+/// Asks a texture. Returns how many numbers the answer has, at most 12, with a fence 20 (that of an
+/// integer has its bits); 0 where there is no such question.
 int ask(void* texture, TextureKind kind, Question question, const ShadingContext& sc,
         float* numbers);
 

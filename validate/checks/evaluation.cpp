@@ -117,6 +117,28 @@ CHECK(evaluation, changed,
   });
 }
 
+CHECK(evaluation, bounds, "bounds are written whole, and nothing beside them") {
+  forSeeds(kNetworks, [&descs = descriptors()](std::uint32_t seed) {
+    const Network network({.descs = descs, .seed = seed});
+    for (std::size_t n = 0; n < network.questions(); n += Samples::kCount) {
+      const Network::Asked asked = network.asked(n);
+      if (asked.question != Question::Bounds) continue;
+      const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
+      std::array<float, 20> rooms[2];
+      for (auto& room : rooms) {
+        room.fill(&room == rooms ? 1 : -2);
+        ask(asked.texture, asked.kind, Question::FencedBounds, asked.context, room.data());
+      }
+      for (std::size_t i = 0; i < 5 * width; ++i) {
+        const bool isBound = i / width % 2 != 0;
+        expect(network.question(n) + (isBound ? ", where -2 was" : ", beside the bounds"),
+               rooms[1][i], isBound ? rooms[0][i] : -2);
+      }
+    }
+    return network.questions() / Samples::kCount;
+  });
+}
+
 CHECK(evaluation, records,
       "frames and questions write nothing into the records of the host, which crashes here") {
   forSeeds(kNetworks / 4, [&descs = descriptors()](std::uint32_t seed) {
