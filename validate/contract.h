@@ -218,6 +218,19 @@ struct ParameterSlots {
   const char* unknown;
 };
 
+/// And of requests for shader source: each in a list, which is empty while its pointers are null.
+struct ShaderRequest {
+  void *self, *texture;
+  const char *outputName, *secondName, *descriptorKind;
+};
+struct ShaderSource {
+  ShaderRequest *first, *last, *limit;
+  std::int32_t answer;
+};
+struct OclData {
+  std::int32_t requests;
+};
+
 /// The types of inputs and, from `Output` on, of outputs follow the kinds of textures.
 /// Numbers, but each name with that of its type in front: some of them are names of records, too.
 struct TextureKinds {

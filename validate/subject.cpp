@@ -34,19 +34,21 @@ namespace {
 struct Visitor {
   void* const* table;
   int left;
+  const std::function<void()>& meanwhile;
   std::vector<void*> descs;
 };
 std::int32_t visit(Visitor* visitor, void* desc) {
   if (desc == nullptr) fail("enumPluginDescs: got null, expected a descriptor");
   visitor->descs.push_back(desc);
+  if (visitor->meanwhile) visitor->meanwhile();
   return --visitor->left != 0 ? 256 : 0;  // anything but 0 goes on
 }
 const Table visitorTable{PluginDescVisitor::visitPluginDesc.entry<visit>()};
 
 }  // namespace
 
-Enumeration enumerate(void* libraryDescriptor, int atMost) {
-  Visitor visitor{visitorTable.slots, atMost, {}};
+Enumeration enumerate(void* libraryDescriptor, int atMost, const std::function<void()>& meanwhile) {
+  Visitor visitor{visitorTable.slots, atMost, meanwhile, {}};
   const std::int32_t answer = PluginLibDesc::enumPluginDescs(libraryDescriptor, &visitor);
   return {answer, visitor.descs};
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -35,7 +36,8 @@ struct Enumeration {
   std::int32_t answer;
   std::vector<void*> descs;
 };
-Enumeration enumerate(void* libraryDescriptor, int atMost = -1);
+Enumeration enumerate(void* libraryDescriptor, int atMost = -1,
+                      const std::function<void()>& meanwhile = {});
 
 /// The descriptors, registered with a host for as long as this lives.
 class Registered {

@@ -26,14 +26,20 @@ CHECK(enumeration, stop,
   }
 }
 
-CHECK(enumeration, again, "a second enumeration shows the same descriptors in the same order") {
-  const auto shown = [] {
+CHECK(enumeration, again,
+      "a second enumeration, after the first one or inside it, shows the same descriptors in the "
+      "same order") {
+  const auto shown = [](const std::function<void()>& meanwhile) {
     std::string names;
-    for (void* desc : enumerate(library()).descs) names += nameOf(desc) + ", " + text(desc) + "; ";
+    for (void* desc : enumerate(library(), -1, meanwhile).descs) {
+      names += nameOf(desc) + ", " + text(desc) + "; ";
+    }
     return names;
   };
-  const std::string first = shown();
-  expect("descriptors shown again", shown(), first);
+  const std::string first = shown({});
+  const auto expectAgain = [&] { expect("descriptors shown again", shown({}), first); };
+  expectAgain();
+  expect("descriptors shown around others", shown(expectAgain), first);
 }
 
 CHECK(enumeration, names,

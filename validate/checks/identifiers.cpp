@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <chrono>
 #include <random>
+#include <tuple>
 
+#include "validate/checks/at_once.h"
 #include "validate/subject.h"
 
 namespace validate {
@@ -73,6 +76,43 @@ CHECK(identifiers, instances,
     const Instance instance(desc);
     expectOnlyWhatItHas(instance.name(), instance.object());
     expect(instance.name() + ".getPluginDesc()", Plugin::getPluginDesc(instance.object()), desc);
+  }
+}
+
+CHECK(
+    identifiers, threads,
+    "16 threads that ask at once for names, interfaces and shader source are answered as one is") {
+  const auto answers = [](const Instance& instance, std::size_t thread) {
+    static ShaderSource sources[kThreads];
+    static OclData data[kThreads];
+    const auto part = [&](std::uint64_t id) {
+      return PluginBase::getInterface(instance.object(), id);
+    };
+    void* const shader = part(EXT_RTTEX);
+    const std::int32_t hasSource = shader == nullptr
+                                       ? 0
+                                       : RTTexInterface::getShaderSource(
+                                             shader, thread % 2 != 0 ? "color" : "float", "",
+                                             "MaterialDescriptor", &sources[thread], &data[thread]);
+    return std::tuple(nameOf(instance.desc()), enumerate(library()).answer, part(EXT_QUOR_PLUGIN),
+                      part(EXT_TEXTURE), shader, hasSource);
+  };
+  const auto line = [](const auto&... each) { return ((text(each) + ' ') + ...); };
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    const auto even = answers(instance, 0), odd = answers(instance, 1);
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(200);
+    const auto ask = [&](std::size_t thread) {
+      const auto& alone = thread % 2 != 0 ? odd : even;
+      while (Clock::now() < end) {
+        const auto got = answers(instance, thread);
+        if (got == alone) continue;
+        failExpectation(instance.name() + ", asked by one of 16 threads", std::apply(line, got),
+                        std::apply(line, alone));
+      }
+    };
+    runAtOnce(ask, [] {});
   }
 }
 

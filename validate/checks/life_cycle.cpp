@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "validate/checks/added_interface.h"
 #include "validate/network.h"
+#include "validate/system/process.h"
 
 namespace validate {
 
@@ -107,8 +108,9 @@ CHECK(life_cycle, names, "a plugin keeps a copy of the last name that it was giv
   const std::string longName(1 << 20, 'x');
   for (void* desc : descriptors()) {
     const Instance instance(desc);
-    for (const std::string& name :
-         {std::string("first"), std::string(), longName, std::string("last")}) {
+    std::vector<std::string> names = {"first", "", longName, "last"};
+    for (std::size_t length = 65; length-- != 0;) names.emplace_back(length, 'x');
+    for (const std::string& name : names) {
       std::string given = name;
       Plugin::setPluginName(instance.object(), given.c_str());
       given.assign(given.size(), '?');
@@ -116,6 +118,30 @@ CHECK(life_cycle, names, "a plugin keeps a copy of the last name that it was giv
              static_cast<const char*>(words(instance.object())[kNameOfPlugin]), name.c_str());
     }
   }
+}
+
+CHECK(life_cycle, growth,
+      "frames with samples, and interfaces that come and go, leave the heap as full as it was") {
+  if (kSanitized) skip("a sanitizer keeps blocks of the heap back");
+  forSeeds(10, [&descs = descriptors()](std::uint32_t seed) {
+    constexpr int kFrames = 200;
+    const Network network({.descs = descs, .seed = seed});
+    AddedInterface added(1);
+    std::size_t before = 0, n = 0;
+    for (int frame = -50; frame < kFrames; ++frame) {
+      if (frame == 0) before = heapInUse();
+      network.beginFrame();
+      for (n = 0; n < network.questions(); n += Samples::kCount) network.answer(n);
+      for (const Instance& plugin : network.plugins()) {
+        PluginBase::addInterface(plugin.object(), &added, 1);
+        PluginBase::removeInterface(plugin.object(), &added);
+      }
+    }
+    const auto growth = static_cast<std::int32_t>(heapInUse() - before);
+    if (growth >= kFrames)
+      failExpectation("heap after 200 frames", text(growth) + " bytes more", "the same");
+    return kFrames * n / Samples::kCount;
+  });
 }
 
 CHECK(life_cycle, parts, "deleting through any of its interfaces deletes the whole plugin, once") {
