@@ -27,7 +27,7 @@ int put(const Value& value, float* numbers) {
 }
 
 const float* numbersOf(Input* input, Question question, const ShadingContext* sc) {
-  if (input->whenAsked) input->whenAsked(sc);
+  if (input->whenAsked) input->whenAsked(question, sc);
   return input->numbersFor != nullptr ? input->numbersFor(input, question, sc) : input->numbers;
 }
 template <class Value>

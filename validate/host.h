@@ -32,13 +32,13 @@ inline std::uint32_t bitsOf(float number) {
 }
 
 /// An input of one of the first three kinds: its value, lower bound and upper bound, each with as
-/// many numbers as the kind has, and its gradient.
+/// many numbers as the kind has, and its gradient. Bounds are asked without a context.
 struct Input {
   explicit Input(TextureKind kind);
 
   void* const* table;
   float numbers[15] = {};
-  std::function<void(const ShadingContext* sc)> whenAsked;  ///< for its bounds, with null
+  std::function<void(Question question, const ShadingContext* sc)> whenAsked;
   /// Other numbers than these, where it has them.
   const float* (*numbersFor)(Input* input, Question question, const ShadingContext* sc) = nullptr;
 };

@@ -83,18 +83,14 @@ namespace {
 
 const float* numbersOfLeaf(Input* input, Question question, const ShadingContext* sc) {
   Leaf& leaf = *static_cast<Leaf*>(input);
-  if (leaf.counts) {
-    ++leaf.asked[question];
-    leaf.askedWith[question] = sc;
-  }
   if (question == Question::Bounds) return leaf.numbersAt[0].data();
   return leaf.numbersAt[std::bit_cast<std::uint64_t>(sc->imageX) % Samples::kCount].data();
 }
 
 }  // namespace
 
-Leaf::Leaf(const ParameterInfo& info, Random& random)
-    : Input(kindOf(info)), parameter(info.name), kind(kindOf(info)) {
+Leaf::Leaf(const ParameterInfo& parameter, Random& random)
+    : Input(kindOf(parameter)), info(parameter), kind(kindOf(info)) {
   numbersFor = numbersOfLeaf;
   for (auto& row : numbersAt) {
     std::generate(row.begin(), row.end(), [&] { return random.number(); });
@@ -231,27 +227,27 @@ void Network::expectAnswers(const char* when, const std::vector<Answer>& expecte
   for (std::size_t n = 0; n < expected.size(); ++n) expectAnswer(when, n, expected[n]);
 }
 
-std::set<std::string> watchInputs(
+std::set<const ParameterInfo*> watchInputs(
     int networks,
     const std::function<void(const std::string& question, const std::string& got)>& tell) {
-  std::set<std::string> inputs;
+  std::set<const ParameterInfo*> inputs;
   forSeeds(networks, [&](std::uint32_t seed) {
     Network network({.descs = descriptors(), .seed = seed, .plugins = 1});
-    for (Leaf& leaf : network.leaves()) leaf.counts = true;
     std::size_t n = 0;
-    for (; n < network.questions() && !isTimeUp(); ++n) {
-      network.answer(n);
-      for (Leaf& leaf : network.leaves()) {
-        for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
-          const int asked = leaf.asked[question];
-          if (asked != 0) inputs.insert(network.plugins()[0].name() + '.' + leaf.parameter);
-          if (asked > 1) tell(network.question(n), "an input asked " + text(asked) + " times");
-          if (question != Question::Bounds && asked != 0 && leaf.askedWith[question] != &record) {
-            tell(network.question(n), "an input asked with another context");
-          }
+    std::set<std::pair<const Leaf*, Question>> asked;
+    for (Leaf& leaf : network.leaves()) {
+      leaf.whenAsked = [&](Question question, const ShadingContext* sc) {
+        inputs.insert(&leaf.info);
+        if (!asked.emplace(&leaf, question).second)
+          tell(network.question(n), "an input asked again");
+        if (sc != nullptr && sc != &record) {
+          tell(network.question(n), "an input asked with another context");
         }
-        leaf.asked = {};
-      }
+      };
+    }
+    for (; n < network.questions() && !isTimeUp(); ++n) {
+      asked.clear();
+      network.answer(n);
     }
     return n;
   });

@@ -58,13 +58,9 @@ inline constinit thread_local ShadingContext record{};
 struct Leaf : Input {
   Leaf(const ParameterInfo& info, Random& random);
 
-  const char* const parameter;
+  const ParameterInfo& info;
   const TextureKind kind;
   std::array<std::array<float, 15>, Samples::kCount> numbersAt;
-
-  bool counts = false;  ///< by one thread alone
-  std::array<int, kQuestionCount> asked{};
-  std::array<const ShadingContext*, kQuestionCount> askedWith{};
 };
 
 /// Bits of an answer; all NaNs are one.
@@ -162,7 +158,7 @@ void forSeeds(int times, const Round& round) {
 
 /// Asks networks of one plugin each, and tells of each input that a question asks more than once,
 /// or with a context of the plugin's own. Returns the inputs that were asked at all.
-std::set<std::string> watchInputs(
+std::set<const ParameterInfo*> watchInputs(
     int networks,
     const std::function<void(const std::string& question, const std::string& got)>& tell);
 

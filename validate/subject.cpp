@@ -79,24 +79,16 @@ std::string nameOf(void* desc) {
   return name != nullptr ? name : "a plugin without a name";
 }
 
-namespace {
-
-const ParameterInfos* infosOf(void* desc) {
-  void* const description = words(desc)[kParametersOfDesc];
-  if (description == nullptr) return nullptr;
-  return reinterpret_cast<const ParameterInfos*>(words(description)[0]);
-}
-
-}  // namespace
-
 bool areParametersRegistered(void* desc) {
-  const ParameterInfos* const infos = infosOf(desc);
-  return infos != nullptr && infos->registeredFor == desc;
+  void* const description = words(desc)[kParametersOfDesc];
+  return description != nullptr &&
+         static_cast<const ParameterInfos*>(words(description)[0])->registeredFor == desc;
 }
 
 std::span<const ParameterInfo> parametersOf(void* desc) {
-  const ParameterInfos* const infos = infosOf(desc);
-  if (infos == nullptr) return {};
+  void* const description = words(desc)[kParametersOfDesc];
+  if (description == nullptr) return {};
+  const auto* infos = static_cast<const ParameterInfos*>(words(description)[0]);
   for (const ParameterInfo* info = infos->first; info != infos->last; ++info) {
     if (info->name == nullptr) {
       fail(nameOf(desc) + ": a parameter's name: got null, expected a text");

@@ -106,7 +106,9 @@ CHECK(floating_point, control,
       Network network({.descs = descs, .seed = seed});
       mode.expectKept("plugins made, connected, in a frame");
       for (Leaf& leaf : network.leaves()) {
-        leaf.whenAsked = [&](const ShadingContext* /*sc*/) { mode.expectKept("an input asked"); };
+        leaf.whenAsked = [&](Question, const ShadingContext*) {
+          mode.expectKept("an input asked");
+        };
       }
       for (; n < network.questions() && !isTimeUp(); ++n) {
         network.answer(n);

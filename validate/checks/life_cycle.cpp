@@ -57,50 +57,40 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
   }
 }
 
-CHECK(
-    life_cycle, inputs,
-    "fields and outputs are those of parameters; a texture reaches its field as a frame begins, or "
-    "an output that asks it; outputs alone ask") {
+CHECK(life_cycle, inputs,
+      "fields and outputs have parameters; a frame brings a texture into a field, or an output "
+      "asks it; nothing else asks") {
   const auto asked = watchInputs(200, [](auto& /*question*/, auto& /*got*/) {});
   for (void* desc : descriptors()) {
-    std::deque<Input> inputs;
-    const Instance instance(desc);
-    for (const ParameterInfo& info : parametersOf(desc)) {
-      if (!isTextureInput(info)) continue;
-      Input& input = inputs.emplace_back(kindOf(info));
-      const std::string name = instance.name() + '.' + info.name;
-      input.whenAsked = [name](const ShadingContext* /*sc*/) {
-        failExpectation(name, std::string("asked in ") + calling.operation, "asked by outputs");
-      };
-      instance.connect(info.name, &input);
-    }
-    instance.beginFrame();
-    const void* const list = words(instance.part())[kParametersOfPart];
-    if (list == nullptr) continue;
-    const ParameterSlots& slots = **static_cast<const ParameterSlots* const*>(list);
-    expect(instance.name() + ": a field or an output for no parameter of its kind", slots.unknown,
-           nullptr);
-    for (const ParameterSlot* slot = slots.first; slot != slots.last; ++slot) {
-      const std::string name = instance.name() + '.' + slot->info.name;
-      const bool arrived = slot->field != nullptr && *slot->field == slot->value.value.iface;
-      if (isTextureInput(slot->info) && !arrived && !asked.contains(name)) {
-        failExpectation(name, "neither in a field after frameBegin nor asked", "one of these");
+    const std::span<const ParameterInfo> infos = parametersOf(desc);
+    for (const bool hasFrame : {false, true}) {
+      std::deque<Input> inputs;
+      const Instance instance(desc);
+      for (const ParameterInfo& info : infos) {
+        if (!isTextureInput(info)) continue;
+        Input& input = inputs.emplace_back(kindOf(info));
+        input.whenAsked = [&](Question, const ShadingContext*) {
+          failExpectation(instance.name() + '.' + info.name,
+                          std::string("asked in ") + calling.operation, "asked by outputs");
+        };
+        instance.connect(info.name, &input);
+      }
+      instance.beginRender();
+      void* const list = words(instance.part())[kParametersOfPart];
+      if (!hasFrame || list == nullptr) continue;
+      instance.beginFrame();
+      const auto& slots = *reinterpret_cast<const ParameterSlots*>(words(list)[0]);
+      expect(instance.name() + ": a field or an output for no parameter of its kind", slots.unknown,
+             nullptr);
+      for (std::size_t i = 0; i < infos.size(); ++i) {
+        const ParameterSlot& slot = slots.first[i];
+        const bool arrives = slot.field != nullptr && *slot.field == slot.value.value.iface;
+        if (isTextureInput(infos[i]) && !arrives && !asked.contains(&infos[i])) {
+          failExpectation(instance.name() + '.' + infos[i].name,
+                          "neither in a field after frameBegin nor asked", "one of these");
+        }
       }
     }
-    instance.endRender();
-  }
-}
-
-CHECK(life_cycle, no_frame, "a plugin can be deleted before its first frame, connected or not") {
-  for (void* desc : descriptors()) {
-    { const Instance unused(desc); }
-    Input color(TextureKind::Color), number(TextureKind::Float), vector(TextureKind::Vector);
-    Input* const inputs[] = {&color, &number, &vector};
-    const Instance instance(desc);
-    for (const ParameterInfo& info : parametersOf(desc)) {
-      if (isTextureInput(info)) instance.connect(info.name, inputs[kindOf(info)]);
-    }
-    instance.beginRender();
   }
 }
 

@@ -191,8 +191,9 @@ CHECK(notes, inputs,
   for (const auto& [what, count] : times) note(what + ", " + text(count) + " times");
   for (void* desc : descriptors()) {
     for (const ParameterInfo& info : parametersOf(desc)) {
-      const std::string input = nameOf(desc) + '.' + info.name;
-      if (isTextureInput(info) && !read.contains(input)) note(input + ": no output ever asked it");
+      if (isTextureInput(info) && !read.contains(&info)) {
+        note(nameOf(desc) + '.' + info.name + ": no output ever asked it");
+      }
     }
   }
 }

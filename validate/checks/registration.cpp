@@ -37,19 +37,26 @@ CHECK(registration, null, "without a host registering and withdrawing do nothing
 }
 
 CHECK(registration, announced,
-      "a descriptor announces itself once, then its parameters, and withdraws itself once") {
+      "a descriptor announces itself once, then its parameters, withdraws itself once, works on "
+      "and can come back") {
   for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
+    const std::string name = nameOf(desc);
     PluginDesc::registerPlugin(desc, &registry);
-    expectTold(nameOf(desc) + ".registerPlugin", registry.registered, desc, 1);
-    expectTold(nameOf(desc) + ".registerPlugin", registry.unregistered, desc, 0);
-    expect(nameOf(desc) + ": parameters announced before the plugin", registry.parametersFirst,
-           false);
-    expect(nameOf(desc) + ": parameters announced, if any",
+    expectTold(name + ".registerPlugin", registry.registered, desc, 1);
+    expectTold(name + ".registerPlugin", registry.unregistered, desc, 0);
+    expect(name + ": parameters announced before the plugin", registry.parametersFirst, false);
+    expect(name + ": parameters announced, if any",
            areParametersRegistered(desc) || parametersOf(desc).empty(), true);
     PluginDesc::unregisterPlugin(desc, &registry);
-    expectTold(nameOf(desc) + ".unregisterPlugin", registry.registered, desc, 1);
-    expectTold(nameOf(desc) + ".unregisterPlugin", registry.unregistered, desc, 1);
+    expectTold(name + ".unregisterPlugin", registry.registered, desc, 1);
+    expectTold(name + ".unregisterPlugin", registry.unregistered, desc, 1);
+    {
+      const Instance instance(desc);
+      instance.beginFrame();
+    }
+    PluginDesc::registerPlugin(desc, &registry);
+    expectTold(name + ".registerPlugin after unregisterPlugin", registry.registered, desc, 2);
   }
 }
 
@@ -65,21 +72,6 @@ CHECK(registration, twice, "a descriptor that is registered twice announces itse
     expectTold(nameOf(desc) + ".registerPlugin twice", registry.registered, desc, 2);
     expect(nameOf(desc) + ": parameters afterwards", countParameters(), parameters);
     PluginDesc::unregisterPlugin(desc, &registry);
-  }
-}
-
-CHECK(registration, withdrawn, "a descriptor works on after it was withdrawn, and can come back") {
-  for (void* desc : enumerate(library()).descs) {
-    Registry registry{registryTable.slots};
-    PluginDesc::registerPlugin(desc, &registry);
-    PluginDesc::unregisterPlugin(desc, &registry);
-    {
-      const Instance instance(desc);
-      instance.beginFrame();
-    }
-    PluginDesc::registerPlugin(desc, &registry);
-    expectTold(nameOf(desc) + ".registerPlugin after unregisterPlugin", registry.registered, desc,
-               2);
   }
 }
 

@@ -63,24 +63,24 @@ CHECK(
       if (isOutput(info)) continue;
       const std::string asked = instance.name() + ".setParameter(" + text(info.name) + ")";
       const auto& value = instance.parameter(info.name).value;
+      const auto expectTaken = [&](std::int32_t answer, const auto& has, const auto& given) {
+        expect(asked, answer, 1);
+        instance.beginFrame();
+        expect(asked + ": what it has then", has, given);
+      };
       if (isTextureInput(info)) {
         Input input(kindOf(info));
         for (void* texture : {static_cast<void*>(&input), static_cast<void*>(nullptr)}) {
-          expect(asked, instance.connect(info.name, texture), 1);
-          instance.beginFrame();
-          expect(asked + ": what it has then", value.iface, texture);
+          expectTaken(instance.connect(info.name, texture), value.iface, texture);
         }
       } else if (info.type == ParameterType::Boolean) {
         for (const bool on : {true, false}) {
-          expect(asked, instance.set(info.name, ParameterKind::Boolean, on), 1);
-          instance.beginFrame();
-          expect(asked + ": what it has then", value.boolean, on);
+          expectTaken(instance.set(info.name, ParameterKind::Boolean, on), value.boolean, on);
         }
       } else {
         instance.set(info.name, ParameterKind::Integer, info.initial + 1);
-        expect(asked, instance.set(info.name, ParameterKind::Integer, info.initial), 1);
-        instance.beginFrame();
-        expect(asked + ": what it has then", value.integer, info.initial);
+        expectTaken(instance.set(info.name, ParameterKind::Integer, info.initial), value.integer,
+                    info.initial);
       }
     }
   }

@@ -98,10 +98,9 @@ CHECK(
   expect("the color_a that TexAColorOp keeps", words(instance.object())[8], &a);
 }
 
-CHECK(
-    samplerinfo, shader_source,
-    "requests for shader source reach the host with the texture of color_a, if there is one, those "
-    "of another kind do not") {
+CHECK(samplerinfo, shader_source,
+      "requests for shader source reach the host with the texture of color_a, or null, those of "
+      "another kind do not") {
   static ShaderSource source{};
   static OclData data{};
   Input a(TextureKind::Color);
