@@ -238,8 +238,9 @@ std::set<const ParameterInfo*> watchInputs(
     for (Leaf& leaf : network.leaves()) {
       leaf.whenAsked = [&](Question question, const ShadingContext* sc) {
         inputs.insert(&leaf.info);
-        if (!asked.emplace(&leaf, question).second)
+        if (!asked.emplace(&leaf, question).second) {
           tell(network.question(n), "an input asked again");
+        }
         if (sc != nullptr && sc != &record) {
           tell(network.question(n), "an input asked with another context");
         }

@@ -56,7 +56,7 @@ inline constinit thread_local ShadingContext record{};
 
 /// An input that has numbers for each sample; its bounds are the same at all of them.
 struct Leaf : Input {
-  Leaf(const ParameterInfo& info, Random& random);
+  Leaf(const ParameterInfo& parameter, Random& random);
 
   const ParameterInfo& info;
   const TextureKind kind;

@@ -128,8 +128,9 @@ CHECK(life_cycle, growth,
       }
     }
     const auto growth = static_cast<std::int32_t>(heapInUse() - before);
-    if (growth >= kFrames)
+    if (growth >= kFrames) {
       failExpectation("heap after 200 frames", text(growth) + " bytes more", "the same");
+    }
     return kFrames * n / Samples::kCount;
   });
 }
