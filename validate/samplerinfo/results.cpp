@@ -26,10 +26,11 @@ void addLines(void* desc, std::vector<std::string>& lines) {
     for (std::size_t n = 0; n < network.questions(); n += Samples::kCount) {
       const Network::Asked asked = network.asked(n);
       const Answer answer = network.answer(n);
-      std::string line = asked.output + ' ' + kQuestionNames[asked.question];
       const bool isPower = asked.output.ends_with(".power");
       const bool isInPowerMode =
           asked.output == nameOf(desc) && mode != nullptr && mode->value.integer == 5;
+      std::string line =
+          asked.output + (isInPowerMode ? ".mode=5 " : " ") + kQuestionNames[asked.question];
       if (asked.question == Question::Gradient || (!isPower && !isInPowerMode)) {
         std::uint64_t& digest = digests[{n, line}][static_cast<std::size_t>(row / kGroupRows)];
         for (const std::uint32_t bits : answer) digest = ((digest + 1) ^ bits) * 0x100000001B3;
