@@ -57,7 +57,7 @@ for tool in samplerinfo-preview samplerinfo-validate; do
   says "$tool $version (" "$tree/bin/$tool" --version
   for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version\"" zcat "$page"; done
 done
-completes "render check list probe" samplerinfo-preview ""
+completes "render view check probe list" samplerinfo-preview ""
 completes "--size --samples" samplerinfo-preview render --s
 completes "--seed --seconds" samplerinfo-validate --se
 completes "--strict" samplerinfo-preview --plugin other.so check --s
