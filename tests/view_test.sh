@@ -55,6 +55,8 @@ done <<EOS
 200 $address/normal.png?frame=7
 200 http://localhost:$port/normal.png
 404 $address/normal.png?frame=8
+416 -H Range:bytes=0-4000 $address/normal.png
+416 -H Range:bytes=900000- $address/
 404 $address/normal
 404 $address/nothing.png
 404 $address/contact_sheet.png

@@ -133,7 +133,8 @@ std::shared_ptr<Look> Loader::load(Diagnostics& diagnostics) {
 /// What is wrong, for the page and the terminal; empty as long as nothing is, or not for long.
 class Mistakes {
  public:
-  explicit Mistakes(EventBoard& board) : board_(board) {}
+  /// A page that was open before may still show some.
+  explicit Mistakes(EventBoard& board) : board_(board) { publish(); }
 
   void found(std::vector<std::string> lines) {
     lines_ = std::move(lines);
@@ -143,12 +144,14 @@ class Mistakes {
   void showIfTheyStand() {
     if (lines_ == shown_ || (!lines_.empty() && Clock::now() - since_ < 150ms)) return;
     shown_ = lines_;
-    board_.publish("errors", "files", {{"of", "files"}, {"lines", shown_}});
+    publish();
     for (const std::string& line : shown_) std::cerr << line << "\n";
     if (shown_.empty()) std::cerr << kProgram << ": no errors any more\n";
   }
 
  private:
+  void publish() { board_.publish("errors", "files", {{"of", "files"}, {"lines", shown_}}); }
+
   EventBoard& board_;
   std::vector<std::string> lines_, shown_;
   Clock::time_point since_;

@@ -101,6 +101,8 @@ void LiveServer::answer(const Request& request, Response& response) {
     return refuse(response, 405, "GET alone");
   }
   if (request.target.size() > kLongestTarget) return refuse(response, 414, "too long");
+  // The server would ask for bytes behind the end of what it sends.
+  if (request.has_header("Range")) return refuse(response, 416, "whole files alone");
 
   const std::string& path = request.path;
   std::optional<int> frame, x, y;

@@ -47,20 +47,20 @@ std::map<std::string, std::size_t> keysOf(const Json& source, const std::vector<
   const std::function<std::size_t(const std::string&)> ofNode = [&](const std::string& name) {
     const auto [known, isNew] = ofNodes.try_emplace(name, 0);
     if (!isNew) return known->second;
-    const Json& node = source["nodes"][name];
+    const Json& node = source.at("nodes").at(name);
     std::string text = textOf(node);
     for (const Json& input : node.value("params", Json::object())) {
       if (!input.is_string()) continue;
       const std::string from = input.get<std::string>();
       const std::string before = from.substr(0, from.find('.'));
-      if (source["nodes"].contains(before)) text += " " + std::to_string(ofNode(before));
+      if (source.at("nodes").contains(before)) text += " " + std::to_string(ofNode(before));
     }
     return ofNodes[name] = hash(text);
   };
   std::map<std::string, std::size_t> keys;
   for (const Picture& picture : pictures) {
     const std::string entry = picture.place.substr(picture.place.find('.') + 1);
-    keys[picture.name] = hash(textOf(source["pictures"][entry]) + picture.from.text() +
+    keys[picture.name] = hash(textOf(source.at("pictures").at(entry)) + picture.from.text() +
                               std::to_string(ofNode(picture.from.node)) + common);
   }
   return keys;

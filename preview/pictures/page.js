@@ -347,7 +347,8 @@ function show(data) {
     find("node").append(new Option(`${name}, ${list[0].plugin} (${list.length})`, name, false, name === node));
   }
   find("frames").hidden = find("frameKeys").hidden = !scene.digits;
-  find("framesThere").textContent = "here: " + scene.frames?.map(range => [...new Set(range)].join("–")).join(", ");
+  const ranges = scene.frames?.map(range => [...new Set(range)].join("–")).join(", ");
+  find("framesThere").textContent = ranges === undefined ? "" : "here: " + ranges;
   Object.assign(find("frame"), {min: scene.first, max: scene.last});
   drawList();
   drawNetwork();
