@@ -13,7 +13,7 @@ _samplerinfo() {
     fi
   done
   if [[ $2 == -* ]]; then
-    words=$(grep -E '^ +-' <<<"$help" | grep -oE -- '--[a-z]+' | awk '!seen[$0]++')
+    words=$(grep -E '^ +-' <<<"$help" | grep -oE -- '--[a-z][a-z-]*' | awk '!seen[$0]++')
   elif [[ -z $command && $3 != = && ! ($3 == -* && $help == *" $3 "[!\ -]*) ]]; then # not the value of an option
     words=$commands
   fi

@@ -45,7 +45,7 @@ int run(int argc, char** argv, Session& session) {
       "line, scene, plugin library or folder that cannot be used; 3 warnings, with check "
       "--strict;\n"
       "128 and the number of a signal, of which an interrupted render dies.");
-  addPlugin(program, session);
+  addPlugins(program, session);
   for (const auto add : {addRender, addView, addCheck, addProbe, addList}) add(program, session);
   try {
     program.parse(argc, argv);

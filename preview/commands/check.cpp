@@ -88,7 +88,7 @@ void inspectScene(LoadedScene& loaded, bool showNotes, Report& report) {
 }
 
 void Check::run(Session& session) const {
-  const PluginLibrary library(session.plugin);
+  const PluginLibrary library = loadPlugins(session);
   Diagnostics& diagnostics = session.diagnostics;
   Report report(session);
   diagnostics.attempt([&] {

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 #include "preview/diagnostics/diagnostics.h"
-#include "preview/scene/plugin_library.h"
 
 namespace CLI {
 class App;
@@ -17,7 +17,8 @@ inline constexpr int kExitBadInput = 2, kExitWarnings = 3;
 
 /// What the parts of a run share.
 struct Session {
-  std::filesystem::path plugin = defaultPluginLibrary();
+  std::vector<std::filesystem::path> plugins;  ///< modules beside the installed ones
+  bool withoutDefaultPlugin = false;
   std::filesystem::path scene;  ///< of all commands except `list`
   Diagnostics diagnostics;      ///< of the scene
   int exitCode = 0;

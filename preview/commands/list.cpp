@@ -44,12 +44,12 @@ std::string forMarkdown(const std::string& text) {
   return result;
 }
 
-void listAsText(const std::string& plugin, std::span<const ParameterInfo> parameters,
-                std::ostream& out) {
-  out << plugin << "\n";
+void listAsText(const std::string& plugin, const std::filesystem::path& module,
+                std::span<const ParameterInfo> parameters, std::ostream& out) {
+  out << std::left << std::setw(22) << plugin << shownPath(module) << "\n";
   for (const ParameterInfo& info : parameters) {
-    out << "  " << std::left << std::setw(20) << info.name << std::setw(18) << kindText(info)
-        << std::setw(7) << defaultText(info) << helpText(info) << "\n";
+    out << "  " << std::setw(20) << info.name << std::setw(18) << kindText(info) << std::setw(7)
+        << defaultText(info) << helpText(info) << "\n";
   }
 }
 
@@ -69,7 +69,8 @@ void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> pa
   }
 }
 
-Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parameters) {
+Json listAsJson(const std::string& plugin, const std::filesystem::path& module,
+                std::span<const ParameterInfo> parameters) {
   Json list = Json::array();
   for (const ParameterInfo& info : parameters) {
     Json& json = list.emplace_back(Json{{"name", info.name}, {"kind", kindText(info)}});
@@ -82,10 +83,10 @@ Json listAsJson(const std::string& plugin, std::span<const ParameterInfo> parame
       json["gradient"] = guarantee.gradient;
     }
   }
-  return {{"name", plugin}, {"parameters", list}};
+  return {{"name", plugin}, {"module", module.string()}, {"parameters", list}};
 }
 
-/// The plugins of the library with their parameters, as registered.
+/// The plugins with their parameters, as registered, and the modules that they are from.
 struct List {
   std::vector<std::string> patterns;
   bool asMarkdown = false, asJson = false;
@@ -97,7 +98,7 @@ struct List {
   }
 
   void run(Session& session) const {
-    const PluginLibrary library(session.plugin);
+    const PluginLibrary library = loadPlugins(session);
     std::vector<std::string> names;
     for (const QUtils::QuorPluginDesc* desc : library.descs()) {
       names.emplace_back(desc->getPluginName());
@@ -108,12 +109,17 @@ struct List {
     for (std::size_t i = 0; i < names.size(); ++i) {
       if (!selection.has(names[i])) continue;
       const auto parameters = standin::registeredParameters(library.descs()[i]);
+      const std::filesystem::path& module = library.moduleOf(library.descs()[i]).file();
       if (asJson) {
-        all.push_back(listAsJson(names[i], parameters));
+        all.push_back(listAsJson(names[i], module, parameters));
         continue;
       }
       std::cout << std::exchange(separator, "\n");
-      (asMarkdown ? listAsMarkdown : listAsText)(names[i], parameters, std::cout);
+      if (asMarkdown) {
+        listAsMarkdown(names[i], parameters, std::cout);
+      } else {
+        listAsText(names[i], module, parameters, std::cout);
+      }
     }
     if (asJson) writeJson(all);
   }

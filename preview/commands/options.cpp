@@ -46,9 +46,21 @@ bool lexical_cast(const std::string& text, FrameRange& frames) {
   return readPair(isOne ? text + "-" + text : text, '-', frames.first, frames.last);
 }
 
-void addPlugin(CLI::App& app, Session& session) {
-  app.add_option("--plugin", session.plugin, "The plugin library instead of SamplerInfo.so")
+void addPlugins(CLI::App& app, Session& session) {
+  // In front of the command and behind it are two options.
+  const auto add = [&session](const std::vector<std::filesystem::path>& files) {
+    session.plugins.insert(session.plugins.end(), files.begin(), files.end());
+  };
+  app.add_option_function<std::vector<std::filesystem::path>>(
+         "--plugin", add, "A module of plugins beside the installed ones; may be given again")
+      ->allow_extra_args(false)
       ->check(CLI::ExistingFile);
+  app.add_flag("--no-default-plugin", session.withoutDefaultPlugin, "Leave SamplerInfo out");
+}
+
+PluginLibrary loadPlugins(const Session& session) {
+  return {session.plugins, !session.withoutDefaultPlugin,
+          [](const std::string& what) { std::cerr << kProgram << ": warning: " << what << "\n"; }};
 }
 
 void addScene(CLI::App& command, Session& session) {

@@ -11,6 +11,7 @@
 
 #include "host/records.h"
 #include "preview/commands/commands.h"
+#include "preview/scene/plugin_library.h"
 #include "preview/scene/scene.h"
 
 /// Options that several commands have.
@@ -40,13 +41,17 @@ void expect(CLI::Option* option, const std::string& form) {
   });
 }
 
-void addPlugin(CLI::App& app, Session& session);
+void addPlugins(CLI::App& app, Session& session);
+
+/// Those that the options ask for; what is wrong with installed ones is a line each on the error
+/// stream.
+PluginLibrary loadPlugins(const Session& session);
 
 /// Adds a command whose `Options` have `addTo`, for their own, and `run`, for its work.
 template <class Options>
 void addCommand(CLI::App& program, Session& session, const char* name, const char* what) {
   CLI::App* command = program.add_subcommand(name, what);
-  addPlugin(*command, session);
+  addPlugins(*command, session);
   const auto options = std::make_shared<Options>();
   options->addTo(*command, session);
   command->callback([options, &session] { options->run(session); });

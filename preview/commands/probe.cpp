@@ -36,7 +36,7 @@ struct Probe {
 };
 
 void Probe::run(Session& session) const {
-  const PluginLibrary plugins(session.plugin);
+  const PluginLibrary plugins = loadPlugins(session);
   Scene read = view.read(session);
   if (pixel.x < 0 || pixel.y < 0 || pixel.x >= read.image.width || pixel.y >= read.image.height) {
     throw InputError("--pixel: the image has " + std::to_string(read.image.width) + " x " +

@@ -84,7 +84,7 @@ void renderFrame(const Scene& scene, const RenderPlan& plan, const Frame& frame,
 /// the page end in their numbers. Everything is checked before rendering starts, and the files of a
 /// frame appear when all are done, the page at the end.
 void Render::run(Session& session) const {
-  const PluginLibrary library(session.plugin);
+  const PluginLibrary library = loadPlugins(session);
   Scene scene = view.read(session);
   const FrameRange range = frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
   checkFrames("--frames", range, scene.frames);

@@ -72,7 +72,7 @@ void Network::make(Instance& instance, const PluginLibrary& library, Diagnostics
   if (node.plugin.empty() && !node.complete) return;
   for (QuorPluginDesc* desc : library.descs()) {
     if (node.plugin == desc->getPluginName()) {
-      instance.plugin = library.newPlugin(*desc);
+      instance.plugin = library.moduleOf(desc).newPlugin(*desc);
       return;
     }
     names.emplace_back(desc->getPluginName());

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <map>
+#include <set>
 
 #include "preview/diagnostics/errors.h"
 #include "standin/introspection.h"
@@ -26,36 +28,54 @@ bool isCutOff(const std::filesystem::path& file) {
          file_size(file) < header.e_shoff + sections;
 }
 
+constexpr const char* kDefault = "SamplerInfo.so";
+
+/// The default module alone in the folder of a build, where other libraries lie beside it.
+std::vector<std::filesystem::path> installedModules() {
+  const auto root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+  if (exists(root / kDefault)) return {root / kDefault};
+  std::vector<std::filesystem::path> files;
+  std::error_code isMissing;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(root / INSTALLED_PLUGINS, isMissing)) {
+    if (entry.path().extension() == ".so") files.push_back(entry.path());
+  }
+  std::ranges::sort(files);
+  return files;
+}
+
 }  // namespace
 
-void PluginLibrary::Close::operator()(void* handle) const { dlclose(handle); }
+void PluginModule::Close::operator()(void* handle) const { dlclose(handle); }
 
-void PluginLibrary::refuse(const std::string& why) const {
+void PluginModule::refuse(const std::string& why) const {
   throw InputError("the plugin library \"" + shortened(file_.filename().string()) +
                    "\" cannot be used: " + why);
 }
 
-PluginLibrary::PluginLibrary(const std::filesystem::path& file) : file_(file) {
-  if (isCutOff(file)) refuse("it is cut off");
+PluginModule::PluginModule(std::filesystem::path file) : file_(std::move(file)) {
+  std::error_code unusable;
+  if (!is_regular_file(file_, unusable)) refuse("it is not a file");
+  if (isCutOff(file_)) refuse("it is cut off");
   // A name without a slash would be looked for in the system's folders.
-  handle_.reset(dlopen(absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
+  handle_.reset(dlopen(absolute(file_).c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!handle_) throw InputError(std::string("cannot load the plugin library: ") + dlerror());
   const auto getLibDesc =
       reinterpret_cast<QUtils::PluginLibDesc* (*)()>(dlsym(handle_.get(), "getLibDesc"));
   if (getLibDesc == nullptr) refuse("it has no getLibDesc");
-  const QUtils::PluginLibDesc* library = getLibDesc();
-  if (library == nullptr) refuse("its getLibDesc gives null");
-  library->enumPluginDescs(this);
-  checkDescs();
+  library_ = getLibDesc();
+  if (library_ == nullptr) refuse("its getLibDesc gives null");
+  if (library_->getLibraryName() == nullptr) refuse("it has no name");
 }
 
-PluginLibrary::~PluginLibrary() {
-  const auto registered = descs_;  // each takes itself out of the list
+PluginModule::~PluginModule() {
+  auto registered = descs_;  // each takes itself out of the list
+  std::erase(registered, nullptr);
   std::for_each(registered.rbegin(), registered.rend(),
                 [this](QUtils::QuorPluginDesc* desc) { desc->unregisterPlugin(this); });
 }
 
-std::int32_t PluginLibrary::visitPluginDesc(QUtils::PluginDesc* desc) {
+std::int32_t PluginModule::visitPluginDesc(QUtils::PluginDesc* desc) {
   if (desc == nullptr) {
     descs_.push_back(nullptr);  // to be refused when the library is no longer on the stack
   } else {
@@ -64,7 +84,8 @@ std::int32_t PluginLibrary::visitPluginDesc(QUtils::PluginDesc* desc) {
   return 1;
 }
 
-void PluginLibrary::checkDescs() const {
+void PluginModule::registerPlugins() {
+  library_->enumPluginDescs(this);
   for (const QUtils::QuorPluginDesc* desc : descs_) {
     if (desc == nullptr) refuse("one of its descriptors is null");
     const char* name = desc->getPluginName();
@@ -75,7 +96,7 @@ void PluginLibrary::checkDescs() const {
   }
 }
 
-std::unique_ptr<standin::PluginInstance> PluginLibrary::newPlugin(
+std::unique_ptr<standin::PluginInstance> PluginModule::newPlugin(
     QUtils::QuorPluginDesc& desc) const {
   const std::string name = desc.getPluginName();
   try {
@@ -95,10 +116,46 @@ std::unique_ptr<standin::PluginInstance> PluginLibrary::newPlugin(
   }
 }
 
-std::filesystem::path defaultPluginLibrary() {
-  const auto root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
-  const auto built = root / "SamplerInfo.so";
-  return exists(built) ? built : root / INSTALLED_PLUGINS / "SamplerInfo.so";
+PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,
+                             const std::function<void(const std::string&)>& warn) {
+  for (const std::filesystem::path& file : files) add(std::make_unique<PluginModule>(file));
+  std::set<std::string> replaced;
+  for (const auto& module : modules_) replaced.insert(module->libraryName());
+  for (const std::filesystem::path& file : installedModules()) {
+    if (!withDefault && file.filename() == kDefault) continue;
+    try {
+      auto module = std::make_unique<PluginModule>(file);
+      if (!replaced.contains(module->libraryName())) add(std::move(module));
+    } catch (const InputError& e) {
+      warn(e.what());
+    }
+  }
+  if (modules_.empty() && withDefault) {
+    throw InputError("no plugin library is installed; name one with --plugin");
+  }
+  std::map<std::string, const PluginModule*> owners;
+  for (const auto& module : modules_) {
+    for (QUtils::QuorPluginDesc* desc : module->descs()) {
+      const std::string name = desc->getPluginName();
+      const auto [owner, isNew] = owners.emplace(name, module.get());
+      if (!isNew) {
+        throw InputError("two plugins are named \"" + shortened(name) + "\": in " +
+                         shownPath(owner->second->file()) + " and " + shownPath(module->file()));
+      }
+      descs_.push_back(desc);
+    }
+  }
+}
+
+void PluginLibrary::add(std::unique_ptr<PluginModule> module) {
+  module->registerPlugins();
+  modules_.push_back(std::move(module));
+}
+
+const PluginModule& PluginLibrary::moduleOf(const QUtils::QuorPluginDesc* desc) const {
+  return **std::ranges::find_if(modules_, [desc](const auto& module) {
+    return std::ranges::find(module->descs(), desc) != module->descs().end();
+  });
 }
 
 }  // namespace preview

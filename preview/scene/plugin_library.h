@@ -2,7 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "frame/plugin_desc.h"
@@ -11,18 +13,23 @@
 
 namespace preview {
 
-/// The plugin library, loaded as a host does it: from its file and through its one export. Its
-/// descriptors are registered while the object lives.
-class PluginLibrary final : private QUtils::QuorPluginHost, private QUtils::PluginDescVisitor {
+/// A module of plugins, loaded as a host does it: from its file and through its one export.
+class PluginModule final : private QUtils::QuorPluginHost, private QUtils::PluginDescVisitor {
  public:
-  /// Throws `InputError` if `file` cannot be loaded, or describes itself in a way that no host can
-  /// use.
-  explicit PluginLibrary(const std::filesystem::path& file);
-  ~PluginLibrary();
-  PluginLibrary(const PluginLibrary&) = delete;
-  PluginLibrary& operator=(const PluginLibrary&) = delete;
+  /// Throws `InputError` if `file` cannot be loaded.
+  explicit PluginModule(std::filesystem::path file);
+  ~PluginModule();
+  PluginModule(const PluginModule&) = delete;
+  PluginModule& operator=(const PluginModule&) = delete;
 
-  /// The kinds of plugins, in the order in which the library presents them.
+  const std::filesystem::path& file() const { return file_; }
+  std::string libraryName() const { return library_->getLibraryName(); }
+
+  /// Registers its descriptors while the object lives. Throws `InputError` if they are such that no
+  /// host can use them.
+  void registerPlugins();
+
+  /// The kinds of plugins, in the order in which the module presents them.
   const std::vector<QUtils::QuorPluginDesc*>& descs() const { return descs_; }
 
   /// An instance that has what was registered. Throws `InputError` if there is none.
@@ -34,17 +41,36 @@ class PluginLibrary final : private QUtils::QuorPluginHost, private QUtils::Plug
   void unregisterPluginDesc(QUtils::QuorPluginDesc* desc) override { std::erase(descs_, desc); }
 
   [[noreturn]] void refuse(const std::string& why) const;
-  void checkDescs() const;
 
   struct Close {
     void operator()(void* handle) const;
   };
   std::filesystem::path file_;
   std::unique_ptr<void, Close> handle_;
+  const QUtils::PluginLibDesc* library_ = nullptr;
   std::vector<QUtils::QuorPluginDesc*> descs_;
 };
 
-/// Where the plugin library lies if nobody says otherwise: in the folder above this program's.
-std::filesystem::path defaultPluginLibrary();
+/// The plugins of several modules, each of a name of its own.
+class PluginLibrary {
+ public:
+  /// Loads the modules in `files`, and those that are installed except where one of the files is of
+  /// a library of the same name; the default one, SamplerInfo, only if it is wanted. Throws
+  /// `InputError` if one of the files cannot be used, two plugins have the same name, or there is
+  /// no module. `warn` is told why an installed one cannot be used.
+  PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,
+                const std::function<void(const std::string&)>& warn);
+
+  /// The kinds of plugins of all modules.
+  const std::vector<QUtils::QuorPluginDesc*>& descs() const { return descs_; }
+
+  const PluginModule& moduleOf(const QUtils::QuorPluginDesc* desc) const;
+
+ private:
+  void add(std::unique_ptr<PluginModule> module);
+
+  std::vector<std::unique_ptr<PluginModule>> modules_;
+  std::vector<QUtils::QuorPluginDesc*> descs_;
+};
 
 }  // namespace preview

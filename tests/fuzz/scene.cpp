@@ -10,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace preview;
-  static const PluginLibrary library(SAMPLERINFO_MODULE);
+  static const PluginLibrary library({SAMPLERINFO_MODULE}, false, nullptr);
   static const int file = memfd_create("scene", 0);
   static const std::string path = "/proc/self/fd/" + std::to_string(file);
   if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) abort();

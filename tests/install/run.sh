@@ -61,6 +61,7 @@ completes "render view check probe list" samplerinfo-preview ""
 completes "--size --samples" samplerinfo-preview render --s
 completes "--seed --seconds" samplerinfo-validate --se
 completes "--strict" samplerinfo-preview --plugin other.so check --s
+completes "--no-default-plugin" samplerinfo-preview list --no
 completes "" samplerinfo-preview --plugin ""
 completes "" samplerinfo-preview --plugin = ""
 completes "--seed --seconds" samplerinfo-validate other.so --only tables --se

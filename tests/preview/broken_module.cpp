@@ -10,6 +10,7 @@ using namespace QUtils;
 enum Fault {
   None,
   NullLibDesc,
+  NullLibName,
   NullDescriptor,
   NullPluginName,
   NullParameterName,
@@ -51,7 +52,7 @@ class BrokenDesc final : public QuorPluginDesc {
 
 class LibDesc final : public PluginLibDesc {
  public:
-  const char* getLibraryName() const override { return "Broken"; }
+  const char* getLibraryName() const override { return kFault == NullLibName ? nullptr : "Broken"; }
   const char* getLibraryDescription() const override { return ""; }
   std::int32_t enumPluginDescs(PluginDescVisitor* visitor) const override {
     return visitor->visitPluginDesc(kFault == NullDescriptor ? nullptr : &brokenDesc);
