@@ -201,7 +201,7 @@ async function tryNetwork() {
   const click = (x, y) => large.dispatchEvent(new MouseEvent("click", {clientX: left + w / 2 + (x - 8) * side, clientY: top + h / 2 + (y - 6) * side}));
   click(15.5, 2.5);
   expect("pixel", find("pixel").textContent, "Pixel 15,2");
-  expect("command", find("probe").firstChild.textContent, "samplerinfo-preview probe scene.json --pixel 15,2 --size 16x12 --frame 4 tint.sum");
+  expect("command", find("probe").firstChild.textContent, "samplerinfo-preview probe scene.json --pixel 15,2 --size 16x12 --set tint.float_b=0.5 --frame 4 tint.sum");
   click(16.5, 2.5);
   expect("no pixel", find("pixel").textContent, "Pixel 15,2");
   await follow(find("toNode"));

@@ -23,7 +23,7 @@ cat >scene.json <<'EOS'
     "n": {"plugin": "constant", "params": {"value": -1}},
     "v": {"plugin": "constant", "params": {"value": [4, -2, 0]}},
     "inverted": {"plugin": "Float3ToAColor", "params": {"float1": 3, "invert": true}},
-    "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n", "float_b": 0.5}},
+    "tint": {"plugin": "TexFloatOp", "params": {"float_a": "n"}},
     "side": {"plugin": "TexVectorOp", "params": {"vector_a": "v", "mult_a": "tint.sum"}},
     "shade": {"plugin": "TexAColorOp", "params": {"color_a": "inverted", "mult_a": "side.x", "mult_b": "tint.sum"}}
   },
@@ -42,7 +42,7 @@ sed 's/"float_a": "n"/"float_a": "side.x"/' scene.json >cycle.json
 if "$preview" render cycle.json -o cycle 2>errors || [[ $? != 2 || -e cycle ]]; then exit 1; fi
 grep -q 'a cycle: tint <- side <- tint$' errors
 
-for frame in 2 4; do "$preview" render scene.json -o out --frames $frame; done
+for frame in 2 4; do "$preview" render scene.json -o out --frames $frame --set tint.float_b=0.5; done
 {
   cat out/index.html
   echo "<script>"

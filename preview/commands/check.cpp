@@ -92,7 +92,7 @@ void Check::run(Session& session) const {
   Diagnostics& diagnostics = session.diagnostics;
   Report report(session);
   diagnostics.attempt([&] {
-    Scene scene = readScene(session.scene, diagnostics);
+    Scene scene = readScene(session.scene, session.settings, diagnostics);
     if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
     LoadedScene loaded(std::move(scene), library, {}, diagnostics);
     if (diagnostics.errors().empty()) inspectScene(loaded, showNotes, report);

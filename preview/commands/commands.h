@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "preview/diagnostics/diagnostics.h"
+#include "preview/scene/scene.h"
 
 namespace CLI {
 class App;
@@ -19,8 +20,9 @@ inline constexpr int kExitBadInput = 2, kExitWarnings = 3;
 struct Session {
   std::vector<std::filesystem::path> plugins;  ///< modules beside the installed ones
   bool withoutDefaultPlugin = false;
-  std::filesystem::path scene;  ///< of all commands except `list`
-  Diagnostics diagnostics;      ///< of the scene
+  std::filesystem::path scene;  ///< of all commands except `list`, as are these:
+  std::vector<Setting> settings;
+  Diagnostics diagnostics;  ///< of the scene
   int exitCode = 0;
 };
 

@@ -45,6 +45,12 @@ bool lexical_cast(const std::string& text, FrameRange& frames) {
   const bool isOne = text.find('-') == std::string::npos;
   return readPair(isOne ? text + "-" + text : text, '-', frames.first, frames.last);
 }
+bool lexical_cast(const std::string& text, Setting& setting) {
+  const std::size_t dot = text.find('.'), equals = text.find('=');
+  if (dot == 0 || dot >= equals || equals - dot == 1 || equals == std::string::npos) return false;
+  setting = {text.substr(0, dot), text.substr(dot + 1, equals - dot - 1), text.substr(equals + 1)};
+  return true;
+}
 
 void addPlugins(CLI::App& app, Session& session) {
   // In front of the command and behind it are two options.
@@ -67,6 +73,11 @@ void addScene(CLI::App& command, Session& session) {
   command.add_option("SCENE", session.scene, "The scene file")
       ->required()
       ->check(CLI::ExistingFile);
+  expect<Setting>(command
+                      .add_option("--set", session.settings,
+                                  "NODE.PARAM=VALUE instead of the scene's; may be given again")
+                      ->allow_extra_args(false),
+                  "NODE.PARAM=VALUE, as in tint.mode=3");
 }
 
 void ViewOptions::addTo(CLI::App& command, Session& session) {
@@ -91,7 +102,7 @@ void ViewOptions::addRenderingTo(CLI::App& command) {
 }
 
 Scene ViewOptions::read(Session& session) const {
-  Scene scene = readScene(session.scene, session.diagnostics);
+  Scene scene = readScene(session.scene, session.settings, session.diagnostics);
   session.diagnostics.throwFirst();
   applyTo(scene);
   return scene;

@@ -17,7 +17,7 @@
 /// Options that several commands have.
 namespace preview {
 
-// Pairs of whole numbers; CLI11 finds the `lexical_cast` for each.
+// Values of options; CLI11 finds the `lexical_cast` for each.
 
 struct Size {
   int width, height;
@@ -31,6 +31,7 @@ struct FrameRange {
 bool lexical_cast(const std::string& text, Size& size);
 bool lexical_cast(const std::string& text, Pixel& pixel);
 bool lexical_cast(const std::string& text, FrameRange& frames);
+bool lexical_cast(const std::string& text, Setting& setting);
 
 /// Refuses what cannot be read as a `T`.
 template <class T>

@@ -151,8 +151,8 @@ function showPixel() {
   find("mark").style.left = left + (pixel[0] + 0.5) * scale + "px";
   find("mark").style.top = top + (pixel[1] + 0.5) * scale + "px";
   const words = ["samplerinfo-preview", "probe", scene.file, "--pixel", pixel, "--size", `${scene.width}x${scene.height}`,
-                 ...scene.digits ? ["--frame", frame] : [], textureOf(large)];
-  const quoted = word => /^[\w.,\/-]+$/.test(word) ? word : `'${String(word).replaceAll("'", "'\\''")}'`;
+                 ...scene.settings.flatMap(setting => ["--set", setting]), ...scene.digits ? ["--frame", frame] : [], textureOf(large)];
+  const quoted = word => /^[\w.,=\/-]+$/.test(word) ? word : `'${String(word).replaceAll("'", "'\\''")}'`;
   find("probe").firstChild.textContent = words.map(quoted).join(" ");
 }
 function choosePixel(event) {

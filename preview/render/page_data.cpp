@@ -113,8 +113,11 @@ Json pageData(const LoadedScene& loaded) {
       plugins[name] = pluginData(*desc);
     }
   }
+  Json settings = Json::array();
+  for (const Setting& setting : scene.settings) settings.push_back(setting.text());
   return {{"name", scene.file.stem().string()},
           {"file", scene.file.string()},
+          {"settings", settings},
           {"width", scene.image.width},
           {"height", scene.image.height},
           {"samples", scene.image.samples},

@@ -160,6 +160,24 @@ const JsonValue* JsonValue::find(const std::string& member) const {
   return found != members.end() ? &*found : nullptr;
 }
 
+JsonValue& JsonValue::at(const std::string& member) {
+  const auto found = std::ranges::find(members, member, &JsonValue::name);
+  if (found != members.end()) return *found;
+  return members.emplace_back(
+      JsonValue{.kind = Kind::Object, .name = member, .position = position});
+}
+
+JsonValue parseJson(const std::string& text, Diagnostics& diagnostics) {
+  JsonValue root;
+  Builder builder(text, root, diagnostics);
+  // The parser would take it for the end.
+  if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
+    throw SceneError("", unexpected("a NUL", "text"), builder.positionAt(text.data() + nul));
+  }
+  nlohmann::json::sax_parse(text, &builder, nlohmann::json::input_format_t::json, true, true);
+  return root;
+}
+
 JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics) {
   constexpr std::size_t kMaxBytes = std::size_t{1} << 24;  // its values take up to 80 times that
   std::ifstream stream(file, std::ios::binary);
@@ -169,14 +187,7 @@ JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics) 
     if (text.size() > kMaxBytes) throw SceneError("", "is larger than " + memoryText(kMaxBytes));
   }
   if (!stream.eof()) throw SceneError("", "cannot be read");
-  JsonValue root;
-  Builder builder(text, root, diagnostics);
-  // The parser would take it for the end.
-  if (const std::size_t nul = text.find('\0'); nul != std::string::npos) {
-    throw SceneError("", unexpected("a NUL", "text"), builder.positionAt(text.data() + nul));
-  }
-  nlohmann::json::sax_parse(text, &builder, nlohmann::json::input_format_t::json, true, true);
-  return root;
+  return parseJson(text, diagnostics);
 }
 
 }  // namespace preview

@@ -112,6 +112,14 @@ struct Node {
   bool complete = true;  ///< false if something of it was wrong and is left out
 };
 
+/// A value that the command line gives a parameter, in the place of what the file says: as in the
+/// file, or a text without its quotes.
+struct Setting {
+  std::string node, parameter, value;
+
+  std::string text() const { return node + "." + parameter + "=" + value; }
+};
+
 /// What a picture shows of a texture; the last four are for transforms alone.
 enum class Show { Value, Lower, Upper, Gradient, Column0, Column1, Column2, Offset };
 inline constexpr const char* kShowNames[] = {"value",   "lower",   "upper",   "gradient",
@@ -133,6 +141,7 @@ struct Picture {
 
 struct Scene {
   std::filesystem::path file;
+  std::vector<Setting> settings;  ///< what the rest has from the command line
   Image image;
   Frames frames;
   Shutter shutter;

@@ -64,7 +64,9 @@ class Item {
   void forMembers(Use use) const {
     if (value_->kind != JsonValue::Kind::Object) failExpecting("an object");
     for (const JsonValue& member : value_->members) {
-      const std::string place = place_.empty() ? member.name : place_ + "." + member.name;
+      const std::string place = !member.option.empty() ? member.option
+                                : place_.empty()       ? member.name
+                                                       : place_ + "." + member.name;
       diagnostics_->setPosition(place, member.position);
       attempt([&] { use(member.name, Item(member, place, *diagnostics_)); });
     }
@@ -420,12 +422,50 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
   return result;
 }
 
+JsonValue valueOf(const Setting& setting, const std::string& place, Diagnostics& diagnostics) {
+  const std::string& text = setting.value;
+  const bool isWord = text == "true" || text == "false" || text == "null";
+  if (!isWord && text.find_first_of("[{\"-0123456789") != 0 && !text.empty()) {
+    return {.kind = JsonValue::Kind::Text, .text = text, .written = '"' + shortened(text) + '"'};
+  }
+  try {
+    JsonValue value = parseJson(text, diagnostics);
+    for (JsonValue& element : value.members) element.position = {};
+    return value;
+  } catch (const SceneError& e) {
+    throw SceneError(place, e.what());
+  }
+}
+
+/// Puts the value into the place of the one that the file has.
+void apply(const Setting& setting, JsonValue& root, Diagnostics& diagnostics) {
+  const std::string place = "--set " + setting.node + "." + setting.parameter;
+  diagnostics.setPosition(place, {});
+  const JsonValue* nodes = root.find("nodes");
+  if (nodes == nullptr || nodes->find(setting.node) == nullptr) {
+    std::vector<std::string> names;
+    if (nodes != nullptr)
+      std::ranges::transform(nodes->members, std::back_inserter(names), &JsonValue::name);
+    throw SceneError(place, unknown("no node", setting.node, names));
+  }
+  JsonValue value = valueOf(setting, place, diagnostics);
+  value.name = setting.parameter;
+  value.option = place;
+  value.position = {};
+  root.at("nodes").at(setting.node).at("params").at(setting.parameter) = std::move(value);
+}
+
 }  // namespace
 
-Scene readScene(const std::filesystem::path& file, Diagnostics& diagnostics) {
-  const JsonValue json = readJson(file, diagnostics);
+Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& settings,
+                Diagnostics& diagnostics) {
+  JsonValue json = readJson(file, diagnostics);
   diagnostics.setPosition("", json.position);
+  for (const Setting& setting : settings) {
+    diagnostics.attempt([&] { apply(setting, json, diagnostics); });
+  }
   Scene scene;
+  scene.settings = settings;
   scene.file = file;
   const std::filesystem::path folder = file.parent_path();
   const auto object = [&](const std::string& name, const Item& item) {

@@ -17,6 +17,7 @@ inline constexpr int kMaxFrame = 999999;
 /// the parameters of nodes, and what pictures show of them, are checked by `Network`. Paths in the
 /// file are relative to its folder. Reports all that is wrong, and reads the rest; throws
 /// `SceneError` if there is none.
-Scene readScene(const std::filesystem::path& file, Diagnostics& diagnostics);
+Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& settings,
+                Diagnostics& diagnostics);
 
 }  // namespace preview

@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) abort();
   Diagnostics diagnostics;
   diagnostics.attempt([&] {
-    const Scene scene = readScene(path, diagnostics);
+    const Scene scene = readScene(path, {}, diagnostics);
     const Network network(scene.nodes, library, diagnostics);
     if (!diagnostics.errors().empty()) return;
     network.renderBegin();
