@@ -61,6 +61,7 @@ async function tryList() {
   expect("large", !dialog.hidden && find("name").textContent, "b");
   expect("caption", find("caption").textContent, "<\/script> \u2264");
   expect("range", [...document.querySelectorAll("#bars span")].map(end => end.textContent), "−1,3,−1,3,−1,3");
+  expect("coding", find("facts").lastChild.textContent, "linear");
   expect("values", document.querySelectorAll("#bars .bar")[1].lastChild.textContent, "from −2 to −2");
   expect("clipped", counts(), "0,0,0,0,192,192,");
   press("ArrowRight");
@@ -194,7 +195,7 @@ async function tryNetwork() {
   // To a picture and back.
   await follow(link("#/network/tint.sum/sum"));
   expect("address of a picture", location.hash + find("name").textContent, "#/network/tint.sum/sumsum");
-  expect("facts", find("facts").innerText.split("\n").filter(Boolean), "Kind,float,Declared bounds,−0.5 to −0.5,Black and white,0 and 1");
+  expect("facts", find("facts").innerText.split("\n").filter(Boolean), "Kind,float,Declared bounds,−0.5 to −0.5,Black and white,0 and 1,Codes of the PNG,sRGB");
   expect("help", find("help").textContent, "float_a+float_b");
   const large = find("large"), {left, top, width: w, height: h} = large.getBoundingClientRect();
   const side = Math.min(w / 16, h / 12);

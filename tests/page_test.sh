@@ -29,7 +29,7 @@ cat >scene.json <<'EOS'
   },
   "pictures": {
     "a": {"from": "n"},
-    "b": {"from": "v", "range": [-1, 3], "caption": "</script> \u2264"},
+    "b": {"from": "v", "range": [-1, 3], "coding": "linear", "caption": "</script> \u2264"},
     "i": {"from": "inverted.color"},
     "sum": {"from": "tint.sum"},
     "lower": {"from": "tint.sum", "show": "lower"},

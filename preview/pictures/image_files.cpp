@@ -82,6 +82,11 @@ class SrgbCodes {
   std::array<Codes, kCount> codes_;
 };
 
+/// What is NaN becomes 0.
+std::uint8_t linearCode(float value) {
+  return value > 0 ? static_cast<std::uint8_t>(std::lround(255 * std::min(value, 1.0F))) : 0;
+}
+
 std::string systemError() { return std::generic_category().message(errno); }
 
 [[noreturn]] void failPng(png_structp /*png*/, png_const_charp message) {
@@ -101,8 +106,9 @@ void PngEncoder::Destroy::operator()(png_struct_def* png) const {
   png_destroy_write_struct(&png, nullptr);
 }
 
-PngEncoder::PngEncoder(int width, int height)
+PngEncoder::PngEncoder(int width, int height, bool isLinear)
     : rowsLeft_(height),
+      isLinear_(isLinear),
       png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, failPng, nullptr)) {
   png_infop info = png_ ? png_create_info_struct(png_.get()) : nullptr;
   if (info == nullptr) throw std::bad_alloc();
@@ -113,7 +119,11 @@ PngEncoder::PngEncoder(int width, int height)
   png_set_IHDR(png_.get(), info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
                8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                PNG_FILTER_TYPE_DEFAULT);
-  png_set_sRGB(png_.get(), info, PNG_sRGB_INTENT_PERCEPTUAL);
+  if (isLinear) {
+    png_set_gAMA(png_.get(), info, 1);
+  } else {
+    png_set_sRGB(png_.get(), info, PNG_sRGB_INTENT_PERCEPTUAL);
+  }
   // What libpng itself calls fast.
   png_set_filter(png_.get(), PNG_FILTER_TYPE_BASE, PNG_NO_FILTERS);
   png_set_compression_level(png_.get(), 3);
@@ -125,7 +135,11 @@ std::string PngEncoder::encode(const FloatImage& rows) {
   static const SrgbCodes kCodes;
   std::vector<std::uint8_t> row(3 * static_cast<std::size_t>(rows.width()));
   for (int y = 0; y < rows.height(); ++y) {
-    std::ranges::transform(rows.row(y), row.begin(), std::ref(kCodes));
+    if (isLinear_) {
+      std::ranges::transform(rows.row(y), row.begin(), linearCode);
+    } else {
+      std::ranges::transform(rows.row(y), row.begin(), std::ref(kCodes));
+    }
     png_write_row(png_.get(), row.data());
   }
   rowsLeft_ -= rows.height();

@@ -31,12 +31,13 @@ void append(const std::filesystem::path& path, const std::string& bytes);
 /// The bytes of an 8-bit PNG file of three channels.
 class PngEncoder {
  public:
-  PngEncoder(int width, int height);
+  /// The codes are linear, or those of sRGB; the file says which.
+  PngEncoder(int width, int height, bool isLinear);
   PngEncoder(const PngEncoder&) = delete;
   PngEncoder& operator=(const PngEncoder&) = delete;
 
   /// Those of the next rows, with what comes before the first and behind the last: linear red,
-  /// green and blue, clipped to [0, 1] and encoded as sRGB.
+  /// green and blue, clipped to [0, 1].
   std::string encode(const FloatImage& rows);
 
  private:
@@ -45,6 +46,7 @@ class PngEncoder {
   };
 
   int rowsLeft_;
+  bool isLinear_;
   std::string encoded_;
   std::unique_ptr<png_struct_def, Destroy> png_;
 };

@@ -97,7 +97,7 @@ function barOf(channel, color, picture, number) {
 }
 
 function fillDialog() {
-  const {name, caption, layer, plugin, output, kind, channels, boundsEnclose, lower, upper, low, high} = large;
+  const {name, caption, layer, plugin, output, kind, channels, boundsEnclose, lower, upper, coding, low, high} = large;
   const numbers = numbersOf(large);
   setSource(find("large"), fileOf(large));
   find("large").alt = name;
@@ -107,7 +107,7 @@ function fillDialog() {
   find("help").textContent = scene.plugins[plugin]?.outputs.find(one => one.name === output)?.help ?? "";
   const facts = [["Kind", signOf(kind), kind],
                  ["Declared bounds", lower ? `${vectorText(lower)} to ${vectorText(upper)}` : "none"],
-                 ["Black and white", `${numberText(low)} and ${numberText(high)}`]];
+                 ["Black and white", `${numberText(low)} and ${numberText(high)}`], ["Codes of the PNG", coding]];
   find("facts").replaceChildren(...facts.flatMap(([what, ...fact]) => [make("dt", {}, what), make("dd", {}, ...fact)]));
   find("toNode").href = addressOf(textureOf(large));
   const colors = channels.length === 1 ? [[1, 1, 1]] : [[1, 0, 0], [0, 1, 0], [0, 0, 1]];

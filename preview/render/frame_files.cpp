@@ -91,6 +91,7 @@ std::string captionOf(const Picture& picture, const std::string& layer,
     constexpr const char* kNoBreak = "\u00A0";
     caption += " [" + numberText(picture.low) + "," + kNoBreak + numberText(picture.high) + "]";
   }
+  if (picture.isLinear) caption += " linear";
   const std::string special = describe(specials);
   if (!special.empty()) caption += " (" + special + ")";
   return caption;
@@ -98,8 +99,8 @@ std::string captionOf(const Picture& picture, const std::string& layer,
 
 }  // namespace
 
-EncodedPicture::EncodedPicture(int width, int height, const Layer& source)
-    : png(width, height), thumbnail(width, height) {
+EncodedPicture::EncodedPicture(int width, int height, const Layer& source, bool isLinear)
+    : png(width, height, isLinear), thumbnail(width, height) {
   numbers.channels.resize(static_cast<std::size_t>(source.channels()));
 }
 
@@ -153,7 +154,8 @@ void FrameFiles::writePicture(std::size_t index, const Band& band) {
   const FloatImage& values = band.layers[plan_.layerOfPicture[index]];
   std::unique_ptr<EncodedPicture>& file = pictures_[index];
   if (file == nullptr) {
-    file = std::make_unique<EncodedPicture>(scene_.image.width, scene_.image.height, source);
+    file = std::make_unique<EncodedPicture>(scene_.image.width, scene_.image.height, source,
+                                            picture.isLinear);
   }
   append(folder_.pathFor(pngFileOf(picture, suffix_)),
          file->add(picture, source, values, band.coverage, band.firstRow));
@@ -176,7 +178,7 @@ void FrameFiles::writeContactSheet() const {
   }
   const FloatImage sheet = contactSheet(thumbnails);
   append(folder_.pathFor(contactSheetOf(suffix_)),
-         PngEncoder(sheet.width(), sheet.height()).encode(sheet));
+         PngEncoder(sheet.width(), sheet.height(), false).encode(sheet));
 }
 
 void FrameFiles::writeNumbers() const {

@@ -21,7 +21,7 @@ struct EncodedPicture {
   Downsampler thumbnail;
   PictureNumbers numbers;
 
-  EncodedPicture(int width, int height, const Layer& source);
+  EncodedPicture(int width, int height, const Layer& source, bool isLinear);
 
   /// The bytes of the next rows.
   std::string add(const Picture& picture, const Layer& source, const FloatImage& values,

@@ -42,6 +42,7 @@ Json pictureData(const Picture& picture, const Layer& layer, const Node& node, b
     json["lower"] = textsOf(std::span(bounds->lower).first(count));
     json["upper"] = textsOf(std::span(bounds->upper).first(count));
   }
+  json["coding"] = picture.isLinear ? "linear" : "sRGB";
   json["low"] = picture.low;
   json["high"] = picture.high;
   return json;

@@ -136,6 +136,7 @@ struct Picture {
   Reference from;
   Show show = Show::Value;
   double low = 0, high = 1;  ///< the values that become black and white
+  bool isLinear = false;     ///< the codes of its PNG file; otherwise they are those of sRGB
   std::string caption;
 };
 

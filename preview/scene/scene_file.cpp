@@ -392,12 +392,21 @@ std::string readCaption(const Item& item) {
   return caption;
 }
 
+/// Whether codes are linear; otherwise they are those of sRGB.
+bool readCoding(const Item& item) {
+  constexpr const char* kCodings = R"("sRGB" or "linear")";
+  const std::string& coding = item.text(kCodings);
+  if (coding != "sRGB" && coding != "linear") item.failExpecting(kCodings);
+  return coding == "linear";
+}
+
 Picture readPicture(const std::string& name, const Item& item) {
   if (name == "contact_sheet") item.fail("the contact sheet has this name");
   Picture picture{.name = name, .place = item.place(), .from = {}, .caption = {}};
   item.read({{"from", [&](const Item& v) { picture.from = readReference(v); }},
              {"show", [&](const Item& v) { picture.show = readShow(v); }},
              {"caption", [&](const Item& v) { picture.caption = readCaption(v); }},
+             {"coding", [&](const Item& v) { picture.isLinear = readCoding(v); }},
              {"range", [&](const Item& v) {
                 const std::vector<double> range = v.numbers(2, -kLargestFloat, kLargestFloat);
                 if (range[0] == range[1]) v.fail("begins and ends at " + numberText(range[0]));
