@@ -22,7 +22,7 @@ function makeInput({name, kind, help = "", absent}, value) {
   const row = make("li", {title: help});
   if (["float", "vector", "color"].includes(kind)) row.append(signOf(kind, isAbsent ? "absent" : ""));
   const says = typeof value === "string" ? make("a", {href: addressOf(value), className: "faint", title: value}, value)
-             : isAbsent ? absent || "not connected" : typeof value === "boolean" ? value : vectorText([value].flat());
+             : isAbsent ? absent || "not connected" : typeof value === "boolean" ? value : value.text ?? vectorText([value].flat());
   row.append(make("span", {className: isAbsent ? "label faint" : "label"}, name + " ", make("span", {className: "value"}, says)));
   return row;
 }

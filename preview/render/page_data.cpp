@@ -73,6 +73,7 @@ Json valueData(const ParameterValue& value) {
         if constexpr (std::is_same_v<T, Vector>) return {v.x, v.y, v.z};
         if constexpr (std::is_same_v<T, AColor>) return {v.r, v.g, v.b, v.a};
         if constexpr (std::is_same_v<T, Reference>) return v.text();
+        if constexpr (std::is_same_v<T, std::string>) return {{"text", v}};  // no connection
         if constexpr (std::is_arithmetic_v<T>) return v;
       },
       value);

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "preview/diagnostics/suggestion.h"
+#include "preview/scene/bitmap.h"
 #include "standin/textures.h"
 #include "standin/uv_textures.h"
 
@@ -67,6 +68,17 @@ class Parameters {
         [&]<class T>(const T& value) { return textureOf(make(value, std::get<T>(*w))); }, *v);
   }
 
+  /// Whether the second of two words is given, instead of the first.
+  bool isSecond(const std::string& name, const std::string& first,
+                const std::string& second) const {
+    const Parameter* parameter = find(name);
+    if (parameter == nullptr) return false;
+    const auto* word = std::get_if<std::string>(&parameter->value);
+    if (word != nullptr && (*word == first || *word == second)) return *word == second;
+    throw SceneError(parameter->place,
+                     unexpected(parameter->written, "\"" + first + "\" or \"" + second + "\""));
+  }
+
   const Parameter& require(const std::string& name) const {
     if (const Parameter* parameter = find(name)) return *parameter;
     throw SceneError(node_.place + ".params", "\"" + name + "\" is missing");
@@ -103,8 +115,22 @@ TexturePointer makeRamp(const Node& node, Diagnostics& diagnostics) {
   });
 }
 
+TexturePointer makeImage(const Node& node, Diagnostics& diagnostics) {
+  const Parameters parameters(node, {"file", "coding", "wrap"}, diagnostics);
+  const Parameter& file = parameters.require("file");
+  const auto* path = std::get_if<std::string>(&file.value);
+  if (path == nullptr) throw SceneError(file.place, unexpected(file.written, "the name of a file"));
+  const bool isLinear = parameters.isSecond("coding", "sRGB", "linear");
+  const bool repeats = !parameters.isSecond("wrap", "repeat", "clamp");
+  try {
+    return textureOf(BitmapSource(readBitmap(*path, isLinear), repeats));
+  } catch (const InputError& e) {
+    throw SceneError(file.place, e.what());
+  }
+}
+
 const std::map<std::string, TexturePointer (*)(const Node&, Diagnostics&)> kKinds = {
-    {"constant", makeConstant}, {"checker", makeChecker}, {"ramp", makeRamp}};
+    {"constant", makeConstant}, {"checker", makeChecker}, {"image", makeImage}, {"ramp", makeRamp}};
 
 }  // namespace
 

@@ -95,7 +95,8 @@ struct Reference {
   std::string text() const { return output.empty() ? node : node + "." + output; }
 };
 
-using ParameterValue = std::variant<bool, double, Vector, AColor, Reference>;
+/// A text is a word or the path of a file, for textures of the host alone.
+using ParameterValue = std::variant<bool, double, Vector, AColor, Reference, std::string>;
 
 struct Parameter {
   std::string name;

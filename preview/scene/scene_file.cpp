@@ -12,6 +12,7 @@
 #include "math/vector.h"
 #include "preview/diagnostics/number_text.h"
 #include "preview/diagnostics/suggestion.h"
+#include "preview/scene/host_textures.h"
 #include "preview/scene/json_file.h"
 
 namespace preview {
@@ -94,6 +95,11 @@ class Item {
     if (!has(name)) fail("\"" + name + "\" is missing");
   }
   bool has(const std::string& name) const { return value_->find(name) != nullptr; }
+
+  /// That of a member; empty if there is none.
+  std::string textOf(const std::string& name) const {
+    return has(name) ? value_->find(name)->text : "";
+  }
 
   std::vector<Item> elements() const {
     if (!isList()) failExpecting("a list");
@@ -244,13 +250,13 @@ Camera readCamera(const Item& item) {
   return camera;
 }
 
-ObjFile readObjFile(const Item& item, const std::filesystem::path& folder) {
+/// The path of a file that a scene in `folder` names.
+std::filesystem::path readFile(const Item& item, const std::filesystem::path& folder) {
   const std::string& name = item.text("the name of a file");
-  ObjFile file{folder / name};
+  std::filesystem::path file = folder / name;
   std::error_code unusable;
-  if (name.find('\0') != std::string::npos ||
-      !std::filesystem::is_regular_file(file.path, unusable)) {
-    item.fail("no file \"" + file.path.string() + "\"");
+  if (name.find('\0') != std::string::npos || !is_regular_file(file, unusable)) {
+    item.fail("no file \"" + file.string() + "\"");
   }
   return file;
 }
@@ -279,7 +285,7 @@ Shape readShape(const Item& item, const std::filesystem::path& folder) {
                 auto& [radius, tube] = shape.emplace<Torus>();
                 v.read({{"radius", into(radius)}, {"tube", into(tube)}});
               }},
-             {"obj", [&](const Item& v) { shape = readObjFile(v, folder); }}});
+             {"obj", [&](const Item& v) { shape = ObjFile{readFile(v, folder)}; }}});
   if (item.size() != 1) item.fail(unexpected(std::to_string(item.size()), "one shape"));
   return shape;
 }
@@ -359,14 +365,21 @@ ParameterValue readValue(const Item& item) {
   return AColor{v[0], v[1], v[2], v[3]};
 }
 
-Node readNode(const std::string& name, const Item& item) {
+Node readNode(const std::string& name, const Item& item, const std::filesystem::path& folder) {
   Node node{.name = name, .place = item.place(), .plugin = {}, .parameters = {}};
+  const std::vector<std::string> hostTextures = hostTextureNames();
+  const bool connects =
+      std::ranges::find(hostTextures, item.textOf("plugin")) == hostTextures.end();
+  const auto value = [&](const std::string& parameter, const Item& content) -> ParameterValue {
+    if (connects || !content.isText()) return readValue(content);
+    return parameter == "file" ? readFile(content, folder).string() : content.text("");
+  };
   node.complete = item.attempt([&] {
     item.read({{"plugin", [&](const Item& v) { node.plugin = v.text("the name of a plugin"); }},
                {"params", [&](const Item& v) {
                   v.forMembers([&](const std::string& parameter, const Item& content) {
                     node.parameters.push_back(
-                        {parameter, content.place(), readValue(content), content.written()});
+                        {parameter, content.place(), value(parameter, content), content.written()});
                   });
                 }}});
     item.require("plugin");
@@ -453,8 +466,9 @@ void apply(const Setting& setting, JsonValue& root, Diagnostics& diagnostics) {
   const JsonValue* nodes = root.find("nodes");
   if (nodes == nullptr || nodes->find(setting.node) == nullptr) {
     std::vector<std::string> names;
-    if (nodes != nullptr)
+    if (nodes != nullptr) {
       std::ranges::transform(nodes->members, std::back_inserter(names), &JsonValue::name);
+    }
     throw SceneError(place, unknown("no node", setting.node, names));
   }
   JsonValue value = valueOf(setting, place, diagnostics);
@@ -480,6 +494,9 @@ Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& s
   const auto object = [&](const std::string& name, const Item& item) {
     return readObject(name, item, folder);
   };
+  const auto node = [&](const std::string& name, const Item& item) {
+    return readNode(name, item, folder);
+  };
   const Item root(json, "", diagnostics);
   root.read(
       {{"image", [&](const Item& v) { scene.image = readImage(v); }},
@@ -488,7 +505,7 @@ Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& s
        {"camera", [&](const Item& v) { scene.camera = readCamera(v); }},
        {"world_offset", [&](const Item& v) { scene.worldOffset = v.dvector(kMaxPosition); }},
        {"objects", [&](const Item& v) { scene.objects = readAll<Object>(v, kMaxObjects, object); }},
-       {"nodes", [&](const Item& v) { scene.nodes = readAll<Node>(v, kMaxNodes, readNode); }},
+       {"nodes", [&](const Item& v) { scene.nodes = readAll<Node>(v, kMaxNodes, node); }},
        {"pictures",
         [&](const Item& v) { scene.pictures = readAll<Picture>(v, kMaxPictures, readPicture); }}});
   if (root.has("world_offset") && scene.camera.keys.size() == 2) {
