@@ -81,7 +81,7 @@ bool matches(const char* expected, const char* got) {
       };
       const bool exact = isWhole(expected, afterExpected) && isWhole(got, afterGot);
       if (std::abs(a - b) <= (exact ? 0 : kTolerance * std::max(1.0, std::abs(a)))) {
-        if (matches(afterExpected, afterGot)) return true;
+        return matches(afterExpected, afterGot);
       }
     }
     if (*expected != *got) return false;
