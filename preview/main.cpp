@@ -2,6 +2,7 @@
 #include <csignal>
 #include <iostream>
 #include <new>
+#include <system_error>
 
 #include "preview/commands/options.h"
 #include "preview/diagnostics/suggestion.h"
@@ -16,6 +17,14 @@ int fail(const std::string& prefix, const std::string& what, int exitCode) {
   constexpr std::size_t kWithItsPlace = 300;
   std::cerr << prefix << ": " << oneLine(what, kWithItsPlace) << "\n";
   return exitCode;
+}
+
+/// The standard library does not say that it is a thread for which there is no room.
+std::string textOf(const std::exception& error) {
+  const auto* system = dynamic_cast<const std::system_error*>(&error);
+  const bool isThread =
+      system != nullptr && system->code() == std::errc::resource_unavailable_try_again;
+  return (isThread ? "no thread can be started: " : "") + std::string(error.what());
 }
 
 /// Refuses a command line that has something else in the place of the command.
@@ -72,7 +81,7 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     return fail(kProgram, "out of memory; the peak was " + memoryText(peakMemory()), 1);
   } catch (const std::exception& e) {
-    fail(kProgram, e.what(), 1);
+    fail(kProgram, textOf(e), 1);
     if (interruption != 0) {  // a shell ends its loop only if the program dies of the signal
       std::signal(interruption, SIG_DFL);
       std::raise(interruption);

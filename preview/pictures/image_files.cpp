@@ -90,8 +90,12 @@ std::uint8_t linearCode(float value) {
 std::string systemError() { return std::generic_category().message(errno); }
 
 [[noreturn]] void failPng(png_structp /*png*/, png_const_charp message) {
-  throw std::runtime_error(std::string("PNG: ") + message);
+  const std::string text = message;
+  if (text.ends_with("memory")) throw std::bad_alloc();
+  throw std::runtime_error("PNG: " + text);
 }
+
+void ignoreWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
 }  // namespace
 
@@ -109,7 +113,7 @@ void PngEncoder::Destroy::operator()(png_struct_def* png) const {
 PngEncoder::PngEncoder(int width, int height, bool isLinear)
     : rowsLeft_(height),
       isLinear_(isLinear),
-      png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, failPng, nullptr)) {
+      png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, failPng, ignoreWarning)) {
   png_infop info = png_ ? png_create_info_struct(png_.get()) : nullptr;
   if (info == nullptr) throw std::bad_alloc();
   const auto take = [](png_structp png, png_bytep bytes, std::size_t count) {

@@ -53,7 +53,8 @@ class Builder {
                                 const nlohmann::detail::exception& error) {
     constexpr int kNumberOverflow = 406;
     if (error.id == kNumberOverflow) {
-      throw SceneError(place(), shortened(last) + " is greater than any number",
+      const char* compared = last.front() == '-' ? " is less" : " is greater";
+      throw SceneError(place(), shortened(last) + compared + " than any number",
                        positionAt(nextToken().data()));
     }
     // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."

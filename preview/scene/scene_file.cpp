@@ -255,9 +255,10 @@ std::filesystem::path readFile(const Item& item, const std::filesystem::path& fo
   const std::string& name = item.text("the name of a file");
   std::filesystem::path file = folder / name;
   std::error_code unusable;
-  if (name.find('\0') != std::string::npos || !is_regular_file(file, unusable)) {
+  if (name.find('\0') != std::string::npos || !exists(file, unusable)) {
     item.fail("no file \"" + file.string() + "\"");
   }
+  if (!is_regular_file(file, unusable)) item.fail("\"" + file.string() + "\" is not a file");
   return file;
 }
 

@@ -179,13 +179,12 @@ void Raycaster::addInstance(const RenderSpaceMesh& object, RTCScene shared, unsi
 
 void Raycaster::checkDevice() const {
   const RTCError error = rtcGetDeviceError(device_.get());
-  if (error == RTC_ERROR_OUT_OF_MEMORY) {
-    throw std::runtime_error("out of memory for what rays meet: " + std::to_string(triangles_) +
-                             " triangles; the peak was " + memoryText(peakMemory()));
-  }
-  if (error != RTC_ERROR_NONE) {
-    throw std::runtime_error("Embree reports error " + std::to_string(error));
-  }
+  if (error == RTC_ERROR_NONE) return;
+  const std::string what = error == RTC_ERROR_OUT_OF_MEMORY
+                               ? "out of memory"
+                               : "Embree reports error " + std::to_string(error);
+  throw std::runtime_error(what + " for what rays meet: " + std::to_string(triangles_) +
+                           " triangles; the peak was " + memoryText(peakMemory()));
 }
 
 std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
