@@ -29,17 +29,15 @@ class Reader {
   ObjTriangles read() {
     std::ifstream file(path_);
     std::vector<char> buffer(kMaxLine);
-    for (; file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
+    std::string line;
+    for (; line.size() < kMaxLine && file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
       const std::streamsize end = file.eof() ? 0 : 1;  // is counted
-      const std::string line(buffer.data(), static_cast<std::size_t>(file.gcount() - end));
-      std::istringstream words(line.substr(0, line.find('#')));
-      std::string word;
-      words >> word;
-      if (word == "f") readFace(words);
-      const auto* const kind = std::ranges::find(kKinds, word);
-      if (kind == std::end(kKinds)) continue;
-      lists_[kind - kKinds]->push_back(readNumbers(words, word == "vt" ? 1 : 3));
+      line.append(buffer.data(), static_cast<std::size_t>(file.gcount() - end));
+      if (continues(line)) continue;
+      readLine(line);
+      line.clear();
     }
+    readLine(line);
     if (file.bad() || !file.is_open()) fail("cannot be read");
     if (!file.eof()) failAtLine("is longer than " + std::to_string(kMaxLine - 1) + " characters");
     if (faces_.empty()) fail("has no faces");
@@ -64,6 +62,26 @@ class Reader {
   }
   [[noreturn]] void failWithout(std::size_t kind, const std::string& index) const {
     failAtLine("there is no " + (kKinds[kind] + (" " + index)));
+  }
+
+  /// Takes away the sign that a line goes on in the next, if it is there and not in a comment.
+  static bool continues(std::string& line) {
+    const std::size_t last = line.find_last_not_of('\r');
+    if (last == std::string::npos || line[last] != '\\' || line.find('#') != std::string::npos) {
+      return false;
+    }
+    line.replace(last, std::string::npos, " ");
+    return true;
+  }
+
+  void readLine(const std::string& line) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    std::string word;
+    words >> word;
+    if (word == "f") readFace(words);
+    const auto* const kind = std::ranges::find(kKinds, word);
+    if (kind == std::end(kKinds)) return;
+    lists_[kind - kKinds]->push_back(readNumbers(words, word == "vt" ? 1 : 3));
   }
 
   V3d readNumbers(std::istream& words, int needed) const {
