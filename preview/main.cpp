@@ -27,16 +27,21 @@ std::string textOf(const std::exception& error) {
   return (isThread ? "no thread can be started: " : "") + std::string(error.what());
 }
 
-/// Refuses a command line that has something else in the place of the command.
-void checkCommand(const CLI::App& program) {
+/// Refuses a command line that has none, or something else in the place of the command.
+void checkCommand(const CLI::App& program, const CLI::ParseError& error) {
   const std::vector<std::string> words = program.remaining();
-  if (words.empty()) return;
-  if (words[0].starts_with("-")) {
-    throw InputError(unexpected("\"" + shortened(words[0]) + "\"", "a command"));
-  }
   std::vector<std::string> commands;
+  std::string all;
   for (const CLI::App* command : program.get_subcommands({})) {
     commands.push_back(command->get_name());
+    all += (all.empty() ? "" : ", ") + command->get_name();
+  }
+  if (words.empty()) {
+    if (error.get_name() != "RequiredError" || !program.get_subcommands().empty()) return;
+    throw InputError(unexpected("none", "a command: " + all));
+  }
+  if (words[0].starts_with("-")) {
+    throw InputError(unexpected("\"" + shortened(words[0]) + "\"", "a command"));
   }
   throw InputError(unknown("no command", words[0], commands));
 }
@@ -59,7 +64,7 @@ int run(int argc, char** argv, Session& session) {
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    if (e.get_exit_code() != 0) checkCommand(program);
+    if (e.get_exit_code() != 0) checkCommand(program, e);
     if (program.exit(e) != 0) return kExitBadInput;
   }
   if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");

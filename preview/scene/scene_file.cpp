@@ -172,8 +172,7 @@ void checkName(const std::string& name, const Item& item) {
            c == '-';
   };
   if (name.empty() || name.size() > kMaxName || !std::all_of(name.begin(), name.end(), allowed)) {
-    item.fail("a name is up to " + std::to_string(kMaxName) +
-              R"( letters, digits, "_" and "-" long)");
+    item.fail("a name has 1 to " + std::to_string(kMaxName) + R"( letters, digits, "_" and "-")");
   }
 }
 
