@@ -36,6 +36,13 @@ std::string renderKey(const Scene& scene, const std::vector<std::string>& only, 
   for (const Object& object : scene.objects) {
     if (const auto* mesh = std::get_if<ObjFile>(&object.shape)) hash.addFile(mesh->path);
   }
+  for (const Node& node : scene.nodes) {
+    for (const Parameter& parameter : node.parameters) {
+      const auto* text = std::get_if<std::string>(&parameter.value);
+      if (text != nullptr && parameter.name == "file") hash.addFile(*text);
+    }
+  }
+  for (const Setting& setting : scene.settings) hash.add(setting.text());
   const auto& [width, height, samples] = scene.image;
   for (const std::int32_t number : {width, height, samples, std::int32_t{half}}) {
     hash.add(std::to_string(number));

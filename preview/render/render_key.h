@@ -8,8 +8,8 @@
 
 namespace preview {
 
-/// Tells renders apart: changes with the bytes of the scene file and of its meshes, and with all
-/// else that decides what is in a frame's files.
+/// Tells renders apart: changes with the bytes of the scene file, of its meshes and of its
+/// images, and with all else that decides what is in a frame's files.
 std::string renderKey(const Scene& scene, const std::vector<std::string>& only, bool half);
 
 }  // namespace preview
