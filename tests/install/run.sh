@@ -58,9 +58,9 @@ for tool in samplerinfo-preview samplerinfo-validate; do
   for page in "$tree/share/man/man1/$tool"*.1.gz; do says "\"$tool $version\"" zcat "$page"; done
 done
 completes "render view check probe list" samplerinfo-preview ""
-completes "--size --samples" samplerinfo-preview render --s
+completes "--set --size --samples" samplerinfo-preview render --s
 completes "--seed --seconds" samplerinfo-validate --se
-completes "--strict" samplerinfo-preview --plugin other.so check --s
+completes "--set --strict" samplerinfo-preview --plugin other.so check --s
 completes "--no-default-plugin" samplerinfo-preview list --no
 completes "" samplerinfo-preview --plugin ""
 completes "" samplerinfo-preview --plugin = ""
