@@ -64,9 +64,10 @@ void addPlugins(CLI::App& app, Session& session) {
   app.add_flag("--no-default-plugin", session.withoutDefaultPlugin, "Leave SamplerInfo out");
 }
 
-PluginLibrary loadPlugins(const Session& session) {
+PluginLibrary loadPlugins(const Session& session, LoadFrom from) {
   return {session.plugins, !session.withoutDefaultPlugin,
-          [](const std::string& what) { std::cerr << kProgram << ": warning: " << what << "\n"; }};
+          [](const std::string& what) { std::cerr << kProgram << ": warning: " << what << "\n"; },
+          from};
 }
 
 void addScene(CLI::App& command, Session& session) {

@@ -46,7 +46,7 @@ void addPlugins(CLI::App& app, Session& session);
 
 /// Those that the options ask for; what is wrong with installed ones is a line each on the error
 /// stream.
-PluginLibrary loadPlugins(const Session& session);
+PluginLibrary loadPlugins(const Session& session, LoadFrom from = LoadFrom::File);
 
 /// Adds a command whose `Options` have `addTo`, for their own, and `run`, for its work.
 template <class Options>

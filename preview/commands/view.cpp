@@ -24,32 +24,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// Loads a copy, since a linker may write into the file as it stands.
-std::shared_ptr<const PluginLibrary> loadCopy(const std::filesystem::path& file) {
-  std::string folder = std::filesystem::temp_directory_path() / "samplerinfo-XXXXXX";
-  if (mkdtemp(folder.data()) == nullptr) throw InputError("cannot write to " + folder);
-  const std::filesystem::path copy = folder / file.filename();
-  struct Removal {
-    const std::string& folder;
-    ~Removal() {
-      std::error_code ignored;
-      std::filesystem::remove_all(folder, ignored);
-    }
-  } removal{folder};  // of the name: what is loaded stays
-  try {
-    std::filesystem::copy_file(file, copy);
-    return std::make_shared<const PluginLibrary>(copy);
-  } catch (const std::filesystem::filesystem_error& e) {
-    throw InputError(shownPath(file) + ": " + e.code().message());
-  } catch (const InputError& e) {
-    std::string what = e.what();
-    if (const std::size_t at = what.find(copy.string()); at != std::string::npos) {
-      what.replace(at, copy.string().size(), file.string());
-    }
-    throw InputError(what);
-  }
-}
-
 struct View {
   ViewOptions view;
   int port = 8231;
@@ -70,8 +44,9 @@ struct View {
 class Loader {
  public:
   Loader(const View& options, const Session& session)
-      : options_(options), module_(session.plugin), scene_(session.scene) {
-    files_ = {module_, scene_};
+      : options_(options), session_(session), scene_(session.scene), modules_(installedModules()) {
+    modules_.insert(modules_.end(), session.plugins.begin(), session.plugins.end());
+    watch({});
   }
 
   bool haveChanged() { return statesOf(files_) != states_; }
@@ -81,12 +56,21 @@ class Loader {
   std::shared_ptr<Look> load(Diagnostics& diagnostics);
 
  private:
+  /// The scene, the modules and these files.
+  void watch(std::set<std::filesystem::path> files) {
+    files.insert(scene_);
+    files.insert(modules_.begin(), modules_.end());
+    files_.swap(files);
+  }
+
   const View& options_;
-  std::filesystem::path module_, scene_;
+  const Session& session_;
+  const std::filesystem::path& scene_;
+  std::vector<std::filesystem::path> modules_;
   std::set<std::filesystem::path> files_;
   FileStates states_;
   std::shared_ptr<const PluginLibrary> library_;
-  FileState libraryState_;
+  std::vector<FileState> libraryStates_;
   int count_ = 0;
 };
 
@@ -94,18 +78,18 @@ std::shared_ptr<Look> Loader::load(Diagnostics& diagnostics) {
   states_ = statesOf(files_);
   ++count_;
   if (states_[scene_] == FileState()) throw InputError(shownPath(scene_) + ": there is no file");
-  if (library_ == nullptr || libraryState_ != states_[module_]) {
+  std::vector<FileState> moduleStates;
+  for (const auto& module : modules_) moduleStates.push_back(states_[module]);
+  if (library_ == nullptr || libraryStates_ != moduleStates) {
     library_.reset();
-    library_ = loadCopy(module_);
-    libraryState_ = states_[module_];
+    library_ = std::make_shared<const PluginLibrary>(loadPlugins(session_, LoadFrom::Copy));
+    libraryStates_ = moduleStates;
   }
   std::shared_ptr<Look> look;
   diagnostics.attempt([&] {
-    Scene scene = readScene(scene_, diagnostics);
+    Scene scene = readScene(scene_, session_.settings, diagnostics);
     const nlohmann::json source = sourceOf(scene_);
-    std::set<std::filesystem::path> files = filesNamedIn(source, scene_.parent_path());
-    files.insert({module_, scene_});
-    files_.swap(files);
+    watch(filesNamedIn(source, scene_.parent_path()));
     for (const auto& [file, state] : statesOf(files_)) states_.try_emplace(file, state);
     std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
     if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows

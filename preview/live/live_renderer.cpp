@@ -293,8 +293,9 @@ void LiveRenderer::render(int number, bool isFinal) {
       const Picture& picture = plan.pictures[pictures[i]];
       const std::size_t layer = plan.layerOfPicture[pictures[i]];
       if (row == 0) {
-        encoded[i] = std::make_unique<EncodedPicture>(
-            (image.width + step - 1) / step, (image.height + step - 1) / step, plan.layers[layer]);
+        encoded[i] = std::make_unique<EncodedPicture>((image.width + step - 1) / step,
+                                                      (image.height + step - 1) / step,
+                                                      plan.layers[layer], picture.isLinear);
       }
       bytes[i] += encoded[i]->add(picture, plan.layers[layer], band.layers[places.at(layer)],
                                   band.coverage, row);

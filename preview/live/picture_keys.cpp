@@ -32,6 +32,12 @@ std::set<std::filesystem::path> filesNamedIn(const Json& source,
       files.insert(folder / object[name].get<std::string>());
     }
   }
+  for (const Json& node : source.value("nodes", Json::object())) {
+    const Json::json_pointer name("/params/file");  // of an image
+    if (node.contains(name) && node[name].is_string()) {
+      files.insert(folder / node[name].get<std::string>());
+    }
+  }
   return files;
 }
 

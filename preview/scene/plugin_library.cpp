@@ -5,9 +5,11 @@
 #include <link.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "preview/diagnostics/errors.h"
@@ -30,8 +32,36 @@ bool isCutOff(const std::filesystem::path& file) {
 
 constexpr const char* kDefault = "SamplerInfo.so";
 
-/// The default module alone in the folder of a build, where other libraries lie beside it.
+/// A copy of a file, of the same name, while the object lives; the loader needs its name no longer.
+class FileCopy {
+ public:
+  explicit FileCopy(const std::filesystem::path& file)
+      : folder_(std::filesystem::temp_directory_path() / "samplerinfo-XXXXXX") {
+    if (mkdtemp(folder_.data()) == nullptr) throw InputError("cannot write to " + folder_);
+    std::error_code error;
+    if (!copy_file(file, path_ = folder_ / file.filename(), error)) {
+      std::filesystem::remove_all(folder_);
+      throw InputError(shownPath(file) + ": " + error.message());
+    }
+  }
+  ~FileCopy() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+  FileCopy(const FileCopy&) = delete;
+  FileCopy& operator=(const FileCopy&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::string folder_;
+  std::filesystem::path path_;
+};
+
+}  // namespace
+
 std::vector<std::filesystem::path> installedModules() {
+  // Other libraries lie beside the default one in the folder of a build.
   const auto root = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
   if (exists(root / kDefault)) return {root / kDefault};
   std::vector<std::filesystem::path> files;
@@ -44,8 +74,6 @@ std::vector<std::filesystem::path> installedModules() {
   return files;
 }
 
-}  // namespace
-
 void PluginModule::Close::operator()(void* handle) const { dlclose(handle); }
 
 void PluginModule::refuse(const std::string& why) const {
@@ -53,13 +81,20 @@ void PluginModule::refuse(const std::string& why) const {
                    "\" cannot be used: " + why);
 }
 
-PluginModule::PluginModule(std::filesystem::path file) : file_(std::move(file)) {
+PluginModule::PluginModule(std::filesystem::path file, LoadFrom from) : file_(std::move(file)) {
   std::error_code unusable;
   if (!is_regular_file(file_, unusable)) refuse("it is not a file");
-  if (isCutOff(file_)) refuse("it is cut off");
+  std::optional<FileCopy> copy;
+  if (from == LoadFrom::Copy) copy.emplace(file_);
   // A name without a slash would be looked for in the system's folders.
-  handle_.reset(dlopen(absolute(file_).c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (!handle_) throw InputError(std::string("cannot load the plugin library: ") + dlerror());
+  const std::string loaded = copy ? copy->path() : absolute(file_);
+  if (isCutOff(loaded)) refuse("it is cut off");
+  handle_.reset(dlopen(loaded.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!handle_) {
+    std::string why = dlerror();
+    if (why.starts_with(loaded)) why.replace(0, loaded.size(), absolute(file_).string());
+    throw InputError("cannot load the plugin library: " + why);
+  }
   const auto getLibDesc =
       reinterpret_cast<QUtils::PluginLibDesc* (*)()>(dlsym(handle_.get(), "getLibDesc"));
   if (getLibDesc == nullptr) refuse("it has no getLibDesc");
@@ -117,14 +152,14 @@ std::unique_ptr<standin::PluginInstance> PluginModule::newPlugin(
 }
 
 PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,
-                             const std::function<void(const std::string&)>& warn) {
-  for (const std::filesystem::path& file : files) add(std::make_unique<PluginModule>(file));
+                             const std::function<void(const std::string&)>& warn, LoadFrom from) {
+  for (const std::filesystem::path& file : files) add(std::make_unique<PluginModule>(file, from));
   std::set<std::string> replaced;
   for (const auto& module : modules_) replaced.insert(module->libraryName());
   for (const std::filesystem::path& file : installedModules()) {
     if (!withDefault && file.filename() == kDefault) continue;
     try {
-      auto module = std::make_unique<PluginModule>(file);
+      auto module = std::make_unique<PluginModule>(file, from);
       if (!replaced.contains(module->libraryName())) add(std::move(module));
     } catch (const InputError& e) {
       warn(e.what());

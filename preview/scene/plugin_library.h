@@ -13,11 +13,17 @@
 
 namespace preview {
 
+/// Where a module is loaded from: a linker may write into the file itself as it stands.
+enum class LoadFrom { File, Copy };
+
+/// The modules in the folder of the installed one, or the default one in that of a build.
+std::vector<std::filesystem::path> installedModules();
+
 /// A module of plugins, loaded as a host does it: from its file and through its one export.
 class PluginModule final : private QUtils::QuorPluginHost, private QUtils::PluginDescVisitor {
  public:
   /// Throws `InputError` if `file` cannot be loaded.
-  explicit PluginModule(std::filesystem::path file);
+  explicit PluginModule(std::filesystem::path file, LoadFrom from = LoadFrom::File);
   ~PluginModule();
   PluginModule(const PluginModule&) = delete;
   PluginModule& operator=(const PluginModule&) = delete;
@@ -59,7 +65,8 @@ class PluginLibrary {
   /// `InputError` if one of the files cannot be used, two plugins have the same name, or there is
   /// no module. `warn` is told why an installed one cannot be used.
   PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,
-                const std::function<void(const std::string&)>& warn);
+                const std::function<void(const std::string&)>& warn,
+                LoadFrom from = LoadFrom::File);
 
   /// The kinds of plugins of all modules.
   const std::vector<QUtils::QuorPluginDesc*>& descs() const { return descs_; }
