@@ -33,7 +33,7 @@ class Font {
     library_.reset(library);
     FT_Face face = nullptr;
     if (FT_New_Face(library, CAPTION_FONT, 0, &face) != 0) {
-      throw InputError(CAPTION_FONT ": not a font that can be used");
+      throw InputError(CAPTION_FONT ": no font can be loaded from it, or memory is short");
     }
     face_.reset(face);
     FT_Set_Pixel_Sizes(face, 0, kTextSize);
