@@ -24,8 +24,8 @@
 #include <thread>
 
 #include "bench/network.h"
-#include "tests/support/answers.h"
 #include "tests/support/one_sample.h"
+#include "tests/twins/answers.h"
 
 namespace {
 

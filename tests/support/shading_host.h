@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/support/answers.h"
+#include "tests/twins/answers.h"
 
 /// What a host owns, and writes down when it is asked.
 namespace test {

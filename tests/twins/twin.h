@@ -6,7 +6,7 @@
 #include <functional>
 #include <tuple>
 
-#include "tests/support/answers.h"
+#include "tests/twins/answers.h"
 
 /// The outputs of the plugins written a second time, each as the plainest class that gives its
 /// answers: one rounded step after the other, the inputs asked in their order. Tests compare the
