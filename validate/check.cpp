@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "validate/contract.h"
+
 namespace validate {
 
 Check* firstCheck = nullptr;
@@ -40,10 +42,26 @@ void report(const char* what, const std::string& line) {
 
 }  // namespace
 
+const char* called() {
+  static char text[512];
+  const auto [operation, of, sample, absent] = calling;
+  if (operation == nullptr) return "the check";
+  char at[32] = "";
+  if (sample >= 0) std::snprintf(at, sizeof at, " at sample %d", sample);
+  std::snprintf(text, sizeof text, "%s%s%s%s%s", of != nullptr ? of : "", of != nullptr ? "." : "",
+                operation, at, absent);
+  return text;
+}
+
+const char* seedText() {
+  static char text[24];
+  if (trial.isRandom) std::snprintf(text, sizeof text, " (seed %" PRIu32 ")", trial.seed);
+  return text;
+}
+
 void fail(const std::string& line) {
   constexpr std::size_t kEnough = 400;
-  report("failed", (line.size() > kEnough ? line.substr(0, kEnough) + "..." : line) + " (seed " +
-                       text(trial.seed) + ")");
+  report("failed", (line.size() > kEnough ? line.substr(0, kEnough) + "..." : line) + seedText());
   std::_Exit(1);
 }
 

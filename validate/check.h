@@ -40,7 +40,13 @@ extern Check* firstCheck;
 struct Trial {
   std::string module;
   std::uint32_t seed = 1;  ///< of everything random
+  bool isRandom = false;   ///< whether the seed has been used
   double seconds = 0;      ///< how long the evaluation checks go on; 0 for a short run
+
+  std::uint32_t useSeed() {
+    isRandom = true;
+    return seed;
+  }
 };
 extern Trial trial;
 
@@ -51,6 +57,11 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
+
+/// What the module is asked at the moment, and the seed, if it has been used. They allocate
+/// nothing: it may be the heap that is broken.
+const char* called();
+const char* seedText();
 
 /// End the check: it fails, or it cannot be done here. From any thread, and from inside the module.
 [[noreturn]] void fail(const std::string& line);

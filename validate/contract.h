@@ -40,6 +40,7 @@ struct TableEntry {
 struct Calling {
   const char *operation = nullptr, *of = nullptr;
   int sample = -1;
+  const char* absent = "";  ///< ", no input connected to ..."
 };
 inline constinit thread_local Calling calling;
 

@@ -7,10 +7,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <optional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -26,7 +27,7 @@ namespace validate {
 
 namespace {
 
-double timeLimit = 240;  ///< for a check
+double timeLimit;  ///< for a check
 
 constexpr char kHelp[] =
     R"(Usage: samplerinfo-validate MODULE [OPTION]...
@@ -36,20 +37,20 @@ Loads a plugin module as the renderer does and tries everything that a host may 
 runs in a process of its own.
 
 Options:
-  --only PATTERN  the checks whose names match, such as 'loading.*'; can be repeated
+  --only PATTERN  the checks whose names or groups match, such as 'loading'; can be repeated
   --list          prints the checks and what must hold for each
   --seed N        begins the random numbers elsewhere; a failure names its seed (default 1)
   --seconds S     goes on for so long in each check of random networks, and in loading.rounds
   --timeout S     gives each check so long (default 240), and ten times --seconds more
   --junit FILE    writes the report as JUnit's XML, too
+  --debug CHECK   runs one check in this process, for a debugger
   --help, --version
 
 The checks samplerinfo.* are what this library promises beyond the contract. They are skipped for
 other libraries unless --only asks for them. Their records are made with
   --record tables|results               prints the record anew
 
-Exit code: 0 if everything passes, 1 if a check fails, 2 if the module or the command line cannot be used.
-)";
+Exit code: 0 if everything passes, 1 if a check fails, 2 if the module or the command line cannot be used.)";
 
 [[noreturn]] void refuse(const std::string& line) {
   std::fprintf(stderr, "samplerinfo-validate: %s\n", line.c_str());
@@ -64,106 +65,67 @@ bool matches(const char* pattern, const char* name) {
   return (*pattern == '?' || *pattern == *name) && matches(pattern + 1, name + 1);
 }
 
-struct Options {
-  std::vector<std::string> only;
-  std::string junit, record;
-  std::optional<std::string> child;
-  bool list = false;
-  std::vector<std::string> rest;
-};
+/// What was given for each option, and, for none, the rest.
+using Options = std::map<std::string, std::vector<std::string>>;
+
+/// What was given last, or the same as nothing.
+std::string last(Options& options, const char* option, const char* nothing = "") {
+  return options[option].empty() ? nothing : options[option].back();
+}
 
 template <class Number>
-Number numberOf(const char* option, const std::string& value) {
+Number numberOf(Options& options, const char* option, const char* nothing) {
+  const std::string value = last(options, option, nothing);
   std::istringstream in(value);
   Number number{};
   if (!(in >> number) || !in.eof() || value.starts_with('-')) {
-    refuse(std::string(option) + ": \"" + value + "\" is no number");
+    refuse("--" + std::string(option) + ": \"" + value + "\" is no number");
   }
   return number;
 }
 
 Options parse(int argc, char** argv) {
-  enum { Only = 1000, List, Seed, Seconds, Timeout, Junit, Help, Version, Child, Record };
-  const option known[] = {
-      {"only", required_argument, nullptr, Only},
-      {"list", no_argument, nullptr, List},
-      {"seed", required_argument, nullptr, Seed},
-      {"seconds", required_argument, nullptr, Seconds},
-      {"timeout", required_argument, nullptr, Timeout},
-      {"junit", required_argument, nullptr, Junit},
-      {"help", no_argument, nullptr, Help},
-      {"version", no_argument, nullptr, Version},
-      {"child", required_argument, nullptr, Child},
-      {"record", required_argument, nullptr, Record},
-      {nullptr, 0, nullptr, 0},
-  };
-  Options options;
-  for (int what; (what = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
-    switch (what) {
-      case Only:
-        options.only.emplace_back(optarg);
-        break;
-      case List:
-        options.list = true;
-        break;
-      case Seed:
-        trial.seed = numberOf<std::uint32_t>("--seed", optarg);
-        break;
-      case Seconds:
-        trial.seconds = numberOf<double>("--seconds", optarg);
-        break;
-      case Timeout:
-        timeLimit = numberOf<double>("--timeout", optarg);
-        break;
-      case Junit:
-        options.junit = optarg;
-        break;
-      case Child:
-        options.child = optarg;
-        break;
-      case Record:
-        options.record = optarg;
-        break;
-      case Help:
-        std::fputs(kHelp, stdout);
-        std::exit(0);
-      case Version:
-        std::puts("samplerinfo-validate " VALIDATE_VERSION);
-        std::exit(0);
-      default:
-        std::exit(2);  // getopt_long has said why
-    }
+  std::vector<option> known;
+  for (const char* name :
+       {"only", "seed", "seconds", "timeout", "junit", "debug", "child", "record"}) {
+    known.push_back({name, required_argument, nullptr, 0});
   }
-  options.rest.assign(argv + optind, argv + argc);
+  for (const char* name : {"list", "help", "version"}) {
+    known.push_back({name, no_argument, nullptr, 0});
+  }
+  known.push_back({});
+  Options options;
+  bool areKnown = true;
+  for (int index = 0, what; (what = getopt_long(argc, argv, "", known.data(), &index)) != -1;) {
+    areKnown &= what == 0;  // or getopt_long has said why not
+    const std::string name = known[static_cast<std::size_t>(index)].name;
+    if (what == 0) options[name].emplace_back(optarg != nullptr ? optarg : "");
+  }
+  // Whatever comes, nobody shall take an older report for the new one.
+  for (const std::string& report : options["junit"]) unlink(report.c_str());
+  if (!areKnown) std::exit(2);
+  trial.seed = numberOf<std::uint32_t>(options, "seed", "1");
+  trial.seconds = numberOf<double>(options, "seconds", "0");
+  timeLimit = numberOf<double>(options, "timeout", "240");
+  if (optind < argc) options[""].assign(argv + optind, argv + argc);
   return options;
 }
 
 // ---- A child: one check ----
 
-/// What the module is asked at the moment. Allocates nothing: it may be the heap that is broken.
-const char* called() {
-  static char text[256];
-  const auto [operation, of, sample] = calling;
-  if (operation == nullptr) return "the check";
-  const int length = std::snprintf(text, sizeof text, "%s%s%s", of != nullptr ? of : "",
-                                   of != nullptr ? "." : "", operation);
-  const auto end = std::min(static_cast<std::size_t>(length), sizeof text - 1);
-  if (sample >= 0) std::snprintf(text + end, sizeof text - end, " at sample %d", sample);
-  return text;
-}
-
 void printCalled() {
   char lines[320];
-  const int length = std::snprintf(lines, sizeof lines, "\n#called %s\n#seed %u\n", called(),
-                                   static_cast<unsigned>(trial.seed));
+  const int length =
+      std::snprintf(lines, sizeof lines, "\n#called %s\n#seed%s\n", called(), seedText());
   if (write(STDOUT_FILENO, lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
 }
 
-// The instruction that failed, or `abort`, comes again after this and ends the process.
+// The signal comes again after this and ends the process.
 void reportSignal(int signal) {
   std::signal(signal, SIG_DFL);
   printCalled();
   if (signal == SIGTERM) std::_Exit(1);
+  std::raise(signal);
 }
 
 // Comes before the stack is unwound, which would call the module.
@@ -183,6 +145,13 @@ void reportSignal(int signal) {
   failExpectation(called(), got, "its return");
 }
 
+/// Ends a process that has tried everything.
+int pass() {
+  std::puts("\n#passed");
+  calling = {"unloading"};
+  return 0;
+}
+
 int runChild(const std::string& name) {
   std::signal(SIGTERM, reportSignal);
   if (!kSanitized) {  // a sanitizer reports the others
@@ -195,12 +164,11 @@ int runChild(const std::string& name) {
   }
   // No check: what comes before the first one.
   if (name.empty()) note(PluginLibDesc::getLibraryName(library()));
-  std::puts("\n#held");
-  return 0;
+  return pass();
 }
 
 struct Outcome {
-  bool held = false;
+  bool passed = false;
   std::string failure, skipped;
   std::vector<std::string> notes;
   double seconds = 0;
@@ -215,25 +183,25 @@ Outcome inChild(const std::string& check) {
                                  timeLimit + 10 * trial.seconds);
   Outcome outcome;
   outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::string calledLast = "the check", seed = std::to_string(trial.seed);
+  std::string calledLast = "the check", seed;
   std::istringstream lines(ending.output);
   for (std::string line; std::getline(lines, line);) {
     if (line.ends_with('\r')) line.pop_back();
     const std::string::size_type space = line.find(' ');
     const std::string what = line.substr(0, space),
                       rest = space == std::string::npos ? "" : line.substr(space + 1);
-    if (what == "#held") outcome.held = true;
+    if (what == "#passed") outcome.passed = true;
     if (what == "#note") outcome.notes.push_back(rest);
     if (what == "#failed") outcome.failure = rest;
     if (what == "#skipped") outcome.skipped = rest;
     if (what == "#called") calledLast = rest;
-    if (what == "#seed") seed = rest;
+    if (what == "#seed") seed = line.substr(what.size());
   }
   if (!outcome.failure.empty()) return outcome;
   const bool ended = ending.failure.empty();
-  if (ended && (outcome.held || !outcome.skipped.empty())) return outcome;
+  if (ended && (outcome.passed || !outcome.skipped.empty())) return outcome;
   outcome.failure = calledLast + ": got " + (ended ? "the end of the process" : ending.failure) +
-                    ", expected its return (seed " + seed + ")";
+                    ", expected its return" + seed;
   return outcome;
 }
 
@@ -242,22 +210,8 @@ Outcome inChild(const std::string& check) {
 std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    }
+    const bool isPlain = c >= ' ' && c <= '~' && std::strchr("&<>\"", c) == nullptr;
+    result += isPlain ? std::string(1, c) : formatted("&#%d;", c >= ' ' && c <= '~' ? c : '?');
   }
   return result;
 }
@@ -313,19 +267,17 @@ class JUnit {
   std::ostringstream cases_;
 };
 
-bool chosen(const Check& check, const std::vector<std::string>& only) {
-  return only.empty() || std::any_of(only.begin(), only.end(), [&](const std::string& pattern) {
-           return matches(pattern.c_str(), check.name);
-         });
+/// By its name, or that of its group.
+bool chosen(const Check* check, const std::string& pattern) {
+  return matches(pattern.c_str(), check->name) ||
+         std::string_view(check->name).starts_with(pattern + '.');
 }
 
-int runAll(std::vector<const Check*> checks, const Options& options) {
+int runAll(std::vector<const Check*> checks, Options& options) {
   const Outcome load = inChild("");
-  if (!load.held) {
-    refuse(trial.module + ": " + load.failure.substr(0, load.failure.rfind(" (seed")));
-  }
+  if (!load.passed) refuse(trial.module + ": " + load.failure);
   const bool promises = load.notes == std::vector<std::string>{"SamplerInfo"} ||
-                        std::ranges::any_of(options.only, [](const std::string& pattern) {
+                        std::ranges::any_of(options["only"], [](const std::string& pattern) {
                           return pattern.starts_with("samplerinfo");
                         });
 
@@ -341,7 +293,7 @@ int runAll(std::vector<const Check*> checks, const Options& options) {
   }
 
   int failed = 0, skipped = 0;
-  JUnit junit(options.junit);
+  JUnit junit(last(options, "junit"));
   for (const Check* check : checks) {
     const Outcome outcome = inChild(check->name);
     const bool fails = !outcome.failure.empty(), skips = !fails && !outcome.skipped.empty();
@@ -372,32 +324,46 @@ int print(const std::vector<std::string>& lines) {
 }  // namespace
 
 int run(int argc, char** argv) {
-  const Options options = parse(argc, argv);
+  Options options = parse(argc, argv);
+  if (options.contains("help")) return print({kHelp});
+  if (options.contains("version")) return print({"samplerinfo-validate " VALIDATE_VERSION});
+  const std::vector<std::string>& only = options["only"];
   std::vector<const Check*> checks;
+  std::vector<std::string> unmatched = only;
   for (const Check* check = firstCheck; check != nullptr; check = check->next) {
-    if (chosen(*check, options.only)) checks.push_back(check);
+    const auto chooses = [check](const std::string& pattern) { return chosen(check, pattern); };
+    if (only.empty() || std::ranges::any_of(only, chooses)) checks.push_back(check);
+    std::erase_if(unmatched, chooses);
   }
-  if (checks.empty()) refuse("no check matches the pattern; --list shows their names");
-  if (options.list) {
+  if (!unmatched.empty()) {
+    refuse("no check matches \"" + unmatched[0] + "\"; --list shows their names");
+  }
+  if (options.contains("list")) {
     for (const Check* check : checks) {
       std::printf("%-36s %s\n", check->name, check->sentence);
     }
     return 0;
   }
-  if (options.rest.empty()) refuse("which module? --help shows the usage");
-  if (options.rest.size() != 1) {
-    refuse("\"" + options.rest.back() + "\" is one argument too many");
-  }
-  trial.module = options.rest[0];
+  const std::vector<std::string>& modules = options[""];
+  if (modules.empty()) refuse("which module? --help shows the usage");
+  if (modules.size() != 1) refuse("\"" + modules.back() + "\" is one argument too many");
+  trial.module = modules[0];
   if (!std::filesystem::is_regular_file(trial.module)) {
     refuse(trial.module + (std::filesystem::exists(trial.module) ? ": no file" : ": no such file"));
   }
-  if (options.child) return runChild(*options.child);
-  if (options.record == "tables") return print(tableLines());
-  if (options.record == "results") return print(resultLines());
-  if (!options.record.empty()) {
-    refuse("--record: \"" + options.record + "\" is neither tables nor results");
+  if (options.contains("child")) return runChild(last(options, "child"));
+  if (options.contains("debug")) {
+    const std::string name = last(options, "debug");
+    const auto check = std::ranges::find(checks, name, &Check::name);
+    if (check == checks.end())
+      refuse("--debug: no check is \"" + name + "\"; --list shows their names");
+    (*check)->run();
+    return pass();
   }
+  const std::string record = last(options, "record");
+  if (record == "tables") return print(tableLines());
+  if (record == "results") return print(resultLines());
+  if (!record.empty()) refuse("--record: \"" + record + "\" is neither tables nor results");
   return runAll(checks, options);
 }
 

@@ -185,6 +185,7 @@ Answer Network::answer(std::size_t n, const ShadingContext& context) const {
   float numbers[std::tuple_size_v<Answer>];
   calling.of = now.output.c_str();
   calling.sample = static_cast<int>(n % Samples::kCount);
+  calling.absent = pluginAsked(n).absent();
   const int count = ask(now.texture, now.kind, now.question, context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
@@ -211,9 +212,38 @@ std::string Network::question(std::size_t n) const {
          std::to_string(n % Samples::kCount);
 }
 
+const Instance& Network::pluginAsked(std::size_t n) const {
+  return plugins_[outputs_[questions_[n / Samples::kCount].output].plugin - 1];
+}
+
+void Network::noteInputs(std::size_t n) const {
+  for (const auto& [plugin, info, outputs] : inputs_) {
+    if (&plugin != &pluginAsked(n)) continue;
+    const auto& value = plugin.parameter(info.name).value;
+    std::string line = "input " + std::string(info.name) + ": ";
+    if (info.type == ParameterType::Boolean) {
+      line += text(value.boolean);
+    } else if (info.type == ParameterType::Integer) {
+      line += text(value.integer);
+    } else if (value.iface == nullptr) {
+      line += "not connected";
+    } else {
+      for (int question = Question::Value; question <= asked(n).question; ++question) {
+        float numbers[12];
+        const int count = ask(value.iface, kindOf(info), static_cast<Question>(question),
+                              asked(n).context, numbers);
+        line += std::string(question != Question::Value ? ", " : "") + kQuestionNames[question];
+        for (int i = 0; i < count; ++i) line += ' ' + text(numbers[i]);
+      }
+    }
+    note(line);
+  }
+}
+
 void Network::expectSame(const char* when, std::size_t n, const Answer& got,
                          const Answer& expected) const {
   if (got == expected) return;
+  noteInputs(n);
   const auto different = std::mismatch(got.begin(), got.end(), expected.begin());
   failExpectation(question(n) + ", " + when, text(std::bit_cast<float>(*different.first)),
                   text(std::bit_cast<float>(*different.second)));

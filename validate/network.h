@@ -102,6 +102,7 @@ class Network {
   };
   Asked asked(std::size_t n) const;
   std::string question(std::size_t n) const;
+  void noteInputs(std::size_t n) const;  ///< what they answer the plugin that is asked
   void expectSame(const char* when, std::size_t n, const Answer& got, const Answer& expected) const;
   void expectAnswer(const char* when, std::size_t n, const Answer& expected) const;
   /// To the first questions, of which the answers are known.
@@ -131,6 +132,7 @@ class Network {
   void addPlugin(void* desc);
   void addOutputs(const Instance& plugin);
   void set(const PluginInput& input);
+  const Instance& pluginAsked(std::size_t n) const;
 
   Random random_;
   Samples samples_;
@@ -151,8 +153,9 @@ template <class Round>
 void forSeeds(int times, const Round& round) {
   std::size_t evaluations = 0;
   for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed) {
-    evaluations += round(trial.seed);
+    evaluations += round(trial.useSeed());
   }
+  if (evaluations == 0) skip("no plugin has an output");
   note(std::to_string(evaluations) + " evaluations");
 }
 

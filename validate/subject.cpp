@@ -64,6 +64,7 @@ Registered::~Registered() {
 
 const std::vector<void*>& descriptors() {
   static const auto* const registered = new Registered(enumerate(library()).descs);
+  if (registered->descs.empty()) skip("the library has no plugins");
   return registered->descs;
 }
 
@@ -152,6 +153,12 @@ void Instance::beginRender() const {
 void Instance::beginFrame() const {
   beginRender();
   if (std::exchange(inFrame_, true)) QuorPluginInterface::frameEnd(called(), nullptr);
+  absent_.clear();
+  for (const ParameterInfo& info : parametersOf(desc_)) {
+    const QuorPluginParameter* const input = isTextureInput(info) ? find(info.name) : nullptr;
+    if (input == nullptr || input->value.iface != nullptr) continue;
+    absent_ += (absent_.empty() ? ", no input connected to " : ", ") + std::string(info.name);
+  }
   QuorPluginInterface::frameBegin(called(), nullptr);
 }
 

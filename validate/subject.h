@@ -76,6 +76,9 @@ class Instance {
   void* object() const { return object_.get(); }
   void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
   const std::string& name() const { return name_; }
+  const char* absent() const {
+    return absent_.c_str();
+  }  ///< the inputs of the frame, for `Calling`
   void forget() { static_cast<void>(object_.release()); }  ///< somebody else has deleted it
 
   /// What the plugin answers to a connection or a number.
@@ -99,6 +102,7 @@ class Instance {
   std::unique_ptr<void, Deleter> object_;
   void* part_ = nullptr;
   mutable bool rendering_ = false, inFrame_ = false;
+  mutable std::string absent_;
 
   void* called() const;  ///< its `part`, for a call in its name
 };

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // A whole module, written with nothing but the sdk: one plugin, a clamp.
+#include <utility>
+
 #include "frame/plugin.h"
 
 namespace {
 
 using namespace QUtils;
 
-/// `value`, but not beyond `low` and `high`. Absent inputs count as 0, 0 and 1.
+/// `value`, but not below `low`, and then not above `high`. Absent inputs count as 0, 0 and 1.
 class ClampedTex final : public TextureFloatInterface {
  public:
   TextureFloatInterface* value = nullptr;
@@ -23,17 +25,20 @@ class ClampedTex final : public TextureFloatInterface {
   }
   void getFloatBounds(float& min, float& max) const override {
     float xMin = 0, xMax = 0, loMin = 0, loMax = 0, hiMin = 1, hiMax = 1;
-    if (value != nullptr) value->getFloatBounds(xMin, xMax);
-    if (low != nullptr) low->getFloatBounds(loMin, loMax);
-    if (high != nullptr) high->getFloatBounds(hiMin, hiMax);
-    min = clamped(xMin, loMin, hiMin);
+    askBounds(value, xMin, xMax);
+    askBounds(low, loMin, loMax);
+    askBounds(high, hiMin, hiMax);
+    min = clamped(xMin, loMin, hiMin);  // the result rises with each input
     max = clamped(xMax, loMax, hiMax);
   }
   Vector getGradient(const ShadingContext& sc) const override {
     const float x = ask(value, sc, 0);
     const float lo = ask(low, sc, 0);
     const float hi = ask(high, sc, 1);
-    const TextureFloatInterface* const answer = x < lo ? low : x > hi ? high : value;
+    const bool isRaised = x < lo;
+    const TextureFloatInterface* const answer = (isRaised ? lo : x) > hi ? high
+                                                : isRaised               ? low
+                                                                         : value;
     return answer != nullptr ? answer->getGradient(sc) : Vector{};
   }
 
@@ -41,7 +46,16 @@ class ClampedTex final : public TextureFloatInterface {
   static float ask(const TextureFloatInterface* input, const ShadingContext& sc, float absent) {
     return input != nullptr ? input->getFloat(sc) : absent;
   }
-  static float clamped(float x, float lo, float hi) { return x < lo ? lo : x > hi ? hi : x; }
+  /// The lower bound comes first, also where those of the input turn round.
+  static void askBounds(TextureFloatInterface* input, float& min, float& max) {
+    if (input == nullptr) return;
+    input->getFloatBounds(min, max);
+    if (max < min) std::swap(min, max);
+  }
+  static float clamped(float x, float lo, float hi) {
+    const float raised = x < lo ? lo : x;
+    return raised > hi ? hi : raised;
+  }
 };
 
 class Clamp final : public QuorPlugin {

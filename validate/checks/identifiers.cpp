@@ -18,7 +18,7 @@ std::vector<std::uint64_t> probes() {
                                  EXT_MATERIAL_ID_SOURCE, EXT_OBJECT_SPACE_MAPPING, EXT_RTTEX}) {
     ids.insert(ids.end(), {id, id - 1, id + 1, id | std::uint64_t{1} << 32, id << 32, ~id});
   }
-  std::mt19937_64 random(trial.seed);
+  std::mt19937_64 random(trial.useSeed());
   for (int i = 0; i < 1000; ++i) ids.push_back(random());
   return ids;
 }

@@ -49,7 +49,7 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
         other.beginFrame();
         expect(parameter + ": texture of the other", other.texture(info.name), nullptr);
       } else if (info.type == ParameterType::Integer) {
-        one.set(info.name, ParameterKind::Integer, info.initial + 1);
+        one.set(info.name, ParameterKind::Integer, info.initial ^ 1);
         expect(parameter + ": value of the other", other.parameter(info.name).value.integer,
                info.initial);
       }

@@ -78,7 +78,7 @@ CHECK(
           expectTaken(instance.set(info.name, ParameterKind::Boolean, on), value.boolean, on);
         }
       } else {
-        instance.set(info.name, ParameterKind::Integer, info.initial + 1);
+        instance.set(info.name, ParameterKind::Integer, info.initial ^ 1);
         expectTaken(instance.set(info.name, ParameterKind::Integer, info.initial), value.integer,
                     info.initial);
       }

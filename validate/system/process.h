@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,15 @@ struct Ending {
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
 };
 
+/// How much a process may write; more counts as endless.
+constexpr std::size_t kMostOutput = 64 << 20;
+
 /// The program but for what `main` adds; returns the exit code.
 int run(int argc, char** argv);
+
+/// Executes `body`, which does not return, in a copy of this process, and takes what it writes to
+/// the stream. On Linux alone.
+Ending inCopy(int stream, double seconds, const std::function<void()>& body);
 
 /// Runs this program with other arguments, for so many seconds at most.
 Ending runAgain(const std::vector<std::string>& arguments, double seconds);

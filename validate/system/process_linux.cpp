@@ -6,17 +6,19 @@
 #include <link.h>
 #include <malloc.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstring>
 
 #include "validate/check.h"
+#include "validate/contract.h"
 #include "validate/system/process.h"
 
 namespace validate {
@@ -31,11 +33,16 @@ std::string withFolder(const std::string& path) {
 }  // namespace
 
 void* openModule(const std::string& path, std::string& why) {
+  calling = {"loading"};
   void* module = dlopen(withFolder(path).c_str(), RTLD_NOW | RTLD_LOCAL);
   if (module == nullptr) why = dlerror();
   return module;
 }
-void closeModule(void* module) { dlclose(module); }
+void closeModule(void* module) {
+  calling = {"unloading"};
+  dlclose(module);
+  calling = {};
+}
 void* symbolOf(void* module, const char* name) { return dlsym(module, name); }
 
 bool isMapped(const std::string& path) {
@@ -100,21 +107,31 @@ void setWritable(void* pages, std::size_t size, bool writable) {
   mprotect(pages, size, writable ? PROT_READ | PROT_WRITE : PROT_READ);
 }
 
-// Goes on in a copy of this process: an emulator of another processor could not execute the program
-// anew.
-Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
-  std::vector<char*> argv{const_cast<char*>("samplerinfo-validate")};
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
+namespace {
+
+bool isForking;
+
+/// Before a module's own `fork`.
+void refuseFork() {
+  if (!isForking) failExpectation(called(), "another process", "none");
+}
+
+}  // namespace
+
+Ending inCopy(int stream, double seconds, const std::function<void()>& body) {
   std::fflush(nullptr);  // or the child would write it once more
   int pipe[2];
   if (pipe2(pipe, O_CLOEXEC) != 0) return {"", "no pipe"};
+  const pid_t parent = getpid();
+  isForking = true;
   const pid_t child = fork();
+  isForking = false;
   if (child < 0) return {"", "no process"};
   if (child == 0) {
-    dup2(pipe[1], STDOUT_FILENO);
-    optind = 0;  // for `getopt` to begin anew
-    std::exit(run(static_cast<int>(argv.size()) - 1, argv.data()));
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(1);
+    dup2(pipe[1], stream);
+    body();
   }
   close(pipe[1]);
 
@@ -125,12 +142,20 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   char buffer[4096];
   for (ssize_t length = 1; length > 0;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-    if (left <= 0 || poll(&readable, 1, static_cast<int>(left)) == 0) {
+    const bool isEndless = ending.output.size() > kMostOutput;
+    if (left <= 0 || isEndless) {
       const bool stopping = !ending.failure.empty();
       kill(child, stopping ? SIGKILL : SIGTERM);  // the first one lets it say what it is doing
       if (stopping) break;
-      ending.failure = "still running after " + std::to_string(std::lround(seconds)) + " s";
+      ending.failure =
+          isEndless ? "output without end" : formatted("still running after %.0f s", seconds);
+      if (isEndless) ending.output.clear();
       end = Clock::now() + std::chrono::seconds(1);
+    }
+    siginfo_t ended{};
+    waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT);
+    if (poll(&readable, 1, 100) == 0) {
+      if (ended.si_pid != 0) break;  // though another process may have the pipe open
       continue;
     }
     length = read(pipe[0], buffer, sizeof buffer);
@@ -147,6 +172,23 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
     ending.failure = "exit code " + std::to_string(WEXITSTATUS(status));
   }
   return ending;
+}
+
+// Goes on in a copy of this process: an emulator of another processor could not execute the program
+// anew.
+Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
+  std::vector<char*> argv{const_cast<char*>("samplerinfo-validate")};
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  return inCopy(STDOUT_FILENO, seconds, [&] {
+    pthread_atfork(refuseFork, nullptr, nullptr);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 1 << 20);
+    pthread_setattr_default_np(&attributes);
+    optind = 0;  // for `getopt` to begin anew
+    std::exit(run(static_cast<int>(argv.size()) - 1, argv.data()));
+  });
 }
 
 }  // namespace validate

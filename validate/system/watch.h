@@ -40,7 +40,7 @@ void silenceDebugOutput();
 /// loader's own is refused.
 struct RefusedLoad {
   Asker refused = Asker::Nobody;
-  std::string ending;  ///< "signal 6", "exit code 3"; empty if it went on
+  std::string ending;  ///< as of an `Ending`; empty if it went on
   std::string debugOutput;
 };
 RefusedLoad loadRefusing(int refuse);

@@ -8,7 +8,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -132,7 +131,6 @@ std::vector<Block> variablesAround(const void* address) {
 void silenceDebugOutput() { dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO); }
 
 RefusedLoad loadRefusing(int refuse) {
-  constexpr int kTimeLimit = 20;
   // The child tells what happened even if it dies.
   struct Progress {
     Asker refused;
@@ -140,16 +138,11 @@ RefusedLoad loadRefusing(int refuse) {
   };
   auto* const progress = static_cast<Progress*>(
       mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-  int output[2];
-  if (progress == MAP_FAILED || pipe2(output, O_CLOEXEC) != 0) fail("no memory or no pipe");
-  const pid_t child = fork();
-  if (child < 0) fail("no process");
-  if (child == 0) {
+  if (progress == MAP_FAILED) fail("no memory");
+  const Ending ending = inCopy(STDERR_FILENO, 20, [&] {
     std::set_terminate(std::abort);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
-    alarm(kTimeLimit);
-    dup2(output[1], STDERR_FILENO);
     refused = &progress->refused;
     watch(refuse);
     []() noexcept {  // a loader handles no exceptions
@@ -158,22 +151,9 @@ RefusedLoad loadRefusing(int refuse) {
     }();
     progress->wentOn = true;
     _exit(0);
-  }
-  close(output[1]);
-  RefusedLoad load;
-  char buffer[512];
-  for (ssize_t length; (length = read(output[0], buffer, sizeof buffer)) > 0;) {
-    load.debugOutput.append(buffer, static_cast<std::size_t>(length));
-  }
-  close(output[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WIFSIGNALED(status)) {
-    load.ending = "signal " + std::to_string(WTERMSIG(status));
-  } else if (!progress->wentOn) {
-    load.ending = "exit code " + std::to_string(WEXITSTATUS(status));
-  }
-  load.refused = progress->refused;
+  });
+  RefusedLoad load{progress->refused, ending.failure, ending.output};
+  if (ending.failure.empty() && !progress->wentOn) load.ending = "exit code 0";
   munmap(progress, sizeof(Progress));
   return load;
 }
