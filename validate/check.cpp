@@ -16,6 +16,7 @@ namespace validate {
 
 Check* firstCheck = nullptr;
 Trial trial;
+std::FILE* reports = stdout;
 
 Check::Check(const char* dottedName, const char* whatMustHold, void (*body)())
     : name(dottedName), sentence(whatMustHold), run(body) {
@@ -36,8 +37,8 @@ void report(const char* what, const std::string& line) {
       printable += formatted("\\x%02X", static_cast<unsigned char>(c));
     }
   }
-  std::printf("\n#%s %s\n", what, printable.c_str());
-  std::fflush(stdout);
+  std::fprintf(reports, "\n#%s %s\n", what, printable.c_str());
+  std::fflush(reports);
 }
 
 }  // namespace

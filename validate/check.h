@@ -67,6 +67,9 @@ const char* seedText();
 [[noreturn]] void fail(const std::string& line);
 [[noreturn]] void skip(const std::string& reason);
 
+/// Where the report goes; the standard output, unless that is watched.
+extern std::FILE* reports;
+
 /// A line for the report, whatever comes out.
 void note(const std::string& line);
 

@@ -117,7 +117,7 @@ void printCalled() {
   char lines[320];
   const int length =
       std::snprintf(lines, sizeof lines, "\n#called %s\n#seed%s\n", called(), seedText());
-  if (write(STDOUT_FILENO, lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
+  if (write(fileno(reports), lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
 }
 
 // The signal comes again after this and ends the process.
@@ -147,7 +147,7 @@ void reportSignal(int signal) {
 
 /// Ends a process that has tried everything.
 int pass() {
-  std::puts("\n#passed");
+  std::fputs("\n#passed\n", reports);
   calling = {"unloading"};
   return 0;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,8 @@ const char* whyNotWatched();
 enum class Asker { Nobody, Module, Other };
 struct Watched {
   int allocations = 0, locks = 0;
-  int left = 0;  ///< blocks allocated meanwhile and not given back
+  int left = 0;     ///< blocks allocated meanwhile and not given back
+  int printed = 0;  ///< bytes, once `takeStreams` has been called
   Asker refused = Asker::Nobody;
 };
 
@@ -27,14 +29,21 @@ Asker refusedSoFar();
 struct Block {
   const unsigned char* first = nullptr;
   std::size_t size = 0;
+
+  bool holds(const void* address) const { return address >= first && address < first + size; }
 };
 /// The blocks allocated when last watched and not given back meanwhile.
 std::vector<Block> blocksLeft();
 /// The module's own variables: where it can write among what holds this address.
 std::vector<Block> variablesAround(const void* address);
 
-/// The report is not the place for the module's debug output.
-void silenceDebugOutput();
+/// Takes the standard streams away; the report goes on to where they went.
+void takeStreams();
+
+/// The next write to one of these blocks is told, with its address. An allocation ends the watch,
+/// as the heap lies between them.
+void guard(const std::vector<Block>& blocks, std::function<void(const unsigned char*)> whenWritten);
+void endGuard();
 
 /// Loads the module in a process of its own, where the n-th request for memory that is not the
 /// loader's own is refused.

@@ -15,7 +15,10 @@ Watched stopWatching() { return {}; }
 Asker refusedSoFar() { return Asker::Nobody; }
 std::vector<Block> blocksLeft() { return {}; }
 std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
-void silenceDebugOutput() {}
+void takeStreams() {}
+void guard(const std::vector<Block>& /*blocks*/,
+           std::function<void(const unsigned char*)> /*whenWritten*/) {}
+void endGuard() {}
 RefusedLoad loadRefusing(int /*refuse*/) { return {}; }
 
 }  // namespace validate

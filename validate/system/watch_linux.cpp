@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <utility>
 
 #include "validate/check.h"
 #include "validate/system/process.h"
@@ -42,6 +43,32 @@ bool isFileOfModule(const char* path) {
          one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
+std::vector<Block> guarded;  ///< whole pages
+std::function<void(const unsigned char*)> tellWritten;
+bool guarding;
+
+int streams = -1;
+int printedBefore;
+int position() {
+  if (streams < 0) return 0;
+  std::fflush(nullptr);
+  return static_cast<int>(lseek(streams, 0, SEEK_CUR));
+}
+
+void protect(int protection) {
+  for (const Block& pages : guarded) {
+    mprotect(const_cast<unsigned char*>(pages.first), pages.size, protection);
+  }
+  guarding = protection == PROT_READ;
+}
+
+struct sigaction beforeGuard;
+// A fault of another kind comes again after this.
+void onFault(int /*signal*/, siginfo_t* info, void* /*context*/) {
+  endGuard();
+  tellWritten(static_cast<const unsigned char*>(info->si_addr));
+}
+
 void* remember(void* block) {
   if (block != nullptr && blockCount < std::size(blocks)) {
     blocks[blockCount++] = {static_cast<unsigned char*>(block), malloc_usable_size(block)};
@@ -50,6 +77,7 @@ void* remember(void* block) {
   return block;
 }
 void forget(const void* block) {
+  if (guarding) endGuard();
   if (!watching) return;
   for (std::size_t i = blockCount; i-- != 0;) {
     if (blocks[i].first != block) continue;
@@ -62,6 +90,7 @@ void forget(const void* block) {
 /// What a request comes to, made by the function that a call returns to. The loader's are its own.
 template <class Request>
 void* answerTo(const void* caller, const Request& request) {
+  if (guarding) endGuard();
   if (!watching) return request();
   Dl_info asker{};
   dladdr(caller, &asker);
@@ -84,12 +113,14 @@ const char* whyNotWatched() { return nullptr; }
 
 void watch(int refuse) {
   watched = {};
+  printedBefore = position();
   blockCount = 0;
   refuseAt = refuse;
   watching = true;
 }
 Watched stopWatching() {
   watching = false;
+  watched.printed = position() - printedBefore;
   return watched;
 }
 Asker refusedSoFar() { return watched.refused; }
@@ -128,7 +159,32 @@ std::vector<Block> variablesAround(const void* address) {
   return search.found;
 }
 
-void silenceDebugOutput() { dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO); }
+void takeStreams() {
+  reports = fdopen(dup(STDOUT_FILENO), "w");
+  streams = memfd_create("streams", MFD_CLOEXEC);
+  for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) dup2(streams, stream);
+}
+
+void guard(const std::vector<Block>& blocks,
+           std::function<void(const unsigned char*)> whenWritten) {
+  static const auto page = static_cast<std::uintptr_t>(getpagesize());
+  guarded.clear();
+  for (const Block& block : blocks) {
+    const std::uintptr_t before = reinterpret_cast<std::uintptr_t>(block.first) % page;
+    guarded.push_back({block.first - before, before + block.size});
+  }
+  tellWritten = std::move(whenWritten);
+  struct sigaction action {};
+  action.sa_sigaction = onFault;
+  action.sa_flags = SA_SIGINFO;
+  sigaction(SIGSEGV, &action, &beforeGuard);
+  protect(PROT_READ);
+}
+
+void endGuard() {
+  sigaction(SIGSEGV, &beforeGuard, nullptr);
+  protect(PROT_READ | PROT_WRITE);
+}
 
 RefusedLoad loadRefusing(int refuse) {
   // The child tells what happened even if it dies.
