@@ -216,56 +216,22 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
-/// Written aside, so that there is a whole file or none.
-class JUnit {
- public:
-  explicit JUnit(std::string path) : path_(std::move(path)) {
-    if (path_.empty()) return;
-    file_.open(aside());
-    expectWritten();
+/// As JUnit's XML has it.
+std::string caseOf(const std::string& name, const Outcome& outcome) {
+  std::ostringstream xml;
+  xml << "  <testcase classname=\"" << name.substr(0, name.find('.')) << "\" name=\"" << name
+      << "\" time=\"" << outcome.seconds << "\">";
+  if (!outcome.failure.empty()) {
+    xml << "<failure message=\"" << escaped(outcome.failure) << "\"/>";
+  } else if (!outcome.skipped.empty()) {
+    xml << "<skipped message=\"" << escaped(outcome.skipped) << "\"/>";
   }
-
-  void add(const Check& check, const Outcome& outcome) {
-    const std::string name = check.name, group = name.substr(0, name.find('.'));
-    cases_ << "  <testcase classname=\"" << group << "\" name=\"" << name << "\" time=\""
-           << outcome.seconds << "\">";
-    if (!outcome.failure.empty()) {
-      cases_ << "<failure message=\"" << escaped(outcome.failure) << "\"/>";
-    } else if (!outcome.skipped.empty()) {
-      cases_ << "<skipped message=\"" << escaped(outcome.skipped) << "\"/>";
-    }
-    if (!outcome.notes.empty()) {
-      cases_ << "<system-out>";
-      for (const std::string& line : outcome.notes) cases_ << escaped(line) << '\n';
-      cases_ << "</system-out>";
-    }
-    cases_ << "</testcase>\n";
-  }
-
-  void finish(int tests, int failures, int skipped) {
-    if (path_.empty()) return;
-    file_ << R"(<?xml version="1.0" encoding="UTF-8"?>)"
-             "\n"
-          << R"(<testsuite name="samplerinfo-validate" tests=")" << tests << R"(" failures=")"
-          << failures << R"(" errors="0" skipped=")" << skipped << "\">\n"
-          << cases_.str() << "</testsuite>\n";
-    file_.close();
-    expectWritten();
-    std::error_code error;
-    std::filesystem::rename(aside(), path_, error);
-    if (error) refuse(path_ + ": cannot be written");
-  }
-
- private:
-  std::string aside() const { return path_ + ".part"; }
-  void expectWritten() const {
-    if (!file_) refuse(path_ + ": cannot be written");
-  }
-
-  std::string path_;
-  std::ofstream file_;
-  std::ostringstream cases_;
-};
+  if (!outcome.notes.empty()) xml << "<system-out>";
+  for (const std::string& line : outcome.notes) xml << escaped(line) << '\n';
+  if (!outcome.notes.empty()) xml << "</system-out>";
+  xml << "</testcase>\n";
+  return xml.str();
+}
 
 /// By its name, or that of its group.
 bool chosen(const Check* check, const std::string& pattern) {
@@ -293,7 +259,11 @@ int runAll(std::vector<const Check*> checks, Options& options) {
   }
 
   int failed = 0, skipped = 0;
-  JUnit junit(last(options, "junit"));
+  const std::string report = last(options, "junit"), aside = report + ".part";
+  std::ofstream xml;
+  if (!report.empty()) xml.open(aside);  // so that there is a whole report or none
+  if (!xml) refuse(report + ": cannot be written");
+  std::string cases;
   for (const Check* check : checks) {
     const Outcome outcome = inChild(check->name);
     const bool fails = !outcome.failure.empty(), skips = !fails && !outcome.skipped.empty();
@@ -307,13 +277,22 @@ int runAll(std::vector<const Check*> checks, Options& options) {
                 check->name, why.empty() ? "" : ": ", why.c_str());
     for (const std::string& line : outcome.notes) std::printf("            %s\n", line.c_str());
     std::fflush(stdout);
-    junit.add(*check, outcome);
+    cases += caseOf(check->name, outcome);
   }
   const int count = static_cast<int>(checks.size());
   std::printf("%d check%s: %d passed, %d failed, %d skipped\n", count, count == 1 ? "" : "s",
               count - failed - skipped, failed, skipped);
-  junit.finish(count, failed, skipped);
-  return failed != 0;
+  if (report.empty()) return failed != 0;
+  xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"samplerinfo-validate\" "
+         "tests=\""
+      << count << "\" failures=\"" << failed << "\" errors=\"0\" skipped=\"" << skipped << "\">\n"
+      << cases << "</testsuite>\n";
+  xml.close();
+  std::error_code error;
+  if (xml) std::filesystem::rename(aside, report, error);
+  if (xml && !error) return failed != 0;
+  unlink(aside.c_str());
+  refuse(report + ": cannot be written");
 }
 
 int print(const std::vector<std::string>& lines) {

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <chrono>
+#include <iterator>
+#include <thread>
 
 #include "validate/host.h"
 #include "validate/subject.h"
@@ -82,6 +85,31 @@ CHECK(loading, rounds,
   } else if (growth >= kRounds) {
     fail("heap after the rounds: got " + text(growth) + " bytes more, expected the same");
   }
+}
+
+/// Fails unless a module that was used and unloaded has left that as it was.
+void expectLeft(std::set<std::string> (*state)(), const std::set<std::string>& before) {
+  std::vector<std::string> changes;
+  for (int tries = 0; tries < 100; ++tries) {  // a thread takes a moment to go
+    changes.clear();
+    std::ranges::set_symmetric_difference(before, state(), std::back_inserter(changes));
+    if (changes.empty()) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  failExpectation("used and unloaded: new or gone", changes.back(), "nothing");
+}
+
+// What a library that stays has taken once is nobody's fault.
+CHECK(loading, left_behind,
+      "using and unloading the module leaves no open file, mapping, thread, timer or handler, and "
+      "the working folder, locale and environment as they were") {
+  const std::set<std::string> before = settings();
+  if (before.empty()) skip("what a process has is known on Linux alone");
+  useOnce();
+  expectLeft(settings, before);
+  const std::set<std::string> taken = possessions();
+  useOnce();
+  expectLeft(possessions, taken);
 }
 
 }  // namespace

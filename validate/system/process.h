@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,14 +24,17 @@ std::size_t heapInUse();
 /// Whether whole pages of memory can be written.
 void setWritable(void* pages, std::size_t size, bool writable);
 
+/// What a module may forget to put back or to give up: how this process is set, and what it has.
+/// Empty where nobody can tell.
+std::set<std::string> settings();
+std::set<std::string> possessions();
+
 /// How a process came to its end, and what it wrote on its standard output.
 struct Ending {
   std::string output;
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
 };
 
-/// How much a process may write; more counts as endless.
-constexpr std::size_t kMostOutput = 64 << 20;
 
 /// The program but for what `main` adds; returns the exit code.
 int run(int argc, char** argv);

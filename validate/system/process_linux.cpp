@@ -9,13 +9,18 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <clocale>
 #include <csignal>
 #include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
 
 #include "validate/check.h"
 #include "validate/contract.h"
@@ -107,6 +112,51 @@ void setWritable(void* pages, std::size_t size, bool writable) {
   mprotect(pages, size, writable ? PROT_READ | PROT_WRITE : PROT_READ);
 }
 
+std::set<std::string> settings() {
+  std::error_code error;
+  std::set<std::string> lines{
+      "working folder " + std::filesystem::current_path(error).string(),
+      std::string("locale ") + std::setlocale(LC_ALL, nullptr),
+      "terminate handler " + text(reinterpret_cast<const void*>(std::get_terminate()))};
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    lines.insert(std::string("environment ") + *variable);
+  }
+  for (int signal = 1; signal < NSIG; ++signal) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    const auto* const handler = reinterpret_cast<const void*>(action.sa_handler);
+    lines.insert("handler of signal " + text(signal) + ' ' + text(handler));
+  }
+  itimerval timer{};
+  getitimer(ITIMER_REAL, &timer);
+  lines.insert(timerisset(&timer.it_value) ? "alarm set" : "alarm not set");
+  return lines;
+}
+
+std::set<std::string> possessions() {
+  std::set<std::string> lines;
+  std::error_code error;
+  for (const std::string what : {"fd", "task"}) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/" + what, error)) {
+      const std::string file = std::filesystem::read_symlink(entry, error).string();
+      if (file.starts_with("/proc/")) continue;  // this loop's own
+      lines.insert(what + ' ' + entry.path().filename().string() + ' ' + file);
+    }
+  }
+  std::ifstream timers("/proc/self/timers"), memory("/proc/self/statm");
+  for (std::string line; std::getline(timers, line);) {
+    if (line.starts_with("ID")) lines.insert("timer " + line);
+  }
+  std::uint64_t pages = 0;
+  memory >> pages;
+  static const auto* const heap = static_cast<const char*>(sbrk(0));  // which may grow
+  const auto grown = static_cast<std::uint64_t>(static_cast<const char*>(sbrk(0)) - heap);
+  if (!kSanitized) {
+    lines.insert("mapped " + text(pages * static_cast<std::uint64_t>(getpagesize()) - grown));
+  }
+  return lines;
+}
+
 namespace {
 
 bool isForking;
@@ -142,7 +192,7 @@ Ending inCopy(int stream, double seconds, const std::function<void()>& body) {
   char buffer[4096];
   for (ssize_t length = 1; length > 0;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-    const bool isEndless = ending.output.size() > kMostOutput;
+    const bool isEndless = ending.output.size() > 64 << 20;
     if (left <= 0 || isEndless) {
       const bool stopping = !ending.failure.empty();
       kill(child, stopping ? SIGKILL : SIGTERM);  // the first one lets it say what it is doing
