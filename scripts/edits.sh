@@ -7,8 +7,9 @@
 #   -several lines as they stand in the file, right after the sign
 #   + what replaces it; an empty line takes it out
 #   WORD: a remark
+#   flags: options to compile all other files with
 
-titles=() files=() olds=() news=() remarks=()
+titles=() files=() olds=() news=() remarks=() flags=()
 
 # Adds a line to a text of the last edit. The first one may stand anywhere in a line of the file, the others begin
 # as the file has them.
@@ -32,8 +33,9 @@ read_list() {
       '-'*) add_line olds "${line#-}" ;;
       '+'*) add_line news "${line#+}" ;;
       "$word: "*) remarks[last]=${line#*: } ;;
+      'flags: '*) flags[last]=${line#*: } ;;
       *': '*)
-        titles+=("$line") files+=("${line%%: *}") olds+=('') news+=('') remarks+=('')
+        titles+=("$line") files+=("${line%%: *}") olds+=('') news+=('') remarks+=('') flags+=('')
         last=$((${#titles[@]} - 1))
         ;;
       *) fail "$list:$number: neither \"FILE: NAME\" nor a line of an edit" ;;

@@ -120,12 +120,13 @@ void printCalled() {
   if (write(fileno(reports), lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
 }
 
-// The signal comes again after this and ends the process.
+// The signal comes again after this and ends the process: on Windows the instruction that failed is
+// executed once more.
 void reportSignal(int signal) {
   std::signal(signal, SIG_DFL);
   printCalled();
   if (signal == SIGTERM) std::_Exit(1);
-  std::raise(signal);
+  if (!kMicrosoft) std::raise(signal);
 }
 
 // Comes before the stack is unwound, which would call the module.

@@ -14,5 +14,5 @@ for i in "${!titles[@]}"; do
   apply "$i" "$folder/edited"
   cmp -s "$folder/edited" "$file" || cp "$folder/edited" "$file"
   find "$folder/$i" -type f ! -path "$file" -delete
-  printf 'add_mutant(%s %s %s [==[%s]==])\n' "$i" "${files[i]}" "${remarks[i]%%: *}" "${remarks[i]#*: }"
+  printf 'add_mutant(%s %s %s [==[%s]==] %s)\n' "$i" "${files[i]}" "${remarks[i]%%: *}" "${remarks[i]#*: }" "${flags[i]}"
 done >"$folder/mutants.cmake"

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "validate/checks/added_interface.h"
+#include "validate/checks/throwing.h"
 #include "validate/network.h"
 #include "validate/samplerinfo/records.h"
 #include "validate/system/process.h"
@@ -332,6 +333,23 @@ CHECK(samplerinfo, thread_notifications,
   const std::int32_t plugins = PluginLibDesc::enumPluginDescs(library(), nullptr);
   expect("calls of DisableThreadLibraryCalls", atDisabling.calls, 1);
   expect("descriptors at that time", atDisabling.plugins, plugins);
+}
+
+CHECK(
+    samplerinfo, throwing_library,
+    "a host's library that throws while a plugin is made has its exception passed on, and nothing "
+    "is lost") {
+  const std::vector<void*>& descs = descriptors();
+  constexpr char kName[] =
+      "?newParameterList@QuorParameterListDesc@QUtils@@QAEPAVQuorParameterList@2@XZ";
+  divert(symbolOf(GetModuleHandleA("quor.dll"), kName), reinterpret_cast<void*>(&throwHostFailure));
+  for (void* desc : descs) {
+    const std::string asked = nameOf(desc) + ".newPlugin: ";
+    const std::size_t before = heapInUse();
+    const bool thrown = throws([desc] { PluginDesc::newPlugin(desc, nullptr); });
+    expect(asked + "the exception comes back", thrown, true);
+    expect(asked + "the heap is as before", heapInUse() == before, true);
+  }
 }
 
 std::vector<void*> destroyed;

@@ -2,67 +2,37 @@
 #include <malloc.h>
 #include <windows.h>
 
-#include <csetjmp>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "validate/check.h"
-#include "validate/contract.h"
+#include "validate/checks/throwing.h"
 #include "validate/subject.h"
+#include "validate/system/process.h"
 
 namespace validate {
 
 namespace {
 
-// A debugger is told of debug output, and everybody of C++ exceptions, by system exceptions; a
-// handler of them all looks on.
-constexpr DWORD kCppException = 0xE06D7363, kDebugPrint = 0x40010006;
-
 constexpr int kRefusedSize = 64 << 20;
 
 char* hugeName;
 char debugText[512];
-std::jmp_buf afterThrow;
-ULONG_PTR thrown[3];  // a mark, the address of the thrown object, its ThrowInfo
-const char* thrownText;
 
-LONG CALLBACK lookOn(EXCEPTION_POINTERS* pointers) {
+// A debugger is told of debug output by an exception of the system.
+LONG CALLBACK readDebugText(EXCEPTION_POINTERS* pointers) {
+  constexpr DWORD kDebugPrint = 0x40010006;
   const EXCEPTION_RECORD* record = pointers->ExceptionRecord;
   if (record->ExceptionCode == kDebugPrint) {
     const auto* text = reinterpret_cast<const char*>(record->ExceptionInformation[1]);
     std::strncat(debugText, text, sizeof debugText - 1 - std::strlen(debugText));
   }
-  if (record->ExceptionCode != kCppException) return EXCEPTION_CONTINUE_SEARCH;
-  std::memcpy(thrown, record->ExceptionInformation, sizeof thrown);
-  thrownText = *reinterpret_cast<const char**>(thrown[1]);  // lies on the stack that is left now
-  std::longjmp(afterThrow, 1);
-}
-
-// What was thrown, as Microsoft's runtime says it on 32-bit x86: attributes, two functions, and a
-// list of types that catch it. Of each it has the properties and a descriptor, where the name comes
-// after two pointers.
-void expectThrownText() {
-  void** const info = reinterpret_cast<void**>(thrown[2]);
-  void** const types = words(info[3]);
-  const auto nameOf = [types](int type) {
-    return reinterpret_cast<const char*>(&words(words(types[type])[1])[2]);
-  };
-  expect("the mark of what is thrown", static_cast<std::uint32_t>(thrown[0]), 0x19930520U);
-  expect("what is thrown is not const", info[0], nullptr);
-  expect("types that catch it",
-         static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(types[0])), 2U);
-  expect("the first type that catches it", nameOf(1), ".PAD");   // char*
-  expect("the second type that catches it", nameOf(2), ".PAX");  // void*
+  return EXCEPTION_CONTINUE_SEARCH;
 }
 
 const char* messageOfRefusedName(void* plugin) {
   debugText[0] = '\0';
-  if (setjmp(afterThrow) == 0) {
-    Plugin::setPluginName(plugin, hugeName);
-    return nullptr;
-  }
-  expectThrownText();
-  return thrownText;
+  return thrownText([plugin] { Plugin::setPluginName(plugin, hugeName); });
 }
 
 /// Leaves no room for another copy of a huge name.
@@ -73,7 +43,7 @@ void fillMemory() {
   std::memset(hugeName, 'x', kRefusedSize - 1);
   while (VirtualAlloc(nullptr, kLargestHole, MEM_RESERVE, PAGE_NOACCESS) != nullptr) {
   }
-  AddVectoredExceptionHandler(1, lookOn);
+  AddVectoredExceptionHandler(1, readDebugText);
 }
 
 void expectRefusal(void* plugin) {
@@ -118,9 +88,41 @@ void expectRefusalInDamagedHeap(void* plugin) {
   expect("message while the heap is damaged", message, " Heap is reported damaged.\n");
 }
 
+bool refusing;
+void* mallocUnlessRefused(std::size_t size) { return refusing ? nullptr : std::malloc(size); }
+
+/// Has the module call that for `malloc`.
+void takeMalloc() {
+  MEMORY_BASIC_INFORMATION module;
+  VirtualQuery(library(), &module, sizeof module);
+  char* const base = static_cast<char*>(module.AllocationBase);
+  const auto* header = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+      base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto& table = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
+  void** const first = reinterpret_cast<void**>(base + table.VirtualAddress);
+  void** const last = first + table.Size / sizeof *first;
+  void** const found = std::find(first, last, symbolOf(GetModuleHandleA("msvcrt"), "malloc"));
+  if (found == last) skip("the module does not allocate in msvcrt.dll");
+  DWORD protection;
+  VirtualProtect(found, sizeof *found, PAGE_READWRITE, &protection);
+  *found = reinterpret_cast<void*>(&mallocUnlessRefused);
+}
+
+void expectRefusedPlugin(void* desc) {
+  const std::string asked = nameOf(desc) + ".newPlugin with no memory: ";
+  const std::size_t before = heapInUse();
+  refusing = true;
+  const bool thrown = thrownText([desc] { PluginDesc::newPlugin(desc, nullptr); }) != nullptr;
+  refusing = false;
+  expect(asked + "throws a text", thrown, true);
+  expect(asked + "the heap is as before", heapInUse() == before, true);
+}
+
 CHECK(samplerinfo, refusal,
       "without memory a message with the figures of the heap is thrown, and debug output written; "
-      "then all goes on") {
+      "nothing is lost, and all goes on") {
+  takeMalloc();
+  for (void* desc : descriptors()) expectRefusedPlugin(desc);
   const Instance instance(descriptor("TexFloatOp"));
   fillMemory();
   expectRefusal(instance.object());

@@ -35,7 +35,6 @@ struct Ending {
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
 };
 
-
 /// The program but for what `main` adds; returns the exit code.
 int run(int argc, char** argv);
 
