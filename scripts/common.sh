@@ -19,12 +19,14 @@ version() { sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' CMakeLists.txt; }
 
 # step NAME COMMAND...: runs the command, saying what and how long; names the step if it fails.
 step() {
-  local name=$1 start=$SECONDS status=0
+  local name=$1 start=$SECONDS status=0 why
   shift
   echo "==> $name"
   "$@" || status=$?
   if ((status != 0)); then
-    echo "==> FAILED: $name (exit code $status after $((SECONDS - start)) s)" >&2
+    why="exit code $status"
+    ((status != 124)) || why="time limit"
+    echo "==> FAILED: $name ($why after $((SECONDS - start)) s)" >&2
     exit "$status"
   fi
   echo "==> $name: done in $((SECONDS - start)) s"

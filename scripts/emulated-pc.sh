@@ -9,7 +9,7 @@ set -euo pipefail
 
 folder=$PWD/build/emulated-pc
 unpacked=$folder/unpacked
-seconds=360 # for the command
+seconds=1080 # for the command
 
 # The kernel, and a first file system from which it mounts this system's.
 make_kernel() {
@@ -74,7 +74,7 @@ timeout --foreground -k 10 "$seconds" qemu-system-x86_64 -nodefaults -display no
   -virtfs "local,path=$folder,mount_tag=folder,security_model=none" </dev/null || code=$?
 if [[ ! -s $folder/status ]]; then
   why="ended by itself, with exit code $code, before the command did"
-  ((code != 124 && code != 137)) || why="did not end the command within $seconds s"
+  ((code != 124 && code != 137)) || why="did not end the command within its time limit, $seconds s"
   fail "the emulated PC $why; see build/emulated-pc/console.log"
 fi
 exit "$(<"$folder/status")"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: scripts/test-wine.sh
+# usage: scripts/test-wine.sh [CTEST-OPTION...]
 # The part of scripts/test-windows.sh that executes 32-bit programs: runs the tests of the two builds
-# under Wine.
+# under Wine, or those that the options choose, such as -R validate.abi.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -30,10 +30,12 @@ start_wine() {
 make_prefix
 trap 'timeout 30 wineserver --kill || true' EXIT
 step "Wine" start_wine
-step "test windows-x86" timeout 300 \
-  ctest --preset windows-x86 --label-regex emulated --parallel "$(nproc)"
-step "the example with the sdk" timeout 300 \
-  wine build/windows-x86-mingw/samplerinfo-validate.exe build/windows-x86/Clamp.dll --only 'abi.*'
-step "test windows-x86-mingw" timeout 300 ctest --preset windows-x86-mingw --parallel "$(nproc)"
+step "test windows-x86" timeout 900 \
+  ctest --preset windows-x86 --label-regex emulated --parallel "$(nproc)" ${1:+--no-tests=ignore} "$@"
+step "test windows-x86-mingw" timeout 900 \
+  ctest --preset windows-x86-mingw --parallel "$(nproc)" ${1:+--no-tests=ignore} "$@"
+(($# == 0)) || exit 0
+step "the example with the sdk" timeout 900 \
+  wine build/windows-x86-mingw/samplerinfo-validate.exe build/windows-x86/Clamp.dll --only abi
 echo "Executed under $(timeout 30 wine --version): the validator on the library with Microsoft's layout and on broken"
 echo "modules, and the unit tests on the MinGW build."

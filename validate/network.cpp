@@ -287,9 +287,10 @@ std::set<const ParameterInfo*> watchInputs(
 
 bool isTimeUp() {
   using Clock = std::chrono::steady_clock;
+  constexpr double kMost = kMicrosoft ? 8 : 20;
   static const Clock::time_point end =
       Clock::now() + std::chrono::round<Clock::duration>(
-                         std::chrono::duration<double>(trial.seconds > 0 ? trial.seconds : 20));
+                         std::chrono::duration<double>(trial.seconds > 0 ? trial.seconds : kMost));
   return Clock::now() >= end;
 }
 

@@ -143,8 +143,8 @@ class Network {
   std::vector<AskedOutput> questions_;
 };
 
-/// Whether a check has evaluated for long enough: `--seconds`, or 20 s if modules or machines are
-/// slow.
+/// Whether a check has evaluated for long enough: `--seconds`, or 20 s, on Windows 8 s, if modules
+/// or machines are slow.
 bool isTimeUp();
 
 /// Calls `round` with one seed after the other, so many times, or for `--seconds`, and notes how
