@@ -191,7 +191,7 @@ CHECK(abi, stack,
   });
 }
 
-/// What a host asks of every interface, but for evaluations.
+/// What a host asks of every interface, except evaluations.
 void askInterface(void* part) {
   CALL(PluginInterface::getInterfaceName, part);
   CALL(PluginInterface::getPlugin, part);
@@ -213,7 +213,7 @@ void askObject(void* object) {
   }
 }
 
-/// What a host asks of a descriptor and a plugin, but for evaluations.
+/// What a host asks of a descriptor and a plugin, except evaluations.
 void live(void* desc) {
   void* const* host = hostTable.slots;
   askObject(desc);
@@ -376,7 +376,8 @@ CHECK(samplerinfo, unloading,
 // ---- Arithmetic ----
 
 CHECK(samplerinfo, x87,
-      "every output answers as recorded with the x87 at 53 bits, and at 24 bits, too, but for what "
+      "every output answers as recorded with the x87 at 53 bits, and at 24 bits, too, except for "
+      "what "
       "the C runtime computes") {
   _controlfp(_PC_53, _MCW_PC);
   const std::vector<std::string> lines = resultLines();

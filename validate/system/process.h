@@ -35,7 +35,7 @@ struct Ending {
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0
 };
 
-/// The program but for what `main` adds; returns the exit code.
+/// The program without what `main` adds; returns the exit code.
 int run(int argc, char** argv);
 
 /// Executes `body`, which does not return, in a copy of this process, and takes what it writes to
