@@ -284,9 +284,10 @@ int runAll(std::vector<const Check*> checks, Options& options) {
   std::printf("%d check%s: %d passed, %d failed, %d skipped\n", count, count == 1 ? "" : "s",
               count - failed - skipped, failed, skipped);
   if (report.empty()) return failed != 0;
-  xml << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"samplerinfo-validate\" "
-         "tests=\""
-      << count << "\" failures=\"" << failed << "\" errors=\"0\" skipped=\"" << skipped << "\">\n"
+  xml << R"(<?xml version="1.0" encoding="UTF-8"?>)"
+      << "\n"
+      << R"(<testsuite name="samplerinfo-validate" tests=")" << count << R"(" failures=")" << failed
+      << R"(" errors="0" skipped=")" << skipped << "\">\n"
       << cases << "</testsuite>\n";
   xml.close();
   std::error_code error;
@@ -335,8 +336,9 @@ int run(int argc, char** argv) {
   if (options.contains("debug")) {
     const std::string name = last(options, "debug");
     const auto check = std::ranges::find(checks, name, &Check::name);
-    if (check == checks.end())
+    if (check == checks.end()) {
       refuse("--debug: no check is \"" + name + "\"; --list shows their names");
+    }
     (*check)->run();
     return pass();
   }

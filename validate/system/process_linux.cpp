@@ -140,7 +140,8 @@ std::set<std::string> possessions() {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/" + what, error)) {
       const std::string file = std::filesystem::read_symlink(entry, error).string();
       if (file.starts_with("/proc/")) continue;  // this loop's own
-      lines.insert(what + ' ' + entry.path().filename().string() + ' ' + file);
+      std::string line = what + ' ';
+      lines.insert(line.append(entry.path().filename().string()).append(" ").append(file));
     }
   }
   std::ifstream timers("/proc/self/timers"), memory("/proc/self/statm");

@@ -42,7 +42,7 @@ void takeStreams();
 
 /// The next write to one of these blocks is told, with its address. An allocation ends the watch,
 /// as the heap lies between them.
-void guard(const std::vector<Block>& blocks, std::function<void(const unsigned char*)> whenWritten);
+void guard(const std::vector<Block>& all, std::function<void(const unsigned char*)> whenWritten);
 void endGuard();
 
 /// Loads the module in a process of its own, where the n-th request for memory that is not the

@@ -16,7 +16,7 @@ Asker refusedSoFar() { return Asker::Nobody; }
 std::vector<Block> blocksLeft() { return {}; }
 std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
 void takeStreams() {}
-void guard(const std::vector<Block>& /*blocks*/,
+void guard(const std::vector<Block>& /*all*/,
            std::function<void(const unsigned char*)> /*whenWritten*/) {}
 void endGuard() {}
 RefusedLoad loadRefusing(int /*refuse*/) { return {}; }

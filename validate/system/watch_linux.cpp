@@ -165,11 +165,10 @@ void takeStreams() {
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) dup2(streams, stream);
 }
 
-void guard(const std::vector<Block>& blocks,
-           std::function<void(const unsigned char*)> whenWritten) {
+void guard(const std::vector<Block>& all, std::function<void(const unsigned char*)> whenWritten) {
   static const auto page = static_cast<std::uintptr_t>(getpagesize());
   guarded.clear();
-  for (const Block& block : blocks) {
+  for (const Block& block : all) {
     const std::uintptr_t before = reinterpret_cast<std::uintptr_t>(block.first) % page;
     guarded.push_back({block.first - before, before + block.size});
   }
