@@ -31,11 +31,8 @@ namespace {
 void report(const char* what, const std::string& line) {
   std::string printable;
   for (const char c : line) {
-    if (c >= ' ' && c <= '~') {
-      printable += c;
-    } else {
-      printable += formatted("\\x%02X", static_cast<unsigned char>(c));
-    }
+    const bool isPlain = c >= ' ' && c <= '~';
+    printable += isPlain ? std::string(1, c) : formatted("\\x%02X", static_cast<unsigned char>(c));
   }
   std::fprintf(reports, "\n#%s %s\n", what, printable.c_str());
   std::fflush(reports);

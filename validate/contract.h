@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <type_traits>
+#include <vector>
 
 /// The binary contract with the host: slots of the virtual tables, parts of the objects, layouts of
 /// the records. It is a list of its own and includes nothing of any library, so that a change of a
@@ -44,6 +48,18 @@ struct Calling {
 };
 inline constinit thread_local Calling calling;
 
+/// What makes the calls on 32-bit Windows, if it is not the compiler: with these words on the
+/// stack.
+struct ByHand {
+  struct Answer {
+    void* place = nullptr;
+    std::size_t size = 0;
+    bool isRecord = false, isFloat = false;
+  };
+  static inline void (*call)(void* function, void* self, std::vector<std::uint32_t> arguments,
+                             const Answer& answer) = nullptr;
+};
+
 /// A virtual operation. Called with an object it goes through the object's table; `entry` is for
 /// the tables of objects that are made here.
 template <int number, class Signature>
@@ -57,21 +73,20 @@ struct Operation<number, Result(Parameters...)> {
 
   Result operator()(void* self, Parameters... arguments) const {
     calling.operation = name;
+    const struct Done {
+      ~Done() { calling = {}; }
+    } done;
     void* const function = virtualTable(self)[number];
+    if constexpr (kMicrosoft) {
+      if (ByHand::call != nullptr) return byHand(function, self, arguments...);
+    }
     if constexpr (kThroughPointer) {
       using Function = Result*(METHOD*)(void*, Result*, Parameters...);
       Result result;
       reinterpret_cast<Function>(function)(self, &result, arguments...);
-      calling = {};
       return result;
-    } else if constexpr (std::is_void_v<Result>) {
-      reinterpret_cast<void(METHOD*)(void*, Parameters...)>(function)(self, arguments...);
-      calling = {};
     } else {
-      using Function = Result(METHOD*)(void*, Parameters...);
-      const Result result = reinterpret_cast<Function>(function)(self, arguments...);
-      calling = {};
-      return result;
+      return reinterpret_cast<Result(METHOD*)(void*, Parameters...)>(function)(self, arguments...);
     }
   }
 
@@ -91,6 +106,23 @@ struct Operation<number, Result(Parameters...)> {
   }
 
  private:
+  static Result byHand(void* function, void* self, Parameters... arguments) {
+    std::vector<std::uint32_t> words;
+    [[maybe_unused]] const auto push = [&words](const auto& argument) {
+      const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
+      words.insert(words.end(), bits.begin(), bits.end());
+    };
+    (push(arguments), ...);
+    if constexpr (std::is_void_v<Result>) {
+      ByHand::call(function, self, words, {});
+    } else {
+      Result result;
+      constexpr bool kIsFloat = std::is_same_v<Result, float>;
+      ByHand::call(function, self, words, {&result, sizeof result, kThroughPointer, kIsFloat});
+      return result;
+    }
+  }
+
   struct Self {
     void* object;
     template <class T>

@@ -22,7 +22,6 @@ struct Questions {
   enum Question { Value, Bounds, Gradient, FencedBounds };
 };
 using Question = Questions::Question;
-constexpr int kQuestionCount = 3;
 constexpr const char* kQuestionNames[] = {"value", "bounds", "gradient"};
 
 /// All NaNs are one.

@@ -14,7 +14,6 @@
 #include <map>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "validate/check.h"
@@ -57,10 +56,12 @@ Exit code: 0 if everything passes, 1 if a check fails, 2 if the module or the co
   std::exit(2);
 }
 
+/// A name, or that of a group of its own.
 bool matches(const char* pattern, const char* name) {
   if (*pattern == '*') {
     return matches(pattern + 1, name) || (*name != '\0' && matches(pattern, name + 1));
   }
+  if (*pattern == '\0' && *name == '.') return true;
   if (*pattern == '\0' || *name == '\0') return *pattern == *name;
   return (*pattern == '?' || *pattern == *name) && matches(pattern + 1, name + 1);
 }
@@ -146,26 +147,28 @@ void reportSignal(int signal) {
   failExpectation(called(), got, "its return");
 }
 
-/// Ends a process that has tried everything.
-int pass() {
-  std::fputs("\n#passed\n", reports);
-  calling = {"unloading"};
-  return 0;
-}
-
-int runChild(const std::string& name) {
+void reportEnds() {
   std::signal(SIGTERM, reportSignal);
   if (!kSanitized) {  // a sanitizer reports the others
     for (const int signal : {SIGABRT, SIGFPE, SIGILL, SIGSEGV}) std::signal(signal, reportSignal);
   }
   std::set_terminate(reportException);
   std::atexit(printCalled);
-  for (const Check* check = firstCheck; check != nullptr; check = check->next) {
-    if (name == check->name) check->run();
+}
+
+/// Runs a check or, without a name, what comes before the first one.
+int runCheck(const std::vector<const Check*>& checks, const std::string& name) {
+  const auto check = std::ranges::find(checks, name, &Check::name);
+  if (check != checks.end()) {
+    (*check)->run();
+  } else if (name.empty()) {
+    note(PluginLibDesc::getLibraryName(library()));
+  } else {
+    refuse("no check is \"" + name + "\"; --list shows their names");
   }
-  // No check: what comes before the first one.
-  if (name.empty()) note(PluginLibDesc::getLibraryName(library()));
-  return pass();
+  std::fputs("\n#passed\n", reports);
+  calling = {"unloading"};
+  return 0;
 }
 
 struct Outcome {
@@ -177,11 +180,10 @@ struct Outcome {
 
 Outcome inChild(const std::string& check) {
   const auto start = std::chrono::steady_clock::now();
-  std::ostringstream seconds;
-  seconds << trial.seconds;
-  const Ending ending = runAgain({trial.module, "--child", check, "--seed",
-                                  std::to_string(trial.seed), "--seconds", seconds.str()},
-                                 timeLimit + 10 * trial.seconds);
+  const Ending ending =
+      runAgain({trial.module, "--child", check, "--seed", std::to_string(trial.seed), "--seconds",
+                formatted("%.17g", trial.seconds)},
+               timeLimit + 10 * trial.seconds);
   Outcome outcome;
   outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::string calledLast = "the check", seed;
@@ -227,17 +229,10 @@ std::string caseOf(const std::string& name, const Outcome& outcome) {
   } else if (!outcome.skipped.empty()) {
     xml << "<skipped message=\"" << escaped(outcome.skipped) << "\"/>";
   }
-  if (!outcome.notes.empty()) xml << "<system-out>";
+  xml << "<system-out>";
   for (const std::string& line : outcome.notes) xml << escaped(line) << '\n';
-  if (!outcome.notes.empty()) xml << "</system-out>";
-  xml << "</testcase>\n";
+  xml << "</system-out></testcase>\n";
   return xml.str();
-}
-
-/// By its name, or that of its group.
-bool chosen(const Check* check, const std::string& pattern) {
-  return matches(pattern.c_str(), check->name) ||
-         std::string_view(check->name).starts_with(pattern + '.');
 }
 
 int runAll(std::vector<const Check*> checks, Options& options) {
@@ -252,8 +247,7 @@ int runAll(std::vector<const Check*> checks, Options& options) {
   const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
   if (checks.empty()) {
     refuse(
-        "--only matches promises of another library alone; they are tried if a pattern begins with "
-        "samplerinfo");
+        "--only matches promises of another library alone; a pattern samplerinfo.* asks for them");
   }
   if (erased) {
     std::puts("skipped   samplerinfo.*: promises of another library, unless --only asks for them");
@@ -271,11 +265,8 @@ int runAll(std::vector<const Check*> checks, Options& options) {
     failed += fails;
     skipped += skips;
     const std::string& why = fails ? outcome.failure : outcome.skipped;
-    std::printf("%s  %s%s%s\n",
-                fails   ? "FAILED  "
-                : skips ? "skipped "
-                        : "passed  ",
-                check->name, why.empty() ? "" : ": ", why.c_str());
+    const char* const result = fails ? "FAILED" : skips ? "skipped" : "passed";
+    std::printf("%-9s %s%s%s\n", result, check->name, why.empty() ? "" : ": ", why.c_str());
     for (const std::string& line : outcome.notes) std::printf("            %s\n", line.c_str());
     std::fflush(stdout);
     cases += caseOf(check->name, outcome);
@@ -312,7 +303,9 @@ int run(int argc, char** argv) {
   std::vector<const Check*> checks;
   std::vector<std::string> unmatched = only;
   for (const Check* check = firstCheck; check != nullptr; check = check->next) {
-    const auto chooses = [check](const std::string& pattern) { return chosen(check, pattern); };
+    const auto chooses = [check](const std::string& pattern) {
+      return matches(pattern.c_str(), check->name);
+    };
     if (only.empty() || std::ranges::any_of(only, chooses)) checks.push_back(check);
     std::erase_if(unmatched, chooses);
   }
@@ -332,15 +325,10 @@ int run(int argc, char** argv) {
   if (!std::filesystem::is_regular_file(trial.module)) {
     refuse(trial.module + (std::filesystem::exists(trial.module) ? ": no file" : ": no such file"));
   }
-  if (options.contains("child")) return runChild(last(options, "child"));
-  if (options.contains("debug")) {
-    const std::string name = last(options, "debug");
-    const auto check = std::ranges::find(checks, name, &Check::name);
-    if (check == checks.end()) {
-      refuse("--debug: no check is \"" + name + "\"; --list shows their names");
-    }
-    (*check)->run();
-    return pass();
+  if (options.contains("debug")) return runCheck(checks, last(options, "debug"));
+  if (options.contains("child")) {
+    reportEnds();
+    return runCheck(checks, last(options, "child"));
   }
   const std::string record = last(options, "record");
   if (record == "tables") return print(tableLines());

@@ -105,7 +105,7 @@ Network::Network(const Plan& plan) : random_(plan.seed, plan.ordinary), samples_
   for (std::size_t i = 0; i < outputs_.size(); ++i) {
     for (const Question question : {Question::Value, Question::Bounds, Question::Gradient}) {
       const bool answersValueAlone = outputs_[i].kind >= TextureKind::Integer;
-      if (question == Question::Value || !answersValueAlone) questions_.push_back({i, question});
+      if (question == Question::Value || !answersValueAlone) questions_.emplace_back(i, question);
     }
   }
   for (const Instance& plugin : plugins_) plugin.beginRender();
@@ -171,8 +171,8 @@ void Network::changeInputs() {
 Network::Asked Network::asked(std::size_t n) const {
   const auto& [index, question] = questions_[n / Samples::kCount];
   const Output& output = outputs_[index];
-  return {output.name, output.texture, output.kind, question,
-          samples_.contexts[n % Samples::kCount]};
+  return {output.plugin, output.name, output.texture,
+          output.kind,   question,    samples_.contexts[n % Samples::kCount]};
 }
 
 Answer Network::answer(std::size_t n) const {
@@ -185,7 +185,7 @@ Answer Network::answer(std::size_t n, const ShadingContext& context) const {
   float numbers[std::tuple_size_v<Answer>];
   calling.of = now.output.c_str();
   calling.sample = static_cast<int>(n % Samples::kCount);
-  calling.absent = pluginAsked(n).absent();
+  calling.absent = plugins_[now.plugin - 1].absent();
   const int count = ask(now.texture, now.kind, now.question, context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {
@@ -207,32 +207,26 @@ std::vector<Answer> Network::answers() const {
 }
 
 std::string Network::question(std::size_t n) const {
-  return "plugin " + std::to_string(outputs_[questions_[n / Samples::kCount].output].plugin) +
-         ", " + asked(n).output + ", " + kQuestionNames[asked(n).question] + " at sample " +
-         std::to_string(n % Samples::kCount);
+  const Asked now = asked(n);
+  return "plugin " + std::to_string(now.plugin) + ", " + now.output + ", " +
+         kQuestionNames[now.question] + " at sample " + std::to_string(n % Samples::kCount);
 }
 
-const Instance& Network::pluginAsked(std::size_t n) const {
-  return plugins_[outputs_[questions_[n / Samples::kCount].output].plugin - 1];
-}
-
-void Network::noteInputs(std::size_t n) const {
+void Network::noteInputs(const Asked& now) const {
   for (const auto& [plugin, info, outputs] : inputs_) {
-    if (&plugin != &pluginAsked(n)) continue;
+    if (&plugin != &plugins_[now.plugin - 1]) continue;
     const auto& value = plugin.parameter(info.name).value;
-    std::string line = "input " + std::string(info.name) + ": ";
-    if (info.type == ParameterType::Boolean) {
-      line += text(value.boolean);
-    } else if (info.type == ParameterType::Integer) {
-      line += text(value.integer);
+    std::string line = "input " + std::string(info.name) + ':';
+    if (!isTextureInput(info)) {
+      line += ' ' + text(info.type == ParameterType::Boolean ? value.boolean : value.integer);
     } else if (value.iface == nullptr) {
-      line += "not connected";
+      line += " not connected";
     } else {
-      for (int question = Question::Value; question <= asked(n).question; ++question) {
+      for (int question = Question::Value; question <= now.question; ++question) {
         float numbers[12];
-        const int count = ask(value.iface, kindOf(info), static_cast<Question>(question),
-                              asked(n).context, numbers);
-        line += std::string(question != Question::Value ? ", " : "") + kQuestionNames[question];
+        const int count =
+            ask(value.iface, kindOf(info), static_cast<Question>(question), now.context, numbers);
+        line += std::string(" ") + kQuestionNames[question];
         for (int i = 0; i < count; ++i) line += ' ' + text(numbers[i]);
       }
     }
@@ -243,14 +237,10 @@ void Network::noteInputs(std::size_t n) const {
 void Network::expectSame(const char* when, std::size_t n, const Answer& got,
                          const Answer& expected) const {
   if (got == expected) return;
-  noteInputs(n);
+  noteInputs(asked(n));
   const auto different = std::mismatch(got.begin(), got.end(), expected.begin());
   failExpectation(question(n) + ", " + when, text(std::bit_cast<float>(*different.first)),
                   text(std::bit_cast<float>(*different.second)));
-}
-
-void Network::expectAnswer(const char* when, std::size_t n, const Answer& expected) const {
-  expectSame(when, n, answer(n), expected);
 }
 
 void Network::expectAnswers(const char* when, const std::vector<Answer>& expected) const {

@@ -9,6 +9,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "validate/host.h"
@@ -94,6 +95,7 @@ class Network {
   Answer answer(std::size_t n, const ShadingContext& context) const;
   std::vector<Answer> answers() const;  ///< to as many questions as there is time for
   struct Asked {
+    std::size_t plugin;  ///< from 1 on
     const std::string& output;
     void* texture;
     TextureKind kind;
@@ -102,9 +104,10 @@ class Network {
   };
   Asked asked(std::size_t n) const;
   std::string question(std::size_t n) const;
-  void noteInputs(std::size_t n) const;  ///< what they answer the plugin that is asked
   void expectSame(const char* when, std::size_t n, const Answer& got, const Answer& expected) const;
-  void expectAnswer(const char* when, std::size_t n, const Answer& expected) const;
+  void expectAnswer(const char* when, std::size_t n, const Answer& expected) const {
+    expectSame(when, n, answer(n), expected);
+  }
   /// To the first questions, of which the answers are known.
   void expectAnswers(const char* when, const std::vector<Answer>& expected) const;
 
@@ -119,10 +122,6 @@ class Network {
     void* texture;
     TextureKind kind;
   };
-  struct AskedOutput {
-    std::size_t output;
-    Question question;
-  };
   struct PluginInput {
     const Instance& plugin;
     const ParameterInfo& info;
@@ -132,7 +131,7 @@ class Network {
   void addPlugin(void* desc);
   void addOutputs(const Instance& plugin);
   void set(const PluginInput& input);
-  const Instance& pluginAsked(std::size_t n) const;
+  void noteInputs(const Asked& now) const;  ///< what they answer the plugin that is asked
 
   Random random_;
   Samples samples_;
@@ -140,7 +139,7 @@ class Network {
   std::deque<Instance> plugins_;
   std::vector<PluginInput> inputs_;
   std::vector<Output> outputs_;
-  std::vector<AskedOutput> questions_;
+  std::vector<std::pair<std::size_t, Question>> questions_;  ///< to which output
 };
 
 /// Whether a check has evaluated for long enough: `--seconds`, or 20 s, on Windows 8 s, if modules

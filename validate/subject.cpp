@@ -98,9 +98,9 @@ std::span<const ParameterInfo> parametersOf(void* desc) {
   return {infos->first, infos->last};
 }
 
-Instance::Instance(void* desc) : desc_(desc), name_(nameOf(desc)), object_(nullptr, Deleter{desc}) {
+Instance::Instance(void* desc) : desc_(desc), name_(nameOf(desc)) {
   calling.of = name_.c_str();
-  object_.reset(PluginDesc::newPlugin(desc, nullptr));
+  object_ = PluginDesc::newPlugin(desc, nullptr);
   if (object_ == nullptr) fail(name() + ".newPlugin: got null, expected an object");
   part_ = PluginBase::getInterface(object(), EXT_QUOR_PLUGIN);
   if (part_ == nullptr) {
@@ -143,7 +143,9 @@ void* Instance::texture(const char* output) const {
 }
 
 Instance::~Instance() {
-  if (object_ != nullptr) endRender();
+  if (object_ == nullptr) return;
+  endRender();
+  PluginDesc::deletePlugin(desc_, object_);
 }
 
 void Instance::beginRender() const {

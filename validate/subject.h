@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -73,13 +72,11 @@ class Instance {
   void operator=(const Instance&) = delete;
 
   void* desc() const { return desc_; }
-  void* object() const { return object_.get(); }
+  void* object() const { return object_; }
   void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
   const std::string& name() const { return name_; }
-  const char* absent() const {
-    return absent_.c_str();
-  }  ///< the inputs of the frame, for `Calling`
-  void forget() { static_cast<void>(object_.release()); }  ///< somebody else has deleted it
+  const char* absent() const { return absent_.c_str(); }  ///< of the frame, for `Calling`
+  void forget() { object_ = nullptr; }                    ///< somebody else has deleted it
 
   /// What the plugin answers to a connection or a number.
   std::int32_t connect(const char* input, void* texture) const;
@@ -93,13 +90,9 @@ class Instance {
   void endRender() const;                   ///< and its frame
 
  private:
-  struct Deleter {
-    void* desc;
-    void operator()(void* object) const { PluginDesc::deletePlugin(desc, object); }
-  };
   void* desc_;
   const std::string name_;
-  std::unique_ptr<void, Deleter> object_;
+  void* object_ = nullptr;
   void* part_ = nullptr;
   mutable bool rendering_ = false, inFrame_ = false;
   mutable std::string absent_;

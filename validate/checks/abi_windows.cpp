@@ -9,6 +9,7 @@
 #include <cfloat>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "validate/checks/added_interface.h"
 #include "validate/checks/throwing.h"
@@ -70,194 +71,90 @@ std::uint32_t alignment;  ///< of the stack in the calls that follow
 
 std::string stack() { return "esp " + text(alignment) + " above a multiple of 16"; }
 
-constexpr std::uint32_t kGuard = 0x6A6A6A6A;
-
-/// A place for an answer, between words that no one may write.
-template <class Answer>
-struct Guarded {
-  std::uint32_t before[4] = {kGuard, kGuard, kGuard, kGuard};
-  Answer answer{};
-  std::uint32_t after[4] = {kGuard, kGuard, kGuard, kGuard};
-};
-
-void expectWord(const char* name, const char* what, std::uint32_t got, std::uint32_t expected) {
+void expectWord(const char* what, std::uint32_t got, std::uint32_t expected) {
   if (got == expected) return;
-  failExpectation(name + (", " + stack()) + ": " + what,
-                  formatted("%08x", static_cast<unsigned>(got)),
-                  formatted("%08x", static_cast<unsigned>(expected)));
+  expect(called() + (", " + stack()) + ": " + what, std::uint64_t{got}, expected);
 }
 
-template <class Answer>
-void expectGuards(const char* name, const Guarded<Answer>& guarded) {
-  for (const std::uint32_t word : guarded.before) {
-    expectWord(name, "before the answer", word, kGuard);
-  }
-  for (const std::uint32_t word : guarded.after) {
-    expectWord(name, "behind the answer", word, kGuard);
-  }
-}
-
-/// Calls an operation and looks at what it leaves behind.
-template <int number, class Result, class... Parameters>
-Result call(const char* name, const Operation<number, Result(Parameters...)>& /*operation*/,
-            void* self, std::type_identity_t<Parameters>... arguments) {
-  constexpr bool kIsRecord = std::is_class_v<Result>;
-  Guarded<std::conditional_t<kIsRecord, Result, char>> record;  // only used if the answer is one
-  std::vector<std::uint32_t> words;
-  const auto push = [&words](const auto& argument) {
-    const auto bits = std::bit_cast<std::array<std::uint32_t, sizeof argument / 4>>(argument);
-    words.insert(words.end(), bits.begin(), bits.end());
-  };
-  if constexpr (kIsRecord) push(&record.answer);
-  (push(arguments), ...);
-  now.function = virtualTable(self)[number];
+/// Makes a call and looks at what it leaves behind. A record lies between words that no one may
+/// write.
+void callByHand(void* function, void* self, std::vector<std::uint32_t> arguments,
+                const ByHand::Answer& answer) {
+  constexpr std::uint32_t kGuard = 0x6A6A6A6A;
+  constexpr std::size_t kFence = 4;
+  const std::size_t width = answer.size / sizeof kGuard;
+  std::vector<std::uint32_t> record(kFence + width + kFence, kGuard);
+  const auto place = std::bit_cast<std::uint32_t>(&record[kFence]);
+  if (answer.isRecord) arguments.insert(arguments.begin(), place);
+  now.function = function;
   now.self = self;
-  now.givesFloat = std::is_same_v<Result, float>;
-  enter(words, alignment);
+  now.givesFloat = answer.isFloat;
+  const Calling calledNow = calling;
+  ByHand::call = nullptr;  // what is asked in the course of it
+  enter(arguments, alignment);
+  ByHand::call = callByHand;
+  calling = calledNow;
 
-  expectWord(name, "bytes that it takes off the stack",
+  expectWord("bytes that it takes off the stack",
              static_cast<std::uint32_t>(static_cast<char*>(now.stackAfter) -
                                         static_cast<char*>(now.stack)),
-             4 * words.size());
-  expectWord(name, "ebx", now.ebx, kEbx);
-  expectWord(name, "esi", now.esi, kEsi);
-  expectWord(name, "edi", now.edi, kEdi);
-  expectWord(name, "ebp", now.ebp, kEbp);
-  expectWord(name, "direction flag", now.flags & 0x400, 0);
-  expectWord(name, "x87 registers that are free", now.x87[2] & 0xFFFF, 0xFFFF);
-  if constexpr (kIsRecord) {
-    expectGuards(name, record);
-    expectWord(name, "eax, where the record is", now.eax, words[0]);
-    return record.answer;
-  } else if constexpr (std::is_same_v<Result, float>) {
-    return now.st0;
-  } else if constexpr (std::is_same_v<Result, std::uint64_t>) {
-    return std::uint64_t{now.edx} << 32 | now.eax;
-  } else if constexpr (!std::is_void_v<Result>) {
-    return std::bit_cast<Result>(now.eax);
+             4 * arguments.size());
+  expectWord("ebx", now.ebx, kEbx);
+  expectWord("esi", now.esi, kEsi);
+  expectWord("edi", now.edi, kEdi);
+  expectWord("ebp", now.ebp, kEbp);
+  expectWord("direction flag", now.flags & 0x400, 0);
+  expectWord("x87 registers that are free", now.x87[2] & 0xFFFF, 0xFFFF);
+  const std::uint32_t integer[] = {now.eax, now.edx};
+  const void* got = answer.isFloat ? static_cast<const void*>(&now.st0) : integer;
+  if (answer.isRecord) {
+    for (std::size_t i = 0; i < kFence; ++i) {
+      expectWord("before the answer", record[i], kGuard);
+      expectWord("behind the answer", record[kFence + width + i], kGuard);
+    }
+    expectWord("eax, where the record is", now.eax, place);
+    got = &record[kFence];
   }
-}
-#define CALL(operation, ...) call(#operation, operation, __VA_ARGS__)
-
-/// What `ask` does, by such calls.
-void askTexture(const Network::Asked& asked, float* numbers) {
-  const char* const name = asked.output.c_str();
-  void* const texture = asked.texture;
-  const ShadingContext* const sc = &asked.context;
-  const auto put = [numbers](const auto& answer) { std::memcpy(numbers, &answer, sizeof answer); };
-  const auto askOne = [&](const auto& value, const auto& bounds, const auto& gradient) {
-    if (asked.question == Question::Value) return put(call(name, value, texture, sc));
-    if (asked.question == Question::Gradient) return put(call(name, gradient, texture, sc));
-    Guarded<decltype(value(texture, sc))> min, max;
-    call(name, bounds, texture, &min.answer, &max.answer);
-    expectGuards(name, min);
-    expectGuards(name, max);
-    put(std::array{min.answer, max.answer});
-  };
-  switch (asked.kind) {
-    case TextureKind::Color:
-      return askOne(TextureInterface::getColor, TextureInterface::getColorBounds,
-                    TextureInterface::getGradient);
-    case TextureKind::Float:
-      return askOne(TextureFloatInterface::getFloat, TextureFloatInterface::getFloatBounds,
-                    TextureFloatInterface::getGradient);
-    case TextureKind::Vector:
-      return askOne(TextureVectorInterface::getVector, TextureVectorInterface::getVectorBounds,
-                    TextureVectorInterface::getGradient);
-    case TextureKind::Integer:
-      return put(call(name, TextureIntInterface::getInt, texture, sc));
-    case TextureKind::Transform:
-      return put(call(name, TextureTransformInterface::getTransform, texture, sc));
-  }
+  std::memcpy(answer.place, got, answer.size);
 }
 
 CHECK(abi, stack,
       "on a stack aligned to 4 bytes, however it lies, a question is answered with the same bits") {
   forSeeds(20, [&descs = descriptors()](std::uint32_t seed) {
     const Network network({.descs = descs, .seed = seed});
-    for (std::size_t n = 0; n < network.questions(); ++n) {
-      const Network::Asked asked = network.asked(n);
-      float expected[12];
-      const int count = ask(asked.texture, asked.kind, asked.question, asked.context, expected);
-      for (alignment = 0; alignment < 16; alignment += 4) {
-        float got[12];
-        askTexture(asked, got);
-        for (int i = 0; i < count; ++i) {
-          expect(network.question(n) + ", " + stack(), got[i], expected[i]);
-        }
-      }
+    const std::vector<Answer> expected = network.answers();
+    ByHand::call = callByHand;
+    for (alignment = 0; alignment < 16; alignment += 4) {
+      network.expectAnswers(stack().c_str(), expected);
     }
-    return 5 * network.questions();
+    ByHand::call = nullptr;
+    return 5 * expected.size();
   });
 }
 
-/// What a host asks of every interface, except evaluations.
-void askInterface(void* part) {
-  CALL(PluginInterface::getInterfaceName, part);
-  CALL(PluginInterface::getPlugin, part);
-  CALL(PluginInterface::release, part);
-  if (CALL(PluginInterface::getInterfaceId, part) != EXT_RTTEX) return;
-  CALL(RTTexInterface::getShaderInfo, part);
-  CALL(RTTexInterface::setShaderInfo, part, nullptr);
-  CALL(RTTexInterface::getShaderSource, part, "", "", "", nullptr, nullptr);
-}
-
-/// What a host asks of every object, and of its interfaces.
-void askObject(void* object) {
-  AddedInterface added(1);
-  CALL(PluginBase::addInterface, object, &added, 1);
-  CALL(PluginBase::removeInterface, object, &added);
-  CALL(PluginBase::releaseInterface, object, &added);
-  for (const std::uint64_t id : {EXT_QUOR_PLUGIN, EXT_TEXTURE, EXT_RTTEX}) {
-    if (void* const part = CALL(PluginBase::getInterface, object, id)) askInterface(part);
-  }
-}
-
-/// What a host asks of a descriptor and a plugin, except evaluations.
-void live(void* desc) {
-  void* const* host = hostTable.slots;
-  askObject(desc);
-  CALL(PluginDesc::getPluginId, desc);
-  CALL(PluginDesc::getPluginName, desc);
-  CALL(PluginDesc::supportsInterface, desc, EXT_QUOR_PLUGIN);
-  CALL(PluginDesc::getExtraInfo, desc);
-  CALL(PluginDesc::registerPlugin, desc, &host);
-  void* const plugin = CALL(PluginDesc::newPlugin, desc, nullptr);
-  CALL(Plugin::getPluginDesc, plugin);
-  CALL(Plugin::setPluginName, plugin, "a name");
-  askObject(plugin);
-  void* const part = CALL(PluginBase::getInterface, plugin, EXT_QUOR_PLUGIN);
-  CALL(QuorPluginInterface::renderBegin, part, nullptr);
-  for (const ParameterInfo& info : parametersOf(desc)) {
-    QuorPluginParameter* const value = CALL(QuorPluginInterface::getParameter, part, info.name);
-    if (!isOutput(info)) {
-      CALL(QuorPluginInterface::setParameter, part, value);
-    } else if (void* const texture = value->value.iface) {
-      askInterface(texture);
-      if (void* const object = CALL(PluginInterface::getPlugin, texture)) askObject(object);
-    }
-  }
-  CALL(QuorPluginInterface::frameBegin, part, nullptr);
-  CALL(QuorPluginInterface::frameEnd, part, nullptr);
-  CALL(QuorPluginInterface::renderEnd, part, nullptr);
-  CALL(PluginDesc::deletePlugin, desc, plugin);
-  CALL(PluginDesc::unregisterPlugin, desc, &host);
-}
-
-std::int32_t goOn(void* /*visitor*/, void* /*desc*/) { return 1; }
-const Table visitorTable{PluginDescVisitor::visitPluginDesc.entry<goOn>()};
+/// Checks by one thread that ask for all but evaluations.
+constexpr std::string_view kOthers[] = {"enumeration.",
+                                        "identifiers.announced",
+                                        "identifiers.descriptors",
+                                        "identifiers.instances",
+                                        "identifiers.outputs",
+                                        "interfaces.",
+                                        "life_cycle.two_instances",
+                                        "registration.twice",
+                                        "tables."};
 
 CHECK(abi, registers,
       "a call keeps ebx, esi, edi and ebp, leaves the direction flag clear and the x87 registers "
       "free, takes its arguments off the stack, and writes nothing beside its answer") {
-  void* const* visitor = visitorTable.slots;
+  ByHand::call = callByHand;
   for (alignment = 0; alignment < 16; alignment += 4) {
-    askObject(library());
-    CALL(PluginLibDesc::getLibraryName, library());
-    CALL(PluginLibDesc::getLibraryDescription, library());
-    CALL(PluginLibDesc::enumPluginDescs, library(), nullptr);
-    CALL(PluginLibDesc::enumPluginDescs, library(), &visitor);
-    for (void* desc : descriptors()) live(desc);
+    for (const Check* check = firstCheck; check != nullptr; check = check->next) {
+      const auto begins = [check](std::string_view with) {
+        return std::string_view(check->name).starts_with(with);
+      };
+      if (std::ranges::any_of(kOthers, begins)) check->run();
+    }
+    for (void* desc : descriptors()) PluginDesc::getExtraInfo(desc);
   }
 }
 
@@ -277,7 +174,9 @@ void destroy(void* desc, std::uint64_t id, std::uint32_t flags) {
   {
     AddedInterface added(1);
     PluginBase::addInterface(plugin, &added, 1);
-    call("the destructor", kDestructor, part, flags);
+    ByHand::call = callByHand;
+    kDestructor(part, flags);
+    ByHand::call = nullptr;
     expect(asked + ": releases", added.releases, 1);
   }
   expect(asked + ": memory is left", heapInUse() != before, flags == 0);
@@ -377,8 +276,7 @@ CHECK(samplerinfo, unloading,
 
 CHECK(samplerinfo, x87,
       "every output answers as recorded with the x87 at 53 bits, and at 24 bits, too, except for "
-      "what "
-      "the C runtime computes") {
+      "what the C runtime computes") {
   _controlfp(_PC_53, _MCW_PC);
   const std::vector<std::string> lines = resultLines();
   expectRecorded(lines);

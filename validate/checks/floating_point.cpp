@@ -33,7 +33,7 @@ void setControl(const Control& /*control*/) {}
 #endif
 
 /// Each rounding with denormals kept, flushed as results, taken for 0 as operands, or both. The x87
-/// has each of its precisions in turn. Exceptions are masked, but for the one of denormal operands
+/// has each of its precisions in turn. Exceptions are masked, except the one of denormal operands
 /// where there can be none, so that masking all of them is seen.
 constexpr int kModes = 16;
 class Mode {

@@ -37,6 +37,12 @@ void expectOnlyWhatItHas(const std::string& nameOfObject, void* object) {
     if (const char* name = PluginInterface::getInterfaceName(part)) {
       expectUtf8(asked + "->getInterfaceName()", name);
     }
+    if (id == EXT_RTTEX) {
+      static ShaderSource source{};
+      static OclData data{};
+      RTTexInterface::setShaderInfo(part, RTTexInterface::getShaderInfo(part));
+      RTTexInterface::getShaderSource(part, "", "", "", &source, &data);
+    }
     expect(asked + " again", PluginBase::getInterface(object, id), part);
     PluginInterface::release(part);
     expect(asked + " after release", PluginBase::getInterface(object, id), part);

@@ -12,10 +12,6 @@ namespace validate {
 
 namespace {
 
-void expectMapped(const std::string& when, bool expected) {
-  expect("mapped " + when, isMapped(trial.module), expected);
-}
-
 CHECK(loading, exports, "the module exports getLibDesc; says what else it exports") {
   const Loaded module;
   std::vector<std::string> names = exportsOf(module.handle());
@@ -34,7 +30,7 @@ CHECK(loading, descriptor,
     const Loaded twice;
     expect("getLibDesc of the module loaded twice", twice.library(), library);
   }
-  expectMapped("after one of two unloadings", true);
+  expect("mapped after one of two unloadings", isMapped(trial.module), true);
   expect("getLibDesc after one of two unloadings", once.library(), library);
 }
 
@@ -65,7 +61,7 @@ CHECK(loading, rounds,
   const std::string first = useOnce();
   const auto use = [&first] {
     expect("plugins of a later round", useOnce(), first);
-    expectMapped("after unloading", false);
+    expect("mapped after unloading", isMapped(trial.module), false);
   };
   for (int i = 0; i < 50; ++i) use();
   const std::size_t before = heapInUse();
@@ -73,9 +69,8 @@ CHECK(loading, rounds,
   const auto start = Clock::now();
   std::chrono::duration<double> time{};
   int rounds = 0;
-  while (rounds < kRounds || time.count() < trial.seconds) {
+  for (; rounds < kRounds || time.count() < trial.seconds; ++rounds) {
     use();
-    ++rounds;
     time = Clock::now() - start;
   }
   const auto growth = static_cast<std::int32_t>(heapInUse() - before);

@@ -28,18 +28,10 @@
 
 namespace validate {
 
-namespace {
-
 // `dlopen` looks for a name without a folder where the system has its libraries.
-std::string withFolder(const std::string& path) {
-  return path.find('/') == std::string::npos ? "./" + path : path;
-}
-
-}  // namespace
-
 void* openModule(const std::string& path, std::string& why) {
   calling = {"loading"};
-  void* module = dlopen(withFolder(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* module = dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL);
   if (module == nullptr) why = dlerror();
   return module;
 }
@@ -51,7 +43,7 @@ void closeModule(void* module) {
 void* symbolOf(void* module, const char* name) { return dlsym(module, name); }
 
 bool isMapped(const std::string& path) {
-  void* module = dlopen(withFolder(path).c_str(), RTLD_NOW | RTLD_NOLOAD);
+  void* module = dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (module != nullptr) dlclose(module);
   return module != nullptr;
 }
@@ -136,12 +128,12 @@ std::set<std::string> settings() {
 std::set<std::string> possessions() {
   std::set<std::string> lines;
   std::error_code error;
-  for (const std::string what : {"fd", "task"}) {
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/" + what, error)) {
+  for (const char* what : {"fd", "task"}) {
+    const std::string folder = std::string("/proc/self/") + what;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
       const std::string file = std::filesystem::read_symlink(entry, error).string();
       if (file.starts_with("/proc/")) continue;  // this loop's own
-      std::string line = what + ' ';
-      lines.insert(line.append(entry.path().filename().string()).append(" ").append(file));
+      lines.insert(formatted("%s %s %s", what, entry.path().filename().c_str(), file.c_str()));
     }
   }
   std::ifstream timers("/proc/self/timers"), memory("/proc/self/statm");

@@ -2,10 +2,9 @@
 #include <malloc.h>
 #include <windows.h>
 
-#include <cmath>
-#include <cstdio>
 #include <filesystem>
 
+#include "validate/check.h"
 #include "validate/contract.h"
 #include "validate/system/process.h"
 
@@ -35,17 +34,13 @@ bool isMapped(const std::string& path) {
 
 std::vector<std::string> exportsOf(void* module) {
   const char* const base = static_cast<const char*>(module);
-  const auto at = [base](auto* record, std::size_t offset) {
-    return reinterpret_cast<decltype(record)>(const_cast<char*>(base) + offset);
-  };
-  const auto* dos = at(static_cast<IMAGE_DOS_HEADER*>(nullptr), 0);
-  const auto* header =
-      at(static_cast<IMAGE_NT_HEADERS*>(nullptr), static_cast<std::size_t>(dos->e_lfanew));
-  const DWORD offset =
-      header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
-  if (offset == 0) return {};
-  const auto* exports = at(static_cast<IMAGE_EXPORT_DIRECTORY*>(nullptr), offset);
-  const auto* offsets = at(static_cast<DWORD*>(nullptr), exports->AddressOfNames);
+  const auto* header = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+      base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto& table = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+  if (table.VirtualAddress == 0) return {};
+  const auto* exports =
+      reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + table.VirtualAddress);
+  const auto* offsets = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
   std::vector<std::string> names;
   for (DWORD i = 0; i < exports->NumberOfNames; ++i) names.emplace_back(base + offsets[i]);
   return names;
@@ -101,11 +96,9 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   if (WaitForSingleObject(child.hProcess, static_cast<DWORD>(seconds * 1000)) == WAIT_TIMEOUT) {
     TerminateProcess(child.hProcess, 1);
     WaitForSingleObject(child.hProcess, INFINITE);
-    ending.failure = "still running after " + std::to_string(std::lround(seconds)) + " s";
+    ending.failure = formatted("still running after %.0f s", seconds);
   } else if (GetExitCodeProcess(child.hProcess, &code) && code != 0) {
-    char text[32];
-    std::snprintf(text, sizeof text, code < 256 ? "exit code %lu" : "exception 0x%08lx", code);
-    ending.failure = text;
+    ending.failure = formatted(code < 256 ? "exit code %lu" : "exception 0x%08lx", code);
   }
   CloseHandle(job);
   char buffer[4096];

@@ -55,11 +55,11 @@ int position() {
   return static_cast<int>(lseek(streams, 0, SEEK_CUR));
 }
 
-void protect(int protection) {
-  for (const Block& pages : guarded) {
-    mprotect(const_cast<unsigned char*>(pages.first), pages.size, protection);
+void protect(bool writable) {
+  for (const auto& [first, size] : guarded) {
+    setWritable(const_cast<unsigned char*>(first), size, writable);
   }
-  guarding = protection == PROT_READ;
+  guarding = !writable;
 }
 
 struct sigaction beforeGuard;
@@ -101,12 +101,6 @@ void* answerTo(const void* caller, const Request& request) {
   return nullptr;
 }
 
-/// What stands behind one of the functions below.
-template <class Function>
-Function* original(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 const char* whyNotWatched() { return nullptr; }
@@ -142,9 +136,7 @@ int addVariables(dl_phdr_info* info, std::size_t /*size*/, void* data) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const Block segment{reinterpret_cast<const unsigned char*>(info->dlpi_addr + at->p_vaddr),
                         at->p_memsz};
-    if (search.address >= segment.first && search.address < segment.first + segment.size) {
-      holdsAddress = true;
-    }
+    if (segment.holds(search.address)) holdsAddress = true;
     if ((at->p_flags & PF_W) != 0) writable.push_back(segment);
   }
   if (holdsAddress) search.found = writable;
@@ -177,12 +169,12 @@ void guard(const std::vector<Block>& all, std::function<void(const unsigned char
   action.sa_sigaction = onFault;
   action.sa_flags = SA_SIGINFO;
   sigaction(SIGSEGV, &action, &beforeGuard);
-  protect(PROT_READ);
+  protect(false);
 }
 
 void endGuard() {
   sigaction(SIGSEGV, &beforeGuard, nullptr);
-  protect(PROT_READ | PROT_WRITE);
+  protect(true);
 }
 
 RefusedLoad loadRefusing(int refuse) {
@@ -256,11 +248,12 @@ FIRST void free(void* block) noexcept {
   __libc_free(block);
 }
 
-#define COUNT_LOCKS(function, Lock)                                               \
-  FIRST int function(Lock* lock) noexcept {                                       \
-    static auto* const next = validate::original<int(Lock*) noexcept>(#function); \
-    if (validate::watching) ++validate::watched.locks;                            \
-    return next(lock);                                                            \
+#define COUNT_LOCKS(function, Lock)                                             \
+  FIRST int function(Lock* lock) noexcept {                                     \
+    static auto* const next =                                                   \
+        reinterpret_cast<int (*)(Lock*) noexcept>(dlsym(RTLD_NEXT, #function)); \
+    if (validate::watching) ++validate::watched.locks;                          \
+    return next(lock);                                                          \
   }
 COUNT_LOCKS(pthread_mutex_lock, pthread_mutex_t)
 COUNT_LOCKS(pthread_mutex_trylock, pthread_mutex_t)
