@@ -2,14 +2,18 @@
 # SPDX-License-Identifier: MIT
 # usage: tests/validate/expect_failure.sh CHECK TEXT VALIDATE [OPTION...] MODULE
 # Succeeds if the check fails on the module, and says so with this text; or, for the check "loading", if the module is
-# refused with it.
+# refused with it; or, for "nothing", if no check fails, and the report has it.
 set -uo pipefail
 
-report=$("${@:3}" --only "$1" 2>&1)
+only=(--only "$1")
+[[ $1 != nothing ]] || only=()
+report=$("${@:3}" "${only[@]}" 2>&1)
 code=$?
 echo "$report"
 if [[ $1 == loading ]]; then
   expected=2 line="samplerinfo-validate: ${*: -1}: loading: "
+elif [[ $1 == nothing ]]; then
+  expected=0 line=
 else
   expected=1 line="FAILED    $1: "
 fi

@@ -16,9 +16,11 @@ CHECK(samplerinfo, exports, "the module exports getLibDesc and nothing else") {
   expect("exports", names, "getLibDesc ");
 }
 
-CHECK(samplerinfo, life_cycle, made,
-      "a new plugin has no interfaces, and what newPlugin is given makes no difference") {
-  for (void* desc : descriptors()) {
+CHECK(
+    samplerinfo, life_cycle, made,
+    "a new plugin has no interfaces; what newPlugin is given makes no difference, nor whether the "
+    "descriptor is registered") {
+  for (void* desc : enumerate(library()).descs) {
     const Instance instance(desc);
     expect(instance.name() + ": interfaces", words(instance.object())[kInterfacesOfBase], nullptr);
     PluginDesc::deletePlugin(desc, PluginDesc::newPlugin(desc, desc));
