@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "validate/check.h"
-#include "validate/contract.h"
+#include "validate/harness/check.h"
+#include "validate/harness/contract.h"
 #include "validate/samplerinfo/records.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 #include "validate/system/process.h"
 
 namespace validate {

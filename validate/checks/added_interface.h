@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "validate/contract.h"
+#include "validate/harness/contract.h"
 
 namespace validate {
 

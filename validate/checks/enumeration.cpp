@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <set>
 
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

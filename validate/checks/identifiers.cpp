@@ -3,7 +3,7 @@
 #include <random>
 
 #include "validate/checks/at_once.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

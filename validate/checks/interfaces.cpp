@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/checks/added_interface.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/checks/added_interface.h"
-#include "validate/network.h"
+#include "validate/subject/network.h"
 #include "validate/system/process.h"
 
 namespace validate {

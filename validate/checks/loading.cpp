@@ -4,8 +4,8 @@
 #include <iterator>
 #include <thread>
 
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/subject/host.h"
+#include "validate/subject/subject.h"
 #include "validate/system/process.h"
 
 namespace validate {

@@ -3,7 +3,7 @@
 #include <new>
 
 #include "validate/checks/added_interface.h"
-#include "validate/network.h"
+#include "validate/subject/network.h"
 #include "validate/system/watch.h"
 
 namespace validate {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <map>
 
-#include "validate/network.h"
+#include "validate/subject/network.h"
 
 // Some outputs leave their bounds, or have a gradient that is not the derivative, as they must; so
 // nothing fails here.

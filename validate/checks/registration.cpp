@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

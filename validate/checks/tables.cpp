@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <set>
 
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/subject/host.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

@@ -6,8 +6,8 @@
 
 #include "validate/checks/at_once.h"
 #include "validate/checks/throwing.h"
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/subject/host.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "validate/checks/throwing.h"
-#include "validate/network.h"
+#include "validate/subject/network.h"
 
 namespace validate {
 

@@ -2,8 +2,8 @@
 #include <string_view>
 
 #include "validate/checks/added_interface.h"
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/subject/host.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

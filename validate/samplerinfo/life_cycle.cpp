@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "validate/checks/added_interface.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 #include "validate/system/process.h"
 
 namespace validate {

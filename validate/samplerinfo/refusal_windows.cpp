@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "validate/checks/throwing.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 #include "validate/system/process.h"
 
 namespace validate {

@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string_view>
 
-#include "validate/network.h"
 #include "validate/samplerinfo/records.h"
+#include "validate/subject/network.h"
 
 namespace validate {
 

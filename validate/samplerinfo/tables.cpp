@@ -2,7 +2,7 @@
 #include <string_view>
 
 #include "validate/samplerinfo/records.h"
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 namespace validate {
 

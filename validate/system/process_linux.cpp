@@ -22,8 +22,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "validate/check.h"
-#include "validate/contract.h"
+#include "validate/harness/check.h"
+#include "validate/harness/contract.h"
 #include "validate/system/process.h"
 
 namespace validate {

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "validate/check.h"
-#include "validate/contract.h"
+#include "validate/harness/check.h"
+#include "validate/harness/contract.h"
 #include "validate/system/process.h"
 
 namespace validate {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "validate/check.h"
+#include "validate/harness/check.h"
 #include "validate/system/watch.h"
 
 // Where nothing can be watched.

@@ -18,7 +18,7 @@
 #include <exception>
 #include <utility>
 
-#include "validate/check.h"
+#include "validate/harness/check.h"
 #include "validate/system/process.h"
 #include "validate/system/watch.h"
 

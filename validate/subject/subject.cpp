@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "validate/subject.h"
+#include "validate/subject/subject.h"
 
 #include <utility>
 
-#include "validate/host.h"
+#include "validate/subject/host.h"
 #include "validate/system/process.h"
 
 namespace validate {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "validate/check.h"
+#include "validate/harness/check.h"
 
 #include <utf8.h>
 
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "validate/contract.h"
+#include "validate/harness/contract.h"
 
 namespace validate {
 

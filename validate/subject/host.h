@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "validate/contract.h"
+#include "validate/harness/contract.h"
 
 /// The host's side of the contract: objects, records and textures that are nothing but structs and
 /// tables of functions.

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "validate/host.h"
-#include "validate/subject.h"
+#include "validate/subject/host.h"
+#include "validate/subject/subject.h"
 
 /// Random networks of the module's plugins, over samples of a random scene.
 namespace validate {

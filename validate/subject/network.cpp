@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "validate/network.h"
+#include "validate/subject/network.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "validate/host.h"
+#include "validate/subject/host.h"
 
 #include <cstdarg>
 #include <cstddef>

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "validate/check.h"
-#include "validate/contract.h"
+#include "validate/harness/check.h"
+#include "validate/harness/contract.h"
 
 /// The module on trial, as a host sees it.
 namespace validate {
