@@ -15,7 +15,8 @@ using namespace preview;
 
 int fail(const std::string& prefix, const std::string& what, int exitCode) {
   constexpr std::size_t kWithItsPlace = 300;
-  std::cerr << prefix << ": " << oneLine(what, kWithItsPlace) << "\n";
+  // Written at once, as several of these programs may share the stream.
+  std::cerr << prefix + ": " + oneLine(what, kWithItsPlace) + "\n";
   return exitCode;
 }
 

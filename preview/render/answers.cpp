@@ -119,6 +119,7 @@ std::string answersAsText(const Expectation& expectation, const Findings& findin
 Json answersAt(const Scene& scene, const Frame& frame, std::int32_t number, int x, int y,
                const std::vector<Expectation>& textures) {
   Json json = {{"frame", number}, {"pixel", {x, y}}, {"object", nullptr}};
+  Json answers = Json::array();
   const auto add = [&](const ShadingContext& sc, std::size_t object,
                        const std::vector<Findings>& findings) {
     const DVector& p = sc.shadingPoint;
@@ -126,10 +127,11 @@ Json answersAt(const Scene& scene, const Frame& frame, std::int32_t number, int 
     json["renderSpace"] = {p.x, p.y, p.z};
     json["rayTime"] = sc.rayTime;
     for (std::size_t i = 0; i < textures.size(); ++i) {
-      json["textures"].push_back(answersAsJson(textures[i], findings[i], sc));
+      answers.push_back(answersAsJson(textures[i], findings[i], sc));
     }
   };
   inspect(frame, x + 0.5, y + 0.5, scene.shutter.middle(), textures, add);
+  json["textures"] = answers;
   return json;
 }
 

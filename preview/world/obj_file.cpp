@@ -33,6 +33,8 @@ class Reader {
     for (; line.size() < kMaxLine && file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
       const std::streamsize end = file.eof() ? 0 : 1;  // is counted
       line.append(buffer.data(), static_cast<std::size_t>(file.gcount() - end));
+      constexpr const char* kByteOrderMark = "\xEF\xBB\xBF";  // some editors write it
+      if (line_ == 1 && line.starts_with(kByteOrderMark)) line.erase(0, 3);
       if (continues(line)) continue;
       readLine(line);
       line.clear();

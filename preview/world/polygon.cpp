@@ -28,7 +28,7 @@ class Polygon {
     }
     rounding_ = kRounding * greatest;
     if (normal_.length() <= rounding_ * size) {
-      throw std::invalid_argument("the face lies in a line");
+      throw std::invalid_argument("the face has no area");
     }
     normal_.normalize();
     constexpr double kFlat = 1e-3;  // of the size
