@@ -80,19 +80,21 @@ CHECK(evaluation, instances,
   });
 }
 
+/// The network of a seed by a module that is loaded for it, so that nothing is as it was before.
+void withLoaded(std::uint32_t seed, bool begins, const std::function<void(Network&)>& use) {
+  const Loaded module;
+  const Registered registered(enumerate(module.library()).descs);
+  Network network({.descs = registered.descs, .seed = seed, .begins = begins});
+  use(network);
+}
+
 CHECK(evaluation, reload, "a module that is unloaded and loaded again gives the same answers") {
-  std::vector<Answer> first;
-  forSeeds(kNetworks / 4, [&](std::uint32_t seed) {
-    for (const bool again : {false, true}) {
-      const Loaded module;
-      const Registered registered(enumerate(module.library()).descs);
-      const Network network({.descs = registered.descs, .seed = seed});
-      if (again) {
-        network.expectAnswers("asked of the module loaded again", first);
-      } else {
-        first = network.answers();
-      }
-    }
+  forSeeds(kNetworks / 4, [](std::uint32_t seed) {
+    std::vector<Answer> first;
+    withLoaded(seed, true, [&](const Network& network) { first = network.answers(); });
+    withLoaded(seed, true, [&](const Network& network) {
+      network.expectAnswers("asked of the module loaded again", first);
+    });
     return 2 * first.size();
   });
 }
@@ -100,19 +102,22 @@ CHECK(evaluation, reload, "a module that is unloaded and loaded again gives the 
 CHECK(evaluation, changed,
       "from the next frame on, and not before, inputs that were set anew or taken away, and other "
       "frame data, are as if they had always been so") {
-  forSeeds(kNetworks, [&descs = descriptors()](std::uint32_t seed) {
-    Network always({.descs = descs, .seed = seed, .begins = false});
-    always.changeInputs();
-    always.changeFrame();
-    always.beginFrame();
-    Network network({.descs = descs, .seed = seed});
-    const std::vector<Answer> first = network.answers();
-    network.changeInputs();
-    network.expectAnswers("asked before the next frame", first);
-    network.changeFrame();
-    network.beginFrame();
-    const std::vector<Answer> changed = always.answers();
-    network.expectAnswers("asked after inputs and frame data were changed", changed);
+  forSeeds(kNetworks, [](std::uint32_t seed) {
+    std::vector<Answer> first, changed;
+    withLoaded(seed, false, [&](Network& always) {
+      always.changeInputs();
+      always.changeFrame();
+      always.beginFrame();
+      changed = always.answers();
+    });
+    withLoaded(seed, true, [&](Network& network) {
+      first = network.answers();
+      network.changeInputs();
+      network.expectAnswers("asked before the next frame", first);
+      network.changeFrame();
+      network.beginFrame();
+      network.expectAnswers("asked after inputs and frame data were changed", changed);
+    });
     return 2 * (first.size() + changed.size());
   });
 }

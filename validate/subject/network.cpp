@@ -47,6 +47,8 @@ void Samples::nextFrame(Random& random) {
   nextFrameData = host.frameData;
   fill(nextFrameData, random);
   host.renderContext.frameData = &nextFrameData;
+  host.scene.lo = random.vector();
+  host.scene.hi = random.vector();
 }
 
 Samples::Samples(Random& random) {
