@@ -198,6 +198,39 @@ kill $listener
 stop_view TERM
 if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi
 
+# What a picture is rendered again for: what is seen there, as the command line has it.
+cp rendered/a.*png one.png
+cp rendered/b.*png two.png
+cat >good.json <<'EOS'
+{"image": {"width": 16, "height": 12, "samples": 2},
+ "objects": {"sheet": {"shape": {"obj": "other.obj"}}},
+ "nodes": {"uv": {"plugin": "ramp", "params": {"from": 0, "to": 1}},
+           "op": {"plugin": "TexFloatOp", "params": {"float_a": "uv", "float_b": 2}},
+           "photo": {"plugin": "image", "params": {"file": "one.png"}}},
+ "pictures": {"a": {"from": "uv"}, "b": {"from": "op.product", "caption": "twice"}, "c": {"from": "photo"}}}
+EOS
+cp good.json scene.json
+start_view scene.json 0 --set photo.file=two.png --set op.float_b=4
+listen
+until_said "start" "event: done"
+while IFS='|' read -r what pictures command; do
+  mark
+  eval "$command"
+  until_said "$what" "event: done"
+  is "$what" "$(rendered final)" "$pictures"
+done <<'EOS'
+a value|a,b|save 's/"to": 1/"to": 2/'
+a value that the command line has|| save 's/"to": 1/"to": 2/; s/"float_b": 2/"float_b": 3/'
+another caption|| save 's/"to": 1/"to": 2/; s/twice/four times/'
+another range|b|save 's/"to": 1/"to": 2/; s/"twice"/"four times", "range": [0, 2]/'
+the image|c|cp one.png two.png
+an image that is not used|| cp two.png one.png; touch scene.json
+the mesh|a,b,c|touch other.obj
+EOS
+curl -s "$address/scene.json" | grep -q '"caption": *"four times"' || wrong "the former caption"
+kill $listener
+stop_view TERM
+
 # The end, in the middle of a long render with a page that listens.
 for signal in INT TERM; do
   start_view scenes/gallery.json 0 --size 3000x2000 --samples 256

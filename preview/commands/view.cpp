@@ -87,28 +87,21 @@ std::shared_ptr<Look> Loader::load(Diagnostics& diagnostics) {
   }
   std::shared_ptr<Look> look;
   diagnostics.attempt([&] {
-    Scene scene = readScene(scene_, session_.settings, diagnostics);
-    const nlohmann::json source = sourceOf(scene_);
+    const JsonValue source = readSource(scene_, session_.settings, diagnostics);
     watch(filesNamedIn(source, scene_.parent_path()));
     for (const auto& [file, state] : statesOf(files_)) states_.try_emplace(file, state);
     std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
+    Scene scene = sceneOf(source, scene_, session_.settings, diagnostics);
     if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
     options_.view.applyTo(scene);
     look = std::make_shared<Look>(library_, std::move(scene), options_.view.only, diagnostics);
     if (!diagnostics.errors().empty()) return;
     checkMemory("the pictures", look->loaded.plan.bytes);
     std::string rest;
-    for (const auto& [file, state] : states_) {
-      if (file == scene_) continue;
-      for (const std::int64_t number :
-           {static_cast<std::int64_t>(state.index), static_cast<std::int64_t>(state.bytes),
-            state.written, state.changed}) {
-        rest += " " + std::to_string(number);
-      }
-    }
+    for (const auto& module : modules_) rest += states_[module].text();
     // What was read while it changed must not be taken for what it became.
     if (statesOf(files_) != states_) rest += " " + std::to_string(count_);
-    look->keys = keysOf(source, look->loaded.plan.pictures, rest);
+    look->keys = keysOf(source, look->loaded.scene, look->loaded.plan.pictures, states_, rest);
     look->diagnostics = diagnostics;
   });
   return diagnostics.errors().empty() ? look : nullptr;

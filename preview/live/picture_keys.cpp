@@ -1,73 +1,60 @@
 // SPDX-License-Identifier: MIT
 #include "preview/live/picture_keys.h"
 
-#include <fstream>
 #include <functional>
-#include <nlohmann/json.hpp>
+
+#include "preview/diagnostics/number_text.h"
+#include "preview/scene/connections.h"
 
 namespace preview {
 
-using Json = nlohmann::json;
-
 namespace {
 
-std::string textOf(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+bool namesFile(const JsonValue& value) {  // of a mesh, or of an image
+  return value.kind == JsonValue::Kind::Text && (value.name == "obj" || value.name == "file");
 }
 
 }  // namespace
 
-Json sourceOf(const std::filesystem::path& scene) {
-  std::ifstream file(scene);
-  const Json source = Json::parse(file, nullptr, false, true);
-  return source.is_object() ? source : Json();
-}
-
-std::set<std::filesystem::path> filesNamedIn(const Json& source,
+std::set<std::filesystem::path> filesNamedIn(const JsonValue& source,
                                              const std::filesystem::path& folder) {
   std::set<std::filesystem::path> files;
-  for (const Json& object : source.value("objects", Json::object())) {
-    const Json::json_pointer name("/shape/obj");
-    if (object.contains(name) && object[name].is_string()) {
-      files.insert(folder / object[name].get<std::string>());
-    }
-  }
-  for (const Json& node : source.value("nodes", Json::object())) {
-    const Json::json_pointer name("/params/file");  // of an image
-    if (node.contains(name) && node[name].is_string()) {
-      files.insert(folder / node[name].get<std::string>());
-    }
-  }
+  if (namesFile(source)) files.insert(folder / source.text);
+  for (const JsonValue& member : source.members) files.merge(filesNamedIn(member, folder));
   return files;
 }
 
-std::map<std::string, std::size_t> keysOf(const Json& source, const std::vector<Picture>& pictures,
-                                          const std::string& rest) {
-  const std::hash<std::string> hash;
-  Json world = source;
-  world.erase("nodes");
-  world.erase("pictures");
-  const std::string common = textOf(world) + rest;
-
-  std::map<std::string, std::size_t> ofNodes;
-  const std::function<std::size_t(const std::string&)> ofNode = [&](const std::string& name) {
-    const auto [known, isNew] = ofNodes.try_emplace(name, 0);
-    if (!isNew) return known->second;
-    const Json& node = source.at("nodes").at(name);
-    std::string text = textOf(node);
-    for (const Json& input : node.value("params", Json::object())) {
-      if (!input.is_string()) continue;
-      const std::string from = input.get<std::string>();
-      const std::string before = from.substr(0, from.find('.'));
-      if (source.at("nodes").contains(before)) text += " " + std::to_string(ofNode(before));
-    }
-    return ofNodes[name] = hash(text);
+std::map<std::string, std::size_t> keysOf(const JsonValue& source, const Scene& scene,
+                                          const std::vector<Picture>& pictures,
+                                          const FileStates& states, const std::string& rest) {
+  const std::function<std::string(const JsonValue&)> textOf = [&](const JsonValue& value) {
+    std::string text = value.name + ":" + std::to_string(static_cast<int>(value.kind)) +
+                       value.text + numberText(value.number) + (value.boolean ? "true" : "") + "{";
+    if (namesFile(value)) text += states.at(scene.file.parent_path() / value.text).text();
+    for (const JsonValue& member : value.members) text += textOf(member);
+    return text + "}";
   };
+  std::string world = rest;
+  std::map<std::string, std::string> parts;  // by their places
+  for (const JsonValue& section : source.members) {
+    if (section.name != "nodes" && section.name != "pictures") {
+      world += textOf(section);
+      continue;
+    }
+    for (JsonValue part : section.members) {
+      std::erase_if(part.members, [](const JsonValue& own) { return own.name == "caption"; });
+      parts[section.name + "." + part.name] = textOf(part);
+    }
+  }
   std::map<std::string, std::size_t> keys;
   for (const Picture& picture : pictures) {
-    const std::string entry = picture.place.substr(picture.place.find('.') + 1);
-    keys[picture.name] = hash(textOf(source.at("pictures").at(entry)) + picture.from.text() +
-                              std::to_string(ofNode(picture.from.node)) + common);
+    std::string seen = world + parts[picture.place] + picture.from.text();
+    Connections connections(scene.nodes);
+    connections.need(picture.from);
+    for (const Node& node : scene.nodes) {
+      if (connections.isNeeded(node)) seen += parts[node.place];
+    }
+    keys[picture.name] = std::hash<std::string>()(seen);
   }
   return keys;
 }

@@ -8,6 +8,15 @@
 
 namespace preview {
 
+std::string FileState::text() const {
+  std::string text;
+  for (const auto number :
+       {static_cast<std::int64_t>(index), static_cast<std::int64_t>(bytes), written, changed}) {
+    text += " " + std::to_string(number);
+  }
+  return text;
+}
+
 FileStates statesOf(const std::set<std::filesystem::path>& files) {
   const auto nanoseconds = [](const timespec& time) {
     constexpr std::int64_t kPerSecond = 1'000'000'000;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <set>
+#include <string>
 
 namespace preview {
 
@@ -15,6 +16,7 @@ struct FileState {
   std::int64_t written = 0, changed = 0;  // nanoseconds
 
   bool operator==(const FileState&) const = default;
+  std::string text() const;
 };
 
 using FileStates = std::map<std::filesystem::path, FileState>;

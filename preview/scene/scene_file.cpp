@@ -13,7 +13,6 @@
 #include "preview/diagnostics/number_text.h"
 #include "preview/diagnostics/suggestion.h"
 #include "preview/scene/host_textures.h"
-#include "preview/scene/json_file.h"
 
 namespace preview {
 
@@ -480,13 +479,23 @@ void apply(const Setting& setting, JsonValue& root, Diagnostics& diagnostics) {
 
 }  // namespace
 
+JsonValue readSource(const std::filesystem::path& file, const std::vector<Setting>& settings,
+                     Diagnostics& diagnostics) {
+  JsonValue source = readJson(file, diagnostics);
+  diagnostics.setPosition("", source.position);
+  for (const Setting& setting : settings) {
+    diagnostics.attempt([&] { apply(setting, source, diagnostics); });
+  }
+  return source;
+}
+
 Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& settings,
                 Diagnostics& diagnostics) {
-  JsonValue json = readJson(file, diagnostics);
-  diagnostics.setPosition("", json.position);
-  for (const Setting& setting : settings) {
-    diagnostics.attempt([&] { apply(setting, json, diagnostics); });
-  }
+  return sceneOf(readSource(file, settings, diagnostics), file, settings, diagnostics);
+}
+
+Scene sceneOf(const JsonValue& source, const std::filesystem::path& file,
+              const std::vector<Setting>& settings, Diagnostics& diagnostics) {
   Scene scene;
   scene.settings = settings;
   scene.file = file;
@@ -497,7 +506,7 @@ Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& s
   const auto node = [&](const std::string& name, const Item& item) {
     return readNode(name, item, folder);
   };
-  const Item root(json, "", diagnostics);
+  const Item root(source, "", diagnostics);
   root.read(
       {{"image", [&](const Item& v) { scene.image = readImage(v); }},
        {"frames", [&](const Item& v) { scene.frames = readFrames(v); }},
@@ -512,7 +521,7 @@ Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& s
     diagnostics.add({"world_offset", "with a moving camera render space begins at the camera"});
   }
   for (const char* section : {"objects", "pictures"}) {
-    const JsonValue* members = json.find(section);
+    const JsonValue* members = source.find(section);
     if (members == nullptr ||
         (members->kind == JsonValue::Kind::Object && members->members.empty())) {
       const std::string one(section, std::strlen(section) - 1);
