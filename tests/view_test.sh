@@ -210,6 +210,12 @@ cat >good.json <<'EOS'
  "pictures": {"a": {"from": "uv"}, "b": {"from": "op.product", "caption": "twice"}, "c": {"from": "photo"}}}
 EOS
 cp good.json scene.json
+start_view scene.json 0 --only c
+listen
+until_said "--only" 'event: done'
+is "--only" "$(said | sed -n 's/.*"warnings"://p')" "[]}"
+kill $listener
+stop_view TERM
 start_view scene.json 0 --set photo.file=two.png --set op.float_b=4
 listen
 until_said "start" "event: done"

@@ -9,12 +9,8 @@
 namespace preview {
 
 std::string FileState::text() const {
-  std::string text;
-  for (const auto number :
-       {static_cast<std::int64_t>(index), static_cast<std::int64_t>(bytes), written, changed}) {
-    text += " " + std::to_string(number);
-  }
-  return text;
+  return " " + std::to_string(index) + " " + std::to_string(bytes) + " " + std::to_string(written) +
+         " " + std::to_string(changed);
 }
 
 FileStates statesOf(const std::set<std::filesystem::path>& files) {

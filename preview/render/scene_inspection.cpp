@@ -6,10 +6,11 @@
 namespace preview {
 
 SceneInspection::SceneInspection(const LoadedScene& loaded) : scene_(loaded.scene) {
-  Connections connections(scene_.nodes);
+  Connections connections(scene_.nodes), ofAll(scene_.nodes);
   for (const Picture& picture : loaded.plan.pictures) connections.need(picture.from);
+  for (const Picture& picture : scene_.pictures) ofAll.need(picture.from);  // with `--only`, more
   for (const Node& node : scene_.nodes) {
-    if (connections.isNeeded(node)) continue;
+    if (ofAll.isNeeded(node)) continue;
     unneeded_.push_back({{node.place, "no picture needs it"}, false});
   }
   for (const Network::NamedTexture& texture : loaded.network.textures()) {
