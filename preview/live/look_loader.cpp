@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include "preview/live/look_loader.h"
+
+#include "preview/live/picture_keys.h"
+#include "preview/scene/scene_file.h"
+#include "preview/system/memory.h"
+
+namespace preview {
+
+void LookLoader::watch(std::set<std::filesystem::path> files) {
+  files.insert(source_.scene);
+  files.insert(source_.modules.begin(), source_.modules.end());
+  files_.swap(files);
+}
+
+std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
+  const std::filesystem::path& file = source_.scene;
+  states_ = statesOf(files_);
+  ++count_;
+  if (states_[file] == FileState()) throw InputError(shownPath(file) + ": there is no file");
+  std::string stateOfModules;
+  for (const auto& module : source_.modules) stateOfModules += states_[module].text();
+  if (library_ == nullptr || stateOfModules_ != stateOfModules) {
+    library_.reset();
+    library_ = std::make_shared<const PluginLibrary>(source_.loadPlugins());
+    stateOfModules_ = stateOfModules;
+  }
+  std::shared_ptr<Look> look;
+  diagnostics.attempt([&] {
+    const JsonValue json = readSource(file, source_.settings, diagnostics);
+    watch(filesNamedIn(json, file.parent_path()));
+    for (const auto& [named, state] : statesOf(files_)) states_.try_emplace(named, state);
+    std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
+    Scene scene = sceneOf(json, file, source_.settings, diagnostics);
+    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
+    source_.adjust(scene);
+    look = std::make_shared<Look>(library_, std::move(scene), source_.only, diagnostics);
+    if (!diagnostics.errors().empty()) return;
+    checkMemory("the pictures", look->loaded.plan.bytes);
+    std::string rest = stateOfModules;
+    // What was read while it changed must not be taken for what it became.
+    if (haveChanged()) rest += " " + std::to_string(count_);
+    look->keys = keysOf(json, look->loaded.scene, look->loaded.plan.pictures, states_, rest);
+    look->diagnostics = diagnostics;
+  });
+  return diagnostics.errors().empty() ? look : nullptr;
+}
+
+}  // namespace preview
