@@ -246,6 +246,24 @@ for signal in INT TERM; do
   wait $listener || true
 done
 
+# And while a large mesh is loaded, at first and again.
+printf '%b' "$square" >large.obj
+printf 'f 1/1 2/2 3/3\n%.0s' {1..1000000} >>large.obj
+save 's/other.obj/large.obj/'
+env --default-signal=INT "$preview" view scene.json --port 0 >out 2>errors &
+viewer=$!
+sleep 0.3
+stop_view INT
+is "the first load" "$(cat out errors)" ""
+cp good.json scene.json
+start_view scene.json
+listen
+until_said "start" "event: done"
+save 's/other.obj/large.obj/'
+sleep 0.3
+stop_view TERM
+wait $listener || true
+
 # What cannot be viewed at all.
 refuses() { # LINE OPTION...
   if "$preview" view "${@:2}" >out 2>errors || [[ $? != 2 ]]; then wrong "$1: no exit code 2"; fi

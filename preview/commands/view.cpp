@@ -64,6 +64,13 @@ class Mistakes {
 };
 
 void View::run(Session& session) const {
+  noteInterruptions();
+  // A mesh may take long, and so may a tile or a browser: they end with the program.
+  std::thread([] {
+    while (interruption == 0) std::this_thread::sleep_for(50ms);
+    std::this_thread::sleep_for(200ms);
+    std::_Exit(0);
+  }).detach();
   // With a heap for each thread, what is loaded anew would leave holes in all of them.
   mallopt(M_ARENA_MAX, 1);
   const auto limit = view.limitThreads();
@@ -77,7 +84,6 @@ void View::run(Session& session) const {
                      .adjust = [&](Scene& scene) { view.applyTo(scene); }});
   std::shared_ptr<Look> look = loader.load(session.diagnostics);
   session.diagnostics.throwFirst();
-  noteInterruptions();
   EventBoard board;
   LiveRenderer renderer(std::move(look), board, view.log());
   const LiveServer server(port, renderer, board);
@@ -105,11 +111,6 @@ void View::run(Session& session) const {
       mistakes.found(std::move(lines));
     }
   }
-  // A tile may take long, and so may a browser: they end with the program.
-  std::thread([] {
-    std::this_thread::sleep_for(200ms);
-    std::_Exit(0);
-  }).detach();
 }
 
 }  // namespace
