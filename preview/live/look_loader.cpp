@@ -4,6 +4,7 @@
 #include "preview/live/picture_keys.h"
 #include "preview/scene/scene_file.h"
 #include "preview/system/memory.h"
+#include "preview/system/regular_file.h"
 
 namespace preview {
 
@@ -27,7 +28,8 @@ std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
   }
   std::shared_ptr<Look> look;
   diagnostics.attempt([&] {
-    const JsonValue json = readSource(file, source_.settings, diagnostics);
+    std::ifstream stream = openRegularFile(file);
+    const JsonValue json = readSource(stream, source_.settings, diagnostics);
     watch(filesNamedIn(json, file.parent_path()));
     for (const auto& [named, state] : statesOf(files_)) states_.try_emplace(named, state);
     std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });

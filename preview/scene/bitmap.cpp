@@ -5,18 +5,19 @@
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
 #include <ImfInputFile.h>
+#include <ImfStdIO.h>
 #include <png.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <string>
 
 #include "preview/system/memory.h"
+#include "preview/system/regular_file.h"
 
 namespace preview {
 
@@ -98,8 +99,9 @@ Bitmap readPng(std::istream& file, bool isLinear) {
   return bitmap;
 }
 
-Bitmap readExr(const std::filesystem::path& file) {
-  Imf::InputFile exr(file.c_str());
+Bitmap readExr(std::ifstream& stream, const std::filesystem::path& file) {
+  Imf::StdIFStream bytes(stream, file.c_str());
+  Imf::InputFile exr(bytes);
   const Imath::Box2i& window = exr.header().dataWindow();
   Bitmap bitmap = emptyBitmap(std::int64_t{window.max.x} - window.min.x + 1,
                               std::int64_t{window.max.y} - window.min.y + 1, sizeof(AColor));
@@ -129,11 +131,11 @@ Bitmap readExr(const std::filesystem::path& file) {
 }  // namespace
 
 Bitmap readBitmap(const std::filesystem::path& file, bool isLinear) try {
-  std::ifstream stream(file, std::ios::binary);
+  std::ifstream stream = openRegularFile(file);
   const int first = stream.peek();
   constexpr int kPng = 0x89, kExr = 0x76;
   if (first == kPng) return readPng(stream, isLinear);
-  if (first == kExr) return readExr(file);
+  if (first == kExr) return readExr(stream, file);
   throw InputError("is neither a PNG nor an EXR file");
 } catch (const std::bad_alloc&) {
   throw;

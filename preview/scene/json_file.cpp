@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
+#include <istream>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <unordered_set>
@@ -179,15 +179,14 @@ JsonValue parseJson(const std::string& text, Diagnostics& diagnostics) {
   return root;
 }
 
-JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics) {
+JsonValue readJson(std::istream& file, Diagnostics& diagnostics) {
   constexpr std::size_t kMaxBytes = std::size_t{1} << 24;  // its values take up to 80 times that
-  std::ifstream stream(file, std::ios::binary);
   std::string text;
-  for (char block[4096]; stream.read(block, sizeof block), stream.gcount() > 0;) {
-    text.append(block, static_cast<std::size_t>(stream.gcount()));
+  for (char block[4096]; file.read(block, sizeof block), file.gcount() > 0;) {
+    text.append(block, static_cast<std::size_t>(file.gcount()));
     if (text.size() > kMaxBytes) throw SceneError("", "is larger than " + memoryText(kMaxBytes));
   }
-  if (!stream.eof()) throw SceneError("", "cannot be read");
+  if (!file.eof()) throw SceneError("", "cannot be read");
   return parseJson(text, diagnostics);
 }
 

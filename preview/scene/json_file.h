@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <filesystem>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -35,6 +35,6 @@ struct JsonValue {
 JsonValue parseJson(const std::string& text, Diagnostics& diagnostics);
 
 /// The same of a file, which may be one that cannot be read.
-JsonValue readJson(const std::filesystem::path& file, Diagnostics& diagnostics);
+JsonValue readJson(std::istream& file, Diagnostics& diagnostics);
 
 }  // namespace preview

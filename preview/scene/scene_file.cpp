@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <numbers>
@@ -479,7 +480,7 @@ void apply(const Setting& setting, JsonValue& root, Diagnostics& diagnostics) {
 
 }  // namespace
 
-JsonValue readSource(const std::filesystem::path& file, const std::vector<Setting>& settings,
+JsonValue readSource(std::istream& file, const std::vector<Setting>& settings,
                      Diagnostics& diagnostics) {
   JsonValue source = readJson(file, diagnostics);
   diagnostics.setPosition("", source.position);
@@ -491,7 +492,8 @@ JsonValue readSource(const std::filesystem::path& file, const std::vector<Settin
 
 Scene readScene(const std::filesystem::path& file, const std::vector<Setting>& settings,
                 Diagnostics& diagnostics) {
-  return sceneOf(readSource(file, settings, diagnostics), file, settings, diagnostics);
+  std::ifstream stream(file, std::ios::binary);
+  return sceneOf(readSource(stream, settings, diagnostics), file, settings, diagnostics);
 }
 
 Scene sceneOf(const JsonValue& source, const std::filesystem::path& file,

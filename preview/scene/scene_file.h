@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <iosfwd>
 
 #include "preview/diagnostics/diagnostics.h"
 #include "preview/scene/json_file.h"
@@ -16,7 +17,7 @@ inline constexpr int kMaxFrame = 999999;
 
 /// Reads what a scene file says, JSON with comments, and puts the settings into the places of its
 /// values. Reports those that fit nowhere; throws `SceneError` if the file is no JSON.
-JsonValue readSource(const std::filesystem::path& file, const std::vector<Setting>& settings,
+JsonValue readSource(std::istream& file, const std::vector<Setting>& settings,
                      Diagnostics& diagnostics);
 
 /// Makes the scene of it. Checks everything that needs no plugin; the kinds and the parameters of

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <fstream>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -12,6 +11,7 @@
 
 #include "preview/diagnostics/errors.h"
 #include "preview/diagnostics/number_text.h"
+#include "preview/system/regular_file.h"
 #include "preview/world/polygon.h"
 
 namespace preview {
@@ -27,7 +27,7 @@ class Reader {
   explicit Reader(const std::filesystem::path& path) : path_(path) {}
 
   ObjTriangles read() {
-    std::ifstream file(path_);
+    std::ifstream file = openRegularFile(path_);
     std::vector<char> buffer(kMaxLine);
     std::string line;
     for (; line.size() < kMaxLine && file.getline(buffer.data(), std::ssize(buffer)); ++line_) {
