@@ -198,6 +198,16 @@ kill $listener
 stop_view TERM
 if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi
 
+# A module that needs a library beside it.
+mkdir beside
+for file in SamplerInfo libquor; do
+  sed 's/libquor[.]so/libquux.so/g' "$(dirname "$module")/$file.so" >"beside/${file/quor/quux}.so"
+done
+start_view scene.json 0 --plugin beside/SamplerInfo.so
+stop_view INT
+if TMPDIR=$PWD/nowhere "$preview" view scene.json >out 2>errors || [[ $? != 1 ]]; then wrong "no TMPDIR: no exit code 1"; fi
+is "no TMPDIR" "$(cat out errors)" "samplerinfo-preview: no plugin library can be copied to $PWD/nowhere and loaded from there; TMPDIR names another folder"
+
 # What a picture is rendered again for: what is seen there, as the command line has it.
 cp rendered/a.*png one.png
 cp rendered/b.*png two.png

@@ -27,6 +27,13 @@ struct View {
   void addTo(CLI::App& command, Session& session) {
     view.addTo(command, session);
     view.addRenderingTo(command);
+    command.footer(
+        "Plugin libraries are loaded from copies in the folder that TMPDIR names, or /tmp, since "
+        "a\n"
+        "linker may write into the file itself: one finds by $ORIGIN what stands in its own "
+        "folder,\n"
+        "not what $ORIGIN/.. leads to.\n\n" +
+        command.get_footer());
     constexpr int kMaxPort = 65535;
     command.add_option("--port", port, "Where to serve the page; 0 takes any free port")
         ->capture_default_str()

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <set>
 
 #include "preview/diagnostics/errors.h"
+#include "preview/system/regular_file.h"
 #include "standin/introspection.h"
 
 namespace preview {
@@ -32,30 +34,47 @@ bool isCutOff(const std::filesystem::path& file) {
 
 constexpr const char* kDefault = "SamplerInfo.so";
 
-/// A copy of a file, of the same name, while the object lives; the loader needs its name no longer.
-class FileCopy {
+/// A copy of a module, of the same name, while the object lives; the loader needs its name no
+/// longer. Beside it are links to what stands beside the module, which may look for it there.
+class ModuleCopy {
  public:
-  explicit FileCopy(const std::filesystem::path& file)
-      : folder_(std::filesystem::temp_directory_path() / "samplerinfo-XXXXXX") {
-    if (mkdtemp(folder_.data()) == nullptr) throw InputError("cannot write to " + folder_);
-    std::error_code error;
-    if (!copy_file(file, path_ = folder_ / file.filename(), error)) {
-      std::filesystem::remove_all(folder_);
-      throw InputError(shownPath(file) + ": " + error.message());
+  explicit ModuleCopy(const std::filesystem::path& file) : ModuleCopy() {
+    const std::filesystem::path name = file.filename();
+    std::error_code ignored;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(absolute(file).parent_path(), ignored)) {
+      if (entry.path().filename() == name) continue;
+      create_symlink(entry.path(), folder_ / entry.path().filename(), ignored);
+    }
+    std::ofstream copy(path_ = folder_ / name, std::ios::binary);
+    if (!(copy << openRegularFile(file).rdbuf()).flush()) {
+      throw InputError(shownPath(file) + ": cannot be copied to " + shownPath(path_));
     }
   }
-  ~FileCopy() {
+  ~ModuleCopy() {
     std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    remove_all(folder_, ignored);
   }
-  FileCopy(const FileCopy&) = delete;
-  FileCopy& operator=(const FileCopy&) = delete;
+  ModuleCopy(const ModuleCopy&) = delete;
+  ModuleCopy& operator=(const ModuleCopy&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
 
  private:
-  std::string folder_;
-  std::filesystem::path path_;
+  ModuleCopy() {
+    const char* named = std::getenv("TMPDIR");
+    const std::filesystem::path parent = named != nullptr ? named : "/tmp";
+    std::string folder = parent / "samplerinfo-XXXXXX";
+    struct statvfs system = {};
+    if (statvfs(parent.c_str(), &system) != 0 || (system.f_flag & ST_NOEXEC) != 0 ||
+        mkdtemp(folder.data()) == nullptr) {
+      throw std::runtime_error("no plugin library can be copied to " + shownPath(parent) +
+                               " and loaded from there; TMPDIR names another folder");
+    }
+    folder_ = folder;
+  }
+
+  std::filesystem::path folder_, path_;
 };
 
 }  // namespace
@@ -84,7 +103,7 @@ void PluginModule::refuse(const std::string& why) const {
 PluginModule::PluginModule(std::filesystem::path file, LoadFrom from) : file_(std::move(file)) {
   std::error_code unusable;
   if (!is_regular_file(file_, unusable)) refuse("it is not a file");
-  std::optional<FileCopy> copy;
+  std::optional<ModuleCopy> copy;
   if (from == LoadFrom::Copy) copy.emplace(file_);
   // A name without a slash would be looked for in the system's folders.
   const std::string loaded = copy ? copy->path() : absolute(file_);
