@@ -160,6 +160,13 @@ save 's/op.product/op.produkt/; s/float_b/float_c/'
 breaks "two mistakes" 'float_a\"?","scene.json:6:42: error: pictures.b.from: TexFloatOp has no output'
 save 's/x/x/'
 mended "no mistakes" ""
+for _ in {1..10}; do
+  save 's/op.product/op.produkt/'
+  sleep 0.07
+done
+said | grep -q 'no output \\"produkt' || wrong "a mistake that is saved again and again does not show"
+cp good.json scene.json
+mended "no mistakes again" ""
 mkfifo fifo
 mv fifo scene.json
 breaks "a FIFO" "scene.json: there is no file"

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -50,6 +51,7 @@ class Mistakes {
   explicit Mistakes(EventBoard& board) : board_(board) { publish(); }
 
   void found(std::vector<std::string> lines) {
+    if (lines == lines_) return;  // they stand although the file was saved again
     lines_ = std::move(lines);
     since_ = Clock::now();
   }
@@ -99,9 +101,8 @@ void View::run(Session& session) const {
   Mistakes mistakes(board);
   while (interruption == 0) {
     std::this_thread::sleep_for(50ms);
-    if (!loader.haveChanged()) {
-      mistakes.showIfTheyStand();
-    } else if (loader.areReadable()) {
+    if (loader.haveChanged()) {
+      if (!loader.areReadable()) continue;
       std::vector<std::string> lines;
       Diagnostics diagnostics;
       try {
@@ -110,6 +111,8 @@ void View::run(Session& session) const {
         for (const SceneError& error : diagnostics.errors()) {
           lines.push_back(diagnostics.lineOf(session.scene, "error", error));
         }
+      } catch (const std::bad_alloc&) {
+        lines = {"out of memory"};
       } catch (const std::exception& e) {
         lines = {e.what()};
       } catch (...) {  // the library's own, whose text is gone with it
@@ -117,6 +120,7 @@ void View::run(Session& session) const {
       }
       mistakes.found(std::move(lines));
     }
+    mistakes.showIfTheyStand();
   }
 }
 
