@@ -248,8 +248,10 @@ another caption|| save 's/"to": 1/"to": 2/; s/twice/four times/'
 another range|b|save 's/"to": 1/"to": 2/; s/"twice"/"four times", "range": [0, 2]/'
 the image|c|cp one.png two.png
 an image that is not used|| cp two.png one.png; touch scene.json
-the mesh|a,b,c|touch other.obj
+the mesh|a,b,c|printf '%bf 1/1 2/2 3/3\n' "${square//1/0.5}" >other.obj
+an object|a,b,c|save 's/"four/"for/; s/"other.obj"}/"other.obj"}, "transform": {"rotate": [0, 0, 30]}/; s/twice/four times/'
 EOS
+same_pictures scene.json 1 --set photo.file=two.png --set op.float_b=4
 curl -s "$address/scene.json" | grep -q '"caption": *"four times"' || wrong "the former caption"
 kill $listener
 stop_view TERM

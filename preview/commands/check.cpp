@@ -76,7 +76,7 @@ void inspectScene(LoadedScene& loaded, bool showNotes, Report& report) {
   const auto& [first, last] = loaded.scene.frames;
   loaded.network.renderBegin();
   for (const std::int32_t number : std::set{first, first + (last - first) / 2, last}) {
-    const Frame frame(loaded.scene, loaded.geometry, number, nullptr);
+    const Frame frame(loaded.scene, *loaded.geometry, number, nullptr);
     loaded.network.frameBegin();
     inspection.inspectFrame(frame, number, [] {});
     loaded.network.frameEnd();

@@ -58,7 +58,7 @@ void Probe::run(Session& session) const {
   std::erase_if(textures,
                 [&](const Expectation& texture) { return !selection.has(texture.name.text()); });
 
-  const Frame seen(scene, loaded.geometry, number, view.log());
+  const Frame seen(scene, *loaded.geometry, number, view.log());
   network.renderBegin();
   network.frameBegin();
   if (asJson) {

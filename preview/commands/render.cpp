@@ -128,7 +128,7 @@ void Render::renderFrames(LoadedScene& loaded, FrameRange range, const std::stri
       bar.show(doing, (number - range.first + fraction) / (range.last - range.first + 1));
     };
     show("building", 0);
-    const Frame frame(scene, loaded.geometry, number, view.log());
+    const Frame frame(scene, *loaded.geometry, number, view.log());
     network.frameBegin();
     if (page.empty()) page = pageData(loaded);  // asks for bounds, which a frame alone has
     if (!isDone) {

@@ -233,7 +233,7 @@ void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
       openLook_ = look;
       loaded.network.renderBegin();
     }
-    frame_.emplace(loaded.scene, loaded.geometry, number, log_);
+    frame_.emplace(loaded.scene, *loaded.geometry, number, log_);
     loaded.network.frameBegin();
   }
   Json scene = former != look ? pageData(loaded) : Json();

@@ -14,8 +14,10 @@ namespace preview {
 struct Look {
   /// Reports what is wrong as `LoadedScene` does.
   Look(std::shared_ptr<const PluginLibrary> plugins, Scene scene,
-       const std::vector<std::string>& only, Diagnostics& problems)
-      : library(std::move(plugins)), loaded(std::move(scene), *library, only, problems) {}
+       const std::vector<std::string>& only, Diagnostics& problems,
+       std::shared_ptr<Geometry> geometry)
+      : library(std::move(plugins)),
+        loaded(std::move(scene), *library, only, problems, std::move(geometry)) {}
 
   std::shared_ptr<const PluginLibrary> library;
   LoadedScene loaded;

@@ -17,7 +17,6 @@ void LookLoader::watch(std::set<std::filesystem::path> files) {
 std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
   const std::filesystem::path& file = source_.scene;
   states_ = statesOf(files_);
-  ++count_;
   if (states_[file] == FileState()) throw InputError(shownPath(file) + ": there is no file");
   std::string stateOfModules;
   for (const auto& module : source_.modules) stateOfModules += states_[module].text();
@@ -30,19 +29,24 @@ std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
   diagnostics.attempt([&] {
     std::ifstream stream = openRegularFile(file);
     const JsonValue json = readSource(stream, source_.settings, diagnostics);
-    watch(filesNamedIn(json, file.parent_path()));
+    watch(filesNamedIn(json, file));
     for (const auto& [named, state] : statesOf(files_)) states_.try_emplace(named, state);
     std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
     Scene scene = sceneOf(json, file, source_.settings, diagnostics);
     if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // what else is wrong follows
     source_.adjust(scene);
-    look = std::make_shared<Look>(library_, std::move(scene), source_.only, diagnostics);
+    const JsonValue* section = json.find("objects");
+    std::string objects = section != nullptr ? textOf(*section, file, states_) : "";
+    look = std::make_shared<Look>(library_, std::move(scene), source_.only, diagnostics,
+                                  objects == objects_ ? geometry_ : nullptr);
     if (!diagnostics.errors().empty()) return;
     checkMemory("the pictures", look->loaded.plan.bytes);
-    std::string rest = stateOfModules;
     // What was read while it changed must not be taken for what it became.
-    if (haveChanged()) rest += " " + std::to_string(count_);
-    look->keys = keysOf(json, look->loaded.scene, look->loaded.plan.pictures, states_, rest);
+    const std::string unlike = haveChanged() ? " " + std::to_string(++count_) : "";
+    geometry_ = look->loaded.geometry;
+    objects_ = objects + unlike;
+    look->keys = keysOf(json, look->loaded.scene, look->loaded.plan.pictures, states_,
+                        stateOfModules + unlike);
     look->diagnostics = diagnostics;
   });
   return diagnostics.errors().empty() ? look : nullptr;

@@ -42,7 +42,9 @@ class LookLoader {
   FileStates states_;
   std::shared_ptr<const PluginLibrary> library_;
   std::string stateOfModules_;
-  int count_ = 0;
+  std::shared_ptr<Geometry> geometry_;  ///< of the last look; meshes may be large
+  std::string objects_;                 ///< of which it is made
+  int count_ = 0;                       ///< of looks whose files changed while they were read
 };
 
 }  // namespace preview

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "preview/live/picture_keys.h"
 
-#include <functional>
-
 #include "preview/diagnostics/number_text.h"
 #include "preview/scene/connections.h"
 
@@ -16,34 +14,36 @@ bool namesFile(const JsonValue& value) {  // of a mesh, or of an image
 
 }  // namespace
 
-std::set<std::filesystem::path> filesNamedIn(const JsonValue& source,
-                                             const std::filesystem::path& folder) {
+std::set<std::filesystem::path> filesNamedIn(const JsonValue& value,
+                                             const std::filesystem::path& scene) {
   std::set<std::filesystem::path> files;
-  if (namesFile(source)) files.insert(folder / source.text);
-  for (const JsonValue& member : source.members) files.merge(filesNamedIn(member, folder));
+  if (namesFile(value)) files.insert(scene.parent_path() / value.text);
+  for (const JsonValue& member : value.members) files.merge(filesNamedIn(member, scene));
   return files;
+}
+
+std::string textOf(const JsonValue& value, const std::filesystem::path& scene,
+                   const FileStates& states) {
+  std::string text = value.name + ":" + std::to_string(static_cast<int>(value.kind)) + value.text +
+                     numberText(value.number) + (value.boolean ? "true" : "") + "{";
+  if (namesFile(value)) text += states.at(scene.parent_path() / value.text).text();
+  for (const JsonValue& member : value.members) text += textOf(member, scene, states);
+  return text + "}";
 }
 
 std::map<std::string, std::size_t> keysOf(const JsonValue& source, const Scene& scene,
                                           const std::vector<Picture>& pictures,
                                           const FileStates& states, const std::string& rest) {
-  const std::function<std::string(const JsonValue&)> textOf = [&](const JsonValue& value) {
-    std::string text = value.name + ":" + std::to_string(static_cast<int>(value.kind)) +
-                       value.text + numberText(value.number) + (value.boolean ? "true" : "") + "{";
-    if (namesFile(value)) text += states.at(scene.file.parent_path() / value.text).text();
-    for (const JsonValue& member : value.members) text += textOf(member);
-    return text + "}";
-  };
   std::string world = rest;
   std::map<std::string, std::string> parts;  // by their places
   for (const JsonValue& section : source.members) {
     if (section.name != "nodes" && section.name != "pictures") {
-      world += textOf(section);
+      world += textOf(section, scene.file, states);
       continue;
     }
     for (JsonValue part : section.members) {
       std::erase_if(part.members, [](const JsonValue& own) { return own.name == "caption"; });
-      parts[section.name + "." + part.name] = textOf(part);
+      parts[section.name + "." + part.name] = textOf(part, scene.file, states);
     }
   }
   std::map<std::string, std::size_t> keys;

@@ -12,9 +12,15 @@
 
 namespace preview {
 
-/// The files that a scene in `folder` names, whether they are there or not.
-std::set<std::filesystem::path> filesNamedIn(const JsonValue& source,
-                                             const std::filesystem::path& folder);
+// Of a value, or a part of one, in the file of a scene:
+
+/// The files that it names, whether they are there or not.
+std::set<std::filesystem::path> filesNamedIn(const JsonValue& value,
+                                             const std::filesystem::path& scene);
+
+/// A text that changes with it and with the states of the files that it names.
+std::string textOf(const JsonValue& value, const std::filesystem::path& scene,
+                   const FileStates& states);
 
 /// For each picture a number that changes with what is seen there: its entry without the caption,
 /// its node and all nodes upstream, all that is neither picture nor node, the states of the files
