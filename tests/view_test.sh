@@ -205,6 +205,38 @@ kill $listener
 stop_view TERM
 if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi
 
+# Frames that are left at once hold up nobody: pages are served, and any frame is probed.
+status() { curl -s -m "${2:-5}" -o answer -w '%{http_code}' "$address/$1"; } # ADDRESS [SECONDS]
+cp other.obj mesh.obj
+save 's/"last": 3/"last": 60/'
+start_view scene.json 0 --size 1600x1200 --samples 64
+asking=()
+for number in {1..60}; do
+  curl -s -m 0.3 "$address/b.png?frame=$number" -o /dev/null &
+  asking+=($!)
+done
+wait "${asking[@]}" || true
+listen
+is "a page behind many frames" "$(status "" 2)" 200
+is "a probe behind many frames" "$(status "probe?x=800&y=600&frame=30")" 200
+kill $listener
+stop_view INT
+
+# Two pages that probe a frame each, all the time, get their answers and all their pictures.
+start_view scene.json 0 --size 320x240 --samples 64
+listen
+for number in 1 2; do
+  while [[ ! -e enough ]]; do echo "$(status "probe?x=160&y=120&frame=$number")"; done >statuses$number &
+  asking[number]=$!
+done
+until_said "a frame beside another" '"frame":1,"warnings"'
+until_said "another beside it" '"frame":2,"warnings"'
+touch enough
+wait "${asking[1]}" "${asking[2]}"
+is "probes of two frames" "$(sort -u statuses1 statuses2)" 200
+kill $listener
+stop_view TERM
+
 # A module that needs a library beside it.
 mkdir beside
 for file in SamplerInfo libquor; do
@@ -290,5 +322,4 @@ refuses() { # LINE OPTION...
 }
 save 's/"to"/to/'
 refuses "$("$preview" render scene.json -o never 2>&1)" scene.json
-cp other.obj mesh.obj
 refuses 'samplerinfo-preview: --only: no picture "xyz"' good.json --only xyz

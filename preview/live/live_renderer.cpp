@@ -4,8 +4,9 @@
 #include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <iostream>
+#include <new>
 
 #include "preview/render/answers.h"
 #include "preview/render/band.h"
@@ -19,7 +20,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::chrono::seconds kPatience(10);
-constexpr std::size_t kFramesToRender = 2;                // anew when the scene changes
+constexpr std::chrono::milliseconds kFirstTurn(125), kLongestTurn(2000);
+constexpr std::size_t kFramesToRender = 2;                // anew when the scene changes, unasked
 constexpr std::size_t kMostBytes = std::size_t{1} << 28;  // of pictures of further frames
 
 /// How many pixels along each side are one in a quick rendition.
@@ -51,11 +53,30 @@ Band renderQuickly(const Scene& scene, const Frame& frame, const std::vector<Lay
   return band;
 }
 
-std::string nameOfRendition(int frame, const std::string& picture) {
-  return std::to_string(frame) + "/" + picture;
+struct Superseded {};
+
+/// What is wrong with a step; empty if nothing is.
+template <class Step>
+std::string mistakeOf(Step step) {
+  try {
+    step();
+    return {};
+  } catch (const Superseded&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return "out of memory";
+  } catch (const std::exception& e) {
+    return e.what();
+  } catch (...) {  // the library's own, whose text is gone with it
+    return "the plugin library threw an exception";
+  }
 }
 
 }  // namespace
+
+std::string LiveRenderer::nameOf(const FramePictures& frame, const std::string& picture) {
+  return std::to_string(frame.number) + "/" + picture;
+}
 
 LiveRenderer::LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log)
     : board_(board),
@@ -79,75 +100,100 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
   const std::lock_guard lock(mutex_);
   look_.swap(look);
   openNumber_.reset();
-  board_.withdraw("done");
   const Frames& range = look_->loaded.scene.frames;
-  std::erase_if(frames_, [&](FramePictures& frame) {
+  const auto isThere = [&](const FramePictures& frame) {
+    return range.first <= frame.number && frame.number <= range.last;
+  };
+  std::size_t count = 0;
+  for (FramePictures& frame : frames_) {
+    const auto goes = [&](const auto& rendition) {
+      return !isThere(frame) || !look_->keys.contains(rendition.first);
+    };
+    for (const auto& rendition : frame.renditions) {
+      if (goes(rendition)) board_.withdraw("picture", nameOf(frame, rendition.first));
+    }
+    std::erase_if(frame.renditions, goes);
+    board_.withdraw("done", std::to_string(frame.number));
+    frame.isWanted = count++ < kFramesToRender || std::ranges::count(waiting_, frame.number) > 0;
     frame.isDone = false;
-    const bool isThere = range.first <= frame.number && frame.number <= range.last;
-    std::erase_if(frame.renditions, [&](const auto& rendition) {
-      const bool stays = isThere && look_->keys.contains(rendition.first);
-      if (!stays) forget(frame, rendition.first);
-      return !stays;
-    });
-    return !isThere;
-  });
+    frame.mistake.clear();
+    frame.turn = {};
+  }
+  std::erase_if(frames_, std::not_fn(isThere));
   if (frames_.empty()) frames_.push_front({range.first});
   changed_.notify_all();
 }
 
 Json LiveRenderer::scene() {
   std::unique_lock lock(mutex_);
-  changed_.wait_for(lock, kPatience, [&] { return hasEnded_ || !scene_.is_null(); });
+  await(lock, frames_.front().number, [&] { return !scene_.is_null(); });
   return scene_;
 }
 
 std::shared_ptr<const std::string> LiveRenderer::picture(const std::string& name,
-                                                         std::optional<int> number) {
+                                                         std::optional<int> asked) {
   std::unique_lock lock(mutex_);
-  if (!look_->keys.contains(name) || !ask(number)) return nullptr;
-  const auto rendition = [&]() -> const Rendition* {
-    const FramePictures* frame = find(*number);
-    if (frame == nullptr) return nullptr;
-    const auto found = frame->renditions.find(name);
-    return found != frame->renditions.end() ? &found->second : nullptr;
-  };
-  changed_.wait_for(lock, kPatience, [&] {
-    const FramePictures* frame = find(*number);
+  const int number = asked.value_or(frames_.front().number);
+  if (!look_->keys.contains(name) || !want(number)) return nullptr;
+  std::shared_ptr<const std::string> png;
+  await(lock, number, [&] {
+    const FramePictures* frame = find(number);
     const auto key = look_->keys.find(name);
-    if (hasEnded_ || frame == nullptr || frame->isDone || key == look_->keys.end()) return true;
-    const Rendition* found = rendition();
-    return found != nullptr && found->key == key->second;
+    if (key == look_->keys.end()) return true;
+    if (frame == nullptr || !frame->renditions.contains(name)) return false;
+    const Rendition& rendition = frame->renditions.at(name);
+    png = rendition.png;
+    return frame->isDone || rendition.key == key->second;
   });
-  const Rendition* found = rendition();
-  return found != nullptr ? found->png : nullptr;
+  return png;
 }
 
-Json LiveRenderer::probe(int x, int y, std::optional<int> number) {
+Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
   std::unique_lock lock(mutex_);
-  const Image& image = look_->loaded.scene.image;
-  if (x < 0 || y < 0 || x >= image.width || y >= image.height || !ask(number)) return {};
-  changed_.wait_for(lock, kPatience, [&] { return hasEnded_ || openNumber_ == number; });
-  if (openNumber_ != number) return {};
+  const int number = asked.value_or(frames_.front().number);
+  if (!want(number)) return {};
+  await(lock, number, [&] { return openNumber_ == number; });
   const std::shared_lock isOpen(opening_);
   lock.unlock();
-  return answersAt(openLook_->loaded.scene, *frame_, *number, x, y, textures_);
+  const Scene& scene = openLook_->loaded.scene;
+  if (x < 0 || y < 0 || x >= scene.image.width || y >= scene.image.height) return {};
+  return answersAt(scene, *frame_, number, x, y, textures_);
 }
 
-bool LiveRenderer::ask(std::optional<int>& number) {
+bool LiveRenderer::want(int number) {
   const Frames& range = look_->loaded.scene.frames;
-  if (!number) number = frames_.front().number;
-  if (*number < range.first || *number > range.last) return false;
-  const auto known = std::ranges::find(frames_, *number, &FramePictures::number);
+  if (number < range.first || number > range.last) return false;
+  const auto known = std::ranges::find(frames_, number, &FramePictures::number);
   if (known == frames_.end()) {
-    frames_.push_front({*number});
+    frames_.push_front({number});
   } else {
     frames_.splice(frames_.begin(), frames_, known);
   }
-  if (openNumber_ != number) {
-    isToSwitch_ = true;
-    changed_.notify_all();
-  }
+  frames_.front().isWanted = true;
+  changed_.notify_all();
   return true;
+}
+
+void LiveRenderer::await(std::unique_lock<std::mutex>& lock, int number,
+                         const std::function<bool()>& isThere) {
+  if (isThere()) return;
+  const auto place = waiting_.insert(waiting_.end(), number);
+  changed_.notify_all();
+  const auto mistake = [&] {
+    const FramePictures* frame = find(number);
+    return frame != nullptr ? frame->mistake : "the frame is gone";
+  };
+  // Who came first may have gone long ago.
+  const auto isCrowdedOut = [&] {
+    return place == waiting_.begin() && waiting_.size() > kMostWaiting;
+  };
+  changed_.wait_for(lock, kPatience,
+                    [&] { return hasEnded_ || isThere() || isCrowdedOut() || !mistake().empty(); });
+  waiting_.erase(place);
+  changed_.notify_all();
+  if (isThere()) return;
+  const std::string why = mistake();
+  throw NotYet(why.empty() ? "it takes too long, or too much is asked for" : why);
 }
 
 LiveRenderer::FramePictures* LiveRenderer::find(int number) {
@@ -156,64 +202,80 @@ LiveRenderer::FramePictures* LiveRenderer::find(int number) {
 }
 
 LiveRenderer::FramePictures* LiveRenderer::nextToRender() {
-  if (isToSwitch_) return &frames_.front();
-  std::size_t count = 0;
-  for (FramePictures& frame : frames_) {
-    if (count++ == kFramesToRender) break;
-    if (!frame.isDone) return &frame;
+  if (!waiting_.empty()) {
+    FramePictures* frame = find(waiting_.front());
+    if (frame == nullptr || !frame->mistake.empty()) return nullptr;  // it waits no longer
+    return frame->isDone && openNumber_ == frame->number ? nullptr : frame;
   }
-  return nullptr;
+  const auto next = std::ranges::find_if(
+      frames_, [](const FramePictures& frame) { return frame.isWanted && !frame.isDone; });
+  return next != frames_.end() ? &*next : nullptr;
 }
 
-void LiveRenderer::forget(const FramePictures& frame, const std::string& name) {
-  board_.withdraw("picture", nameOfRendition(frame.number, name));
-}
-
-void LiveRenderer::throwIfSuperseded() {
+void LiveRenderer::throwIfSuperseded(int number) {
   const std::lock_guard lock(mutex_);
-  if (hasEnded_ || isToSwitch_ || look_ != openLook_) throw Superseded();
+  FramePictures* frame = find(number);
+  if (hasEnded_ || look_ != openLook_ || frame == nullptr) throw Superseded();
+  if (waiting_.empty() || waiting_.front() == number) return;
+  if (Clock::now() - begun_ < frame->turn) return;
+  // Whoever asks for others all the time must not keep it from ever being done.
+  frame->turn = std::clamp<Clock::duration>(2 * frame->turn, kFirstTurn, kLongestTurn);
+  throw Superseded();
 }
 
 void LiveRenderer::work() {
-  std::string said;
   for (;;) {
     std::shared_ptr<Look> look;
     int number = 0;
+    bool isDone = false;
     {
       std::unique_lock lock(mutex_);
       changed_.wait(lock, [&] { return hasEnded_ || nextToRender() != nullptr; });
       if (hasEnded_) break;
+      const FramePictures* next = nextToRender();
       look = look_;
-      number = nextToRender()->number;
-      isToSwitch_ = false;
+      number = next->number;
+      isDone = next->isDone;
+      begun_ = Clock::now();
     }
     std::string mistake;
     try {
-      board_.withdraw("done");
-      open(look, number);
-      render(number, false);
-      render(number, true);
-      inspect(number);
+      mistake = mistakeOf([&] {
+        open(look, number);
+        if (isDone) return;
+        render(number, false);
+        render(number, true);
+        inspect(number);
+      });
     } catch (const Superseded&) {
       continue;
-    } catch (const std::exception& e) {
-      mistake = e.what();
-    } catch (...) {  // the library's own, whose text is gone with it
-      mistake = "the plugin library threw an exception";
     }
     const std::lock_guard lock(mutex_);
-    if (look_ != look) continue;
-    if (FramePictures* frame = find(number)) frame->isDone = true;
-    if (mistake != said) {
-      said = mistake;
-      const Json lines = mistake.empty() ? Json::array() : Json::array({mistake});
-      board_.publish("errors", "render", {{"of", "render"}, {"lines", lines}});
-    }
-    changed_.notify_all();
+    if (look_ == look) finish(number, mistake);
   }
   const std::unique_lock lock(opening_);
-  close();
-  if (openLook_ != nullptr) openLook_->loaded.network.renderEnd();
+  endRender();
+}
+
+void LiveRenderer::finish(int number, const std::string& mistake) {
+  FramePictures* done = find(number);
+  if (done == nullptr) return;
+  done->isDone = true;
+  if (!mistake.empty()) {
+    done->mistake = shownPath(look_->loaded.scene.file) + ": error: " + oneLine(mistake);
+  }
+  std::set<std::string> mistakes;
+  for (const FramePictures& frame : frames_) {
+    if (!frame.mistake.empty()) mistakes.insert(frame.mistake);
+  }
+  if (mistakes != mistakes_) {
+    for (const std::string& line : mistakes) {
+      if (!mistakes_.contains(line)) std::cerr << line + "\n";
+    }
+    mistakes_.swap(mistakes);
+    board_.publish("errors", "render", {{"of", "render"}, {"lines", mistakes_}});
+  }
+  changed_.notify_all();
 }
 
 void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
@@ -222,23 +284,28 @@ void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
     if (openLook_ == look && openNumber_ == number) return;
     openNumber_.reset();
   }
-  const std::shared_ptr<Look> former = openLook_;  // goes when it is not locked any more
+  std::shared_ptr<Look> former;  // goes when it is not locked any more
   LoadedScene& loaded = look->loaded;
   {
     const std::unique_lock lock(opening_);
-    close();
-    if (former != look) {
-      if (former != nullptr) former->loaded.network.renderEnd();
+    if (openLook_ == look) {
+      endFrame();
+    } else {
+      endRender();
+      frame_.reset();
+      former = std::exchange(openLook_, look);
+      isAnnounced_ = false;
       textures_ = expectationsOf(loaded.network, loaded.scene.nodes);
-      openLook_ = look;
+      renderHasBegun_ = true;
       loaded.network.renderBegin();
     }
     frame_.emplace(loaded.scene, *loaded.geometry, number, log_);
+    frameHasBegun_ = true;
     loaded.network.frameBegin();
   }
-  Json scene = former != look ? pageData(loaded) : Json();
+  Json scene = isAnnounced_ ? Json() : pageData(loaded);
   const std::lock_guard lock(mutex_);
-  if (former != look) {
+  if (!std::exchange(isAnnounced_, true)) {
     scene["version"] = ++versions_;
     board_.publish("scene", "", scene);
     scene_ = std::move(scene);
@@ -247,10 +314,20 @@ void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
   changed_.notify_all();
 }
 
-void LiveRenderer::close() {
-  if (!frame_) return;
-  openLook_->loaded.network.frameEnd();
-  frame_.reset();
+void LiveRenderer::endFrame() {
+  if (std::exchange(frameHasBegun_, false)) end(&Network::frameEnd);
+}
+
+void LiveRenderer::endRender() {
+  endFrame();
+  if (std::exchange(renderHasBegun_, false)) end(&Network::renderEnd);
+}
+
+/// What it throws is of the former frame: it must not keep the next from being opened.
+void LiveRenderer::end(void (Network::*event)() const) {
+  const std::string mistake = mistakeOf([&] { (openLook_->loaded.network.*event)(); });
+  if (mistake.empty()) return;
+  std::cerr << shownPath(openLook_->loaded.scene.file) + ": error: " + oneLine(mistake) + "\n";
 }
 
 /// Renders what is not as it is in the look that is open.
@@ -287,7 +364,7 @@ void LiveRenderer::render(int number, bool isFinal) {
   for (int row = 0; row < image.height; row += rowsAtATime) {
     const int rows = std::min(rowsAtATime, image.height - row);
     const Band band = isFinal ? renderRows(scene, *frame_, layers, row, rows,
-                                           [&](double /*fraction*/) { throwIfSuperseded(); })
+                                           [&](double /*fraction*/) { throwIfSuperseded(number); })
                               : renderQuickly(scene, *frame_, layers, step);
     tbb::parallel_for(std::size_t{0}, pictures.size(), [&](std::size_t i) {
       const Picture& picture = plan.pictures[pictures[i]];
@@ -314,22 +391,32 @@ void LiveRenderer::keep(int number, const Picture& picture, bool isFinal, std::s
                                      std::make_shared<const std::string>(std::move(png))};
   Json said = {{"frame", number}, {"name", picture.name}, {"version", ++versions_}};
   if (isFinal) said["numbers"] = pageNumbers(numbers);
-  board_.publish("picture", nameOfRendition(number, picture.name), said);
+  board_.publish("picture", nameOf(*frame, picture.name), said);
 
-  std::size_t sum = 0, count = 0;
-  std::erase_if(frames_, [&](const FramePictures& one) {
-    for (const auto& [name, rendition] : one.renditions) sum += rendition.png->size();
-    if (++count <= kFramesToRender || sum <= kMostBytes) return false;
-    for (const auto& [name, rendition] : one.renditions) forget(one, name);
-    return true;
-  });
+  evict();
   changed_.notify_all();
+}
+
+void LiveRenderer::evict() {
+  std::size_t bytes = 0, count = 0;
+  for (auto frame = frames_.begin(); frame != frames_.end();) {
+    for (const auto& [name, rendition] : frame->renditions) bytes += rendition.png->size();
+    if (++count <= kFramesToRender || bytes <= kMostBytes) {
+      ++frame;
+      continue;
+    }
+    for (const auto& [name, rendition] : frame->renditions) {
+      board_.withdraw("picture", nameOf(*frame, name));
+    }
+    board_.withdraw("done", std::to_string(frame->number));
+    frame = frames_.erase(frame);
+  }
 }
 
 /// Says what `check` says of the frame that is open.
 void LiveRenderer::inspect(int number) {
   SceneInspection inspection(openLook_->loaded);
-  inspection.inspectFrame(*frame_, number, [&] { throwIfSuperseded(); });
+  inspection.inspectFrame(*frame_, number, [&] { throwIfSuperseded(number); });
   Json warnings = Json::array();
   for (const auto& [what, isNote] : inspection.remarks()) {
     if (isNote) continue;
@@ -337,7 +424,8 @@ void LiveRenderer::inspect(int number) {
         openLook_->diagnostics.lineOf(openLook_->loaded.scene.file, "warning", what));
   }
   const std::lock_guard lock(mutex_);
-  if (look_ == openLook_) board_.publish("done", "", {{"frame", number}, {"warnings", warnings}});
+  if (look_ != openLook_) return;
+  board_.publish("done", std::to_string(number), {{"frame", number}, {"warnings", warnings}});
 }
 
 }  // namespace preview

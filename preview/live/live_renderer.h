@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <shared_mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,14 +25,24 @@
 namespace preview {
 
 /// Renders the frames that are asked for of the newest look, on a thread of its own: what changed
-/// since they were rendered, first at a few points, then as the scene says. Says on the board:
+/// since they were rendered, first at a few points, then as the scene says. Frames for which
+/// requests wait come first, in turn; then those that were asked for, the last one first. Says on
+/// the board:
 ///   scene    what the page shows of the look
 ///   picture  that there is a new rendition, with its numbers if it is final
-///   errors   what kept it from rendering
+///   errors   what kept it from rendering, which the error stream is told too
 ///   done     that a frame has all its pictures, and what `check` would warn of there
 /// [any thread]
 class LiveRenderer {
  public:
+  /// So many requests wait at most: one more ends the wait of the first.
+  static constexpr std::size_t kMostWaiting = 12;
+
+  /// What is asked for is not there in time, or others wait for too much.
+  struct NotYet : std::runtime_error {
+    using runtime_error::runtime_error;
+  };
+
   /// `log` may be null. All that is referred to outlives the object.
   LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log);
   ~LiveRenderer();
@@ -38,8 +52,8 @@ class LiveRenderer {
   /// Renders this one from now on.
   void show(std::shared_ptr<Look> look);
 
-  // These wait for what they give, but not for long; without a frame they mean the one that was
-  // asked for last. Null if there is no such thing.
+  // These wait for what they give, but not for long: then they throw `NotYet`. Without a frame they
+  // mean the one that was asked for last. Null if the look has no such thing.
 
   nlohmann::ordered_json scene();
   /// A PNG file, in the best rendition that there is.
@@ -48,6 +62,8 @@ class LiveRenderer {
   nlohmann::ordered_json probe(int x, int y, std::optional<int> number);
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   struct Rendition {
     std::size_t key = 0;  ///< of the look that it is of
     bool isFinal = false;
@@ -56,24 +72,35 @@ class LiveRenderer {
   struct FramePictures {
     int number;
     std::map<std::string, Rendition> renditions = {};
+    bool isWanted = true;  ///< was asked for since the look is shown
     bool isDone = false;
+    std::string mistake = {};   ///< why it has not all its pictures
+    Clock::duration turn = {};  ///< for which others wait until it is final
   };
-  struct Superseded {};
+
+  /// Of a picture, on the board.
+  static std::string nameOf(const FramePictures& frame, const std::string& picture);
 
   void work();
   void open(const std::shared_ptr<Look>& look, int number);
-  void close();
+  void endFrame();
+  void endRender();
+  void end(void (Network::*event)() const);
   void render(int number, bool isFinal);
   void keep(int number, const Picture& picture, bool isFinal, std::string png,
             const PictureNumbers& numbers);
   void inspect(int number);
-  void throwIfSuperseded();
+  void throwIfSuperseded(int number);
 
   // With `mutex_` locked:
-  bool ask(std::optional<int>& number);
+  /// Makes it the one that was asked for last; false if the look has no such frame.
+  bool want(int number);
+  /// Waits for what the request for a frame needs.
+  void await(std::unique_lock<std::mutex>& lock, int number, const std::function<bool()>& isThere);
   FramePictures* find(int number);
   FramePictures* nextToRender();
-  void forget(const FramePictures& frame, const std::string& name);
+  void finish(int number, const std::string& mistake);
+  void evict();
 
   EventBoard& board_;
   RenderLog* log_;
@@ -83,9 +110,11 @@ class LiveRenderer {
   std::shared_ptr<Look> look_;       ///< the newest
   std::list<FramePictures> frames_;  ///< the one that was asked for last comes first
   std::optional<int> openNumber_;    ///< the frame that can be probed, if it is of the newest look
+  std::list<int> waiting_;           ///< the frames that requests wait for, the first in front
   nlohmann::ordered_json scene_;
-  std::uint64_t versions_;   ///< of pictures and scenes; none comes again after a restart
-  bool isToSwitch_ = false;  ///< another frame than the one that is open was asked for
+  std::set<std::string> mistakes_;  ///< as pages show them
+  std::uint64_t versions_;          ///< of pictures and scenes; none comes again after a restart
+  Clock::time_point begun_;         ///< when the frame that is rendered had its turn
   bool hasEnded_ = false;
 
   // What is open: only the thread changes it, with `opening_` locked for that; who shares the lock
@@ -94,6 +123,7 @@ class LiveRenderer {
   std::shared_ptr<Look> openLook_;
   std::optional<Frame> frame_;
   std::vector<Expectation> textures_;
+  bool renderHasBegun_ = false, frameHasBegun_ = false, isAnnounced_ = false;
 
   std::thread thread_;
 };

@@ -20,7 +20,7 @@ using httplib::Response;
 constexpr const char* kAddress = "127.0.0.1";
 constexpr std::size_t kLongestTarget = 1024;  // bytes
 constexpr int kMostStreams = 16;              // each holds a thread
-constexpr std::size_t kThreads = kMostStreams + 16;
+constexpr std::size_t kThreads = kMostStreams + LiveRenderer::kMostWaiting + 8;
 
 void refuse(Response& response, int status, const std::string& why) {
   response.status = status;
@@ -104,6 +104,15 @@ void LiveServer::answer(const Request& request, Response& response) {
   // The server would ask for bytes behind the end of what it sends.
   if (request.has_header("Range")) return refuse(response, 416, "whole files alone");
 
+  try {
+    give(request, response);
+  } catch (const LiveRenderer::NotYet& e) {
+    response.set_header("Retry-After", "1");
+    refuse(response, 503, e.what());
+  }
+}
+
+void LiveServer::give(const Request& request, Response& response) {
   const std::string& path = request.path;
   std::optional<int> frame, x, y;
   if (!readNumber(request, "frame", frame) || !readNumber(request, "x", x) ||

@@ -33,6 +33,7 @@ class LiveServer {
 
  private:
   void answer(const httplib::Request& request, httplib::Response& response);
+  void give(const httplib::Request& request, httplib::Response& response);
   void sendEvents(httplib::Response& response);
 
   LiveRenderer& renderer_;

@@ -7,6 +7,7 @@ preview=$(realpath "$preview")
 folder=$(mktemp -d)
 viewer=
 clean_up() {
+  if ((BASHPID != $$)); then return; fi # a child that ends before it becomes a program
   if [[ -n $viewer ]]; then
     kill -KILL "$viewer"
     wait "$viewer" || true
