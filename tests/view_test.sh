@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: tests/view_test.sh PREVIEW MODULE SCENES
+# usage: tests/view_test.sh PREVIEW MODULE THROWING-MODULE SCENES
 # Tries `view` by its addresses and by what it says: what it answers and refuses, what it renders again, how it ends.
 set -euo pipefail
 
-preview=$1 module=$(realpath "$2") scenes=$(realpath "$3")
+preview=$1 module=$(realpath "$2") throwing=$(realpath "$3") scenes=$(realpath "$4")
 . "$(dirname "$(realpath "$0")")/support/view.sh"
 
 is() { # WHAT GOT EXPECTED
@@ -138,7 +138,7 @@ breaks() { # WHAT LINE: says it, and goes on with the former pictures
   mark
 }
 mended() { # WHAT PICTURES: those that are rendered then
-  until_said "$1" '"of":"files","lines":[]'
+  until_said "$1" '","lines":[]'
   if [[ -n $2 ]]; then until_said "$1" "event: done"; fi
   is "$1" "$(rendered final)" "$2"
   mark
@@ -236,6 +236,21 @@ wait "${asking[1]}" "${asking[2]}"
 is "probes of two frames" "$(sort -u statuses1 statuses2)" 200
 kill $listener
 stop_view TERM
+
+# A plugin that throws when a frame begins and ends; without it there is a page.
+save 's/"op":/"bad": {"plugin": "Broken"}, &/'
+start_view scene.json 0 --plugin "$throwing"
+listen
+thrown='scene.json: error: the plugin library threw an exception'
+until_said "a plugin that throws" "\"of\":\"render\",\"lines\":[\"$thrown\"]"
+is "no page yet" "$(status "") $(cat answer)" "503 $thrown"
+is "no picture" "$(status a.png)" 503
+save 's/x/x/'
+mended "the plugin is gone" "a,b"
+is "a page" "$(status "")" 200
+is "on the terminal, of its beginning and end" "$(cat errors)" "$thrown"$'\n'"$thrown"
+kill $listener
+stop_view INT
 
 # A module that needs a library beside it.
 mkdir beside

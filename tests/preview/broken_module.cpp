@@ -16,6 +16,7 @@ enum Fault {
   NullParameterName,
   NullPlugin,
   ThrowingPlugin,
+  ThrowingFrame,
   NullOutput
 };
 constexpr Fault kFault = FAULT;
@@ -23,6 +24,14 @@ constexpr Fault kFault = FAULT;
 class Broken final : public QuorPlugin {
  public:
   using QuorPlugin::QuorPlugin;  // knows of no output
+
+  void frameBegin(QuorRenderer* /*renderer*/) override { fail(); }
+  void frameEnd(QuorRenderer* /*renderer*/) override { fail(); }
+
+ private:
+  static void fail() {
+    if (kFault == ThrowingFrame) throw modifiable("no frame");
+  }
 };
 
 class BrokenDesc final : public QuorPluginDesc {
