@@ -10,6 +10,7 @@ preview=$1 module=$(realpath "$2") throwing=$(realpath "$3") scenes=$(realpath "
 is() { # WHAT GOT EXPECTED
   [[ $2 == "$3" ]] || wrong "$1: expected $3, got $2"
 }
+status() { curl -s -m "${2:-5}" -o answer -w '%{http_code}' "$address/$1"; } # ADDRESS [SECONDS]
 same_pictures() { # SCENE FRAME OPTION...: those of `render`
   rm -rf rendered
   "$preview" render "$1" -o rendered --quiet --frames "$2" "${@:3}"
@@ -84,6 +85,7 @@ done <<EOS
 403 -H Sec-Fetch-Site:same-site $address/normal.png
 200 -H Sec-Fetch-Site:same-origin $address/normal.png
 414 $address/$(printf 'a%.0s' {1..1100})
+400 -H X:$(printf 'a%.0s' {1..9000}) $address/
 EOS
 curl -sI -X GET "$address/" >answer
 grep -q "^Content-Security-Policy: default-src 'none';" answer || wrong "no policy"
@@ -93,6 +95,11 @@ if curl -s -m 2 "http://$(hostname -I | cut -d' ' -f1):$port/" -o answer; then w
 # A second viewer finds the port in use.
 if "$preview" view scenes/gallery.json --port "$port" >out2 2>errors2 || [[ $? != 2 ]]; then wrong "two viewers"; fi
 is "two viewers" "$(cat out2 errors2)" "samplerinfo-preview: --port: $port is in use, or may not be used; 0 takes any"
+
+# A connection that asks for nothing holds a thread: not for long.
+exec {idle}<>"/dev/tcp/127.0.0.1/$port"
+timeout 3 cat <&"$idle" || wrong "an idle connection stays"
+exec {idle}>&-
 
 # Streams: so many, and more when one of them goes.
 streams=()
@@ -206,7 +213,6 @@ stop_view TERM
 if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi
 
 # Frames that are left at once hold up nobody: pages are served, and any frame is probed.
-status() { curl -s -m "${2:-5}" -o answer -w '%{http_code}' "$address/$1"; } # ADDRESS [SECONDS]
 cp other.obj mesh.obj
 save 's/"last": 3/"last": 60/'
 start_view scene.json 0 --size 1600x1200 --samples 64
@@ -311,6 +317,18 @@ for signal in INT TERM; do
   stop_view $signal
   wait $listener || true
 done
+
+# Browsers leave the default port out, which not everybody may use.
+: >out
+"$preview" view good.json --port 80 >out 2>errors &
+viewer=$!
+until [[ -s out ]] || ! kill -0 $viewer 2>/dev/null; do sleep 0.02; done
+if [[ -s out ]]; then
+  address=http://localhost
+  is "the default port" "$(status a.png)" 200
+  stop_view TERM
+fi
+viewer=
 
 # And while a large mesh is loaded, at first and again.
 printf '%b' "$square" >large.obj

@@ -19,6 +19,7 @@ using httplib::Response;
 
 constexpr const char* kAddress = "127.0.0.1";
 constexpr std::size_t kLongestTarget = 1024;  // bytes
+constexpr std::time_t kSeconds = 1;           // in which a connection must ask for something
 constexpr int kMostStreams = 16;              // each holds a thread
 constexpr std::size_t kThreads = kMostStreams + LiveRenderer::kMostWaiting + 8;
 
@@ -59,6 +60,8 @@ LiveServer::LiveServer(int port, LiveRenderer& renderer, EventBoard& board)
   });
   server_->set_tcp_nodelay(true);
   server_->set_keep_alive_max_count(1);  // an idle connection would hold a thread
+  server_->set_keep_alive_timeout(kSeconds);
+  server_->set_read_timeout(kSeconds);
   server_->set_default_headers(
       {{"Cache-Control", "no-store"},
        {"Content-Security-Policy",
@@ -78,21 +81,26 @@ LiveServer::LiveServer(int port, LiveRenderer& renderer, EventBoard& board)
     throw InputError("--port: " + std::to_string(port) +
                      " is in use, or may not be used; 0 takes any");
   }
-  thread_ = std::thread([this] { server_->listen_after_bind(); });
+  serving_ = std::async(std::launch::async, [this] { return server_->listen_after_bind(); });
 }
 
 LiveServer::~LiveServer() {
   board_.end();
-  while (!server_->is_running()) std::this_thread::yield();  // or else it would not stop
+  // It can be stopped once it runs, unless it has ended by itself.
+  constexpr std::chrono::milliseconds kLook(1);
+  while (!server_->is_running() && serving_.wait_for(kLook) == std::future_status::timeout) {
+  }
   server_->stop();
-  thread_.join();
 }
 
 void LiveServer::answer(const Request& request, Response& response) {
-  const std::string port = ":" + std::to_string(port_);
   const std::string host = request.get_header_value("Host");
   const std::string site = request.get_header_value("Sec-Fetch-Site");
-  if ((host != kAddress + port && host != "localhost" + port) ||
+  const auto isNamed = [&](const std::string& name) {
+    constexpr int kDefault = 80;  // browsers leave it out
+    return host == name + ":" + std::to_string(port_) || (host == name && port_ == kDefault);
+  };
+  if (!(isNamed(kAddress) || isNamed("localhost")) ||
       !(site.empty() || site == "same-origin" || site == "none")) {
     return refuse(response, 403, "for pages of this server alone");
   }

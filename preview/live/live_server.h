@@ -2,9 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "preview/live/event_board.h"
 #include "preview/live/live_renderer.h"
@@ -41,7 +41,7 @@ class LiveServer {
   std::unique_ptr<httplib::Server> server_;
   int port_;
   std::atomic<int> streams_ = 0;
-  std::thread thread_;
+  std::future<bool> serving_;  ///< until then
 };
 
 }  // namespace preview
