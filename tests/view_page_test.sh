@@ -32,7 +32,7 @@ cat >scene.json <<'EOS'
 }
 EOS
 cp scene.json good.json
-start_view scene.json
+start_view scene.json 0 --set uv.to=16
 open_page "$address"
 
 expect "pictures" "[...tiles.keys()].map(name => tiles.get(name).image.naturalWidth)" "16,16,16,16"
@@ -73,11 +73,16 @@ read -r x y < <(at 3 6)
 mouse mouseMoved "$x" "$y"
 at_3_6=$(curl -s "$address/probe?x=3&y=6" | sed -n '/"uv"/,/value/s/.*"value": \([0-9.]*\).*/\1/p')
 expect "value under the pointer" "find('value').textContent" "3,6: $(printf %.5g "$at_3_6")"
+mouse mouseMoved -9 -9
+expect "no pointer" "[find('value').hidden, pointedAt]" "true,"
+mouse mouseMoved "$x" "$y"
+expect "the pointer again" "find('value').hidden" false
 mouse mousePressed "$x" "$y"
 mouse mouseReleased "$x" "$y"
 expect "pixel" "find('pixel').textContent" "Pixel 3,6"
 expect "answers" "[find('answers').rows.length, find('answers').querySelector('b').textContent]" "20,uv"
 marked=$("$preview" probe scene.json --pixel 3,6 | sed -n 's/ .*  ! .*//p' | paste -sd,)
+expect "command" "find('probe').firstChild.textContent" "samplerinfo-preview probe scene.json --pixel 3,6 --size 16x12 --set uv.to=16 uv"
 expect "marks" "[...find('answers').rows].filter(row => row.querySelector('.warning')).map(row => row.querySelector('b').textContent)" "$marked"
 key ArrowRight 39
 key ArrowDown 40
@@ -94,6 +99,15 @@ expect "the network is as it was" "[zoom, network.scrollLeft, network.scrollTop,
 expect "pixel after a save" "[find('probed').textContent, find('probed').hidden]" "Pixel 4,7,false"
 key Escape 27
 expect "forgotten" "[pixel, find('probed').hidden, find('canvas').className, boxes.get('root').outputs[0].number.textContent]" ",true,,"
+
+# Too many pages: it waits until one goes.
+evaluate "stream.close()"
+fill_streams
+until_events_are 503
+evaluate "listen()"
+expect "waiting" "find('mistakes').textContent" "Waiting: as many pages are open as the viewer serves."
+kill "${streams[@]}"
+expect "its turn" "[find('report').hidden, stream.readyState]" "true,1"
 
 # The viewer ends.
 stop_view TERM

@@ -102,21 +102,10 @@ timeout 3 cat <&"$idle" || wrong "an idle connection stays"
 exec {idle}>&-
 
 # Streams: so many, and more when one of them goes.
-streams=()
-for _ in {1..16}; do
-  curl -sN "$address/events" -o /dev/null &
-  streams+=($!)
-done
-until_events_are() { # STATUS
-  for _ in {1..20}; do
-    if [[ $(curl -s -m 0.3 -o answer -w '%{http_code}' "$address/events") == "$1" ]]; then return; fi
-    sleep 0.1
-  done
-  wrong "streams: never $1"
-}
+fill_streams
 until_events_are 503
 is "beside the streams" "$(curl -s -o answer -w '%{http_code}' "$address/normal.png")" 200
-kill "${streams[@]}" 2>/dev/null || true  # one of them was too many
+kill "${streams[@]}"
 until_events_are 200
 kill $listener
 stop_view INT

@@ -2,13 +2,15 @@
 // What a page does that is served while its scene is edited: it follows the pictures and has pixels probed.
 const versions = new Map(), numbersOfPictures = new Map();  // by "FRAME/NAME"
 const mistakes = {};          // by what found them: lines
-let warnings = [];            // of the frame that is shown
+const warnings = new Map();   // by frame: lines
 let answers = new Map();      // by texture: what it answers at the chosen pixel
 let asked = "";               // what they are the answers to
 let tableOf = null;           // the picture beside which they stand
 let pointedAt = null;         // a pixel of a picture
 let isAsking = false, isToRefresh = false;
+let stream = null;            // of what the viewer says
 
+/// Null if there is no answer, or not yet.
 async function ask([x, y]) {
   try {
     const response = await fetch(`probe?x=${x}&y=${y}&frame=${frame}`);
@@ -49,6 +51,7 @@ function showAnswers() {
 }
 
 live = {
+  showReport,
   fileOf: ({name}) => `${name}.png?frame=${frame}&v=${versions.get(`${frame}/${name}`) ?? ""}`,
   numbersOf: ({name}) => numbersOfPictures.get(`${frame}/${name}`),
   writeNumbers() {
@@ -70,6 +73,11 @@ live = {
     asked = question;
     const found = pixel && await ask(pixel);
     if (question !== asked) return;
+    if (pixel && !found) {
+      asked = null;
+      if (stream.readyState === EventSource.OPEN) setTimeout(live.probe, 1000);
+      return;
+    }
     answers = new Map((found?.textures ?? []).map(one => [one.name, one]));
     showAnswers();
   },
@@ -103,34 +111,44 @@ function shownOf(picture, {value, bounds, gradient, columns, offset}) {
   const show = picture.layer.slice(textureOf(picture).length + 1);
   return {lower: bounds?.[0], upper: bounds?.[1], gradient, column0: columns?.[0], column1: columns?.[1], column2: columns?.[2], offset}[show] ?? value;
 }
-document.addEventListener("pointermove", async event => {
+async function showValue() {
+  find("value").hidden = !pointedAt;
+  if (isAsking) return;
+  isAsking = true;
+  try {
+    for (let last = null; pointedAt && pointedAt !== last;) {
+      last = pointedAt;
+      const found = await ask(last.at);
+      const answer = found?.textures?.find(({name}) => name === textureOf(last.picture));
+      find("value").textContent = `${last.at}: ${answer ? textOf(shownOf(last.picture, answer)) : found ? "nothing is seen there" : "…"}`;
+    }
+  } finally {
+    isAsking = false;
+  }
+}
+document.addEventListener("pointermove", event => {
   const image = event.target.closest?.("#large, main img, .thumbs img");
   const picture = image && pictures.find(({name}) => name === image.alt);
   const at = picture && pixelAt(image, event);
   pointedAt = at && {at, picture};
-  find("value").hidden = !at;
   Object.assign(find("value").style, {left: event.clientX + 14 + "px", top: event.clientY + 18 + "px"});
-  if (isAsking) return;
-  isAsking = true;
-  for (let last = null; pointedAt && pointedAt !== last;) {
-    last = pointedAt;
-    const found = await ask(last.at);
-    const answer = found?.textures?.find(({name}) => name === textureOf(last.picture));
-    find("value").textContent = `${last.at}: ${answer ? textOf(shownOf(last.picture, answer)) : "nothing is seen there"}`;
-  }
-  isAsking = false;
+  showValue();
+});
+document.documentElement.addEventListener("pointerleave", () => {
+  pointedAt = null;
+  showValue();
 });
 
 // What the viewer says.
 
 function showReport() {
-  const lines = Object.values(mistakes).flat();
+  const lines = Object.values(mistakes).flat(), warned = warnings.get(frame) ?? [];
   document.documentElement.classList.toggle("old", lines.length > 0);
   find("mistakes").replaceChildren(...lines.map(line => make("div", {}, line)));
-  find("warnings").hidden = warnings.length === 0 || lines.length > 0;
-  find("warnings").firstChild.textContent = countText(warnings.length, "warning");
-  find("warnings").lastChild.replaceChildren(...warnings.map(line => make("div", {}, line)));
-  find("report").hidden = lines.length === 0 && warnings.length === 0;
+  find("warnings").hidden = warned.length === 0 || lines.length > 0;
+  find("warnings").firstChild.textContent = countText(warned.length, "warning");
+  find("warnings").lastChild.replaceChildren(...warned.map(line => make("div", {}, line)));
+  find("report").hidden = lines.length === 0 && warned.length === 0;
 }
 function refreshSoon() {
   if (isToRefresh) return;
@@ -140,29 +158,41 @@ function refreshSoon() {
     refresh();
   });
 }
-const stream = new EventSource("events");
-const listen = (event, use) => stream.addEventListener(event, ({data}) => use(JSON.parse(data)));
-listen("scene", data => {
-  warnings = [];
-  showReport();
-  if (data.version !== scene.version) show(data);
-});
-listen("picture", ({frame: number, name, version, numbers}) => {
-  versions.set(`${number}/${name}`, version);
-  if (numbers) numbersOfPictures.set(`${number}/${name}`, numbers);
-  if (number === frame) refreshSoon();
-});
-listen("errors", ({of, lines}) => {
+function report(of, lines) {
   mistakes[of] = lines;
   showReport();
-});
-listen("done", ({frame: number, warnings: lines}) => {
-  if (number === frame) warnings = lines;
-  showReport();
-});
-stream.onopen = () => listenedTo([]);
-stream.onerror = () => listenedTo(["The viewer has ended, or cannot be reached."]);
-function listenedTo(lines) {
-  mistakes.stream = lines;
-  showReport();
 }
+const uses = {
+  scene(data) {
+    if (data.version === scene.version) return;
+    warnings.clear();
+    show(data);
+    showReport();
+    // Unasked the viewer renders the frames anew that were asked for last.
+    if (pictures.length > 0) fetch(fileOf(pictures[0])).catch(() => {});
+    pointedAt = pointedAt && {...pointedAt};
+    showValue();
+  },
+  picture({frame: number, name, version, numbers}) {
+    versions.set(`${number}/${name}`, version);
+    if (numbers) numbersOfPictures.set(`${number}/${name}`, numbers);
+    if (number === frame) refreshSoon();
+  },
+  errors: ({of, lines}) => report(of, lines),
+  done({frame: number, warnings: lines}) {
+    warnings.set(number, lines);
+    showReport();
+  },
+};
+/// A browser tries again by itself, but not where it was refused.
+function listen() {
+  stream = new EventSource("events");
+  for (const [event, use] of Object.entries(uses)) stream.addEventListener(event, ({data}) => use(JSON.parse(data)));
+  stream.onopen = () => report("stream", []);
+  stream.onerror = () => {
+    const isRefused = stream.readyState === EventSource.CLOSED;
+    if (isRefused) setTimeout(listen, 3000);
+    report("stream", [isRefused ? "Waiting: as many pages are open as the viewer serves." : "The viewer has ended, or cannot be reached."]);
+  };
+}
+listen();

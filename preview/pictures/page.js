@@ -151,7 +151,7 @@ function showPixel() {
   find("mark").style.left = left + (pixel[0] + 0.5) * scale + "px";
   find("mark").style.top = top + (pixel[1] + 0.5) * scale + "px";
   const words = ["samplerinfo-preview", "probe", scene.file, "--pixel", pixel, "--size", `${scene.width}x${scene.height}`,
-                 ...scene.settings.flatMap(setting => ["--set", setting]), ...scene.digits ? ["--frame", frame] : [], textureOf(large)];
+                 ...scene.options, ...scene.digits ? ["--frame", frame] : [], textureOf(large)];
   const quoted = word => /^[\w.,=\/-]+$/.test(word) ? word : `'${String(word).replaceAll("'", "'\\''")}'`;
   find("probe").firstChild.textContent = words.map(quoted).join(" ");
 }
@@ -249,6 +249,7 @@ function refresh() {
 function showFrame(number) {
   frame = number;
   refresh();
+  live?.showReport();
   if (!live && !(number in numbersOfFrames)) load(number);
 }
 async function load(number) {

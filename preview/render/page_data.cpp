@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <span>
 
 #include "preview/diagnostics/number_text.h"
@@ -88,6 +89,27 @@ Json nodeData(const Node& node, const Json& kind) {
   return {{"name", node.name}, {"plugin", node.plugin}, {"kind", kind}, {"inputs", inputs}};
 }
 
+/// With which any command sees the scene as it was loaded.
+Json optionsOf(const LoadedScene& loaded) {
+  Json options = Json::array();
+  for (const Setting& setting : loaded.scene.settings) {
+    options.insert(options.end(), {"--set", setting.text()});
+  }
+  const std::vector<std::filesystem::path> installed = installedModules();
+  std::set<std::string> modules;
+  bool hasDefault = false;
+  for (const QuorPluginDesc* desc : loaded.library.descs()) {
+    const PluginModule& module = loaded.library.moduleOf(desc);
+    hasDefault = hasDefault || module.libraryName() == "SamplerInfo";
+    if (std::ranges::count(installed, module.file()) > 0) continue;
+    if (modules.insert(module.file()).second) {
+      options.insert(options.end(), {"--plugin", module.file().string()});
+    }
+  }
+  if (!hasDefault) options.push_back("--no-default-plugin");
+  return options;
+}
+
 }  // namespace
 
 Json pageData(const LoadedScene& loaded) {
@@ -115,11 +137,9 @@ Json pageData(const LoadedScene& loaded) {
       plugins[name] = pluginData(*desc);
     }
   }
-  Json settings = Json::array();
-  for (const Setting& setting : scene.settings) settings.push_back(setting.text());
   return {{"name", scene.file.stem().string()},
           {"file", scene.file.string()},
-          {"settings", settings},
+          {"options", optionsOf(loaded)},
           {"width", scene.image.width},
           {"height", scene.image.height},
           {"samples", scene.image.samples},

@@ -50,6 +50,21 @@ listen() {
   listener=$!
   marked=0
 }
+# As many as the viewer serves.
+fill_streams() {
+  streams=()
+  for _ in {1..16}; do
+    curl -sN --retry 20 --retry-delay 1 "$address/events" >/dev/null &
+    streams+=($!)
+  done
+}
+until_events_are() { # STATUS
+  for _ in {1..20}; do
+    if [[ $(curl -s -m 0.3 -o answer -w '%{http_code}' "$address/events") == "$1" ]]; then return; fi
+    sleep 0.1
+  done
+  wrong "streams: never $1"
+}
 mark() { marked=$(wc -c <said); }
 said() { tail -c "+$((marked + 1))" said; }
 until_said() { # WHAT TEXT: since the mark
