@@ -68,6 +68,11 @@ kill $listener
 stop_view TERM
 start_view scenes/gallery.json 0 --size 1600x1200 --samples 64
 sleep 1
-figure "probe while rendering" "$(probes 800 600)" 60
+listen
+until_said "a page" "event: scene"
+milliseconds=$(probes 800 600)
+if said | grep '^event: done'; then wrong "the render ended before the probes"; fi
+figure "probe while rendering" "$milliseconds" 60
+kill $listener
 stop_view TERM
 exit $worst
