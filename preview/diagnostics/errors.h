@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -13,6 +14,19 @@ class InputError : public std::runtime_error {
  public:
   explicit InputError(const std::string& text) : std::runtime_error(oneLine(text)) {}
 };
+
+/// Of what is being caught, in a line.
+inline std::string textOfThrown() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return "out of memory";
+  } catch (const std::exception& e) {
+    return oneLine(e.what());
+  } catch (...) {  // the library's own, whose text is gone with it
+    return "the plugin library threw an exception";
+  }
+}
 
 /// For something that stands in the place of something else.
 inline std::string unexpected(const std::string& found, const std::string& expected) {

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
-#include <new>
 
 #include "preview/render/answers.h"
 #include "preview/render/band.h"
@@ -55,23 +54,6 @@ Band renderQuickly(const Scene& scene, const Frame& frame, const std::vector<Lay
 
 struct Superseded {};
 
-/// What is wrong with a step; empty if nothing is.
-template <class Step>
-std::string mistakeOf(Step step) {
-  try {
-    step();
-    return {};
-  } catch (const Superseded&) {
-    throw;
-  } catch (const std::bad_alloc&) {
-    return "out of memory";
-  } catch (const std::exception& e) {
-    return e.what();
-  } catch (...) {  // the library's own, whose text is gone with it
-    return "the plugin library threw an exception";
-  }
-}
-
 }  // namespace
 
 std::string LiveRenderer::nameOf(const FramePictures& frame, const std::string& picture) {
@@ -80,9 +62,9 @@ std::string LiveRenderer::nameOf(const FramePictures& frame, const std::string& 
 
 LiveRenderer::LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log)
     : board_(board),
-      log_(log),
       versions_(static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch() /
-                                           std::chrono::milliseconds(1))) {
+                                           std::chrono::milliseconds(1))),
+      open_(log) {
   show(std::move(look));
   thread_ = std::thread([this] { work(); });
 }
@@ -155,9 +137,9 @@ Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
   await(lock, number, [&] { return openNumber_ == number; });
   const std::shared_lock isOpen(opening_);
   lock.unlock();
-  const Scene& scene = openLook_->loaded.scene;
+  const Scene& scene = open_.look()->loaded.scene;
   if (x < 0 || y < 0 || x >= scene.image.width || y >= scene.image.height) return {};
-  return answersAt(scene, *frame_, number, x, y, textures_);
+  return answersAt(scene, open_.frame(), number, x, y, open_.textures());
 }
 
 bool LiveRenderer::want(int number) {
@@ -215,7 +197,7 @@ LiveRenderer::FramePictures* LiveRenderer::nextToRender() {
 void LiveRenderer::throwIfSuperseded(int number) {
   const std::lock_guard lock(mutex_);
   FramePictures* frame = find(number);
-  if (hasEnded_ || look_ != openLook_ || frame == nullptr) throw Superseded();
+  if (hasEnded_ || look_ != open_.look() || frame == nullptr) throw Superseded();
   if (waiting_.empty() || waiting_.front() == number) return;
   if (Clock::now() - begun_ < frame->turn) return;
   // Whoever asks for others all the time must not keep it from ever being done.
@@ -240,21 +222,22 @@ void LiveRenderer::work() {
     }
     std::string mistake;
     try {
-      mistake = mistakeOf([&] {
-        open(look, number);
-        if (isDone) return;
+      open(look, number);
+      if (!isDone) {
         render(number, false);
         render(number, true);
         inspect(number);
-      });
+      }
     } catch (const Superseded&) {
       continue;
+    } catch (...) {
+      mistake = textOfThrown();
     }
     const std::lock_guard lock(mutex_);
     if (look_ == look) finish(number, mistake);
   }
   const std::unique_lock lock(opening_);
-  endRender();
+  open_.close();
 }
 
 void LiveRenderer::finish(int number, const std::string& mistake) {
@@ -262,7 +245,7 @@ void LiveRenderer::finish(int number, const std::string& mistake) {
   if (done == nullptr) return;
   done->isDone = true;
   if (!mistake.empty()) {
-    done->mistake = shownPath(look_->loaded.scene.file) + ": error: " + oneLine(mistake);
+    done->mistake = shownPath(look_->loaded.scene.file) + ": error: " + mistake;
   }
   std::set<std::string> mistakes;
   for (const FramePictures& frame : frames_) {
@@ -281,29 +264,16 @@ void LiveRenderer::finish(int number, const std::string& mistake) {
 void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
   {
     const std::lock_guard lock(mutex_);
-    if (openLook_ == look && openNumber_ == number) return;
+    if (open_.look() == look && openNumber_ == number) return;
     openNumber_.reset();
   }
-  std::shared_ptr<Look> former;  // goes when it is not locked any more
-  LoadedScene& loaded = look->loaded;
+  const std::shared_ptr<Look> former = open_.look();  // goes when it is not locked any more
+  if (former != look) isAnnounced_ = false;
   {
     const std::unique_lock lock(opening_);
-    if (openLook_ == look) {
-      endFrame();
-    } else {
-      endRender();
-      frame_.reset();
-      former = std::exchange(openLook_, look);
-      isAnnounced_ = false;
-      textures_ = expectationsOf(loaded.network, loaded.scene.nodes);
-      renderHasBegun_ = true;
-      loaded.network.renderBegin();
-    }
-    frame_.emplace(loaded.scene, *loaded.geometry, number, log_);
-    frameHasBegun_ = true;
-    loaded.network.frameBegin();
+    open_.open(look, number);
   }
-  Json scene = isAnnounced_ ? Json() : pageData(loaded);
+  Json scene = isAnnounced_ ? Json() : pageData(look->loaded);
   const std::lock_guard lock(mutex_);
   if (!std::exchange(isAnnounced_, true)) {
     scene["version"] = ++versions_;
@@ -314,26 +284,10 @@ void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
   changed_.notify_all();
 }
 
-void LiveRenderer::endFrame() {
-  if (std::exchange(frameHasBegun_, false)) end(&Network::frameEnd);
-}
-
-void LiveRenderer::endRender() {
-  endFrame();
-  if (std::exchange(renderHasBegun_, false)) end(&Network::renderEnd);
-}
-
-/// What it throws is of the former frame: it must not keep the next from being opened.
-void LiveRenderer::end(void (Network::*event)() const) {
-  const std::string mistake = mistakeOf([&] { (openLook_->loaded.network.*event)(); });
-  if (mistake.empty()) return;
-  std::cerr << shownPath(openLook_->loaded.scene.file) + ": error: " + oneLine(mistake) + "\n";
-}
-
 /// Renders what is not as it is in the look that is open.
 void LiveRenderer::render(int number, bool isFinal) {
-  const Scene& scene = openLook_->loaded.scene;
-  const RenderPlan& plan = openLook_->loaded.plan;
+  const Scene& scene = open_.look()->loaded.scene;
+  const RenderPlan& plan = open_.look()->loaded.plan;
   const Image& image = scene.image;
   const int step = isFinal ? 1 : quickStep(image);
   if (!isFinal && step == 1 && image.samples == 1) return;
@@ -345,7 +299,7 @@ void LiveRenderer::render(int number, bool isFinal) {
     for (std::size_t i = 0; i < plan.pictures.size(); ++i) {
       const auto known = frame->renditions.find(plan.pictures[i].name);
       const bool isThere = known != frame->renditions.end() &&
-                           known->second.key == openLook_->keys.at(known->first) &&
+                           known->second.key == open_.look()->keys.at(known->first) &&
                            (known->second.isFinal || !isFinal);
       if (!isThere) pictures.push_back(i);
     }
@@ -363,9 +317,9 @@ void LiveRenderer::render(int number, bool isFinal) {
   const int rowsAtATime = isFinal ? plan.rowsAtATime : image.height;
   for (int row = 0; row < image.height; row += rowsAtATime) {
     const int rows = std::min(rowsAtATime, image.height - row);
-    const Band band = isFinal ? renderRows(scene, *frame_, layers, row, rows,
+    const Band band = isFinal ? renderRows(scene, open_.frame(), layers, row, rows,
                                            [&](double /*fraction*/) { throwIfSuperseded(number); })
-                              : renderQuickly(scene, *frame_, layers, step);
+                              : renderQuickly(scene, open_.frame(), layers, step);
     tbb::parallel_for(std::size_t{0}, pictures.size(), [&](std::size_t i) {
       const Picture& picture = plan.pictures[pictures[i]];
       const std::size_t layer = plan.layerOfPicture[pictures[i]];
@@ -387,7 +341,7 @@ void LiveRenderer::keep(int number, const Picture& picture, bool isFinal, std::s
   const std::lock_guard lock(mutex_);
   FramePictures* frame = find(number);
   if (frame == nullptr || !look_->keys.contains(picture.name)) return;
-  frame->renditions[picture.name] = {openLook_->keys.at(picture.name), isFinal,
+  frame->renditions[picture.name] = {open_.look()->keys.at(picture.name), isFinal,
                                      std::make_shared<const std::string>(std::move(png))};
   Json said = {{"frame", number}, {"name", picture.name}, {"version", ++versions_}};
   if (isFinal) said["numbers"] = pageNumbers(numbers);
@@ -415,16 +369,16 @@ void LiveRenderer::evict() {
 
 /// Says what `check` says of the frame that is open.
 void LiveRenderer::inspect(int number) {
-  SceneInspection inspection(openLook_->loaded);
-  inspection.inspectFrame(*frame_, number, [&] { throwIfSuperseded(number); });
+  SceneInspection inspection(open_.look()->loaded);
+  inspection.inspectFrame(open_.frame(), number, [&] { throwIfSuperseded(number); });
   Json warnings = Json::array();
   for (const auto& [what, isNote] : inspection.remarks()) {
     if (isNote) continue;
     warnings.push_back(
-        openLook_->diagnostics.lineOf(openLook_->loaded.scene.file, "warning", what));
+        open_.look()->diagnostics.lineOf(open_.look()->loaded.scene.file, "warning", what));
   }
   const std::lock_guard lock(mutex_);
-  if (look_ != openLook_) return;
+  if (look_ != open_.look()) return;
   board_.publish("done", std::to_string(number), {{"frame", number}, {"warnings", warnings}});
 }
 

@@ -19,8 +19,8 @@
 
 #include "preview/live/event_board.h"
 #include "preview/live/look.h"
+#include "preview/live/open_frame.h"
 #include "preview/render/frame_files.h"
-#include "preview/render/inspection.h"
 
 namespace preview {
 
@@ -83,9 +83,6 @@ class LiveRenderer {
 
   void work();
   void open(const std::shared_ptr<Look>& look, int number);
-  void endFrame();
-  void endRender();
-  void end(void (Network::*event)() const);
   void render(int number, bool isFinal);
   void keep(int number, const Picture& picture, bool isFinal, std::string png,
             const PictureNumbers& numbers);
@@ -103,7 +100,6 @@ class LiveRenderer {
   void evict();
 
   EventBoard& board_;
-  RenderLog* log_;
 
   std::mutex mutex_;
   std::condition_variable changed_;
@@ -117,13 +113,10 @@ class LiveRenderer {
   Clock::time_point begun_;         ///< when the frame that is rendered had its turn
   bool hasEnded_ = false;
 
-  // What is open: only the thread changes it, with `opening_` locked for that; who shares the lock
-  // may probe it.
+  // Only the thread opens another, with `opening_` locked for that; who shares the lock may probe.
   std::shared_mutex opening_;
-  std::shared_ptr<Look> openLook_;
-  std::optional<Frame> frame_;
-  std::vector<Expectation> textures_;
-  bool renderHasBegun_ = false, frameHasBegun_ = false, isAnnounced_ = false;
+  OpenFrame open_;
+  bool isAnnounced_ = false;  ///< its look is on the board
 
   std::thread thread_;
 };
