@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# usage: tests/view_page_test.sh PREVIEW
+# usage: tests/view_page_test.sh PREVIEW THROWING-MODULE
 # Tries the page that `view` serves in a browser: saves the scene and looks; exit code 77 without a browser.
 set -euo pipefail
 
-preview=$1
+preview=$1 throwing=$(realpath "$2")
 here=$(dirname "$(realpath "$0")")
 if ! command -v chromium >/dev/null; then
   echo "THE PAGE IS NOT TESTED: there is no chromium here"
@@ -114,5 +114,14 @@ stop_view TERM
 expect "its end" "find('mistakes').textContent" "The viewer has ended, or cannot be reached."
 start_view scene.json "${address##*:}"
 expect "its return" "find('report').hidden" true
+stop_view INT
+
+# A page that cannot be made yet comes by itself.
+save 's/"uv":/"bad": {"plugin": "Broken"}, &/'
+start_view scene.json "${address##*:}" --plugin "$throwing"
+evaluate "location.reload()"
+expect "no page" "document.body.textContent.trim()" "scene.json: error: the plugin library threw an exception"
+save 's/x/x/'
+expect "a page" "document.title" scene
 stop_view INT
 close_browser

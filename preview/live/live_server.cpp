@@ -116,7 +116,7 @@ void LiveServer::answer(const Request& request, Response& response) {
     give(request, response);
   } catch (const LiveRenderer::NotYet& e) {
     response.set_header("Retry-After", "1");
-    if (request.path == "/") response.set_header("Refresh", "1");
+    if (request.path == "/") response.set_header("Refresh", "1; url=/");
     refuse(response, 503, e.what());
   }
 }
