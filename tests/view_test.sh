@@ -218,10 +218,13 @@ kill $listener
 stop_view INT
 
 # Two pages that probe a frame each, all the time, get their answers and all their pictures.
-start_view scene.json 0 --size 320x240 --samples 64
+start_view scene.json 0 --size 320x240 --samples 16
 listen
 for number in 1 2; do
-  while [[ ! -e enough ]]; do echo "$(status "probe?x=160&y=120&frame=$number")"; done >statuses$number &
+  while [[ ! -e enough ]] && kill -0 "$viewer" 2>/dev/null; do
+    status "probe?x=160&y=120&frame=$number"
+    echo
+  done >statuses$number &
   asking[number]=$!
 done
 until_said "a frame beside another" '"frame":1,"warnings"'

@@ -19,7 +19,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::chrono::seconds kPatience(10);
-constexpr std::chrono::milliseconds kFirstTurn(125), kLongestTurn(2000);
+constexpr std::chrono::milliseconds kFirstTurn(125);
 constexpr std::size_t kFramesToRender = 2;                // anew when the scene changes, unasked
 constexpr std::size_t kMostBytes = std::size_t{1} << 28;  // of pictures of further frames
 
@@ -96,7 +96,8 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
     }
     std::erase_if(frame.renditions, goes);
     board_.withdraw("done", std::to_string(frame.number));
-    frame.isWanted = count++ < kFramesToRender || std::ranges::count(waiting_, frame.number) > 0;
+    frame.isWanted =
+        count++ < kFramesToRender || std::ranges::count(waiting_, frame.number, &Wait::frame) > 0;
     frame.isDone = false;
     frame.mistake.clear();
     frame.turn = {};
@@ -108,7 +109,7 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
 
 Json LiveRenderer::scene() {
   std::unique_lock lock(mutex_);
-  await(lock, frames_.front().number, [&] { return !scene_.is_null(); });
+  await(lock, {frames_.front().number, true}, [&] { return !scene_.is_null(); });
   return scene_;
 }
 
@@ -118,7 +119,7 @@ std::shared_ptr<const std::string> LiveRenderer::picture(const std::string& name
   const int number = asked.value_or(frames_.front().number);
   if (!look_->keys.contains(name) || !want(number)) return nullptr;
   std::shared_ptr<const std::string> png;
-  await(lock, number, [&] {
+  await(lock, {number, true}, [&] {
     const FramePictures* frame = find(number);
     const auto key = look_->keys.find(name);
     if (key == look_->keys.end()) return true;
@@ -134,7 +135,7 @@ Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
   std::unique_lock lock(mutex_);
   const int number = asked.value_or(frames_.front().number);
   if (!want(number)) return {};
-  await(lock, number, [&] { return openNumber_ == number; });
+  await(lock, {number, false}, [&] { return openNumber_ == number; });
   const std::shared_lock isOpen(opening_);
   lock.unlock();
   const Scene& scene = open_.look()->loaded.scene;
@@ -156,13 +157,13 @@ bool LiveRenderer::want(int number) {
   return true;
 }
 
-void LiveRenderer::await(std::unique_lock<std::mutex>& lock, int number,
+void LiveRenderer::await(std::unique_lock<std::mutex>& lock, Wait wait,
                          const std::function<bool()>& isThere) {
   if (isThere()) return;
-  const auto place = waiting_.insert(waiting_.end(), number);
+  const auto place = waiting_.insert(waiting_.end(), wait);
   changed_.notify_all();
   const auto mistake = [&] {
-    const FramePictures* frame = find(number);
+    const FramePictures* frame = find(wait.frame);
     return frame != nullptr ? frame->mistake : "the frame is gone";
   };
   // Who came first may have gone long ago.
@@ -185,7 +186,7 @@ LiveRenderer::FramePictures* LiveRenderer::find(int number) {
 
 LiveRenderer::FramePictures* LiveRenderer::nextToRender() {
   if (!waiting_.empty()) {
-    FramePictures* frame = find(waiting_.front());
+    FramePictures* frame = find(waiting_.front().frame);
     if (frame == nullptr || !frame->mistake.empty()) return nullptr;  // it waits no longer
     return frame->isDone && openNumber_ == frame->number ? nullptr : frame;
   }
@@ -198,10 +199,12 @@ void LiveRenderer::throwIfSuperseded(int number) {
   const std::lock_guard lock(mutex_);
   FramePictures* frame = find(number);
   if (hasEnded_ || look_ != open_.look() || frame == nullptr) throw Superseded();
-  if (waiting_.empty() || waiting_.front() == number) return;
-  if (Clock::now() - begun_ < frame->turn) return;
-  // Whoever asks for others all the time must not keep it from ever being done.
-  frame->turn = std::clamp<Clock::duration>(2 * frame->turn, kFirstTurn, kLongestTurn);
+  if (waiting_.empty() || waiting_.front().frame == number) return;
+  // Each picture is missing once. Whoever probes all the time must not keep others from being done.
+  if (std::ranges::none_of(waiting_, &Wait::isForPictures)) {
+    if (Clock::now() - begun_ < frame->turn) return;
+    frame->turn = std::max<Clock::duration>(2 * frame->turn, kFirstTurn);
+  }
   throw Superseded();
 }
 

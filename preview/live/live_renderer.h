@@ -57,9 +57,9 @@ class LiveRenderer {
 
   nlohmann::ordered_json scene();
   /// A PNG file, in the best rendition that there is.
-  std::shared_ptr<const std::string> picture(const std::string& name, std::optional<int> number);
+  std::shared_ptr<const std::string> picture(const std::string& name, std::optional<int> asked);
   /// As `probe` answers, of all textures.
-  nlohmann::ordered_json probe(int x, int y, std::optional<int> number);
+  nlohmann::ordered_json probe(int x, int y, std::optional<int> asked);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -75,7 +75,12 @@ class LiveRenderer {
     bool isWanted = true;  ///< was asked for since the look is shown
     bool isDone = false;
     std::string mistake = {};   ///< why it has not all its pictures
-    Clock::duration turn = {};  ///< for which others wait until it is final
+    Clock::duration turn = {};  ///< for which probes of others wait until it is final
+  };
+  /// Of a request, for a frame.
+  struct Wait {
+    int frame;
+    bool isForPictures;
   };
 
   /// Of a picture, on the board.
@@ -93,7 +98,7 @@ class LiveRenderer {
   /// Makes it the one that was asked for last; false if the look has no such frame.
   bool want(int number);
   /// Waits for what the request for a frame needs.
-  void await(std::unique_lock<std::mutex>& lock, int number, const std::function<bool()>& isThere);
+  void await(std::unique_lock<std::mutex>& lock, Wait wait, const std::function<bool()>& isThere);
   FramePictures* find(int number);
   FramePictures* nextToRender();
   void finish(int number, const std::string& mistake);
@@ -106,7 +111,7 @@ class LiveRenderer {
   std::shared_ptr<Look> look_;       ///< the newest
   std::list<FramePictures> frames_;  ///< the one that was asked for last comes first
   std::optional<int> openNumber_;    ///< the frame that can be probed, if it is of the newest look
-  std::list<int> waiting_;           ///< the frames that requests wait for, the first in front
+  std::list<Wait> waiting_;          ///< the first in front
   nlohmann::ordered_json scene_;
   std::set<std::string> mistakes_;  ///< as pages show them
   std::uint64_t versions_;          ///< of pictures and scenes; none comes again after a restart
