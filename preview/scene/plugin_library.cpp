@@ -14,6 +14,7 @@
 #include <set>
 
 #include "preview/diagnostics/errors.h"
+#include "preview/scene/host_textures.h"
 #include "preview/system/regular_file.h"
 #include "standin/introspection.h"
 
@@ -187,10 +188,15 @@ PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bo
   if (modules_.empty() && withDefault) {
     throw InputError("no plugin library is installed; name one with --plugin");
   }
+  const std::vector<std::string> ofHost = hostTextureNames();
   std::map<std::string, const PluginModule*> owners;
   for (const auto& module : modules_) {
     for (QUtils::QuorPluginDesc* desc : module->descs()) {
       const std::string name = desc->getPluginName();
+      if (std::ranges::find(ofHost, name) != ofHost.end()) {
+        throw InputError("\"" + name + "\" is a texture of the host and a plugin in " +
+                         shownPath(module->file()));
+      }
       const auto [owner, isNew] = owners.emplace(name, module.get());
       if (!isNew) {
         throw InputError("two plugins are named \"" + shortened(name) + "\": in " +
