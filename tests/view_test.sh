@@ -84,6 +84,8 @@ done <<EOS
 403 -H Sec-Fetch-Site:cross-site $address/probe?x=0&y=0
 403 -H Sec-Fetch-Site:same-site $address/normal.png
 200 -H Sec-Fetch-Site:same-origin $address/normal.png
+403 -H Origin:http://example.org $address/events
+200 -H Origin:$address $address/normal.png
 414 $address/$(printf 'a%.0s' {1..1100})
 400 -H X:$(printf 'a%.0s' {1..9000}) $address/
 EOS
@@ -324,11 +326,13 @@ viewer=
 
 # And while a large mesh is loaded, at first and again.
 printf '%b' "$square" >large.obj
-printf 'f 1/1 2/2 3/3\n%.0s' {1..1000000} >>large.obj
+yes 'f 1/1 2/2 3/3' | head -n 1000000 >>large.obj || true
 save 's/other.obj/large.obj/'
 env --default-signal=INT "$preview" view scene.json --port 0 >out 2>errors &
 viewer=$!
-sleep 0.3
+catches_int() { [[ /proc/$viewer/exe -ef $preview ]] && ((0x$(sed -n 's/^SigCgt:\t//p' /proc/$viewer/status) & 1 << (2 - 1))); }
+until catches_int; do sleep 0.02; done
+sleep 0.2
 stop_view INT
 is "the first load" "$(cat out errors)" ""
 cp good.json scene.json

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <iostream>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -111,12 +110,8 @@ void View::run(Session& session) const {
         for (const SceneError& error : diagnostics.errors()) {
           lines.push_back(diagnostics.lineOf(session.scene, "error", error));
         }
-      } catch (const std::bad_alloc&) {
-        lines = {"out of memory"};
-      } catch (const std::exception& e) {
-        lines = {e.what()};
-      } catch (...) {  // the library's own, whose text is gone with it
-        lines = {"the plugin library threw an exception"};
+      } catch (...) {
+        lines = {textOfThrown()};
       }
       mistakes.found(std::move(lines));
     }

@@ -11,6 +11,7 @@
 #include "preview/render/band.h"
 #include "preview/render/page_data.h"
 #include "preview/render/scene_inspection.h"
+#include "preview/system/interruption.h"
 
 namespace preview {
 
@@ -65,6 +66,8 @@ LiveRenderer::LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, Render
       versions_(static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch() /
                                            std::chrono::milliseconds(1))),
       open_(log) {
+  // A page that was open before may still show some.
+  board_.publish("errors", "render", {{"of", "render"}, {"lines", mistakes_}});
   show(std::move(look));
   thread_ = std::thread([this] { work(); });
 }
@@ -140,7 +143,11 @@ Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
   lock.unlock();
   const Scene& scene = open_.look()->loaded.scene;
   if (x < 0 || y < 0 || x >= scene.image.width || y >= scene.image.height) return {};
-  return answersAt(scene, open_.frame(), number, x, y, open_.textures());
+  try {
+    return answersAt(scene, open_.frame(), number, x, y, open_.textures());
+  } catch (...) {  // by what may be unloaded soon
+    throw NotYet(textOfThrown());
+  }
 }
 
 bool LiveRenderer::want(int number) {
@@ -237,7 +244,7 @@ void LiveRenderer::work() {
       mistake = textOfThrown();
     }
     const std::lock_guard lock(mutex_);
-    if (look_ == look) finish(number, mistake);
+    if (look_ == look) finish(number, interruption == 0 ? mistake : "");
   }
   const std::unique_lock lock(opening_);
   open_.close();

@@ -96,12 +96,14 @@ LiveServer::~LiveServer() {
 void LiveServer::answer(const Request& request, Response& response) {
   const std::string host = request.get_header_value("Host");
   const std::string site = request.get_header_value("Sec-Fetch-Site");
+  const std::string origin = request.get_header_value("Origin");
   const auto isNamed = [&](const std::string& name) {
     constexpr int kDefault = 80;  // browsers leave it out
     return host == name + ":" + std::to_string(port_) || (host == name && port_ == kDefault);
   };
   if (!(isNamed(kAddress) || isNamed("localhost")) ||
-      !(site.empty() || site == "same-origin" || site == "none")) {
+      !(site.empty() || site == "same-origin" || site == "none") ||
+      !(origin.empty() || origin == "http://" + host)) {
     return refuse(response, 403, "for pages of this server alone");
   }
   if (request.method != "GET") {

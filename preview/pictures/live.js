@@ -75,7 +75,7 @@ live = {
     if (question !== asked) return;
     if (pixel && !found) {
       asked = null;
-      if (stream.readyState === EventSource.OPEN) setTimeout(live.probe, 1000);
+      if (stream?.readyState === EventSource.OPEN) setTimeout(live.probe, 1000);
       return;
     }
     answers = new Map((found?.textures ?? []).map(one => [one.name, one]));
@@ -185,7 +185,10 @@ const uses = {
   },
 };
 /// A browser tries again by itself, but not where it was refused.
+/// It has six connections for all pages, so the hidden ones give theirs up.
 function listen() {
+  stream?.close();
+  if (document.hidden) return;
   stream = new EventSource("events");
   for (const [event, use] of Object.entries(uses)) stream.addEventListener(event, ({data}) => use(JSON.parse(data)));
   stream.onopen = () => report("stream", []);
@@ -195,4 +198,5 @@ function listen() {
     report("stream", [isRefused ? "Waiting: as many pages are open as the viewer serves." : "The viewer has ended, or cannot be reached."]);
   };
 }
+document.addEventListener("visibilitychange", listen);
 listen();

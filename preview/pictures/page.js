@@ -57,7 +57,9 @@ function drawList() {
     tile.text.textContent = picture.caption || picture.layer;
     tiles.set(picture.name, tile);
   }
+  const active = document.activeElement;
   document.querySelector("main").replaceChildren(...Array.from(tiles.values(), tile => tile.link));
+  if (active !== document.activeElement) active.focus({preventScroll: true});
 }
 
 /// Hides what the search does not find in the list, and lets it fade in the network.

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "preview/system/regular_file.h"
+
 namespace preview {
 
 namespace {
@@ -17,7 +19,7 @@ class Hash {
     add('\0');
   }
   void addFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file = openRegularFile(path);
     add({std::istreambuf_iterator<char>(file), {}});
   }
   std::uint64_t value() const { return value_; }

@@ -186,17 +186,12 @@ PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bo
     }
   }
   if (modules_.empty() && withDefault) {
-    throw InputError("no plugin library is installed; name one with --plugin");
+    throw InputError("no plugin library can be used; name one with --plugin");
   }
-  const std::vector<std::string> ofHost = hostTextureNames();
   std::map<std::string, const PluginModule*> owners;
   for (const auto& module : modules_) {
     for (QUtils::QuorPluginDesc* desc : module->descs()) {
       const std::string name = desc->getPluginName();
-      if (std::ranges::find(ofHost, name) != ofHost.end()) {
-        throw InputError("\"" + name + "\" is a texture of the host and a plugin in " +
-                         shownPath(module->file()));
-      }
       const auto [owner, isNew] = owners.emplace(name, module.get());
       if (!isNew) {
         throw InputError("two plugins are named \"" + shortened(name) + "\": in " +
@@ -209,6 +204,13 @@ PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bo
 
 void PluginLibrary::add(std::unique_ptr<PluginModule> module) {
   module->registerPlugins();
+  const std::vector<std::string> ofHost = hostTextureNames();
+  for (const QUtils::QuorPluginDesc* desc : module->descs()) {
+    const std::string name = desc->getPluginName();
+    if (std::ranges::find(ofHost, name) == ofHost.end()) continue;
+    throw InputError("\"" + name + "\" is a texture of the host and a plugin in " +
+                     shownPath(module->file()));
+  }
   modules_.push_back(std::move(module));
 }
 

@@ -446,8 +446,11 @@ std::vector<T> readAll(const Item& item, std::size_t max, Read read) {
 
 JsonValue valueOf(const Setting& setting, const std::string& place, Diagnostics& diagnostics) {
   const std::string& text = setting.value;
-  const bool isWord = text == "true" || text == "false" || text == "null";
-  if (!isWord && text.find_first_of("[{\"-0123456789") != 0 && !text.empty()) {
+  const bool isJson = text.empty() || text.find_first_of("[{\"") == 0 || text == "true" ||
+                      text == "false" || text == "null" ||
+                      (text.find_first_of("-0123456789") == 0 &&
+                       text.find_first_not_of("+-.0123456789eE") == std::string::npos);
+  if (!isJson) {
     return {.kind = JsonValue::Kind::Text, .text = text, .written = '"' + shortened(text) + '"'};
   }
   try {

@@ -59,7 +59,12 @@ Geometry::Geometry(const Scene& scene, Diagnostics& diagnostics) {
 
 const Raycaster& Geometry::raycaster(const DVector& worldOffset) {
   if (!raycaster_) raycaster_.emplace(objects_);
-  raycaster_->setWorldOffset(worldOffset);
+  try {
+    raycaster_->setWorldOffset(worldOffset);
+  } catch (...) {  // the next frame begins anew
+    raycaster_.reset();
+    throw;
+  }
   return *raycaster_;
 }
 

@@ -19,7 +19,7 @@ namespace preview {
 class Geometry {
  public:
   /// If files of meshes cannot be used, `diagnostics` says so, and the object is good for
-  /// nothing. Throws `SceneError` where there is not enough memory. `scene` outlives the object.
+  /// nothing. Throws `SceneError` where there is not enough memory.
   Geometry(const Scene& scene, Diagnostics& diagnostics);
   Geometry(const Geometry&) = delete;
   Geometry& operator=(const Geometry&) = delete;
