@@ -134,8 +134,9 @@ RenderLog* ViewOptions::log() const {
 void writeJson(const nlohmann::ordered_json& json) { std::cout << jsonText(json); }
 
 void checkFrames(const char* option, FrameRange asked, const Frames& all) {
-  if (asked.first > asked.last)
+  if (asked.first > asked.last) {
     throw InputError(std::string(option) + ": the last frame comes before the first");
+  }
   if (asked.first >= all.first && asked.last <= all.last) return;
   throw InputError(std::string(option) + ": the scene has the frames " + std::to_string(all.first) +
                    " to " + std::to_string(all.last));
