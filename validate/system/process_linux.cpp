@@ -136,17 +136,18 @@ std::set<std::string> possessions() {
       lines.insert(formatted("%s %s %s", what, entry.path().filename().c_str(), file.c_str()));
     }
   }
-  std::ifstream timers("/proc/self/timers"), memory("/proc/self/statm");
+  std::ifstream timers("/proc/self/timers"), maps("/proc/self/maps");
   for (std::string line; std::getline(timers, line);) {
     if (line.starts_with("ID")) lines.insert("timer " + line);
   }
-  std::uint64_t pages = 0;
-  memory >> pages;
+  std::uint64_t bytes = 0, begin = 0, end = 0;
+  char dash = 0;
+  for (maps >> std::hex; maps >> begin >> dash >> end; maps.ignore(8192, '\n')) {
+    bytes += end - begin;
+  }
   static const auto* const heap = static_cast<const char*>(sbrk(0));  // which may grow
   const auto grown = static_cast<std::uint64_t>(static_cast<const char*>(sbrk(0)) - heap);
-  if (!kSanitized) {
-    lines.insert("mapped " + text(pages * static_cast<std::uint64_t>(getpagesize()) - grown));
-  }
+  if (!kSanitized) lines.insert("mapped " + text(bytes - grown));
   return lines;
 }
 
