@@ -6,7 +6,7 @@
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-build=build/clang-release
+build=build/lint
 
 format() {
   git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror
@@ -43,5 +43,5 @@ step "packages" scripts/install.sh build bench clang lint
 step "clang-format" format
 step "shellcheck" scripts
 step "licence lines" licences
-step "configure clang-release" cmake --preset clang-release -DSAMPLERINFO_BENCH=ON
+step "configure" cmake --preset clang-release -B "$build" -DSAMPLERINFO_BENCH=ON -DCMAKE_UNITY_BUILD=OFF
 step "clang-tidy" analyse
