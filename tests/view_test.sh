@@ -199,6 +199,11 @@ curl -s "$address/b.png?frame=2" -o answer
 until_said "another frame" '"frame":2,"warnings"'
 same_pictures scene.json 2
 same_pictures scene.json 1
+is "the last frame" "$(status "a.png?frame=3")" 200
+is "the frame before it" "$(status "a.png?frame=2")" 200
+mark
+save 's/mesh.obj/other.obj/; s/"last": 3/"last": 1/'
+until_said "a shorter sequence" "event: done"
 kill $listener
 stop_view TERM
 if [[ -n $(find "${TMPDIR:-/tmp}" -maxdepth 1 -name 'samplerinfo-??????' -newer good.json) ]]; then wrong "copies are left"; fi

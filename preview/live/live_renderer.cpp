@@ -99,8 +99,8 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
     }
     std::erase_if(frame.renditions, goes);
     board_.withdraw("done", std::to_string(frame.number));
-    frame.isWanted =
-        count++ < kFramesToRender || std::ranges::count(waiting_, frame.number, &Wait::frame) > 0;
+    frame.isWanted = (isThere(frame) && count++ < kFramesToRender) ||
+                     std::ranges::count(waiting_, frame.number, &Wait::frame) > 0;
     frame.isDone = false;
     frame.mistake.clear();
     frame.turn = {};

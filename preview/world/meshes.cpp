@@ -131,16 +131,16 @@ void setUvw(std::span<Vertex> vertices, std::span<const ObjTriangles::Corner> co
 Mesh build(const ObjTriangles& obj) {
   const std::size_t count = obj.corners.size();
   const auto positionOf = [&](std::size_t i) { return obj.positions[obj.corners[i][0]]; };
-  std::vector<V3d> smooth(obj.positions.size(), V3d(0));  // normals, weighted by area
+  // Weighted by the angles at the corner, it does not matter how a face is cut into triangles.
+  std::vector<V3d> smooth(obj.positions.size(), V3d(0));
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t first = i / 3 * 3;
-    const V3d e1 = positionOf(first + 1) - positionOf(first);
-    const V3d e2 = positionOf(first + 2) - positionOf(first);
-    smooth[obj.corners[i][0]] += e1.cross(e2);
+    const V3d e1 = positionOf(first + (i + 1) % 3) - positionOf(i);
+    const V3d e2 = positionOf(first + (i + 2) % 3) - positionOf(i);
+    const V3d normal = e1.cross(e2);
+    smooth[obj.corners[i][0]] += normal.normalized() * std::atan2(normal.length(), e1.dot(e2));
   }
   Mesh mesh;
-  mesh.hasUvw = std::ranges::none_of(
-      obj.corners, [](const auto& corner) { return corner[1] == ObjTriangles::kNotGiven; });
   mesh.vertices.reserve(count);
   mesh.triangles.reserve(count / 3);
   for (const auto& [position, uvw, given] : obj.corners) {
@@ -151,8 +151,11 @@ Mesh build(const ObjTriangles& obj) {
   }
   for (std::uint32_t first = 0; first < count; first += 3) {
     mesh.triangles.push_back({first, first + 1, first + 2});
-    if (!mesh.hasUvw) continue;
-    setUvw({&mesh.vertices[first], 3}, {&obj.corners[first], 3}, obj);
+    const std::span<const ObjTriangles::Corner> corners(&obj.corners[first], 3);
+    const bool lacksUvw = std::ranges::any_of(
+        corners, [](const auto& corner) { return corner[1] == ObjTriangles::kNotGiven; });
+    mesh.lacksUvw.push_back(lacksUvw);
+    if (!lacksUvw) setUvw({&mesh.vertices[first], 3}, corners, obj);
   }
   return mesh;
 }

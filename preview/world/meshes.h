@@ -22,7 +22,9 @@ struct Vertex {
 struct Mesh {
   std::vector<Vertex> vertices;
   std::vector<Triangle> triangles;
-  bool hasUvw = true;  ///< where false, uvw and its derivatives are 0
+  std::vector<bool> lacksUvw;  ///< of each triangle; empty where none does
+
+  bool hasUvw(std::size_t triangle) const { return lacksUvw.empty() || !lacksUvw[triangle]; }
 };
 
 /// A mesh that is still to be made.
@@ -36,8 +38,8 @@ struct MeshSource {
 /// and derivatives at the vertices of a fine grid; planes and boxes are exact throughout.
 ///
 /// Of the corners of an OBJ file those without a normal get the mean of those of the faces around
-/// them, weighted by area; a file in which any corner lacks texture coordinates gives a mesh
-/// without uvw. Derivatives are those of each triangle.
+/// them, weighted by the angles there; a face of which a corner lacks texture coordinates has no
+/// uvw. Derivatives are those of each triangle.
 MeshSource sourceOf(const Shape& shape);
 
 }  // namespace preview

@@ -228,7 +228,7 @@ std::optional<Hit> Raycaster::intersect(const Ray& ray) const {
              .normal = toVector(normal),
              .geometricNormal = toVector(geometricNormal),
              .backfacing = backfacing,
-             .hasUvw = object.mesh().hasUvw,
+             .hasUvw = object.mesh().hasUvw(query.hit.primID),
              .uvw = toVector(at(&Vertex::uvw)),
              .a = toVector({du.x, dv.x, dw.x}),
              .b = toVector({du.y, dv.y, dw.y}),
