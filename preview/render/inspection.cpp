@@ -38,8 +38,9 @@ void compareGradient(const PluginInterface& texture, const ShadingContext& a,
            kTolerance * std::max(std::abs(change), std::abs(expected)) +
                kRounding * std::max(std::abs(before), std::abs(after));
   };
-  findings.flaws.set(static_cast<std::size_t>(Flaw::GradientDiffers),
-                     differs(a, b) && differs(a, middle) && differs(middle, b));
+  if (differs(a, b) && differs(a, middle) && differs(middle, b)) {
+    findings.flaws.set(static_cast<std::size_t>(Flaw::GradientDiffers));
+  }
 }
 
 }  // namespace
@@ -60,26 +61,32 @@ Expectation expectationOf(const Network::NamedTexture& texture, Connections& con
 
 void inspect(const Frame& frame, double x, double y, double rayTime,
              const std::vector<Expectation>& textures, const UseFindings& use) {
-  const auto at = [&](double offset, auto look) { frame.shade(x + offset, y, rayTime, look); };
-  at(0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
+  const auto at = [&](double dx, double dy, auto look) {
+    frame.shade(x + dx, y + dy, rayTime, look);
+  };
+  at(0, 0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
     std::vector<Findings> findings(textures.size());
     for (std::size_t i = 0; i < textures.size(); ++i) {
       findings[i].flaws = flawsOf(*textures[i].texture, middle);
     }
-    constexpr double kHalf = 0.5;  // pixels
-    at(-kHalf, [&](const ShadingContext& a, std::size_t objectA) {
-      at(kHalf, [&](const ShadingContext& b, std::size_t objectB) {
-        constexpr double kSmooth = 0.99;
-        if (objectA != objectMiddle || objectB != objectMiddle ||
-            cosine(a.geometricNormal, b.geometricNormal) < kSmooth) {
-          return;
-        }
-        for (std::size_t i = 0; i < textures.size(); ++i) {
-          if (!textures[i].gradientIsCompared) continue;
-          compareGradient(*textures[i].texture, a, middle, b, findings[i]);
-        }
+    const auto compareAlong = [&](double dx, double dy) {
+      at(-dx, -dy, [&](const ShadingContext& a, std::size_t objectA) {
+        at(dx, dy, [&](const ShadingContext& b, std::size_t objectB) {
+          constexpr double kSmooth = 0.99;
+          if (objectA != objectMiddle || objectB != objectMiddle ||
+              cosine(a.geometricNormal, b.geometricNormal) < kSmooth) {
+            return;
+          }
+          for (std::size_t i = 0; i < textures.size(); ++i) {
+            if (!textures[i].gradientIsCompared) continue;
+            compareGradient(*textures[i].texture, a, middle, b, findings[i]);
+          }
+        });
       });
-    });
+    };
+    constexpr double kHalf = 0.5;  // pixels
+    compareAlong(kHalf, 0);
+    compareAlong(0, kHalf);
     use(middle, objectMiddle, findings);
   });
 }

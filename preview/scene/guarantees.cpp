@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "preview/scene/guarantees.h"
 
+#include <algorithm>
 #include <sstream>
 #include <vector>
 
@@ -25,15 +26,24 @@ std::vector<Row> rowsOf(const std::string& first) {
   return rows;
 }
 
+const std::vector<Row>& outputRows() {
+  static const std::vector<Row> kRows = rowsOf("output");
+  return kRows;
+}
+
 }  // namespace
 
 Guarantee guaranteeOf(const std::string& plugin, const std::string& output) {
-  static const std::vector<Row> kRows = rowsOf("output");
   const std::string name = output.empty() ? plugin : plugin + "." + output;
-  for (const Row& row : kRows) {
+  for (const Row& row : outputRows()) {
     if (row[1] == name || row[1] == plugin + ".*") return {row.at(2) == "yes", row.at(3)};
   }
   return {};
+}
+
+bool hasGuarantees(const std::string& plugin) {
+  return std::ranges::any_of(outputRows(),
+                             [&](const Row& row) { return row[1].starts_with(plugin + "."); });
 }
 
 std::string absentInput(const std::string& plugin, const std::string& input) {

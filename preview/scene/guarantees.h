@@ -16,6 +16,9 @@ struct Guarantee {
 /// Textures of the host guarantee everything.
 Guarantee guaranteeOf(const std::string& plugin, const std::string& output);
 
+/// Whether something is known of the outputs of a plugin.
+bool hasGuarantees(const std::string& plugin);
+
 /// What an input that is not connected counts as, in words; empty if nothing is known of it.
 std::string absentInput(const std::string& plugin, const std::string& input);
 

@@ -64,7 +64,7 @@ class ModuleCopy {
  private:
   ModuleCopy() {
     const char* named = std::getenv("TMPDIR");
-    const std::filesystem::path parent = named != nullptr ? named : "/tmp";
+    const std::filesystem::path parent = named != nullptr && *named != 0 ? named : "/tmp";
     std::string folder = parent / "samplerinfo-XXXXXX";
     struct statvfs system = {};
     if (statvfs(parent.c_str(), &system) != 0 || (system.f_flag & ST_NOEXEC) != 0 ||
@@ -190,13 +190,15 @@ PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bo
   }
   std::map<std::string, const PluginModule*> owners;
   for (const auto& module : modules_) {
+    const auto own = [&](const std::string& what) {
+      const auto [owner, isNew] = owners.emplace(what, module.get());
+      if (isNew) return;
+      throw InputError("two plugins " + what + ": in " + shownPath(owner->second->file()) +
+                       " and " + shownPath(module->file()));
+    };
     for (QUtils::QuorPluginDesc* desc : module->descs()) {
-      const std::string name = desc->getPluginName();
-      const auto [owner, isNew] = owners.emplace(name, module.get());
-      if (!isNew) {
-        throw InputError("two plugins are named \"" + shortened(name) + "\": in " +
-                         shownPath(owner->second->file()) + " and " + shownPath(module->file()));
-      }
+      own("are named \"" + shortened(desc->getPluginName()) + "\"");
+      own("have the id " + std::to_string(desc->getPluginId()));
       descs_.push_back(desc);
     }
   }

@@ -57,13 +57,13 @@ class PluginModule final : private QUtils::QuorPluginHost, private QUtils::Plugi
   std::vector<QUtils::QuorPluginDesc*> descs_;
 };
 
-/// The plugins of several modules, each of a name of its own.
+/// The plugins of several modules, each of a name and an id of its own.
 class PluginLibrary {
  public:
   /// Loads the modules in `files`, and those that are installed except where one of the files is of
   /// a library of the same name; the default one, SamplerInfo, only if it is wanted. Throws
-  /// `InputError` if one of the files cannot be used, two plugins have the same name, or there is
-  /// no module. `warn` is told why an installed one cannot be used.
+  /// `InputError` if one of the files cannot be used, two plugins have the same name or id, or
+  /// there is no module. `warn` is told why an installed one cannot be used.
   PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,
                 const std::function<void(const std::string&)>& warn,
                 LoadFrom from = LoadFrom::File);

@@ -12,6 +12,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "math/vector.h"
 #include "preview/system/interruption.h"
@@ -48,6 +49,12 @@ class Barycentric {
   Vertex corners_[3];
   double weights_[3];
 };
+
+/// Embree would end the program where no thread can be started.
+RTCDevice newDevice() {
+  std::thread([] {}).join();
+  return rtcNewDevice(nullptr);
+}
 
 }  // namespace
 
@@ -100,7 +107,7 @@ ObjectSpace RenderSpaceMesh::objectSpace() const {
 
 Raycaster::Raycaster(std::span<const PlacedMesh> objects)
     : objects_(objects.begin(), objects.end()),
-      device_(rtcNewDevice(nullptr), rtcReleaseDevice),
+      device_(newDevice(), rtcReleaseDevice),
       scene_(nullptr, rtcReleaseScene) {
   std::map<const Mesh*, int> uses;
   for (const PlacedMesh& object : objects) ++uses[object.mesh];
