@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 # usage: tests/view_saves_test.sh PREVIEW SCENES SAVES [MORE-MEMORY]
 # Saves the gallery every 70 ms while two pages listen, look at pictures and probe; at the end there are the pictures of
-# the last save. The memory may be greater by MORE-MEMORY per cent than after save 100.
+# the last save. The memory may be greater by MORE-MEMORY per cent than after save 100, and by half
+# after 200 frames of a sequence than after 50.
 set -euo pipefail
 
 preview=$1 scenes=$(realpath "$2") saves=$3 more=${4:-}
@@ -55,3 +56,17 @@ kill $listener
 stop_view INT
 if [[ -s errors ]]; then wrong "$(head -500 errors)"; fi
 if [[ -n $more ]] && ((after * 100 > before * (100 + more))); then wrong "more memory"; fi
+if [[ -z $more ]]; then exit; fi
+
+sed 's/"last": [0-9]*/"last": 200/' scenes/moving_camera.json >scenes/long.json
+start_view scenes/long.json 0 --size 40x30 --samples 1
+listen
+for frame in {1..200}; do
+  curl -s "$address/shaded.png?frame=$frame" -o /dev/null
+  if ((frame == 50)); then before=$(memory); fi
+done
+after=$(memory)
+echo "resident after frame 50: $before kB, after frame 200: $after kB"
+kill $listener
+stop_view INT
+if ((after * 2 > before * 3)); then wrong "more memory for frames"; fi

@@ -79,8 +79,10 @@ void View::run(Session& session) const {
     std::this_thread::sleep_for(200ms);
     std::_Exit(0);
   }).detach();
-  // With a heap for each thread, what is loaded anew would leave holes in all of them.
+  // What is loaded anew would leave holes: in the heap of each thread, and, where it is large,
+  // between the pictures that stay.
   mallopt(M_ARENA_MAX, 1);
+  mallopt(M_MMAP_THRESHOLD, 1 << 17);
   const auto limit = view.limitThreads();
   std::vector<std::filesystem::path> modules = installedModules();
   modules.insert(modules.end(), session.plugins.begin(), session.plugins.end());

@@ -69,7 +69,7 @@ mark() { marked=$(wc -c <said); }
 said() { tail -c "+$((marked + 1))" said; }
 until_said() { # WHAT TEXT: since the mark
   for _ in {1..400}; do
-    if said | grep -qF -- "$2"; then return; fi
+    if grep -qF -- "$2" <(said); then return; fi
     sleep 0.025
   done
   wrong "$1: it never said $2, but $(said | grep -A1 errors | tail -2)"
