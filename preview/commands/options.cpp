@@ -33,6 +33,12 @@ bool readPair(const std::string& text, char separator, int& first, int& second) 
   return secondError == std::errc() && rest == end;
 }
 
+/// Takes one value each time that it is given.
+CLI::Option* repeatable(CLI::Option* option) {
+  return option->expected(1)->allow_extra_args(false)->multi_option_policy(
+      CLI::MultiOptionPolicy::TakeAll);
+}
+
 }  // namespace
 
 bool lexical_cast(const std::string& text, Size& size) {
@@ -57,9 +63,9 @@ void addPlugins(CLI::App& app, Session& session) {
   const auto add = [&session](const std::vector<std::filesystem::path>& files) {
     session.plugins.insert(session.plugins.end(), files.begin(), files.end());
   };
-  app.add_option_function<std::vector<std::filesystem::path>>(
-         "--plugin", add, "A module of plugins beside the installed ones; may be given again")
-      ->allow_extra_args(false)
+  repeatable(
+      app.add_option_function<std::vector<std::filesystem::path>>(
+          "--plugin", add, "A module of plugins beside the installed ones; may be given again"))
       ->check(CLI::ExistingFile);
   app.add_flag("--no-default-plugin", session.withoutDefaultPlugin, "Leave SamplerInfo out");
 }
@@ -74,11 +80,10 @@ void addScene(CLI::App& command, Session& session) {
   command.add_option("SCENE", session.scene, "The scene file")
       ->required()
       ->check(CLI::ExistingFile);
-  expect<Setting>(command
-                      .add_option("--set", session.settings,
-                                  "NODE.PARAM=VALUE instead of the scene's; may be given again")
-                      ->allow_extra_args(false),
-                  "NODE.PARAM=VALUE, as in tint.mode=3");
+  expect<Setting>(
+      repeatable(command.add_option("--set", session.settings,
+                                    "NODE.PARAM=VALUE instead of the scene's; may be given again")),
+      "NODE.PARAM=VALUE, as in tint.mode=3");
 }
 
 void ViewOptions::addTo(CLI::App& command, Session& session) {
@@ -92,11 +97,10 @@ void ViewOptions::addRenderingTo(CLI::App& command) {
   constexpr int kMaxThreads = 1024;
   command.add_option("--samples", samples, "Samples per pixel instead of the scene's")
       ->check(CLI::Range(1, kMaxSamples));
-  command
-      .add_option("--only", only,
-                  "Only these pictures; * and ? stand for any letters, commas between several")
+  repeatable(command.add_option(
+                 "--only", only,
+                 "Only these pictures; * and ? stand for any letters, commas between several"))
       ->type_name("NAME")
-      ->allow_extra_args(false)
       ->delimiter(',');
   command.add_option("--threads", threads, "How many threads to use")
       ->check(CLI::Range(1, kMaxThreads));
