@@ -94,6 +94,11 @@ async function tryNetwork() {
          "n constant,v constant,inverted Float3ToAColor,tint TexFloatOp,side TexVectorOp,shade TexAColorOp");
   expect("wires", network.querySelectorAll("path").length, 6);
   expect("kinds of wires", ["float", "vector", "color"].map(kind => network.querySelectorAll("path." + kind).length), "4,1,1");
+  const heights = () => [network, find("legend"), document.querySelector("main")].map(({offsetHeight}) => offsetHeight > 0);
+  expect("the network alone", heights(), "true,true,false");
+  await goTo("#");
+  expect("the pictures alone", heights(), "false,false,true");
+  await goTo("#/network");
   const columns = [["n"], ["tint", "v"], ["side", "inverted"], ["shade"]];
   const lefts = columns.map(names => new Set(names.map(name => boxes.get(name).left)));
   expect("boxes of a column", lefts.map(({size}) => size), "1,1,1,1");

@@ -126,14 +126,16 @@ async function showValue() {
     isAsking = false;
   }
 }
-document.addEventListener("pointermove", event => {
+function pointAt(event) {
   const image = event.target.closest?.("#large, main img, .thumbs img");
   const picture = image && pictures.find(({name}) => name === image.alt);
   const at = picture && pixelAt(image, event);
   pointedAt = at && {at, picture};
   Object.assign(find("value").style, {left: event.clientX + 14 + "px", top: event.clientY + 18 + "px"});
   showValue();
-});
+}
+document.addEventListener("pointermove", pointAt);
+document.addEventListener("pointerover", pointAt);  // what is under the pointer may go, too
 document.documentElement.addEventListener("pointerleave", () => {
   pointedAt = null;
   showValue();
