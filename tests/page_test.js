@@ -32,7 +32,7 @@ function enter(id, value) {
 }
 
 async function tryList() {
-  while (!numbersOfFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
+  while (!knownFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
   expect("first frame that is there", find("frameNumber").textContent, "frame 2");
   expect("frames that are there", find("framesThere").textContent, "here: 2, 4");
   expect("pictures", names(), "a,b,i,sum,lower,root");

@@ -71,4 +71,23 @@ key Enter 13 '\r'
 expect "Enter on a small picture" "[location.hash, dialog.hidden]" "#/network/tint.sum/sum,false"
 key Escape 27
 expect "back" "[location.hash, dialog.hidden, document.activeElement === thumbs.get('sum').parentElement]" "#/network/tint.sum,true,true"
+
+# Frames that come late, and those of another render: of another scene, or of the one before.
+evaluate "location.hash = 'a', showFrame(5)"
+frame="[find('frameNumber').textContent, find('large').src.slice(-10), tiles.get('a').image.src.slice(-10), find('bars').textContent]"
+expect "not here" "$frame" "frame 5 is not here,,,01"
+"$preview" render scene.json -o late --frames 5 --set tint.float_b=0.5
+"$preview" render scene.json -o other --frames 5
+cp other/*.0005.* out
+evaluate "showFrame(4), showFrame(5)"
+expect "of another render" "$frame" "frame 5 is of another render,,,01"
+evaluate "closeDialog()"
+expect "nothing in the network" "thumbs.get('sum').hasAttribute('src')" false
+cp late/*.0005.* out
+evaluate "location.hash = 'a', showFrame(4), showFrame(5)"
+expect "it came" "$frame" "frame 5,a.0005.png,a.0005.png,01from \u22121 to \u22121"
+
+# Play goes through what is here.
+evaluate "played = new Set, load = (load => number => (played.add(number), load(number)))(load), tiles.get('a').image.onload = () => played.add(frame), play()"
+expect "played" "[...played].sort()" "2,4,5"
 close_browser

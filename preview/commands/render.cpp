@@ -130,7 +130,10 @@ void Render::renderFrames(LoadedScene& loaded, FrameRange range, const std::stri
     show("building", 0);
     const Frame frame(scene, *loaded.geometry, number, view.log());
     network.frameBegin();
-    if (page.empty()) page = pageData(loaded);  // asks for bounds, which a frame alone has
+    if (page.empty()) {
+      page = pageData(loaded);  // asks for bounds, which a frame alone has
+      page["render"] = key;
+    }
     if (!isDone) {
       FrameFiles files(scene, plan, frame, number, folder, half, key);
       renderFrame(scene, plan, frame, files, show);

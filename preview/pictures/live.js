@@ -171,7 +171,7 @@ const uses = {
     show(data);
     showReport();
     // Unasked the viewer renders the frames anew that were asked for last.
-    if (pictures.length > 0) fetch(fileOf(pictures[0])).catch(() => {});
+    if (pictures.length > 0) fetch(live.fileOf(pictures[0])).catch(() => {});
     pointedAt = pointedAt && {...pointedAt};
     showValue();
   },

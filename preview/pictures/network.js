@@ -103,7 +103,7 @@ function unfoldNode(name) {
   boxes.get(name).link.focus();
 }
 function refreshNetwork() {
-  for (const picture of pictures) setSource(thumbs.get(picture.name), fileOf(picture));
+  for (const picture of pictures) showIn(thumbs.get(picture.name), picture);
   for (const {outputs} of boxes.values()) {
     for (const {warnings, pictures} of outputs) {
       warnings.textContent = warnings.title = pictures.map(warningsOf).filter(Boolean).join("; ");

@@ -54,10 +54,13 @@ Json pageNumbers(const PictureNumbers& picture) {
           {"channels", channels}};
 }
 
-std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures) {
+std::string pageNumbersText(const std::string& render, std::int32_t frame,
+                            std::span<const PictureNumbers> pictures) {
   Json json = Json::array();
   for (const PictureNumbers& picture : pictures) json.push_back(pageNumbers(picture));
-  return "takeNumbers(" + std::to_string(frame) + ", " + scriptOf(json) + ");\n";
+  return renderLine(render) + "\n" + std::to_string(frame) + ", " + scriptOf(json) + ");\n";
 }
+
+std::string renderLine(const std::string& render) { return "takeNumbers(\"" + render + "\","; }
 
 }  // namespace preview

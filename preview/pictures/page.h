@@ -36,7 +36,11 @@ std::string pageText(const nlohmann::ordered_json& scene, bool isLive = false);
 /// What the page says of a picture of one frame.
 nlohmann::ordered_json pageNumbers(const PictureNumbers& picture);
 
-/// The script with the numbers of a frame.
-std::string pageNumbersText(std::int32_t frame, std::span<const PictureNumbers> pictures);
+/// The script with the numbers of a frame. Its first line tells of which render it is.
+std::string pageNumbersText(const std::string& render, std::int32_t frame,
+                            std::span<const PictureNumbers> pictures);
+
+/// That line, without its end.
+std::string renderLine(const std::string& render);
 
 }  // namespace preview

@@ -2,7 +2,7 @@
 const find = id => document.getElementById(id);
 const dialog = find("dialog");
 const tiles = new Map();      // by picture name: the elements in the list
-const numbersOfFrames = {};   // by frame: what each picture holds
+const knownFrames = {};       // by frame: the numbers of each picture, or what is wrong with the frame
 let scene = null;             // what is shown, set by `show`
 let pictures = [], shown = [];
 let frame = null, frameCount = 1, timer = 0;
@@ -19,11 +19,15 @@ function make(tag, properties, ...children) {
 }
 const countText = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
 const suffix = number => scene.digits ? "." + String(number).padStart(scene.digits, "0") : "";
-const fileOf = picture => live ? live.fileOf(picture) : picture.name + suffix(frame) + ".png";
-const numbersOf = picture => live ? live.numbersOf(picture) : numbersOfFrames[frame]?.[pictures.indexOf(picture)];
-/// The same once more would load it anew.
-function setSource(image, file) {
-  if (image.getAttribute("src") !== file) image.src = file;
+const numbersOf = picture => live ? live.numbersOf(picture) : knownFrames[frame]?.numbers?.[pictures.indexOf(picture)];
+/// Shows a picture of the frame, and the former one until it is known whether the frame has one.
+function showIn(image, picture) {
+  const file = live ? live.fileOf(picture) : picture.name + suffix(frame) + ".png";
+  if (!live && !knownFrames[frame]?.numbers) {
+    if (knownFrames[frame]) image.removeAttribute("src");
+  } else if (image.getAttribute("src") !== file) {  // or else it would be loaded anew
+    image.src = file;
+  }
 }
 /// A number may come as text, since JSON has no infinity.
 const numberText = number => number === null ? "–"
@@ -101,7 +105,7 @@ function barOf(channel, color, picture, number) {
 function fillDialog() {
   const {name, caption, layer, plugin, output, kind, channels, boundsEnclose, lower, upper, coding, low, high} = large;
   const numbers = numbersOf(large);
-  setSource(find("large"), fileOf(large));
+  showIn(find("large"), large);
   find("large").alt = name;
   find("name").textContent = name;
   find("caption").textContent = caption;
@@ -238,12 +242,14 @@ function closeDialog() {
 function refresh() {
   for (const picture of pictures) {
     const {image, warnings} = tiles.get(picture.name);
-    setSource(image, fileOf(picture));
+    showIn(image, picture);
     warnings.textContent = warningsOf(picture);
   }
   refreshNetwork();
   find("frame").value = frame;
-  find("frameNumber").textContent = `frame ${frame}${numbersOfFrames[frame] === null ? " is not here" : ""}`;
+  const {fault = ""} = knownFrames[frame] ?? {};
+  find("frames").hidden = !scene.digits && fault === "";
+  find("frameNumber").textContent = `frame ${frame}${fault && " " + fault}`;
   narrow();
   if (large) fillDialog();
   else live?.probe();
@@ -252,25 +258,36 @@ function showFrame(number) {
   frame = number;
   refresh();
   live?.showReport();
-  if (!live && !(number in numbersOfFrames)) load(number);
+  if (!live && !knownFrames[number]?.numbers) load(number);  // again, as it may have come
 }
 async function load(number) {
-  await new Promise(done => {
-    document.head.append(make("script", {src: "index" + suffix(number) + ".js", onload: done, onerror: done}));
+  const script = make("script", {src: "index" + suffix(number) + ".js"});
+  const isHere = await new Promise(done => {
+    Object.assign(script, {onload: () => done(true), onerror: () => done(false)});
+    document.head.append(script);
   });
-  numbersOfFrames[number] ??= null;  // it is not here
+  script.remove();
+  if (!knownFrames[number]?.numbers) knownFrames[number] = {fault: isHere ? "is of another render" : "is not here"};
   if (number === frame) refresh();
 }
-function takeNumbers(number, numbers) {
-  numbersOfFrames[number] = numbers;
+function takeNumbers(render, number, numbers) {
+  if (render === scene.render) knownFrames[number] = {numbers};
 }
-function goToFrame(step) {
-  showFrame(scene.first + (frame - scene.first + step + frameCount) % frameCount);
+/// As far as the page knows.
+function isThere(number) {
+  return knownFrames[number] ? "numbers" in knownFrames[number] : scene.frames?.some(([first, last]) => first <= number && number <= last) ?? true;
+}
+function goToFrame(step, fits = () => true) {
+  let next = frame;
+  do {
+    next = scene.first + (next - scene.first + step + frameCount) % frameCount;
+  } while (next !== frame && !fits(next));
+  showFrame(next);
 }
 function play() {
   const framesPerSecond = 12;
   clearInterval(timer);
-  timer = timer ? 0 : setInterval(goToFrame, 1000 / framesPerSecond, 1);
+  timer = timer ? 0 : setInterval(goToFrame, 1000 / framesPerSecond, 1, isThere);
   find("play").textContent = timer ? "Stop" : "Play";
 }
 
@@ -349,7 +366,7 @@ function show(data) {
     const list = pictures.filter(picture => picture.node === name);
     find("node").append(new Option(`${name}, ${list[0].plugin} (${list.length})`, name, false, name === node));
   }
-  find("frames").hidden = find("frameKeys").hidden = !scene.digits;
+  find("frameKeys").hidden = !scene.digits;
   const ranges = scene.frames?.map(range => [...new Set(range)].join("–")).join(", ");
   find("framesThere").textContent = ranges === undefined ? "" : "here: " + ranges;
   Object.assign(find("frame"), {min: scene.first, max: scene.last});

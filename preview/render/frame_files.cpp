@@ -25,7 +25,6 @@ std::string exrFileOf(const Scene& scene, const std::string& suffix) {
   return scene.file.stem().string() + suffix + ".exr";
 }
 std::string contactSheetOf(const std::string& suffix) { return "contact_sheet" + suffix + ".png"; }
-std::string keyLine(const std::string& key) { return "// Render " + key + "\n"; }
 
 /// The picture that viewers show first, RGBA: the first of a colour, or else the first of all.
 std::size_t mainLayer(const RenderPlan& plan) {
@@ -184,8 +183,7 @@ void FrameFiles::writeContactSheet() const {
 void FrameFiles::writeNumbers() const {
   std::vector<PictureNumbers> numbers;
   for (const auto& picture : pictures_) numbers.push_back(picture->numbers);
-  append(folder_.pathFor(lastFileOf(plan_, number_)),
-         keyLine(key_) + pageNumbersText(number_, numbers));
+  append(folder_.pathFor(lastFileOf(plan_, number_)), pageNumbersText(key_, number_, numbers));
 }
 
 std::string lastFileOf(const RenderPlan& plan, std::int32_t frame) {
@@ -196,7 +194,7 @@ bool isRendered(const Scene& scene, const RenderPlan& plan, std::int32_t frame,
                 const OutputFolder& folder, const std::string& key) {
   std::string line;
   std::getline(std::ifstream(folder.target(lastFileOf(plan, frame))), line);
-  if (line + "\n" != keyLine(key)) return false;
+  if (line != renderLine(key)) return false;
   const std::string suffix = plan.suffixOf(frame);
   const auto isThere = [&](const std::string& name) { return exists(folder.target(name)); };
   return isThere(exrFileOf(scene, suffix)) && isThere(contactSheetOf(suffix)) &&
