@@ -102,6 +102,20 @@ expect "pixel after a save" "[find('probed').textContent, find('probed').hidden]
 key Escape 27
 expect "forgotten" "[pixel, find('probed').hidden, find('canvas').className, boxes.get('root').outputs[0].number.textContent]" ",true,,"
 
+# A sequence: the page stays at its frame, or goes to the last one when its own is gone.
+frames() { save 's/"nodes"/"frames": {"first": '"$1"', "last": '"$2"'}, &/'; } # FIRST LAST
+frame="[frame, find('frame').min, find('frame').value, find('frame').max, find('frameNumber').textContent, ...(({image}) => [image.getAttribute('src').split('&')[0], image.complete && image.naturalWidth])(tiles.get('root'))]"
+frames 8 19
+expect "a sequence" "$frame" "8,8,8,19,frame 8,root.png?frame=8,16"
+evaluate "showFrame(18)"
+expect "a frame" "$frame" "18,8,18,19,frame 18,root.png?frame=18,16"
+evaluate "showFrame(17)"
+expect "another frame" "$frame" "17,8,17,19,frame 17,root.png?frame=17,16"
+frames 8 12
+expect "the last frame" "$frame" "12,8,12,12,frame 12,root.png?frame=12,16"
+frames 3 13
+expect "its frame stays" "$frame" "12,3,12,13,frame 12,root.png?frame=12,16"
+
 # Too many pages: it waits until one goes.
 evaluate "stream.close()"
 fill_streams

@@ -357,7 +357,7 @@ function show(data) {
   pictures = scene.pictures;
   frameCount = scene.last - scene.first + 1;
   if (pixel && !(pixel[0] < scene.width && pixel[1] < scene.height)) pixel = null;
-  if (!(frame >= scene.first && frame <= scene.last)) frame = scene.frames?.[0]?.[0] ?? scene.first;
+  frame = isFirst ? scene.frames?.[0]?.[0] ?? scene.first : Math.min(Math.max(frame, scene.first), scene.last);
   document.title = find("title").textContent = scene.name;
   find("size").textContent = `${scene.width} × ${scene.height}, ${countText(scene.samples, "sample")} a pixel`;
   const node = find("node").value;
