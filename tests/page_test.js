@@ -32,6 +32,10 @@ function enter(id, value) {
 }
 
 async function tryList() {
+  // As `probe` writes them, with five digits.
+  expect("numbers", [0, 1000, 1e5, -123456, 16777216, "1e+18", -1e25, 0.001, 0.00123, -0.0000012345678, 1e-7, 3.4028235e38].map(numberText).join(" "),
+         "0 1000 1e+05 \u2212123460 16777000 1e+18 \u22121e+25 0.001 0.00123 \u22121.2346e\u221206 1e\u221207 3.4028e+38");
+  expect("no numbers", [null, "inf", "-inf", "nan"].map(numberText), "\u2013,\u221e,\u2212\u221e,NaN");
   while (!knownFrames[frame]) await new Promise(resolve => setTimeout(resolve, 20));
   expect("first frame that is there", find("frameNumber").textContent, "frame 2");
   expect("frames that are there", find("framesThere").textContent, "here: 2, 4");

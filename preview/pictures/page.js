@@ -29,9 +29,15 @@ function showIn(image, picture) {
     image.src = file;
   }
 }
-/// A number may come as text, since JSON has no infinity.
-const numberText = number => number === null ? "–"
-  : (isFinite(number) ? String(Number(Number(number).toPrecision(5))) : number.replace("inf", "∞").replace("nan", "NaN")).replace("-", "−");
+/// Plain or with an exponent, whichever is shorter, as `probe` writes it. A number may come as text, since JSON has no
+/// infinity.
+function numberText(number) {
+  if (number === null) return "–";
+  if (!isFinite(number)) return number.replace("inf", "∞").replace("nan", "NaN").replace("-", "−");
+  const rounded = Number(Number(number).toPrecision(5)), plain = String(rounded);
+  const scientific = rounded.toExponential().replace(/(?<=[+-])\d$/, "0$&");
+  return (plain.includes("e") || plain.length > scientific.length ? scientific : plain).replaceAll("-", "−");
+}
 const vectorText = numbers => numbers.length === 1 ? numberText(numbers[0]) : `(${numbers.map(numberText).join(", ")})`;
 const textureOf = picture => picture.node + (picture.output && "." + picture.output);
 const signOf = (kind, more = "") => make("i", {className: `sign ${kind} ${more}`, role: "img", ariaLabel: kind});
