@@ -62,6 +62,7 @@ sed 's/"last": [0-9]*/"last": 200/' scenes/moving_camera.json >scenes/long.json
 start_view scenes/long.json 0 --size 40x30 --samples 1
 listen
 for frame in {1..200}; do
+  if ((frame % 50 == 0)); then mark; fi
   curl -s "$address/shaded.png?frame=$frame" -o /dev/null
   if ((frame == 50)); then before=$(memory); fi
 done

@@ -29,9 +29,9 @@ std::string kindText(const ParameterInfo& info) {
 
 std::string helpText(const ParameterInfo& info) { return info.help != nullptr ? info.help : ""; }
 
-/// Integers and transforms have neither bounds nor gradient; what modules of others guarantee is
-/// not known.
-bool isGuaranteed(const std::string& plugin, const ParameterInfo& info) {
+/// Integers and transforms have neither bounds nor gradient, and of other libraries' plugins
+/// nothing is known.
+bool hasKnownGuarantees(const std::string& plugin, const ParameterInfo& info) {
   return hasGuarantees(plugin) && info.isOutput() && info.type != ParamType::IntegerOutput &&
          info.type != ParamType::TransformOutput;
 }
@@ -61,7 +61,7 @@ void listAsMarkdown(const std::string& plugin, std::span<const ParameterInfo> pa
          "|---|---|---|---|---|---|\n";
   for (const ParameterInfo& info : parameters) {
     std::string guaranteed = " | ";
-    if (isGuaranteed(plugin, info)) {
+    if (hasKnownGuarantees(plugin, info)) {
       const Guarantee guarantee = guaranteeOf(plugin, info.name);
       guaranteed = std::string(guarantee.boundsEnclose ? "yes" : "no") + " | " + guarantee.gradient;
     }
@@ -78,7 +78,7 @@ Json listAsJson(const std::string& plugin, const std::filesystem::path& module,
     if (info.type == ParamType::Integer) json["default"] = info.initial;
     if (info.type == ParamType::Boolean) json["default"] = info.initial != 0;
     json["help"] = helpText(info);
-    if (isGuaranteed(plugin, info)) {
+    if (hasKnownGuarantees(plugin, info)) {
       const Guarantee guarantee = guaranteeOf(plugin, info.name);
       json["boundsEnclose"] = guarantee.boundsEnclose;
       json["gradient"] = guarantee.gradient;

@@ -79,10 +79,11 @@ void View::run(Session& session) const {
     std::this_thread::sleep_for(200ms);
     std::_Exit(0);
   }).detach();
-  // What is loaded anew would leave holes: in the heap of each thread, and, where it is large,
-  // between the pictures that stay.
+  // What is loaded anew would leave holes in the heap of each thread; and larger blocks go back to
+  // the system when they are freed only if this limit, glibc's own, does not rise.
+  constexpr int kLargeBlock = 128 * 1024;
   mallopt(M_ARENA_MAX, 1);
-  mallopt(M_MMAP_THRESHOLD, 1 << 17);
+  mallopt(M_MMAP_THRESHOLD, kLargeBlock);
   const auto limit = view.limitThreads();
   std::vector<std::filesystem::path> modules = installedModules();
   modules.insert(modules.end(), session.plugins.begin(), session.plugins.end());

@@ -89,7 +89,7 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
   const auto isThere = [&](const FramePictures& frame) {
     return range.first <= frame.number && frame.number <= range.last;
   };
-  std::size_t count = 0;
+  const int shown = frames_.empty() ? range.first : frames_.front().number;
   for (FramePictures& frame : frames_) {
     const auto goes = [&](const auto& rendition) {
       return !isThere(frame) || !look_->keys.contains(rendition.first);
@@ -99,14 +99,17 @@ void LiveRenderer::show(std::shared_ptr<Look> look) {
     }
     std::erase_if(frame.renditions, goes);
     board_.withdraw("done", std::to_string(frame.number));
-    frame.isWanted = (isThere(frame) && count++ < kFramesToRender) ||
-                     std::ranges::count(waiting_, frame.number, &Wait::frame) > 0;
+  }
+  std::erase_if(frames_, std::not_fn(isThere));
+  if (frames_.empty()) frames_.push_front({std::clamp(shown, range.first, range.last)});
+  std::size_t count = 0;
+  for (FramePictures& frame : frames_) {
+    frame.isWanted =
+        count++ < kFramesToRender || std::ranges::count(waiting_, frame.number, &Wait::frame) > 0;
     frame.isDone = false;
     frame.mistake.clear();
     frame.turn = {};
   }
-  std::erase_if(frames_, std::not_fn(isThere));
-  if (frames_.empty()) frames_.push_front({range.first});
   changed_.notify_all();
 }
 

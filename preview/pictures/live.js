@@ -135,7 +135,7 @@ function pointAt(event) {
   showValue();
 }
 document.addEventListener("pointermove", pointAt);
-document.addEventListener("pointerover", pointAt);  // what is under the pointer may go, too
+document.addEventListener("pointerover", pointAt);  // what is under a resting pointer can change
 document.documentElement.addEventListener("pointerleave", () => {
   pointedAt = null;
   showValue();

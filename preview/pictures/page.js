@@ -20,7 +20,7 @@ function make(tag, properties, ...children) {
 const countText = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
 const suffix = number => scene.digits ? "." + String(number).padStart(scene.digits, "0") : "";
 const numbersOf = picture => live ? live.numbersOf(picture) : knownFrames[frame]?.numbers?.[pictures.indexOf(picture)];
-/// Shows a picture of the frame, and the former one until it is known whether the frame has one.
+/// Shows a picture of the frame; until the frame's numbers are loaded the former one stays.
 function showIn(image, picture) {
   const file = live ? live.fileOf(picture) : picture.name + suffix(frame) + ".png";
   if (!live && !knownFrames[frame]?.numbers) {
@@ -35,7 +35,7 @@ function numberText(number) {
   if (number === null) return "–";
   if (!isFinite(number)) return number.replace("inf", "∞").replace("nan", "NaN").replace("-", "−");
   const rounded = Number(Number(number).toPrecision(5)), plain = String(rounded);
-  const scientific = rounded.toExponential().replace(/(?<=[+-])\d$/, "0$&");
+  const scientific = rounded.toExponential().replace(/[+-](?=\d$)/, "$&0");
   return (plain.includes("e") || plain.length > scientific.length ? scientific : plain).replaceAll("-", "−");
 }
 const vectorText = numbers => numbers.length === 1 ? numberText(numbers[0]) : `(${numbers.map(numberText).join(", ")})`;
@@ -288,7 +288,7 @@ function goToFrame(step, fits = () => true) {
   do {
     next = scene.first + (next - scene.first + step + frameCount) % frameCount;
   } while (next !== frame && !fits(next));
-  showFrame(next);
+  if (next !== frame) showFrame(next);
 }
 function play() {
   const framesPerSecond = 12;

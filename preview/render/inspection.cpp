@@ -29,13 +29,16 @@ void compareGradient(const PluginInterface& texture, const ShadingContext& a,
     const DVector &p = from.shadingPoint, &q = to.shadingPoint;
     const double before = scalarOf(texture, from);
     const double after = scalarOf(texture, to);
-    const double expected = g[0] * (q.x - p.x) + g[1] * (q.y - p.y) + g[2] * (q.z - p.z);
+    const DVector step = {q.x - p.x, q.y - p.y, q.z - p.z};
+    const DVector gradient = {g[0], g[1], g[2]};
+    const double expected = dot(gradient, step);
+    const double steepest = std::sqrt(dot(gradient, gradient) * dot(step, step));
     const double change = after - before;
     if (!std::isfinite(change + expected)) return false;
     findings.gradientWasCompared = true;
     constexpr double kTolerance = 0.1, kRounding = 1e-5;
     return std::abs(change - expected) >
-           kTolerance * std::max(std::abs(change), std::abs(expected)) +
+           kTolerance * std::max(std::abs(change), steepest) +
                kRounding * std::max(std::abs(before), std::abs(after));
   };
   if (differs(a, b) && differs(a, middle) && differs(middle, b)) {
@@ -74,7 +77,8 @@ void inspect(const Frame& frame, double x, double y, double rayTime,
         at(dx, dy, [&](const ShadingContext& b, std::size_t objectB) {
           constexpr double kSmooth = 0.99;
           if (objectA != objectMiddle || objectB != objectMiddle ||
-              cosine(a.geometricNormal, b.geometricNormal) < kSmooth) {
+              cosine(a.geometricNormal, middle.geometricNormal) < kSmooth ||
+              cosine(b.geometricNormal, middle.geometricNormal) < kSmooth) {
             return;
           }
           for (std::size_t i = 0; i < textures.size(); ++i) {

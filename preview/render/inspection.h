@@ -39,8 +39,8 @@ using UseFindings =
     std::function<void(const ShadingContext&, std::size_t, const std::vector<Findings>&)>;
 
 /// Inspects textures at a point of the image, in pixels, if anything is seen there. On a smooth
-/// surface gradients are compared with what changes over a pixel; those of vectors are not, since
-/// it is not defined of which number they are.
+/// surface gradients are compared with what changes across and down a pixel; those of vectors are
+/// not, since it is not defined of which number they are.
 void inspect(const Frame& frame, double x, double y, double rayTime,
              const std::vector<Expectation>& textures, const UseFindings& use);
 

@@ -16,7 +16,7 @@ struct Guarantee {
 /// Textures of the host guarantee everything.
 Guarantee guaranteeOf(const std::string& plugin, const std::string& output);
 
-/// Whether something is known of the outputs of a plugin.
+/// Whether the outputs of a plugin are known; those of others are held to everything.
 bool hasGuarantees(const std::string& plugin);
 
 /// What an input that is not connected counts as, in words; empty if nothing is known of it.

@@ -190,15 +190,16 @@ PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bo
   }
   std::map<std::string, const PluginModule*> owners;
   for (const auto& module : modules_) {
-    const auto own = [&](const std::string& what) {
+    const auto claim = [&](const std::string& what, const std::string& how) {
       const auto [owner, isNew] = owners.emplace(what, module.get());
       if (isNew) return;
-      throw InputError("two plugins " + what + ": in " + shownPath(owner->second->file()) +
-                       " and " + shownPath(module->file()));
+      throw InputError("two plugins " + how + ": in " + shownPath(owner->second->file()) + " and " +
+                       shownPath(module->file()));
     };
     for (QUtils::QuorPluginDesc* desc : module->descs()) {
-      own("are named \"" + shortened(desc->getPluginName()) + "\"");
-      own("have the id " + std::to_string(desc->getPluginId()));
+      const std::string name = desc->getPluginName(), id = std::to_string(desc->getPluginId());
+      claim("name " + name, "are named \"" + shortened(name) + "\"");
+      claim("id " + id, "have the id " + id);
       descs_.push_back(desc);
     }
   }

@@ -131,7 +131,7 @@ void setUvw(std::span<Vertex> vertices, std::span<const ObjTriangles::Corner> co
 Mesh build(const ObjTriangles& obj) {
   const std::size_t count = obj.corners.size();
   const auto positionOf = [&](std::size_t i) { return obj.positions[obj.corners[i][0]]; };
-  // Weighted by the angles at the corner, it does not matter how a face is cut into triangles.
+  // Weighted by the angle at each corner, so that the cut of a face into triangles does not matter.
   std::vector<V3d> smooth(obj.positions.size(), V3d(0));
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t first = i / 3 * 3;
@@ -152,10 +152,9 @@ Mesh build(const ObjTriangles& obj) {
   for (std::uint32_t first = 0; first < count; first += 3) {
     mesh.triangles.push_back({first, first + 1, first + 2});
     const std::span<const ObjTriangles::Corner> corners(&obj.corners[first], 3);
-    const bool lacksUvw = std::ranges::any_of(
-        corners, [](const auto& corner) { return corner[1] == ObjTriangles::kNotGiven; });
-    mesh.lacksUvw.push_back(lacksUvw);
-    if (!lacksUvw) setUvw({&mesh.vertices[first], 3}, corners, obj);
+    mesh.withoutUvw.push_back(corners[0][1] == ObjTriangles::kNotGiven);
+    if (mesh.withoutUvw.back()) continue;
+    setUvw({&mesh.vertices[first], 3}, corners, obj);
   }
   return mesh;
 }

@@ -22,9 +22,9 @@ struct Vertex {
 struct Mesh {
   std::vector<Vertex> vertices;
   std::vector<Triangle> triangles;
-  std::vector<bool> lacksUvw;  ///< of each triangle; empty where none does
+  std::vector<bool> withoutUvw;  ///< by triangle; empty if all have uvw
 
-  bool hasUvw(std::size_t triangle) const { return lacksUvw.empty() || !lacksUvw[triangle]; }
+  bool hasUvw(std::size_t triangle) const { return withoutUvw.empty() || !withoutUvw[triangle]; }
 };
 
 /// A mesh that is still to be made.

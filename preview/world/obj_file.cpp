@@ -147,7 +147,7 @@ class Reader {
 
   void cut(const Face& face) try {
     line_ = face.line;
-    const std::span<const Corner> corners(&corners_[face.first], face.count);
+    const std::span<Corner> corners(&corners_[face.first], face.count);
     std::vector<V3d> positions;
     for (const Corner& corner : corners) {
       for (std::size_t kind = 0; kind < corner.size(); ++kind) {
@@ -155,6 +155,9 @@ class Reader {
         failWithout(kind, std::to_string(corner[kind] + 1));
       }
       positions.push_back(result_.positions[corner[0]]);
+    }
+    if (std::ranges::any_of(corners, [](const Corner& c) { return c[1] == kNotGiven; })) {
+      for (Corner& corner : corners) corner[1] = kNotGiven;
     }
     for (const Triangle& triangle : triangulate(positions)) {
       for (const std::uint32_t i : triangle) result_.corners.push_back(corners[i]);

@@ -14,7 +14,8 @@ namespace preview {
 struct ObjTriangles {
   /// Indices, from 0, of a position, of texture coordinates and of a normal.
   using Corner = std::array<std::uint32_t, 3>;
-  static constexpr std::uint32_t kNotGiven = 0xFFFF'FFFF;  ///< of the latter two
+  /// Of the latter two; of texture coordinates it goes for all corners of a face.
+  static constexpr std::uint32_t kNotGiven = 0xFFFF'FFFF;
 
   std::vector<V3d> positions, uvw, normals;
   std::vector<Corner> corners;  ///< three for each triangle

@@ -50,7 +50,7 @@ class Barycentric {
   double weights_[3];
 };
 
-/// Embree would end the program where no thread can be started.
+/// Embree aborts where no thread can be started: one is tried before.
 RTCDevice newDevice() {
   std::thread([] {}).join();
   return rtcNewDevice(nullptr);
