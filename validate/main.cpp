@@ -186,13 +186,14 @@ Outcome inChild(const std::string& check) {
                timeLimit + 10 * trial.seconds);
   Outcome outcome;
   outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::string calledLast = "the check", seed;
+  std::string calledLast = "the check", seed, printed;
   std::istringstream lines(ending.output);
   for (std::string line; std::getline(lines, line);) {
     if (line.ends_with('\r')) line.pop_back();
     const std::string::size_type space = line.find(' ');
     const std::string what = line.substr(0, space),
                       rest = space == std::string::npos ? "" : line.substr(space + 1);
+    if (!line.empty() && !line.starts_with('#')) printed = line.substr(0, 200);
     if (what == "#passed") outcome.passed = true;
     if (what == "#note") outcome.notes.push_back(rest);
     if (what == "#failed") outcome.failure = rest;
@@ -205,6 +206,8 @@ Outcome inChild(const std::string& check) {
   if (ended && (outcome.passed || !outcome.skipped.empty())) return outcome;
   outcome.failure = calledLast + ": got " + (ended ? "the end of the process" : ending.failure) +
                     ", expected its return" + seed;
+  if (ending.failure.starts_with("still running")) outcome.failure += "; --timeout gives it longer";
+  if (!printed.empty()) outcome.failure += "; it printed last: " + printable(printed);
   return outcome;
 }
 

@@ -29,16 +29,20 @@ namespace {
 
 // The parent process reads these lines; what else is printed is the module's.
 void report(const char* what, const std::string& line) {
-  std::string printable;
-  for (const char c : line) {
-    const bool isPlain = c >= ' ' && c <= '~';
-    printable += isPlain ? std::string(1, c) : formatted("\\x%02X", static_cast<unsigned char>(c));
-  }
-  std::fprintf(reports, "\n#%s %s\n", what, printable.c_str());
+  std::fprintf(reports, "\n#%s %s\n", what, printable(line).c_str());
   std::fflush(reports);
 }
 
 }  // namespace
+
+std::string printable(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    const bool isPlain = c >= ' ' && c <= '~';
+    result += isPlain ? std::string(1, c) : formatted("\\x%02X", static_cast<unsigned char>(c));
+  }
+  return result;
+}
 
 const char* called() {
   static char text[512];

@@ -73,6 +73,9 @@ extern std::FILE* reports;
 /// A line for the report, whatever comes out.
 void note(const std::string& line);
 
+/// The text with what is not ASCII, or is no character, as `\xNN`.
+std::string printable(const std::string& text);
+
 /// As `printf` writes it.
 template <class... Values>
 std::string formatted(const char* format, Values... values) {

@@ -29,7 +29,7 @@ void setWritable(void* pages, std::size_t size, bool writable);
 std::set<std::string> settings();
 std::set<std::string> possessions();
 
-/// How a process came to its end, and what it wrote on its standard output.
+/// How a process came to its end, and what it wrote on its standard streams.
 struct Ending {
   std::string output;
   std::string failure;  ///< "signal 11", "exit code 3" or the like; empty for exit code 0

@@ -230,7 +230,8 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 1 << 20);
     pthread_setattr_default_np(&attributes);
-    optind = 0;  // for `getopt` to begin anew
+    if (!kSanitized) dup2(STDOUT_FILENO, STDERR_FILENO);  // a sanitizer's reports are to be seen
+    optind = 0;                                           // for `getopt` to begin anew
     std::exit(run(static_cast<int>(argv.size()) - 1, argv.data()));
   });
 }
