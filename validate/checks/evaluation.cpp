@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <limits>
+
 #include "validate/checks/at_once.h"
 #include "validate/subject/network.h"
 #include "validate/system/process.h"
@@ -120,6 +122,31 @@ CHECK(evaluation, changed,
     });
     return 2 * (first.size() + changed.size());
   });
+}
+
+CHECK(evaluation, integers,
+      "a question is answered whatever an integer is set to: the least, -1, a great one, the "
+      "greatest") {
+  constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+  const auto ask = [&descs = descriptors()](std::uint32_t seed) {
+    std::size_t evaluations = 0;
+    for (void* desc : descs) {
+      const Network network({.descs = {desc}, .seed = seed, .plugins = 1});
+      for (const ParameterInfo& info : parametersOf(desc)) {
+        if (info.type != ParameterType::Integer) continue;
+        for (const std::int32_t value : {kLeast, -1, 100'000'000, ~kLeast, info.initial}) {
+          network.plugins()[0].set(info.name, ParameterKind::Integer, value);
+          network.beginFrame();
+          for (std::size_t n = 0; n < network.questions() && !isTimeUp(); ++n) {
+            network.answer(n);
+            ++evaluations;
+          }
+        }
+      }
+    }
+    return evaluations;
+  };
+  forSeeds(10, ask, "no plugin has an integer and an output");
 }
 
 CHECK(evaluation, bounds, "bounds are written whole, and nothing beside them") {

@@ -44,7 +44,7 @@ struct TableEntry {
 struct Calling {
   const char *operation = nullptr, *of = nullptr;
   int sample = -1;
-  const char* absent = "";  ///< ", no input connected to ..."
+  const char* setting = "";  ///< ", no input connected to ..., mode = 3"
 };
 inline constinit thread_local Calling calling;
 

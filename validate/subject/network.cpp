@@ -187,7 +187,7 @@ Answer Network::answer(std::size_t n, const ShadingContext& context) const {
   float numbers[std::tuple_size_v<Answer>];
   calling.of = now.output.c_str();
   calling.sample = static_cast<int>(n % Samples::kCount);
-  calling.absent = plugins_[now.plugin - 1].absent();
+  calling.setting = plugins_[now.plugin - 1].setting();
   const int count = ask(now.texture, now.kind, now.question, context, numbers);
   Answer answer{};
   for (int i = 0; i < count; ++i) {

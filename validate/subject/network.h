@@ -149,12 +149,12 @@ bool isTimeUp();
 /// Calls `round` with one seed after the other, so many times, or for `--seconds`, and notes how
 /// many evaluations it says that it did. A failure names the seed that has it come first.
 template <class Round>
-void forSeeds(int times, const Round& round) {
+void forSeeds(int times, const Round& round, const char* ifNone = "no plugin has an output") {
   std::size_t evaluations = 0;
   for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed) {
     evaluations += round(trial.useSeed());
   }
-  if (evaluations == 0) skip("no plugin has an output");
+  if (evaluations == 0) skip(ifNone);
   note(std::to_string(evaluations) + " evaluations");
 }
 

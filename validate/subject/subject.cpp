@@ -122,6 +122,8 @@ std::int32_t Instance::connect(const char* input, void* texture) const {
 std::int32_t Instance::set(const char* parameter, ParameterKind kind, std::int32_t value) const {
   QuorPluginParameter record{parameter, kind, {value}};
   if (kind == ParameterKind::Boolean) record.value.boolean = value != 0;
+  const std::string setting = std::string(", ") + parameter + " = " + text(value);
+  calling.setting = setting.c_str();
   return QuorPluginInterface::setParameter(called(), &record);
 }
 
@@ -155,12 +157,19 @@ void Instance::beginRender() const {
 void Instance::beginFrame() const {
   beginRender();
   if (std::exchange(inFrame_, true)) QuorPluginInterface::frameEnd(called(), nullptr);
-  absent_.clear();
+  std::string absent, numbers;
   for (const ParameterInfo& info : parametersOf(desc_)) {
-    const QuorPluginParameter* const input = isTextureInput(info) ? find(info.name) : nullptr;
-    if (input == nullptr || input->value.iface != nullptr) continue;
-    absent_ += (absent_.empty() ? ", no input connected to " : ", ") + std::string(info.name);
+    const QuorPluginParameter* const input = isOutput(info) ? nullptr : find(info.name);
+    if (input == nullptr) continue;
+    const auto& value = input->value;
+    if (isTextureInput(info) && value.iface == nullptr) {
+      absent += (absent.empty() ? ", no input connected to " : ", ") + std::string(info.name);
+    } else if (info.type == ParameterType::Integer && value.integer != info.initial) {
+      numbers += std::string(", ") + info.name + " = " + text(value.integer);
+    }
   }
+  setting_ = absent + numbers;
+  calling.setting = setting();
   QuorPluginInterface::frameBegin(called(), nullptr);
 }
 

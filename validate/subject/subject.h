@@ -75,8 +75,8 @@ class Instance {
   void* object() const { return object_; }
   void* part() const { return part_; }  ///< its `EXT_QUOR_PLUGIN`
   const std::string& name() const { return name_; }
-  const char* absent() const { return absent_.c_str(); }  ///< of the frame, for `Calling`
-  void forget() { object_ = nullptr; }                    ///< somebody else has deleted it
+  const char* setting() const { return setting_.c_str(); }  ///< of the frame, for `Calling`
+  void forget() { object_ = nullptr; }                      ///< somebody else has deleted it
 
   /// What the plugin answers to a connection or a number.
   std::int32_t connect(const char* input, void* texture) const;
@@ -95,7 +95,7 @@ class Instance {
   void* object_ = nullptr;
   void* part_ = nullptr;
   mutable bool rendering_ = false, inFrame_ = false;
-  mutable std::string absent_;
+  mutable std::string setting_;
 
   void* called() const;  ///< its `part`, for a call in its name
 };
