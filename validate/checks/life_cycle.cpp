@@ -35,8 +35,10 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
     for (const ParameterInfo& info : parametersOf(desc)) {
       const std::string parameter = name + '.' + info.name;
       if (isOutput(info)) {
-        expect(parameter + ": one texture for both",
-               one.texture(info.name) == other.texture(info.name), false);
+        expect(
+            parameter + ": one texture for both",
+            one.texture(info.name) != nullptr && one.texture(info.name) == other.texture(info.name),
+            false);
       } else if (isTextureInput(info)) {
         Input input(kindOf(info));
         one.connect(info.name, &input);
@@ -52,9 +54,22 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
   }
 }
 
+/// What the host's library keeps of a plugin's parameters, unless it has none.
+const ParameterSlots* slotsOf(const Instance& instance) {
+  void* const list = words(instance.part())[kParametersOfPart];
+  return list != nullptr ? static_cast<const ParameterSlots*>(words(list)[0]) : nullptr;
+}
+
 CHECK(life_cycle, inputs,
       "fields and outputs have parameters; a frame brings a texture into a field, or an output "
       "asks it; nothing else asks") {
+  for (void* desc : descriptors()) {
+    const Instance instance(desc);
+    instance.beginFrame();
+    const ParameterSlots* const slots = slotsOf(instance);
+    expect(instance.name() + ": a field or an output for no parameter of its kind",
+           slots != nullptr ? slots->unknown : nullptr, nullptr);
+  }
   const auto asked = watchInputs(200, [](auto& /*question*/, auto& /*got*/) {});
   for (void* desc : descriptors()) {
     const std::span<const ParameterInfo> infos = parametersOf(desc);
@@ -71,14 +86,11 @@ CHECK(life_cycle, inputs,
         instance.connect(info.name, &input);
       }
       instance.beginRender();
-      void* const list = words(instance.part())[kParametersOfPart];
-      if (!hasFrame || list == nullptr) continue;
+      const ParameterSlots* const slots = slotsOf(instance);
+      if (!hasFrame || slots == nullptr) continue;
       instance.beginFrame();
-      const auto& slots = *reinterpret_cast<const ParameterSlots*>(words(list)[0]);
-      expect(instance.name() + ": a field or an output for no parameter of its kind", slots.unknown,
-             nullptr);
       for (std::size_t i = 0; i < infos.size(); ++i) {
-        const ParameterSlot& slot = slots.first[i];
+        const ParameterSlot& slot = slots->first[i];
         const bool arrives = slot.field != nullptr && *slot.field == slot.value.value.iface;
         if (isTextureInput(infos[i]) && !arrives && !asked.contains(&infos[i])) {
           failExpectation(instance.name() + '.' + infos[i].name,
