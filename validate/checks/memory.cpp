@@ -10,15 +10,15 @@ namespace validate {
 
 namespace {
 
-void skipIfUnwatched() {
+void prepareToWatch() {
   if (whyNotWatched() != nullptr) skip(whyNotWatched());
+  takeStreams();
 }
 
 // ---- Evaluation ----
 
 void expectNone(const char* ofWhat, int Watched::*count) {
-  skipIfUnwatched();
-  takeStreams();
+  prepareToWatch();
   forSeeds(40, [&, &descs = descriptors()](std::uint32_t seed) {
     Network network({.descs = descs, .seed = seed});
     HostLog& log = network.samples().host.log;
@@ -44,15 +44,28 @@ CHECK(memory, locks, "after the first sample of a frame no question takes a lock
   expectNone("locks", &Watched::locks);
 }
 
-CHECK(memory, output,
-      "after the first sample of a frame no question prints, to the log or a standard stream") {
+CHECK(
+    memory, output,
+    "loading and making plugins prints nothing to the standard streams, and after the first sample "
+    "of a frame no question does, nor to the log") {
+  prepareToWatch();
+  const auto expectSilent = [](const std::string& when, const auto& call) {
+    watch();
+    call();
+    expect(when + ": bytes in the streams", stopWatching().printed, 0);
+  };
+  expectSilent("loading", library);
+  for (void* desc : descriptors()) {
+    expectSilent(nameOf(desc) + ", made, in a frame and deleted",
+                 [desc] { Instance(desc).beginFrame(); });
+  }
   expectNone("lines in the log and bytes in the streams", &Watched::printed);
 }
 
 CHECK(memory, unchanged,
       "after the first sample of a frame nothing is written into plugins, what they have allocated "
       "or the module's variables, not for a moment either") {
-  skipIfUnwatched();
+  prepareToWatch();
   forSeeds(10, [&descs = descriptors()](std::uint32_t seed) {
     watch();
     const Network network({.descs = descs, .seed = seed});
@@ -140,8 +153,7 @@ Fault live(void* desc, AddedInterface& added, bool textAlone) {
 }
 
 void refuseInLife(bool textAlone) {
-  skipIfUnwatched();
-  takeStreams();
+  prepareToWatch();
   int refusals = 0;
   for (void* desc : descriptors()) {
     const std::string name = nameOf(desc);
@@ -172,7 +184,7 @@ constexpr const char* kAborted = "signal 6 (Aborted)";
 /// Calls `judge` with each end that loading the module comes to where one request is refused.
 template <class Judge>
 void refuseAtLoad(const Judge& judge) {
-  skipIfUnwatched();
+  prepareToWatch();
   for (int request = 1;; ++request) {
     const RefusedLoad load = loadRefusing(request);
     if (load.refused == Asker::Nobody) {

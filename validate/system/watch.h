@@ -37,7 +37,7 @@ std::vector<Block> blocksLeft();
 /// The module's own variables: where it can write among what holds this address.
 std::vector<Block> variablesAround(const void* address);
 
-/// Takes the standard streams away; the report goes on to where they went.
+/// Takes the standard streams away, once; the report goes on to where they went.
 void takeStreams();
 
 /// The next write to one of these blocks is told, with its address. An allocation ends the watch,

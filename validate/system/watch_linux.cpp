@@ -152,6 +152,7 @@ std::vector<Block> variablesAround(const void* address) {
 }
 
 void takeStreams() {
+  if (streams >= 0) return;
   reports = fdopen(dup(STDOUT_FILENO), "w");
   streams = memfd_create("streams", MFD_CLOEXEC);
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) dup2(streams, stream);
