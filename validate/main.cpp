@@ -299,6 +299,7 @@ int print(const std::vector<std::string>& lines) {
 }  // namespace
 
 int run(int argc, char** argv) {
+  isOurThread = true;
   Options options = parse(argc, argv);
   if (options.contains("help")) return print({kHelp});
   if (options.contains("version")) return print({"samplerinfo-validate " VALIDATE_VERSION});

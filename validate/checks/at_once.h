@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "validate/harness/contract.h"
+
 namespace validate {
 
 constexpr std::size_t kThreads = 16;
@@ -17,6 +19,7 @@ void runAtOnce(const Body& body, const Meanwhile& meanwhile) {
   std::vector<std::jthread> threads;
   for (std::size_t i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
+      isOurThread = true;
       begin.count_down();
       while (!begin.try_wait()) std::this_thread::yield();  // MinGW's wait() can miss the last
       body(i);

@@ -47,6 +47,7 @@ struct Calling {
   const char* setting = "";  ///< ", no input connected to ..., mode = 3"
 };
 inline constinit thread_local Calling calling;
+inline constinit thread_local bool isOurThread = false;  ///< and not one of the module's
 
 /// What makes the calls on 32-bit Windows, if it is not the compiler: with these words on the
 /// stack.

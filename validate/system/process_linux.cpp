@@ -128,12 +128,13 @@ std::set<std::string> settings() {
 std::set<std::string> possessions() {
   std::set<std::string> lines;
   std::error_code error;
-  for (const char* what : {"fd", "task"}) {
-    const std::string folder = std::string("/proc/self/") + what;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+  for (const auto& [what, folder] : {std::pair{"file", "fd"}, std::pair{"thread", "task"}}) {
+    const std::filesystem::path all = std::filesystem::path("/proc/self") / folder;
+    for (const auto& entry : std::filesystem::directory_iterator(all, error)) {
       const std::string file = std::filesystem::read_symlink(entry, error).string();
       if (file.starts_with("/proc/")) continue;  // this loop's own
-      lines.insert(formatted("%s %s %s", what, entry.path().filename().c_str(), file.c_str()));
+      lines.insert(formatted(file.empty() ? "%s %s" : "%s %s %s", what,
+                             entry.path().filename().c_str(), file.c_str()));
     }
   }
   std::ifstream timers("/proc/self/timers"), maps("/proc/self/maps");
