@@ -163,8 +163,12 @@ CHECK(evaluation, bounds, "bounds are written whole, and nothing beside them") {
       }
       for (std::size_t i = 0; i < 5 * width; ++i) {
         const bool isBound = i / width % 2 != 0;
-        expect(network.question(n) + (isBound ? ", where -2 was" : ", beside the bounds"),
-               rooms[1][i], isBound ? rooms[0][i] : -2);
+        const char* const which = i / width == 1 ? ", lower bound" : ", upper bound";
+        const std::string place = network.question(n) + (isBound ? which : ", beside the bounds");
+        if (isBound && rooms[0][i] == 1 && rooms[1][i] == -2) {
+          failExpectation(place, "what was there before", "that it is written");
+        }
+        expect(place + ", where -2 was", rooms[1][i], isBound ? rooms[0][i] : -2);
       }
     }
     return network.questions() / Samples::kCount;

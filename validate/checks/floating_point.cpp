@@ -54,7 +54,20 @@ class Mode {
     const Control now = control();
     if (now == control_) return;
     setControl(before_);
-    failExpectation(asked + ": control bits, SSE and x87", inHex(now), inHex(control_));
+    static constexpr struct {
+      const char* name;
+      std::uint32_t sse, x87;
+    } kParts[] = {{", rounding mode", 0x6000, 0xC00},
+                  {", flushing of denormals", 0x8040, 0},
+                  {", masks of exceptions", 0x1F80, 0x3F},
+                  {", x87 precision", 0, 0x300}};
+    std::string changed = asked;
+    for (const auto& part : kParts) {
+      const bool isKept =
+          ((now.sse ^ control_.sse) & part.sse) == 0 && ((now.x87 ^ control_.x87) & part.x87) == 0;
+      if (!isKept) changed += part.name;
+    }
+    failExpectation(changed + ": control bits, SSE and x87", inHex(now), inHex(control_));
   }
 
  private:
@@ -102,7 +115,7 @@ CHECK(floating_point, control,
       mode.expectKept("plugins made, connected, in a frame");
       for (Leaf& leaf : network.leaves()) {
         leaf.whenAsked = [&](Question, const ShadingContext*) {
-          mode.expectKept("an input asked");
+          mode.expectKept(network.question(n) + ", as it asks an input");
         };
       }
       for (; n < network.questions() && !isTimeUp(); ++n) {

@@ -88,7 +88,7 @@ double scalar(TextureKind kind, const Answer& value) {
                                       : std::sqrt(x * x + y * y + z * z);
 }
 
-/// How often something was the case, how far, and an example.
+/// How often something was the case, how far, and an example; of each output.
 struct Tally {
   int trials = 0, times = 0;
   double farthest = 0;
@@ -101,84 +101,80 @@ struct Tally {
     farthest = std::max(farthest, distance);
   }
 };
+using Tallies = std::map<std::string, Tally>;
 
-void noteTallies(const std::map<std::string, Tally>& outputs, const char* what) {
-  if (outputs.empty()) skip("no plugin has an output");
-  int never = 0;
-  for (const auto& [output, tally] : outputs) {
-    never += tally.times == 0;
-    if (tally.times != 0) {
-      note(formatted("%s: %s in %.1f %% of %d trials, by up to %.3g, such as %s", output.c_str(),
-                     what, 100.0 * tally.times / tally.trials, tally.trials, tally.farthest,
-                     tally.example.c_str()));
-    }
-  }
-  note(formatted("%d of %d outputs never", never, static_cast<int>(outputs.size())));
-}
-
-/// Each plugin alone, with such inputs, and for each question to an output the answers at the
-/// samples.
+/// Each plugin alone, with such inputs, and for each question of this kind to an output the answers
+/// at the samples, and those to the question for values.
 template <class Judge>
-void forTrials(const Judge& judge) {
-  for (void* desc : descriptors()) {
-    for (int i = 0; i < kTrials && !isTimeUp(); ++i, ++trial.seed) {
-      Network network({.descs = {desc}, .seed = trial.useSeed(), .plugins = 1, .ordinary = true});
-      Random random(trial.seed);
+void forTrials(Question question, const Judge& judge) {
+  Tallies tallies;
+  forSeeds(kTrials, [&](std::uint32_t seed) {
+    std::size_t evaluations = 0;
+    for (void* desc : descriptors()) {
+      Network network({.descs = {desc}, .seed = seed, .plugins = 1, .ordinary = true});
+      Random random(seed);
       placeSamples(network.samples(), random);
       for (Leaf& leaf : network.leaves()) leaf.numbersFor = linearNumbers;
       const std::vector<Answer> answers = network.answers();
+      const Answer* values = nullptr;
       for (std::size_t n = 0; n + Samples::kCount <= answers.size(); n += Samples::kCount) {
-        judge(network.asked(n), &answers[n]);
+        const Network::Asked asked = network.asked(n);
+        if (asked.question == Question::Value) values = &answers[n];
+        if (asked.question == question) judge(tallies, asked, values, answers[n]);
       }
+      evaluations += answers.size();
     }
+    return evaluations;
+  });
+  for (const auto& [what, tally] : tallies) {
+    if (tally.times == 0) continue;
+    note(formatted("%s in %.1f %% of %d trials, by up to %.3g, such as %s", what.c_str(),
+                   100.0 * tally.times / tally.trials, tally.trials, tally.farthest,
+                   tally.example.c_str()));
   }
 }
 
-CHECK(notes, bounds, "says how often a value lies outside its bounds, and how far") {
-  std::map<std::string, Tally> outputs;
-  Answer value{};
-  forTrials([&](const Network::Asked& asked, const Answer* answers) {
-    if (asked.question == Question::Value) value = *answers;
-    if (asked.question != Question::Bounds) return;
-    const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
-    double farthest = 0;
-    std::string example;
-    for (std::size_t i = 0; i < width; ++i) {
-      const double is = number(value, i), lo = number(*answers, i),
-                   hi = number(*answers, width + i);
-      const double outside = std::max(lo - is, is - hi);
-      const double rounding = 1e-5 * std::max(std::abs(lo), std::abs(hi));
-      if (outside <= std::max(farthest, rounding)) continue;
-      farthest = outside;
-      example = formatted("%.6g outside %.6g to %.6g", is, lo, hi);
-    }
-    outputs[asked.output].add(farthest > 0, farthest, example);
-  });
-  noteTallies(outputs, "outside its bounds");
+CHECK(notes, bounds,
+      "says how often a value lies outside its bounds, and how far, and where bounds are reversed "
+      "or there is no number") {
+  forTrials(Question::Bounds,
+            [](Tallies& tallies, const auto& asked, const Answer* values, const Answer& bounds) {
+              const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
+              for (std::size_t i = 0; i < width; ++i) {
+                const double is = number(values[0], i), lo = number(bounds, i),
+                             hi = number(bounds, width + i);
+                const double beside = std::max(lo - is, is - hi);
+                const double rounding = 1e-5 * std::max(std::abs(lo), std::abs(hi));
+                const std::string example = formatted("%.6g with bounds %.6g to %.6g", is, lo, hi);
+                const bool areNumbers = !std::isnan(is) && !std::isnan(lo) && !std::isnan(hi);
+                tallies[asked.output + ": NaN"].add(!areNumbers, 0, example);
+                tallies[asked.output + ": bounds reversed"].add(lo > hi, lo - hi, example);
+                tallies[asked.output + ": a value outside its bounds"].add(
+                    areNumbers && lo <= hi && beside > rounding, beside, example);
+              }
+            });
 }
 
 CHECK(notes, gradients,
       "says how often a gradient is not that of finite differences, and how far") {
-  std::map<std::string, Tally> outputs;
-  std::vector<Answer> values;
-  forTrials([&](const Network::Asked& asked, const Answer* answers) {
-    if (asked.question == Question::Value) values.assign(answers, answers + Samples::kCount);
-    if (asked.question != Question::Gradient) return;
-    const double noise = 1e-4 * std::abs(scalar(asked.kind, values[0])) + 1e-5;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      const auto slope = [&](Distance distance, double step) {
-        const Answer* const pair = &values[distance + 2 * axis];
-        return (scalar(asked.kind, pair[1]) - scalar(asked.kind, pair[0])) / (2 * step);
-      };
-      const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
-      const double is = number(*answers, axis), distance = std::abs(is - narrow);
-      const double tolerance = 0.01 * std::abs(narrow) + noise;
-      if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
-      outputs[asked.output].add(!(distance <= 2 * tolerance), distance,
-                                formatted("%.6g for %.6g", is, narrow));
-    }
-  });
-  noteTallies(outputs, "another gradient");
+  forTrials(Question::Gradient,
+            [](Tallies& tallies, const auto& asked, const Answer* values, const Answer& gradient) {
+              const double noise = 1e-4 * std::abs(scalar(asked.kind, values[0])) + 1e-5;
+              for (std::size_t axis = 0; axis < 3; ++axis) {
+                const auto slope = [&](Distance distance, double step) {
+                  const Answer* const pair = &values[distance + 2 * axis];
+                  return (scalar(asked.kind, pair[1]) - scalar(asked.kind, pair[0])) / (2 * step);
+                };
+                const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
+                const double is = number(gradient, axis), distance = std::abs(is - narrow);
+                const double tolerance = 0.01 * std::abs(narrow) + noise;
+                if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
+                const std::string example = formatted("%.6g for %.6g", is, narrow);
+                tallies[asked.output + ": a gradient that is NaN"].add(std::isnan(is), 0, example);
+                tallies[asked.output + ": a gradient unlike finite differences"].add(
+                    distance > 2 * tolerance, distance, example);
+              }
+            });
 }
 
 CHECK(notes, inputs,
