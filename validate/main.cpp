@@ -190,9 +190,8 @@ Outcome inChild(const std::string& check) {
   std::istringstream lines(ending.output);
   for (std::string line; std::getline(lines, line);) {
     if (line.ends_with('\r')) line.pop_back();
-    const std::string::size_type space = line.find(' ');
-    const std::string what = line.substr(0, space),
-                      rest = space == std::string::npos ? "" : line.substr(space + 1);
+    const std::string what = line.substr(0, line.find(' ')),
+                      rest = line.substr(std::min(line.size(), what.size() + 1));
     if (!line.empty() && !line.starts_with('#')) printed = line.substr(0, 200);
     if (what == "#passed") outcome.passed = true;
     if (what == "#note") outcome.notes.push_back(rest);
@@ -215,9 +214,8 @@ Outcome inChild(const std::string& check) {
 
 std::string escaped(const std::string& text) {
   std::string result;
-  for (const char c : text) {
-    const bool isPlain = c >= ' ' && c <= '~' && std::strchr("&<>\"", c) == nullptr;
-    result += isPlain ? std::string(1, c) : formatted("&#%d;", c >= ' ' && c <= '~' ? c : '?');
+  for (const char c : printable(text)) {
+    result += std::strchr("&<>\"", c) == nullptr ? std::string(1, c) : formatted("&#%d;", c);
   }
   return result;
 }
@@ -227,11 +225,9 @@ std::string caseOf(const std::string& name, const Outcome& outcome) {
   std::ostringstream xml;
   xml << "  <testcase classname=\"" << name.substr(0, name.find('.')) << "\" name=\"" << name
       << "\" time=\"" << outcome.seconds << "\">";
-  if (!outcome.failure.empty()) {
-    xml << "<failure message=\"" << escaped(outcome.failure) << "\"/>";
-  } else if (!outcome.skipped.empty()) {
-    xml << "<skipped message=\"" << escaped(outcome.skipped) << "\"/>";
-  }
+  const std::string& why = outcome.failure.empty() ? outcome.skipped : outcome.failure;
+  const char* const element = outcome.failure.empty() ? "<skipped" : "<failure";
+  if (!why.empty()) xml << element << " message=\"" << escaped(why) << "\"/>";
   xml << "<system-out>";
   for (const std::string& line : outcome.notes) xml << escaped(line) << '\n';
   xml << "</system-out></testcase>\n";
@@ -249,8 +245,7 @@ int runAll(std::vector<const Check*> checks, Options& options) {
   const auto isPromise = [](const Check* check) { return matches("samplerinfo.*", check->name); };
   const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
   if (checks.empty()) {
-    refuse(
-        "--only matches promises of another library alone; a pattern samplerinfo.* asks for them");
+    refuse("--only matches other libraries' promises; a pattern samplerinfo.* asks for them");
   }
   if (erased) {
     std::puts("skipped   samplerinfo.*: promises of another library, unless --only asks for them");

@@ -27,8 +27,7 @@ CHECK(enumeration, stop,
 }
 
 CHECK(enumeration, again,
-      "a second enumeration, after the first one or inside it, shows the same descriptors in the "
-      "same order") {
+      "a second enumeration, after the first or inside it, shows the same in the same order") {
   const auto shown = [](const std::function<void()>& meanwhile) {
     std::string names;
     for (void* desc : enumerate(library(), -1, meanwhile).descs) {
@@ -51,10 +50,9 @@ CHECK(enumeration, names,
   for (void* desc : enumerate(library()).descs) {
     expectName("getPluginName", PluginDesc::getPluginName(desc));
     expect(nameOf(desc) + ": its name is new", names.insert(nameOf(desc)).second, true);
-    expect(nameOf(desc) + ": its id is new", ids.insert(PluginDesc::getPluginId(desc)).second,
-           true);
-    expect(nameOf(desc) + ": its id again", PluginDesc::getPluginId(desc),
-           PluginDesc::getPluginId(desc));
+    const std::uint64_t id = PluginDesc::getPluginId(desc);
+    expect(nameOf(desc) + ": its id is new", ids.insert(id).second, true);
+    expect(nameOf(desc) + ": its id again", PluginDesc::getPluginId(desc), id);
   }
 }
 

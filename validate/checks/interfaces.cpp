@@ -31,8 +31,7 @@ void expectTaken(const std::string& name, void* object, const Meanwhile& meanwhi
 
 CHECK(interfaces, added,
       "an interface that was added is found, also after a frame, until it is removed") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
+  for (const Instance& instance : Instances()) {
     expectTaken(instance.name(), instance.object(), [&] {
       instance.beginFrame();
       instance.endRender();
@@ -63,8 +62,7 @@ CHECK(interfaces, twice, "an interface that was added twice has to be removed tw
 
 CHECK(interfaces, newest,
       "of two interfaces with one identifier the newer is found, a plugin's own before both") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
+  for (const Instance& instance : Instances()) {
     void* const object = instance.object();
     AddedInterface older(kUnknown), newer(kUnknown), shadowed(EXT_QUOR_PLUGIN);
     PluginBase::addInterface(object, &older, 0);

@@ -9,15 +9,14 @@ namespace {
 
 CHECK(life_cycle, made,
       "a new plugin knows its descriptor and has no name, and parameters of its own") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
+  for (const Instance& instance : Instances()) {
     const std::string& name = instance.name();
     void** const object = words(instance.object());
     void** const part = words(instance.part());
     expect(name + ": name", object[kNameOfPlugin], nullptr);
-    expect(name + ": descriptor", part[kDescOfPart], desc);
+    expect(name + ": descriptor", part[kDescOfPart], instance.desc());
     expect(name + ": has a parameter list", part[kParametersOfPart] != nullptr,
-           words(desc)[kParametersOfDesc] != nullptr);
+           words(instance.desc())[kParametersOfDesc] != nullptr);
   }
 }
 
@@ -35,10 +34,9 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
     for (const ParameterInfo& info : parametersOf(desc)) {
       const std::string parameter = name + '.' + info.name;
       if (isOutput(info)) {
-        expect(
-            parameter + ": one texture for both",
-            one.texture(info.name) != nullptr && one.texture(info.name) == other.texture(info.name),
-            false);
+        void* const texture = one.texture(info.name);
+        const bool isShared = texture != nullptr && texture == other.texture(info.name);
+        expect(parameter + ": one texture for both", isShared, false);
       } else if (isTextureInput(info)) {
         Input input(kindOf(info));
         one.connect(info.name, &input);
@@ -47,29 +45,16 @@ CHECK(life_cycle, two_instances, "two instances of a plugin share neither object
         expect(parameter + ": texture of the other", other.texture(info.name), nullptr);
       } else if (info.type == ParameterType::Integer) {
         one.set(info.name, ParameterKind::Integer, info.initial ^ 1);
-        expect(parameter + ": value of the other", other.parameter(info.name).value.integer,
-               info.initial);
+        const std::int32_t value = other.parameter(info.name).value.integer;
+        expect(parameter + ": value of the other", value, info.initial);
       }
     }
   }
 }
 
-/// What the host's library keeps of a plugin's parameters, unless it has none.
-const ParameterSlots* slotsOf(const Instance& instance) {
-  void* const list = words(instance.part())[kParametersOfPart];
-  return list != nullptr ? static_cast<const ParameterSlots*>(words(list)[0]) : nullptr;
-}
-
 CHECK(life_cycle, inputs,
       "fields and outputs have parameters; a frame brings a texture into a field, or an output "
       "asks it; nothing else asks") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
-    instance.beginFrame();
-    const ParameterSlots* const slots = slotsOf(instance);
-    expect(instance.name() + ": a field or an output for no parameter of its kind",
-           slots != nullptr ? slots->unknown : nullptr, nullptr);
-  }
   const auto asked = watchInputs(200, [](auto& /*question*/, auto& /*got*/) {});
   for (void* desc : descriptors()) {
     const std::span<const ParameterInfo> infos = parametersOf(desc);
@@ -86,11 +71,14 @@ CHECK(life_cycle, inputs,
         instance.connect(info.name, &input);
       }
       instance.beginRender();
-      const ParameterSlots* const slots = slotsOf(instance);
-      if (!hasFrame || slots == nullptr) continue;
+      void* const list = words(instance.part())[kParametersOfPart];
+      if (!hasFrame || list == nullptr) continue;
       instance.beginFrame();
+      const auto& slots = *reinterpret_cast<const ParameterSlots*>(words(list)[0]);
+      expect(instance.name() + ": a field or an output for no parameter of its kind", slots.unknown,
+             nullptr);
       for (std::size_t i = 0; i < infos.size(); ++i) {
-        const ParameterSlot& slot = slots->first[i];
+        const ParameterSlot& slot = slots.first[i];
         const bool arrives = slot.field != nullptr && *slot.field == slot.value.value.iface;
         if (isTextureInput(infos[i]) && !arrives && !asked.contains(&infos[i])) {
           failExpectation(instance.name() + '.' + infos[i].name,
@@ -103,8 +91,7 @@ CHECK(life_cycle, inputs,
 
 CHECK(life_cycle, names, "a plugin keeps a copy of the last name that it was given, however long") {
   const std::string longName(1 << 20, 'x');
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
+  for (const Instance& instance : Instances()) {
     std::vector<std::string> names = {"first", "", longName, "last"};
     for (std::size_t length = 65; length-- != 0;) names.emplace_back(length, 'x');
     for (const std::string& name : names) {

@@ -88,26 +88,21 @@ double scalar(TextureKind kind, const Answer& value) {
                                       : std::sqrt(x * x + y * y + z * z);
 }
 
-/// How often something was the case, how far, and an example; of each output.
+/// How often something was the case, and where it was so by most.
 struct Tally {
   int trials = 0, times = 0;
   double farthest = 0;
   std::string example;
-
-  void add(bool isCase, double distance, const std::string& text) {
-    ++trials;
-    if (!isCase) return;
-    if (times++ == 0) example = text;
-    farthest = std::max(farthest, distance);
-  }
 };
-using Tallies = std::map<std::string, Tally>;
+/// Counts a trial of what may be the case of an output.
+using Trials =
+    std::function<void(const char* what, bool isCase, double distance, const std::string& example)>;
 
-/// Each plugin alone, with such inputs, and for each question of this kind to an output the answers
-/// at the samples, and those to the question for values.
+/// Each plugin alone, with such inputs, and for each question of this kind to an output the answer
+/// at the centre, and those at the samples to the question for values.
 template <class Judge>
 void forTrials(Question question, const Judge& judge) {
-  Tallies tallies;
+  std::map<std::string, Tally> tallies;
   forSeeds(kTrials, [&](std::uint32_t seed) {
     std::size_t evaluations = 0;
     for (void* desc : descriptors()) {
@@ -119,8 +114,16 @@ void forTrials(Question question, const Judge& judge) {
       const Answer* values = nullptr;
       for (std::size_t n = 0; n + Samples::kCount <= answers.size(); n += Samples::kCount) {
         const Network::Asked asked = network.asked(n);
+        const auto add = [&](const char* what, bool isCase, double distance, auto& example) {
+          Tally& tally = tallies[asked.output + ": " + what];
+          ++tally.trials;
+          if (!isCase) return;
+          if (tally.times++ != 0 && distance <= tally.farthest) return;
+          tally.farthest = distance;
+          tally.example = example;
+        };
         if (asked.question == Question::Value) values = &answers[n];
-        if (asked.question == question) judge(tallies, asked, values, answers[n]);
+        if (asked.question == question) judge(add, asked.kind, values, answers[n]);
       }
       evaluations += answers.size();
     }
@@ -128,58 +131,53 @@ void forTrials(Question question, const Judge& judge) {
   });
   for (const auto& [what, tally] : tallies) {
     if (tally.times == 0) continue;
-    note(formatted("%s in %.1f %% of %d trials, by up to %.3g, such as %s", what.c_str(),
-                   100.0 * tally.times / tally.trials, tally.trials, tally.farthest,
-                   tally.example.c_str()));
+    note(formatted("%s in %.1f %% of %d trials, at worst %s", what.c_str(),
+                   100.0 * tally.times / tally.trials, tally.trials, tally.example.c_str()));
   }
 }
 
 CHECK(notes, bounds,
-      "says how often a value lies outside its bounds, and how far, and where bounds are reversed "
-      "or there is no number") {
-  forTrials(Question::Bounds,
-            [](Tallies& tallies, const auto& asked, const Answer* values, const Answer& bounds) {
-              const auto width = static_cast<std::size_t>(kWidths[asked.kind]);
-              for (std::size_t i = 0; i < width; ++i) {
-                const double is = number(values[0], i), lo = number(bounds, i),
-                             hi = number(bounds, width + i);
-                const double beside = std::max(lo - is, is - hi);
-                const double rounding = 1e-5 * std::max(std::abs(lo), std::abs(hi));
-                const std::string example = formatted("%.6g with bounds %.6g to %.6g", is, lo, hi);
-                const bool areNumbers = !std::isnan(is) && !std::isnan(lo) && !std::isnan(hi);
-                tallies[asked.output + ": NaN"].add(!areNumbers, 0, example);
-                tallies[asked.output + ": bounds reversed"].add(lo > hi, lo - hi, example);
-                tallies[asked.output + ": a value outside its bounds"].add(
-                    areNumbers && lo <= hi && beside > rounding, beside, example);
-              }
-            });
+      "says how often values lie outside their bounds, how far, and what is reversed or NaN") {
+  forTrials(Question::Bounds, [](const Trials& add, TextureKind kind, auto* values, auto& bounds) {
+    const auto width = static_cast<std::size_t>(kWidths[kind]);
+    for (std::size_t i = 0; i < width; ++i) {
+      const double is = number(values[0], i), lo = number(bounds, i),
+                   hi = number(bounds, width + i);
+      const double beside = std::max(lo - is, is - hi);
+      const double rounding = 1e-5 * std::max(std::abs(lo), std::abs(hi));
+      const std::string example = formatted("%.6g with bounds %.6g to %.6g", is, lo, hi);
+      const bool areNumbers = !std::isnan(is) && !std::isnan(lo) && !std::isnan(hi);
+      add("NaN", !areNumbers, 0, example);
+      add("bounds reversed", lo > hi, lo - hi, example);
+      add("a value outside its bounds", areNumbers && lo <= hi && beside > rounding, beside,
+          example);
+    }
+  });
 }
 
 CHECK(notes, gradients,
       "says how often a gradient is not that of finite differences, and how far") {
-  forTrials(Question::Gradient,
-            [](Tallies& tallies, const auto& asked, const Answer* values, const Answer& gradient) {
-              const double noise = 1e-4 * std::abs(scalar(asked.kind, values[0])) + 1e-5;
-              for (std::size_t axis = 0; axis < 3; ++axis) {
-                const auto slope = [&](Distance distance, double step) {
-                  const Answer* const pair = &values[distance + 2 * axis];
-                  return (scalar(asked.kind, pair[1]) - scalar(asked.kind, pair[0])) / (2 * step);
-                };
-                const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
-                const double is = number(gradient, axis), distance = std::abs(is - narrow);
-                const double tolerance = 0.01 * std::abs(narrow) + noise;
-                if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
-                const std::string example = formatted("%.6g for %.6g", is, narrow);
-                tallies[asked.output + ": a gradient that is NaN"].add(std::isnan(is), 0, example);
-                tallies[asked.output + ": a gradient unlike finite differences"].add(
-                    distance > 2 * tolerance, distance, example);
-              }
-            });
+  forTrials(
+      Question::Gradient, [](const Trials& add, TextureKind kind, auto* values, auto& gradient) {
+        const double noise = 1e-4 * std::abs(scalar(kind, values[0])) + 1e-5;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+          const auto slope = [&](Distance distance, double step) {
+            const Answer* const pair = &values[distance + 2 * axis];
+            return (scalar(kind, pair[1]) - scalar(kind, pair[0])) / (2 * step);
+          };
+          const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
+          const double is = number(gradient, axis), distance = std::abs(is - narrow);
+          const double tolerance = 0.01 * std::abs(narrow) + noise;
+          if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
+          const std::string example = formatted("%.6g for %.6g", is, narrow);
+          add("a gradient that is NaN", std::isnan(is), 0, example);
+          add("a gradient unlike finite differences", distance > 2 * tolerance, distance, example);
+        }
+      });
 }
 
 CHECK(notes, inputs,
-      "says which output asks an input more than once for an answer, or with a context of its own, "
-      "as for a bump, and which inputs no output asks") {
+      "says which output asks an input again or in another context, and which inputs none asks") {
   std::map<std::string, int> times;
   const auto read =
       watchInputs(kTrials, [&times](const std::string& question, const std::string& got) {

@@ -36,8 +36,7 @@ CHECK(registration, null, "without a host registering and withdrawing do nothing
 }
 
 CHECK(registration, announced,
-      "a descriptor announces itself once, then its parameters, withdraws itself once and can "
-      "come back") {
+      "a descriptor announces itself, then its parameters, withdraws once and can come back") {
   for (void* desc : enumerate(library()).descs) {
     Registry registry{registryTable.slots};
     const std::string name = nameOf(desc);
@@ -64,8 +63,7 @@ CHECK(registration, twice, "a descriptor that is registered twice announces itse
     PluginDesc::registerPlugin(desc, &registry);
     PluginDesc::registerPlugin(desc, &registry);
     expectTold(nameOf(desc) + ".registerPlugin twice", registry.registered, desc, 2);
-    expect(nameOf(desc) + ": as many parameters as before", parametersOf(desc).size() == parameters,
-           true);
+    expect(nameOf(desc) + ": parameters as before", parametersOf(desc).size() == parameters, true);
     PluginDesc::unregisterPlugin(desc, &registry);
   }
 }

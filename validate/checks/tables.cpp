@@ -25,9 +25,8 @@ CHECK(tables, texts, "parameters have unique names, known types and texts in UTF
 
 CHECK(tables, values,
       "getParameter finds each parameter with its kind and first value, inputs without a texture") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
-    for (const ParameterInfo& info : parametersOf(desc)) {
+  for (const Instance& instance : Instances()) {
+    for (const ParameterInfo& info : parametersOf(instance.desc())) {
       const std::string asked = instance.name() + ".getParameter(" + text(info.name) + ")";
       const QuorPluginParameter& found = instance.parameter(info.name);
       expect(asked + ": name", found.name, info.name);
@@ -45,8 +44,7 @@ CHECK(tables, values,
 }
 
 CHECK(tables, unknown, "a name that is no parameter's is not found and takes no value") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
+  for (const Instance& instance : Instances()) {
     expect(instance.name() + ".getParameter of an unknown name", instance.find("no such parameter"),
            nullptr);
     expect(instance.name() + ".setParameter of an unknown name",
@@ -54,12 +52,10 @@ CHECK(tables, unknown, "a name that is no parameter's is not found and takes no 
   }
 }
 
-CHECK(
-    tables, inputs,
-    "each input takes a texture or number of its kind, and gives it up; integers may have limits") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
-    for (const ParameterInfo& info : parametersOf(desc)) {
+CHECK(tables, inputs,
+      "an input takes a texture or number of its kind, and gives it up; integers may have limits") {
+  for (const Instance& instance : Instances()) {
+    for (const ParameterInfo& info : parametersOf(instance.desc())) {
       if (isOutput(info)) continue;
       const std::string asked = instance.name() + ".setParameter(" + text(info.name) + ")";
       const auto& value = instance.parameter(info.name).value;

@@ -14,6 +14,13 @@
 ///   }
 namespace validate {
 
+/// What is never copied.
+struct Unique {
+  Unique() = default;
+  Unique(const Unique&) = delete;
+  void operator=(const Unique&) = delete;
+};
+
 struct Check {
   const char* name;
   const char* sentence;  ///< what must hold

@@ -46,8 +46,7 @@ void expectLines(const std::string& when, const Host& host, std::int32_t lines) 
 }
 
 CHECK(samplerinfo, clip_planes, frames,
-      "the clipping planes are computed and logged once a frame and instance, if they are asked "
-      "for") {
+      "the clipping planes are computed and logged once a frame and instance, if asked for") {
   BoxedHost host;
   const Sampler sampler;
   expectPlanes("in the first frame", sampler, host, 5, 20);

@@ -7,16 +7,14 @@ namespace validate {
 namespace {
 
 CHECK(samplerinfo, asked_once,
-      "a question asks each input its value, bounds and gradient at most once, with the host's own "
-      "shading context") {
+      "a question asks an input each thing at most once, with the host's own shading context") {
   watchInputs(kSanitized ? 1000 : 4000, [](const std::string& question, const std::string& got) {
     failExpectation(question, got, "at most once, with the question's");
   });
 }
 
-CHECK(
-    samplerinfo, throwing_input,
-    "an input that throws has its exception passed on, and the next answer is as the one before") {
+CHECK(samplerinfo, throwing_input,
+      "an input's exception is passed on, and the next answer is as the one before") {
   forSeeds(100, [&descs = descriptors()](std::uint32_t seed) {
     Network network({.descs = descs, .seed = seed, .plugins = 1});
     const std::vector<Answer> first = network.answers();

@@ -65,12 +65,10 @@ CHECK(samplerinfo, copies,
 }
 
 // Two outputs are objects as well, one of which says so.
-CHECK(
-    samplerinfo, objects,
-    "the intensity of a TexAColorOp is an object that its interfaces lead to, no other output is") {
-  for (void* desc : descriptors()) {
-    const Instance instance(desc);
-    for (const ParameterInfo& info : parametersOf(desc)) {
+CHECK(samplerinfo, objects,
+      "of the outputs only a TexAColorOp's intensity is an object, to which its interfaces lead") {
+  for (const Instance& instance : Instances()) {
+    for (const ParameterInfo& info : parametersOf(instance.desc())) {
       if (!isOutput(info)) continue;
       void* const texture = instance.texture(info.name);
       const std::string output = instance.name() + '.' + info.name;
@@ -99,8 +97,7 @@ CHECK(
 }
 
 CHECK(samplerinfo, shader_source,
-      "requests for shader source reach the host with the texture of color_a, or null, those of "
-      "another kind do not") {
+      "requests for shader source of the right kind reach the host with the texture of color_a") {
   static ShaderSource source{};
   static OclData data{};
   Input a(TextureKind::Color);

@@ -98,10 +98,8 @@ void compare(const Line& line, const Line& recorded) {
          static_cast<std::int32_t>(recorded.numbers.size()));
 }
 
-CHECK(
-    samplerinfo, results,
-    "every output answers 2000 rows of random inputs as recorded, to the bit; powers fewer, to the "
-    "last place") {
+CHECK(samplerinfo, results,
+      "2000 rows of random inputs are answered as recorded, to the bit; powers to the last place") {
   expectRecorded(resultLines());
 }
 

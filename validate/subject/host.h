@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "validate/harness/check.h"
 #include "validate/harness/contract.h"
 
 /// The host's side of the contract: objects, records and textures that are nothing but structs and
@@ -78,7 +79,7 @@ struct HostSurface {
   Part uvwSource, materialIdSource;
 };
 
-struct Host {
+struct Host : private Unique {
   HostLog log{};
   HostScene scene{};
   void* const* cameraMotion;
@@ -92,8 +93,6 @@ struct Host {
   ShadingContext sc{};
 
   Host();  ///< connects all that, the rest is zero
-  Host(const Host&) = delete;
-  void operator=(const Host&) = delete;
 };
 
 // What the host's camera motion and object space do, so that each leaves a trace of its own:

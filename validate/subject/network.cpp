@@ -253,7 +253,7 @@ std::set<const ParameterInfo*> watchInputs(
     int networks,
     const std::function<void(const std::string& question, const std::string& got)>& tell) {
   std::set<const ParameterInfo*> inputs;
-  forSeeds(networks, [&](std::uint32_t seed) {
+  const auto ask = [&](std::uint32_t seed) {
     Network network({.descs = descriptors(), .seed = seed, .plugins = 1});
     std::size_t n = 0;
     std::set<std::pair<const Leaf*, Question>> asked;
@@ -273,17 +273,17 @@ std::set<const ParameterInfo*> watchInputs(
       network.answer(n);
     }
     return n;
-  });
+  };
+  forSeeds(networks, ask, nullptr);
   return inputs;
 }
 
 bool isTimeUp() {
   using Clock = std::chrono::steady_clock;
   constexpr double kMost = kMicrosoft ? 8 : 20;
-  static const Clock::time_point end =
-      Clock::now() + std::chrono::round<Clock::duration>(
-                         std::chrono::duration<double>(trial.seconds > 0 ? trial.seconds : kMost));
-  return Clock::now() >= end;
+  static const Clock::time_point begin = Clock::now();
+  const std::chrono::duration<double> most(trial.seconds > 0 ? trial.seconds : kMost);
+  return Clock::now() - begin >= most;
 }
 
 }  // namespace validate

@@ -69,7 +69,7 @@ using Answer = std::array<std::uint32_t, 12>;
 
 /// Plugins whose inputs are connected to nothing, to leaves of their own, or to plugins made before
 /// them.
-class Network {
+class Network : private Unique {
  public:
   struct Plan {
     std::vector<void*> descs;
@@ -79,8 +79,6 @@ class Network {
     bool begins = true;     ///< the first frame
   };
   explicit Network(const Plan& plan);
-  Network(const Network&) = delete;
-  void operator=(const Network&) = delete;
 
   void beginFrame() const;
   void endRender() const;
@@ -154,7 +152,7 @@ void forSeeds(int times, const Round& round, const char* ifNone = "no plugin has
   for (int i = 0; !isTimeUp() && (trial.seconds > 0 || i < times); ++i, ++trial.seed) {
     evaluations += round(trial.useSeed());
   }
-  if (evaluations == 0) skip(ifNone);
+  if (evaluations == 0 && ifNone != nullptr) skip(ifNone);
   note(std::to_string(evaluations) + " evaluations");
 }
 

@@ -13,12 +13,10 @@
 namespace validate {
 
 /// The module, loaded once more. The check fails if it cannot be.
-class Loaded {
+class Loaded : private Unique {
  public:
   Loaded();
   ~Loaded();
-  Loaded(const Loaded&) = delete;
-  void operator=(const Loaded&) = delete;
 
   void* handle() const { return handle_; }
   void* library() const;  ///< its library descriptor
@@ -39,12 +37,10 @@ Enumeration enumerate(void* libraryDescriptor, int atMost = -1,
                       const std::function<void()>& meanwhile = {});
 
 /// The descriptors, registered with a host for as long as this lives.
-class Registered {
+class Registered : private Unique {
  public:
   explicit Registered(std::vector<void*> all);
   ~Registered();
-  Registered(const Registered&) = delete;
-  void operator=(const Registered&) = delete;
 
   const std::vector<void*> descs;
 };
@@ -64,12 +60,10 @@ inline TextureKind kindOf(const ParameterInfo& info) {
 }
 
 /// A plugin, deleted through its descriptor after the end of its frame and of its render.
-class Instance {
+class Instance : private Unique {
  public:
   explicit Instance(void* desc);
   ~Instance();
-  Instance(const Instance&) = delete;
-  void operator=(const Instance&) = delete;
 
   void* desc() const { return desc_; }
   void* object() const { return object_; }
@@ -98,6 +92,19 @@ class Instance {
   mutable std::string setting_;
 
   void* called() const;  ///< its `part`, for a call in its name
+};
+
+/// A new plugin of each kind, one after the other.
+struct Instances {
+  struct Iterator {
+    void* const* desc;
+    Instance operator*() const { return Instance(*desc); }
+    void operator++() { ++desc; }
+    bool operator==(const Iterator&) const = default;
+  };
+  Iterator begin() const { return {descs.data()}; }
+  Iterator end() const { return {descs.data() + descs.size()}; }
+  const std::vector<void*>& descs = descriptors();
 };
 
 }  // namespace validate

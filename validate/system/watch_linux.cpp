@@ -251,16 +251,15 @@ FIRST void free(void* block) noexcept {
 
 // What comes next is looked for beforehand: the loader, which then would have to answer, waits for
 // the threads that a module joins as it goes.
-#define COUNT_LOCKS(function, Lock)                                             \
-  static auto* next_##function() {                                              \
-    static auto* const next =                                                   \
-        reinterpret_cast<int (*)(Lock*) noexcept>(dlsym(RTLD_NEXT, #function)); \
-    return next;                                                                \
-  }                                                                             \
-  [[maybe_unused]] static auto* const found_##function = next_##function();     \
-  FIRST int function(Lock* lock) noexcept {                                     \
-    if (validate::watching) ++validate::watched.locks;                          \
-    return next_##function()(lock);                                             \
+#define COUNT_LOCKS(function, Lock)                                                            \
+  static auto* next_##function() {                                                             \
+    static const auto it = reinterpret_cast<decltype(&function)>(dlsym(RTLD_NEXT, #function)); \
+    return it;                                                                                 \
+  }                                                                                            \
+  [[maybe_unused]] static auto* const found_##function = next_##function();                    \
+  FIRST int function(Lock* lock) noexcept {                                                    \
+    if (validate::watching) ++validate::watched.locks;                                         \
+    return next_##function()(lock);                                                            \
   }
 COUNT_LOCKS(pthread_mutex_lock, pthread_mutex_t)
 COUNT_LOCKS(pthread_mutex_trylock, pthread_mutex_t)
