@@ -118,7 +118,7 @@ expect "its frame stays" "$frame" "12,3,12,13,frame 12,root.png?frame=12,16"
 
 # Too many pages: it waits until one goes.
 evaluate "stream.close()"
-fill_streams
+fill_streams 16
 until_events_are 503
 evaluate "listen()"
 expect "waiting" "find('mistakes').textContent" "Waiting: as many pages are open as the viewer serves."

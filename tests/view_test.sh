@@ -104,7 +104,7 @@ timeout 3 cat <&"$idle" || wrong "an idle connection stays"
 exec {idle}>&-
 
 # Streams: so many, and more when one of them goes.
-fill_streams
+fill_streams 15 # beside what listens
 until_events_are 503
 is "beside the streams" "$(curl -s -o answer -w '%{http_code}' "$address/normal.png")" 200
 kill "${streams[@]}"

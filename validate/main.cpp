@@ -115,7 +115,7 @@ Options parse(int argc, char** argv) {
 // ---- A child: one check ----
 
 void printCalled() {
-  char lines[320];
+  char lines[600];
   const int length =
       std::snprintf(lines, sizeof lines, "\n#called %s\n#seed%s\n", called(), seedText());
   if (write(fileno(reports), lines, static_cast<std::size_t>(length)) != length) std::_Exit(1);
@@ -245,7 +245,7 @@ int runAll(std::vector<const Check*> checks, Options& options) {
   const auto isPromise = [](const Check* check) { return matches("samplerinfo.*", check->name); };
   const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
   if (checks.empty()) {
-    refuse("--only matches other libraries' promises; a pattern samplerinfo.* asks for them");
+    refuse("--only matches SamplerInfo's own checks alone; samplerinfo.* asks for them");
   }
   if (erased) {
     std::puts("skipped   samplerinfo.*: promises of another library, unless --only asks for them");

@@ -50,13 +50,15 @@ listen() {
   listener=$!
   marked=0
 }
-# As many as the viewer serves.
-fill_streams() {
+# The viewer serves 16.
+fill_streams() { # COUNT
+  rm -f stream*
   streams=()
-  for _ in {1..16}; do
-    curl -sN --retry 20 --retry-delay 1 "$address/events" >/dev/null &
+  for ((n = 1; n <= $1; ++n)); do
+    curl -sfN --retry 20 --retry-delay 1 "$address/events" >"stream$n" &
     streams+=($!)
   done
+  until [[ $(find . -name 'stream*' -size +0 | wc -l) == "$1" ]]; do sleep 0.05; done
 }
 until_events_are() { # STATUS
   for _ in {1..20}; do

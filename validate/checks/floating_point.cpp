@@ -57,7 +57,7 @@ class Mode : private Unique {
 
  private:
   static std::string inWords(const Control& control) {
-    return formatted("rounding mode %u, flushing of denormals %u%u, masks %02x, x87 %04x",
+    return formatted("rounding mode %u, results flushed %u, operands %u, masks %02x, x87 %04x",
                      control.sse >> 13U & 3, control.sse >> 15U, control.sse >> 6U & 1,
                      control.sse >> 7U & 0x3F, unsigned{control.x87});
   }

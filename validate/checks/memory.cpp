@@ -45,12 +45,11 @@ CHECK(memory, locks, "after the first sample of a frame no question takes a lock
 }
 
 CHECK(memory, output,
-      "neither loading nor making plugins prints, and after the first sample of a frame no "
-      "question does, nor to the log") {
+      "loading and making plugins print nothing; nor does a question after the first sample of a "
+      "frame, to the log or a standard stream") {
   prepareToWatch();
-  watch();
-  for (void* desc : descriptors()) Instance(desc).beginFrame();
-  expect("loaded, plugins made and deleted: bytes in the streams", stopWatching().printed, 0);
+  for (const Instance& instance : Instances()) static_cast<void>(instance);
+  expect("loaded, plugins made and deleted: bytes in the streams", printedSoFar(), 0);
   expectNone("lines in the log and bytes in the streams", &Watched::printed);
 }
 
@@ -158,8 +157,9 @@ void refuseInLife(bool textAlone) {
       const Watched watched = stopWatching();
       const std::string asked = name + ", request " + text(request) + " of its life refused";
       if (fault.call != nullptr) {
-        failExpectation(asked + ": " + fault.call, fault.got,
-                        textAlone ? "once char*" : "once char* or std::bad_alloc");
+        failExpectation(
+            asked + ": " + fault.call, fault.got,
+            textAlone ? "one exception, a char*" : "one exception, a char* or std::bad_alloc");
       }
       expect(asked + ": blocks left", watched.left, 0);
       expect(asked + ": releases", added.releases, 1);

@@ -168,16 +168,16 @@ CHECK(notes, gradients,
           const double wide = slope(Far, kStep), narrow = slope(Near, kStep / 2);
           const double is = number(gradient, axis), distance = std::abs(is - narrow);
           const double tolerance = 0.01 * std::abs(narrow) + noise;
-          if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
           const std::string example = formatted("%.6g for %.6g", is, narrow);
           add("a gradient that is NaN", std::isnan(is), 0, example);
+          if (!(std::abs(wide - narrow) < tolerance)) continue;  // a step, or no number
           add("a gradient unlike finite differences", distance > 2 * tolerance, distance, example);
         }
       });
 }
 
 CHECK(notes, inputs,
-      "says which output asks an input again or in another context, and which inputs none asks") {
+      "says which output asks an input again or in another context, and which are never asked") {
   std::map<std::string, int> times;
   const auto read =
       watchInputs(kTrials, [&times](const std::string& question, const std::string& got) {

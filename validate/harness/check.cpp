@@ -47,7 +47,7 @@ std::string printable(const std::string& text) {
 const char* called() {
   static char text[512];
   const auto [operation, of, sample, setting] = calling;
-  if (operation == nullptr) return isOurThread ? "the check" : "a thread of the module";
+  if (operation == nullptr) return isOurThread ? "the check" : "a thread of somebody else";
   char at[32] = "";
   if (sample >= 0) std::snprintf(at, sizeof at, " at sample %d", sample);
   std::snprintf(text, sizeof text, "%s%s%s%s%s", of != nullptr ? of : "", of != nullptr ? "." : "",

@@ -78,7 +78,6 @@ Ending runAgain(const std::vector<std::string>& arguments, double seconds) {
   start.dwFlags = STARTF_USESTDHANDLES;
   start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
   start.hStdOutput = writeEnd;
-  start.hStdError = writeEnd;
   PROCESS_INFORMATION child{};
   if (!CreateProcessA(program, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
                       &child)) {

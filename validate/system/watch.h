@@ -39,6 +39,7 @@ std::vector<Block> variablesAround(const void* address);
 
 /// Takes the standard streams away, once; the report goes on to where they went.
 void takeStreams();
+int printedSoFar();  ///< bytes, since then
 
 /// The next write to one of these blocks is told, with its address. An allocation ends the watch,
 /// as the heap lies between them.

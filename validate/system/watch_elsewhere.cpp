@@ -16,6 +16,7 @@ Asker refusedSoFar() { return Asker::Nobody; }
 std::vector<Block> blocksLeft() { return {}; }
 std::vector<Block> variablesAround(const void* /*address*/) { return {}; }
 void takeStreams() {}
+int printedSoFar() { return 0; }
 void guard(const std::vector<Block>& /*all*/,
            std::function<void(const unsigned char*)> /*whenWritten*/) {}
 void endGuard() {}

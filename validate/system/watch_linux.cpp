@@ -49,12 +49,6 @@ bool guarding;
 
 int streams = -1;
 int printedBefore;
-int position() {
-  if (streams < 0) return 0;
-  std::fflush(nullptr);
-  return static_cast<int>(lseek(streams, 0, SEEK_CUR));
-}
-
 void protect(bool writable) {
   for (const auto& [first, size] : guarded) {
     setWritable(const_cast<unsigned char*>(first), size, writable);
@@ -105,16 +99,22 @@ void* answerTo(const void* caller, const Request& request) {
 
 const char* whyNotWatched() { return nullptr; }
 
+int printedSoFar() {
+  if (streams < 0) return 0;
+  std::fflush(nullptr);
+  return static_cast<int>(lseek(streams, 0, SEEK_CUR));
+}
+
 void watch(int refuse) {
   watched = {};
-  printedBefore = position();
+  printedBefore = printedSoFar();
   blockCount = 0;
   refuseAt = refuse;
   watching = true;
 }
 Watched stopWatching() {
   watching = false;
-  watched.printed = position() - printedBefore;
+  watched.printed = printedSoFar() - printedBefore;
   return watched;
 }
 Asker refusedSoFar() { return watched.refused; }
