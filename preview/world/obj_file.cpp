@@ -150,7 +150,7 @@ class Reader {
     const std::span<Corner> corners(&corners_[face.first], face.count);
     std::vector<V3d> positions;
     for (const Corner& corner : corners) {
-      for (std::size_t kind = 0; kind < corner.size(); ++kind) {
+      for (std::size_t kind = 0; kind < std::size(kKinds); ++kind) {
         if (corner[kind] == kNotGiven || corner[kind] < lists_[kind]->size()) continue;
         failWithout(kind, std::to_string(corner[kind] + 1));
       }
