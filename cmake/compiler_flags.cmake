@@ -13,7 +13,7 @@ else()
   target_compile_options(project_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Woverloaded-virtual
     -ffp-contract=off       # results are compared bit for bit: one rounding per operation
-    -falign-functions=64    # what an evaluation costs doesn't hang on its neighbours
+    -falign-functions=64    # what an evaluation costs doesn't depend on what lies before it
     -fno-math-errno         # nobody reads errno; lets a square root be one instruction
     -fvisibility=hidden -fvisibility-inlines-hidden)
   target_compile_options(project_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:

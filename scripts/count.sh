@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # usage: scripts/count.sh
 # Counts the lines of C++, without blanks and comments, and says how much of them are tests: by
-# themselves, and with the validator's checks, which take the place of tests by the interface.
+# themselves, and with the validator's checks, which test a module through the contract.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
@@ -23,7 +23,7 @@ of_checks=$(lines validate/checks validate/samplerinfo)
 all=$((of_product + of_bench + of_tests))
 printf '%-15s %6d\n' "product" "$of_product" "bench" "$of_bench" "tests" "$of_tests" "all" "$all"
 
-# percent COUNT: its part of all lines.
+# percent COUNT: its share of all lines.
 percent() {
   echo "$(($1 * 1000 / all / 10)).$(($1 * 1000 / all % 10)) %"
 }

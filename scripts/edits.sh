@@ -1,5 +1,5 @@
-# shellcheck shell=bash
 # SPDX-License-Identifier: MIT
+# shellcheck shell=bash
 # Sourced after common.sh: reads a list of edits, each a fault to put into a file.
 #
 #   FILE: NAME of the fault

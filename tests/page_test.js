@@ -53,7 +53,7 @@ async function tryList() {
   enter("flawed", true);
   expect("with warnings", names(), "root");
   const inverted = pictures[2];
-  inverted.boundsEnclose = true;  // no output breaks such a promise
+  inverted.boundsEnclose = true;  // no output breaks such a guarantee
   refresh();
   expect("with warnings, if bounds are to enclose", names(), "i,root");
   inverted.boundsEnclose = false;

@@ -223,19 +223,18 @@ class Preview : public testing::TestWithParam<Case> {
     for (; step != case_.steps.end() && isExpectation(*step); ++step) {
       if (step->verb == "out" &&
           std::ranges::none_of(out, [&](const auto& got) { return isLike(step->text, got); })) {
-        fail(step->line, "no such line of output: " + step->text + "\nThere came:" + joined(out));
+        fail(step->line, "no such line of output: " + step->text + "\nGot:" + joined(out));
       }
       if (step->verb == "exit") exitCode = std::stoi(step->text);
       if (step->verb == "err" || step->verb == "refuses") expectedErr.push_back(step->text);
       if (step->verb == "refuses") {
         exitCode = 2;
-        if (!out.empty()) fail(step->line, "expected no output. There came:" + joined(out));
+        if (!out.empty()) fail(step->line, "expected no output. Got:" + joined(out));
         if (filesIn(folder_) != before) fail(step->line, "files have changed");
       }
     }
     if (!std::ranges::equal(expectedErr, err, isLike)) {
-      fail(line,
-           "expected on the error stream:" + joined(expectedErr) + "\nThere came:" + joined(err));
+      fail(line, "expected on the error stream:" + joined(expectedErr) + "\nGot:" + joined(err));
     }
     const int got = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     if (got != exitCode) {
@@ -251,7 +250,7 @@ class Preview : public testing::TestWithParam<Case> {
     const fs::path kept = fs::path(testing::TempDir()) / recorded.filename();
     fs::copy_file(picture, kept, fs::copy_options::overwrite_existing);
     fail(line, std::to_string(100 * differing) + " % of the pixels differ from " +
-                   recorded.string() + "\nThere came " + kept.string());
+                   recorded.string() + "\nGot " + kept.string());
   }
 
   void take(const Step& step) try {
@@ -279,7 +278,7 @@ class Preview : public testing::TestWithParam<Case> {
       words >> x >> comma >> y;
       std::getline(words >> std::ws, second);
       const std::string got = pixelText(folder_ / name, x, y);
-      if (!isLike(second, got)) fail(step.line, "expected " + second + "\nThere came  " + got);
+      if (!isLike(second, got)) fail(step.line, "expected " + second + "\nGot       " + got);
     } else if (step.verb == "picture") {
       words >> second;
       const fs::path recorded = fs::path(case_.file).parent_path() / second;

@@ -45,7 +45,7 @@ Options:
   --debug CHECK   runs one check in this process, for a debugger
   --help, --version
 
-The checks samplerinfo.* are what this library promises beyond the contract. They are skipped for
+The checks samplerinfo.* are what this library guarantees beyond the contract. They are skipped for
 other libraries unless --only asks for them. Their records are made with
   --record tables|results               prints the record anew
 
@@ -237,18 +237,18 @@ std::string caseOf(const std::string& name, const Outcome& outcome) {
 int runAll(std::vector<const Check*> checks, Options& options) {
   const Outcome load = inChild("");
   if (!load.passed) refuse(trial.module + ": " + load.failure);
-  const bool promises = load.notes == std::vector<std::string>{"SamplerInfo"} ||
-                        std::ranges::any_of(options["only"], [](const std::string& pattern) {
-                          return pattern.starts_with("samplerinfo");
-                        });
+  const bool isOurs = load.notes == std::vector<std::string>{"SamplerInfo"} ||
+                      std::ranges::any_of(options["only"], [](const std::string& pattern) {
+                        return pattern.starts_with("samplerinfo");
+                      });
 
-  const auto isPromise = [](const Check* check) { return matches("samplerinfo.*", check->name); };
-  const bool erased = !promises && std::erase_if(checks, isPromise) != 0;
+  const auto isGuarantee = [](const Check* check) { return matches("samplerinfo.*", check->name); };
+  const bool erased = !isOurs && std::erase_if(checks, isGuarantee) != 0;
   if (checks.empty()) {
     refuse("--only matches SamplerInfo's own checks alone; samplerinfo.* asks for them");
   }
   if (erased) {
-    std::puts("skipped   samplerinfo.*: promises of another library, unless --only asks for them");
+    std::puts("skipped   samplerinfo.*: guarantees of SamplerInfo, unless --only asks for them");
   }
 
   int failed = 0, skipped = 0;

@@ -10,7 +10,7 @@
 #include "preview/live/event_board.h"
 #include "preview/live/live_renderer.h"
 #include "preview/live/live_server.h"
-#include "preview/live/look_loader.h"
+#include "preview/live/snapshot_loader.h"
 #include "preview/system/interruption.h"
 
 namespace preview {
@@ -87,16 +87,16 @@ void View::run(Session& session) const {
   const auto limit = view.limitThreads();
   std::vector<std::filesystem::path> modules = installedModules();
   modules.insert(modules.end(), session.plugins.begin(), session.plugins.end());
-  LookLoader loader({.scene = session.scene,
-                     .settings = session.settings,
-                     .only = view.only,
-                     .modules = modules,
-                     .loadPlugins = [&] { return loadPlugins(session, LoadFrom::Copy); },
-                     .adjust = [&](Scene& scene) { view.applyTo(scene); }});
-  std::shared_ptr<Look> look = loader.load(session.diagnostics);
+  SnapshotLoader loader({.scene = session.scene,
+                         .settings = session.settings,
+                         .only = view.only,
+                         .modules = modules,
+                         .loadPlugins = [&] { return loadPlugins(session, LoadFrom::Copy); },
+                         .adjust = [&](Scene& scene) { view.applyTo(scene); }});
+  std::shared_ptr<Snapshot> snapshot = loader.load(session.diagnostics);
   session.diagnostics.throwFirst();
   EventBoard board;
-  LiveRenderer renderer(std::move(look), board, view.log());
+  LiveRenderer renderer(std::move(snapshot), board, view.log());
   const LiveServer server(port, renderer, board);
   std::cout << "http://127.0.0.1:" << server.port() << "/ (Ctrl+C ends it)" << std::endl;
 
@@ -108,8 +108,8 @@ void View::run(Session& session) const {
       std::vector<std::string> lines;
       Diagnostics diagnostics;
       try {
-        look = loader.load(diagnostics);
-        if (look != nullptr) renderer.show(std::move(look));
+        snapshot = loader.load(diagnostics);
+        if (snapshot != nullptr) renderer.show(std::move(snapshot));
         for (const SceneError& error : diagnostics.errors()) {
           lines.push_back(diagnostics.lineOf(session.scene, "error", error));
         }

@@ -61,14 +61,14 @@ std::string LiveRenderer::nameOf(const FramePictures& frame, const std::string& 
   return std::to_string(frame.number) + "/" + picture;
 }
 
-LiveRenderer::LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log)
+LiveRenderer::LiveRenderer(std::shared_ptr<Snapshot> snapshot, EventBoard& board, RenderLog* log)
     : board_(board),
       versions_(static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch() /
                                            std::chrono::milliseconds(1))),
       open_(log) {
   // A page that was open before may still show some.
   board_.publish("errors", "render", {{"of", "render"}, {"lines", mistakes_}});
-  show(std::move(look));
+  show(std::move(snapshot));
   thread_ = std::thread([this] { work(); });
 }
 
@@ -81,18 +81,18 @@ LiveRenderer::~LiveRenderer() {
   thread_.join();
 }
 
-void LiveRenderer::show(std::shared_ptr<Look> look) {
+void LiveRenderer::show(std::shared_ptr<Snapshot> snapshot) {
   const std::lock_guard lock(mutex_);
-  look_.swap(look);
+  snapshot_.swap(snapshot);
   openNumber_.reset();
-  const Frames& range = look_->loaded.scene.frames;
+  const Frames& range = snapshot_->loaded.scene.frames;
   const auto isThere = [&](const FramePictures& frame) {
     return range.first <= frame.number && frame.number <= range.last;
   };
   const int shown = frames_.empty() ? range.first : frames_.front().number;
   for (FramePictures& frame : frames_) {
     const auto goes = [&](const auto& rendition) {
-      return !isThere(frame) || !look_->keys.contains(rendition.first);
+      return !isThere(frame) || !snapshot_->keys.contains(rendition.first);
     };
     for (const auto& rendition : frame.renditions) {
       if (goes(rendition)) board_.withdraw("picture", nameOf(frame, rendition.first));
@@ -123,12 +123,12 @@ std::shared_ptr<const std::string> LiveRenderer::picture(const std::string& name
                                                          std::optional<int> asked) {
   std::unique_lock lock(mutex_);
   const int number = asked.value_or(frames_.front().number);
-  if (!look_->keys.contains(name) || !want(number)) return nullptr;
+  if (!snapshot_->keys.contains(name) || !want(number)) return nullptr;
   std::shared_ptr<const std::string> png;
   await(lock, {number, true}, [&] {
     const FramePictures* frame = find(number);
-    const auto key = look_->keys.find(name);
-    if (key == look_->keys.end()) return true;
+    const auto key = snapshot_->keys.find(name);
+    if (key == snapshot_->keys.end()) return true;
     if (frame == nullptr || !frame->renditions.contains(name)) return false;
     const Rendition& rendition = frame->renditions.at(name);
     png = rendition.png;
@@ -144,7 +144,7 @@ Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
   await(lock, {number, false}, [&] { return openNumber_ == number; });
   const std::shared_lock isOpen(opening_);
   lock.unlock();
-  const Scene& scene = open_.look()->loaded.scene;
+  const Scene& scene = open_.snapshot()->loaded.scene;
   if (x < 0 || y < 0 || x >= scene.image.width || y >= scene.image.height) return {};
   try {
     return answersAt(scene, open_.frame(), number, x, y, open_.textures());
@@ -154,7 +154,7 @@ Json LiveRenderer::probe(int x, int y, std::optional<int> asked) {
 }
 
 bool LiveRenderer::want(int number) {
-  const Frames& range = look_->loaded.scene.frames;
+  const Frames& range = snapshot_->loaded.scene.frames;
   if (number < range.first || number > range.last) return false;
   const auto known = std::ranges::find(frames_, number, &FramePictures::number);
   if (known == frames_.end()) {
@@ -208,7 +208,7 @@ LiveRenderer::FramePictures* LiveRenderer::nextToRender() {
 void LiveRenderer::throwIfSuperseded(int number) {
   const std::lock_guard lock(mutex_);
   FramePictures* frame = find(number);
-  if (hasEnded_ || look_ != open_.look() || frame == nullptr) throw Superseded();
+  if (hasEnded_ || snapshot_ != open_.snapshot() || frame == nullptr) throw Superseded();
   if (waiting_.empty() || waiting_.front().frame == number) return;
   // Each picture is missing once. Whoever probes all the time must not keep others from being done.
   if (std::ranges::none_of(waiting_, &Wait::isForPictures)) {
@@ -220,7 +220,7 @@ void LiveRenderer::throwIfSuperseded(int number) {
 
 void LiveRenderer::work() {
   for (;;) {
-    std::shared_ptr<Look> look;
+    std::shared_ptr<Snapshot> snapshot;
     int number = 0;
     bool isDone = false;
     {
@@ -228,14 +228,14 @@ void LiveRenderer::work() {
       changed_.wait(lock, [&] { return hasEnded_ || nextToRender() != nullptr; });
       if (hasEnded_) break;
       const FramePictures* next = nextToRender();
-      look = look_;
+      snapshot = snapshot_;
       number = next->number;
       isDone = next->isDone;
       begun_ = Clock::now();
     }
     std::string mistake;
     try {
-      open(look, number);
+      open(snapshot, number);
       if (!isDone) {
         render(number, false);
         render(number, true);
@@ -247,7 +247,7 @@ void LiveRenderer::work() {
       mistake = textOfThrown();
     }
     const std::lock_guard lock(mutex_);
-    if (look_ == look) finish(number, interruption == 0 ? mistake : "");
+    if (snapshot_ == snapshot) finish(number, interruption == 0 ? mistake : "");
   }
   const std::unique_lock lock(opening_);
   open_.close();
@@ -258,7 +258,7 @@ void LiveRenderer::finish(int number, const std::string& mistake) {
   if (done == nullptr) return;
   done->isDone = true;
   if (!mistake.empty()) {
-    done->mistake = shownPath(look_->loaded.scene.file) + ": error: " + mistake;
+    done->mistake = shownPath(snapshot_->loaded.scene.file) + ": error: " + mistake;
   }
   std::set<std::string> mistakes;
   for (const FramePictures& frame : frames_) {
@@ -274,33 +274,33 @@ void LiveRenderer::finish(int number, const std::string& mistake) {
   changed_.notify_all();
 }
 
-void LiveRenderer::open(const std::shared_ptr<Look>& look, int number) {
+void LiveRenderer::open(const std::shared_ptr<Snapshot>& snapshot, int number) {
   {
     const std::lock_guard lock(mutex_);
-    if (open_.look() == look && openNumber_ == number) return;
+    if (open_.snapshot() == snapshot && openNumber_ == number) return;
     openNumber_.reset();
   }
-  const std::shared_ptr<Look> former = open_.look();  // goes when it is not locked any more
-  if (former != look) isAnnounced_ = false;
+  const std::shared_ptr<Snapshot> former = open_.snapshot();  // goes when it is not locked any more
+  if (former != snapshot) isAnnounced_ = false;
   {
     const std::unique_lock lock(opening_);
-    open_.open(look, number);
+    open_.open(snapshot, number);
   }
-  Json scene = isAnnounced_ ? Json() : pageData(look->loaded);
+  Json scene = isAnnounced_ ? Json() : pageData(snapshot->loaded);
   const std::lock_guard lock(mutex_);
   if (!std::exchange(isAnnounced_, true)) {
     scene["version"] = ++versions_;
     board_.publish("scene", "", scene);
     scene_ = std::move(scene);
   }
-  if (look_ == look) openNumber_ = number;
+  if (snapshot_ == snapshot) openNumber_ = number;
   changed_.notify_all();
 }
 
-/// Renders what is not as it is in the look that is open.
+/// Renders what is not as it is in the snapshot that is open.
 void LiveRenderer::render(int number, bool isFinal) {
-  const Scene& scene = open_.look()->loaded.scene;
-  const RenderPlan& plan = open_.look()->loaded.plan;
+  const Scene& scene = open_.snapshot()->loaded.scene;
+  const RenderPlan& plan = open_.snapshot()->loaded.plan;
   const Image& image = scene.image;
   const int step = isFinal ? 1 : quickStep(image);
   if (!isFinal && step == 1 && image.samples == 1) return;
@@ -312,7 +312,7 @@ void LiveRenderer::render(int number, bool isFinal) {
     for (std::size_t i = 0; i < plan.pictures.size(); ++i) {
       const auto known = frame->renditions.find(plan.pictures[i].name);
       const bool isThere = known != frame->renditions.end() &&
-                           known->second.key == open_.look()->keys.at(known->first) &&
+                           known->second.key == open_.snapshot()->keys.at(known->first) &&
                            (known->second.isFinal || !isFinal);
       if (!isThere) pictures.push_back(i);
     }
@@ -353,8 +353,8 @@ void LiveRenderer::keep(int number, const Picture& picture, bool isFinal, std::s
                         const PictureNumbers& numbers) {
   const std::lock_guard lock(mutex_);
   FramePictures* frame = find(number);
-  if (frame == nullptr || !look_->keys.contains(picture.name)) return;
-  frame->renditions[picture.name] = {open_.look()->keys.at(picture.name), isFinal,
+  if (frame == nullptr || !snapshot_->keys.contains(picture.name)) return;
+  frame->renditions[picture.name] = {open_.snapshot()->keys.at(picture.name), isFinal,
                                      std::make_shared<const std::string>(std::move(png))};
   Json said = {{"frame", number}, {"name", picture.name}, {"version", ++versions_}};
   if (isFinal) said["numbers"] = pageNumbers(numbers);
@@ -382,16 +382,16 @@ void LiveRenderer::evict() {
 
 /// Says what `check` says of the frame that is open.
 void LiveRenderer::inspect(int number) {
-  SceneInspection inspection(open_.look()->loaded);
+  SceneInspection inspection(open_.snapshot()->loaded);
   inspection.inspectFrame(open_.frame(), number, [&] { throwIfSuperseded(number); });
   Json warnings = Json::array();
   for (const auto& [what, isNote] : inspection.remarks()) {
     if (isNote) continue;
     warnings.push_back(
-        open_.look()->diagnostics.lineOf(open_.look()->loaded.scene.file, "warning", what));
+        open_.snapshot()->diagnostics.lineOf(open_.snapshot()->loaded.scene.file, "warning", what));
   }
   const std::lock_guard lock(mutex_);
-  if (look_ != open_.look()) return;
+  if (snapshot_ != open_.snapshot()) return;
   board_.publish("done", std::to_string(number), {{"frame", number}, {"warnings", warnings}});
 }
 

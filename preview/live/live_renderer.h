@@ -18,17 +18,17 @@
 #include <vector>
 
 #include "preview/live/event_board.h"
-#include "preview/live/look.h"
 #include "preview/live/open_frame.h"
+#include "preview/live/snapshot.h"
 #include "preview/render/frame_files.h"
 
 namespace preview {
 
-/// Renders the frames that are asked for of the newest look, on a thread of its own: what changed
-/// since they were rendered, first at a few points, then as the scene says. Frames for which
-/// requests wait come first, in turn; then those that were asked for, the last one first. Says on
-/// the board:
-///   scene    what the page shows of the look
+/// Renders the frames that are asked for of the newest snapshot, on a thread of its own: what
+/// changed since they were rendered, first at a few points, then as the scene says. Frames for
+/// which requests wait come first, in turn; then those that were asked for, the last one first.
+/// Says on the board:
+///   scene    what the page shows of the snapshot
 ///   picture  that there is a new rendition, with its numbers if it is final
 ///   errors   what kept it from rendering, which the error stream is told too
 ///   done     that a frame has all its pictures, and what `check` would warn of there
@@ -44,16 +44,16 @@ class LiveRenderer {
   };
 
   /// `log` may be null. All that is referred to outlives the object.
-  LiveRenderer(std::shared_ptr<Look> look, EventBoard& board, RenderLog* log);
+  LiveRenderer(std::shared_ptr<Snapshot> snapshot, EventBoard& board, RenderLog* log);
   ~LiveRenderer();
   LiveRenderer(const LiveRenderer&) = delete;
   LiveRenderer& operator=(const LiveRenderer&) = delete;
 
   /// Renders this one from now on.
-  void show(std::shared_ptr<Look> look);
+  void show(std::shared_ptr<Snapshot> snapshot);
 
   // These wait for what they give, but not for long: then they throw `NotYet`. Without a frame they
-  // mean the one that was asked for last. Null if the look has no such thing.
+  // mean the one that was asked for last. Null if the snapshot has no such thing.
 
   nlohmann::ordered_json scene();
   /// A PNG file, in the best rendition that there is.
@@ -65,14 +65,14 @@ class LiveRenderer {
   using Clock = std::chrono::steady_clock;
 
   struct Rendition {
-    std::size_t key = 0;  ///< of the look that it is of
+    std::size_t key = 0;  ///< of the snapshot that it is of
     bool isFinal = false;
     std::shared_ptr<const std::string> png;
   };
   struct FramePictures {
     int number;
     std::map<std::string, Rendition> renditions = {};
-    bool isWanted = true;  ///< was asked for since the look is shown
+    bool isWanted = true;  ///< was asked for since the snapshot is shown
     bool isDone = false;
     std::string mistake = {};   ///< why it has not all its pictures
     Clock::duration turn = {};  ///< for which probes of others wait until it is final
@@ -87,7 +87,7 @@ class LiveRenderer {
   static std::string nameOf(const FramePictures& frame, const std::string& picture);
 
   void work();
-  void open(const std::shared_ptr<Look>& look, int number);
+  void open(const std::shared_ptr<Snapshot>& snapshot, int number);
   void render(int number, bool isFinal);
   void keep(int number, const Picture& picture, bool isFinal, std::string png,
             const PictureNumbers& numbers);
@@ -95,7 +95,7 @@ class LiveRenderer {
   void throwIfSuperseded(int number);
 
   // With `mutex_` locked:
-  /// Makes it the one that was asked for last; false if the look has no such frame.
+  /// Makes it the one that was asked for last; false if the snapshot has no such frame.
   bool want(int number);
   /// Waits for what the request for a frame needs.
   void await(std::unique_lock<std::mutex>& lock, Wait wait, const std::function<bool()>& isThere);
@@ -108,10 +108,11 @@ class LiveRenderer {
 
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::shared_ptr<Look> look_;       ///< the newest
-  std::list<FramePictures> frames_;  ///< the one that was asked for last comes first
-  std::optional<int> openNumber_;    ///< the frame that can be probed, if it is of the newest look
-  std::list<Wait> waiting_;          ///< the first in front
+  std::shared_ptr<Snapshot> snapshot_;  ///< the newest
+  std::list<FramePictures> frames_;     ///< the one that was asked for last comes first
+  std::optional<int>
+      openNumber_;           ///< the frame that can be probed, if it is of the newest snapshot
+  std::list<Wait> waiting_;  ///< the first in front
   nlohmann::ordered_json scene_;
   std::set<std::string> mistakes_;  ///< as pages show them
   std::uint64_t versions_;          ///< of pictures and scenes; none comes again after a restart
@@ -121,7 +122,7 @@ class LiveRenderer {
   // Only the thread opens another, with `opening_` locked for that; who shares the lock may probe.
   std::shared_mutex opening_;
   OpenFrame open_;
-  bool isAnnounced_ = false;  ///< its look is on the board
+  bool isAnnounced_ = false;  ///< its snapshot is on the board
 
   std::thread thread_;
 };

@@ -8,13 +8,13 @@
 
 namespace preview {
 
-void OpenFrame::open(const std::shared_ptr<Look>& look, int number) {
-  LoadedScene& loaded = look->loaded;
-  if (look_ == look) {
+void OpenFrame::open(const std::shared_ptr<Snapshot>& snapshot, int number) {
+  LoadedScene& loaded = snapshot->loaded;
+  if (snapshot_ == snapshot) {
     endFrame();
   } else {
     close();
-    look_ = look;
+    snapshot_ = snapshot;
     textures_ = expectationsOf(loaded.network, loaded.scene.nodes);
     renderHasBegun_ = true;
     loaded.network.renderBegin();
@@ -37,9 +37,9 @@ void OpenFrame::endFrame() {
 void OpenFrame::end(bool& hasBegun, void (Network::*event)() const) {
   if (!std::exchange(hasBegun, false)) return;
   try {
-    (look_->loaded.network.*event)();
+    (snapshot_->loaded.network.*event)();
   } catch (...) {
-    std::cerr << shownPath(look_->loaded.scene.file) + ": error: " + textOfThrown() + "\n";
+    std::cerr << shownPath(snapshot_->loaded.scene.file) + ": error: " + textOfThrown() + "\n";
   }
 }
 

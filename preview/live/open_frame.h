@@ -5,14 +5,14 @@
 #include <optional>
 #include <vector>
 
-#include "preview/live/look.h"
+#include "preview/live/snapshot.h"
 #include "preview/render/inspection.h"
 
 namespace preview {
 
-/// A frame of a look, begun for its plugins, that can be rendered and probed. What they throw when
-/// it ends goes to the error stream: it must not keep the next from being opened.
-/// [one thread opens and closes; in between any may look]
+/// A frame of a snapshot, begun for its plugins, that can be rendered and probed. What they throw
+/// when it ends goes to the error stream: it must not keep the next from being opened. [one thread
+/// opens and closes; in between any may read it]
 class OpenFrame {
  public:
   /// `log` may be null and is not owned.
@@ -22,11 +22,11 @@ class OpenFrame {
   OpenFrame& operator=(const OpenFrame&) = delete;
 
   /// Opens one in the place of the former; if it throws, none is open.
-  void open(const std::shared_ptr<Look>& look, int number);
+  void open(const std::shared_ptr<Snapshot>& snapshot, int number);
   void close();
 
   /// That of the frame that was opened last; null at first.
-  const std::shared_ptr<Look>& look() const { return look_; }
+  const std::shared_ptr<Snapshot>& snapshot() const { return snapshot_; }
 
   // Of the one that is open:
   const Frame& frame() const { return *frame_; }
@@ -37,7 +37,7 @@ class OpenFrame {
   void end(bool& hasBegun, void (Network::*event)() const);
 
   RenderLog* log_;
-  std::shared_ptr<Look> look_;
+  std::shared_ptr<Snapshot> snapshot_;
   std::optional<Frame> frame_;
   std::vector<Expectation> textures_;
   bool renderHasBegun_ = false, frameHasBegun_ = false;

@@ -11,13 +11,13 @@
 namespace preview {
 
 /// One state of the files that are viewed: made anew when one of them changes.
-struct Look {
+struct Snapshot {
   /// Reports what is wrong as `LoadedScene` does.
-  Look(std::shared_ptr<const PluginLibrary> plugins, Scene scene,
-       const std::vector<std::string>& only, Diagnostics& problems,
-       std::shared_ptr<Geometry> geometry)
+  Snapshot(std::shared_ptr<const PluginLibrary> plugins, Scene scene,
+           const std::vector<std::string>& only, Diagnostics& report,
+           std::shared_ptr<Geometry> geometry)
       : library(std::move(plugins)),
-        loaded(std::move(scene), *library, only, problems, std::move(geometry)) {}
+        loaded(std::move(scene), *library, only, report, std::move(geometry)) {}
 
   std::shared_ptr<const PluginLibrary> library;
   LoadedScene loaded;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "preview/live/look_loader.h"
+#include "preview/live/snapshot_loader.h"
 
 #include "preview/live/picture_keys.h"
 #include "preview/scene/scene_file.h"
@@ -8,13 +8,13 @@
 
 namespace preview {
 
-void LookLoader::watch(std::set<std::filesystem::path> files) {
+void SnapshotLoader::watch(std::set<std::filesystem::path> files) {
   files.insert(source_.scene);
   files.insert(source_.modules.begin(), source_.modules.end());
   files_.swap(files);
 }
 
-std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
+std::shared_ptr<Snapshot> SnapshotLoader::load(Diagnostics& diagnostics) {
   const std::filesystem::path& file = source_.scene;
   states_ = statesOf(files_);
   if (states_[file] == FileState()) throw InputError(shownPath(file) + ": there is no file");
@@ -25,7 +25,7 @@ std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
     library_ = std::make_shared<const PluginLibrary>(source_.loadPlugins());
     stateOfModules_ = stateOfModules;
   }
-  std::shared_ptr<Look> look;
+  std::shared_ptr<Snapshot> snapshot;
   diagnostics.attempt([&] {
     std::ifstream stream = openRegularFile(file);
     const JsonValue json = readSource(stream, source_.settings, diagnostics);
@@ -37,19 +37,19 @@ std::shared_ptr<Look> LookLoader::load(Diagnostics& diagnostics) {
     source_.adjust(scene);
     const JsonValue* section = json.find("objects");
     std::string objects = section != nullptr ? textOf(*section, file, states_) : "";
-    look = std::make_shared<Look>(library_, std::move(scene), source_.only, diagnostics,
-                                  objects == objects_ ? geometry_ : nullptr);
+    snapshot = std::make_shared<Snapshot>(library_, std::move(scene), source_.only, diagnostics,
+                                          objects == objects_ ? geometry_ : nullptr);
     if (!diagnostics.errors().empty()) return;
-    checkMemory("the pictures", look->loaded.plan.bytes);
+    checkMemory("the pictures", snapshot->loaded.plan.bytes);
     // What was read while it changed must not be taken for what it became.
     const std::string unlike = haveChanged() ? " " + std::to_string(++count_) : "";
-    geometry_ = look->loaded.geometry;
+    geometry_ = snapshot->loaded.geometry;
     objects_ = objects + unlike;
-    look->keys = keysOf(json, look->loaded.scene, look->loaded.plan.pictures, states_,
-                        stateOfModules + unlike);
-    look->diagnostics = diagnostics;
+    snapshot->keys = keysOf(json, snapshot->loaded.scene, snapshot->loaded.plan.pictures, states_,
+                            stateOfModules + unlike);
+    snapshot->diagnostics = diagnostics;
   });
-  return diagnostics.errors().empty() ? look : nullptr;
+  return diagnostics.errors().empty() ? snapshot : nullptr;
 }
 
 }  // namespace preview

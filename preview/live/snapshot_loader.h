@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "preview/live/look.h"
+#include "preview/live/snapshot.h"
 #include "preview/live/watched_files.h"
 
 namespace preview {
 
-/// Makes a look of the files as they are, and knows when they change.
-class LookLoader {
+/// Makes a snapshot of the files as they are, and knows when they change.
+class SnapshotLoader {
  public:
   struct Source {
     std::filesystem::path scene;
@@ -25,13 +25,13 @@ class LookLoader {
     std::function<void(Scene&)> adjust;  ///< makes the scene what else is asked for
   };
 
-  explicit LookLoader(Source source) : source_(std::move(source)) { watch({}); }
+  explicit SnapshotLoader(Source source) : source_(std::move(source)) { watch({}); }
 
   bool haveChanged() const { return statesOf(files_) != states_; }
   bool areReadable() const { return areSettled(statesOf(files_)); }
 
-  /// Reports what is wrong with the scene, and throws what else is; then there is no look.
-  std::shared_ptr<Look> load(Diagnostics& diagnostics);
+  /// Reports what is wrong with the scene, and throws what else is; then there is no snapshot.
+  std::shared_ptr<Snapshot> load(Diagnostics& diagnostics);
 
  private:
   /// The scene, the modules and these files.
@@ -42,9 +42,9 @@ class LookLoader {
   FileStates states_;
   std::shared_ptr<const PluginLibrary> library_;
   std::string stateOfModules_;
-  std::shared_ptr<Geometry> geometry_;  ///< of the last look; meshes may be large
+  std::shared_ptr<Geometry> geometry_;  ///< of the last snapshot; meshes may be large
   std::string objects_;                 ///< of which it is made
-  int count_ = 0;                       ///< of looks whose files changed while they were read
+  int count_ = 0;                       ///< of snapshots whose files changed while they were read
 };
 
 }  // namespace preview

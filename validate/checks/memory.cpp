@@ -172,18 +172,18 @@ void refuseInLife(bool textAlone) {
 
 constexpr const char* kAborted = "signal 6 (Aborted)";
 
-/// Calls `judge` with each end that loading the module comes to where one request is refused.
-template <class Judge>
-void refuseAtLoad(const Judge& judge) {
+/// Calls `visit` with each end that loading the module comes to where one request is refused.
+template <class Visit>
+void refuseAtLoad(const Visit& visit) {
   prepareToWatch();
   for (int request = 1;; ++request) {
     const RefusedLoad load = loadRefusing(request);
     if (load.refused == Asker::Nobody) {
-      expect("loading with no request refused: came to its end by", load.ending, "");
+      expect("loading with no request refused: ended by", load.ending, "");
       note(text(request - 1) + " requests refused");
       return;
     }
-    if (!load.ending.empty()) judge("loading, request " + text(request) + " refused", load);
+    if (!load.ending.empty()) visit("loading, request " + text(request) + " refused", load);
   }
 }
 

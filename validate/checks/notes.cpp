@@ -100,8 +100,8 @@ using Trials =
 
 /// Each plugin alone, with such inputs, and for each question of this kind to an output the answer
 /// at the centre, and those at the samples to the question for values.
-template <class Judge>
-void forTrials(Question question, const Judge& judge) {
+template <class Visit>
+void forTrials(Question question, const Visit& visit) {
   std::map<std::string, Tally> tallies;
   forSeeds(kTrials, [&](std::uint32_t seed) {
     std::size_t evaluations = 0;
@@ -123,7 +123,7 @@ void forTrials(Question question, const Judge& judge) {
           tally.example = example;
         };
         if (asked.question == Question::Value) values = &answers[n];
-        if (asked.question == question) judge(add, asked.kind, values, answers[n]);
+        if (asked.question == question) visit(add, asked.kind, values, answers[n]);
       }
       evaluations += answers.size();
     }

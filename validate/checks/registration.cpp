@@ -5,7 +5,7 @@ namespace validate {
 
 namespace {
 
-/// The host's registry: what it was told, in order.
+/// The host's registry: what was announced to it, in order.
 struct Registry {
   void* const* table;
   std::vector<void*> registered{}, unregistered{};
@@ -21,11 +21,11 @@ const Table registryTable{
     QuorPluginHost::unregisterPluginDesc.entry<unregisterDesc>(),
 };
 
-/// That the host was told of this descriptor, so often.
-void expectTold(const std::string& asked, const std::vector<void*>& told, void* desc,
-                std::int32_t times) {
-  expect(asked + ": announcements", static_cast<std::int32_t>(told.size()), times);
-  for (void* announced : told) expect(asked + ": what is announced", announced, desc);
+/// That this descriptor was announced, and so often.
+void expectAnnounced(const std::string& asked, const std::vector<void*>& announced, void* desc,
+                     std::int32_t times) {
+  expect(asked + ": announcements", static_cast<std::int32_t>(announced.size()), times);
+  for (void* one : announced) expect(asked + ": what is announced", one, desc);
 }
 
 CHECK(registration, null, "without a host registering and withdrawing do nothing") {
@@ -41,16 +41,16 @@ CHECK(registration, announced,
     Registry registry{registryTable.slots};
     const std::string name = nameOf(desc);
     PluginDesc::registerPlugin(desc, &registry);
-    expectTold(name + ".registerPlugin", registry.registered, desc, 1);
-    expectTold(name + ".registerPlugin", registry.unregistered, desc, 0);
+    expectAnnounced(name + ".registerPlugin", registry.registered, desc, 1);
+    expectAnnounced(name + ".registerPlugin", registry.unregistered, desc, 0);
     expect(name + ": parameters announced before the plugin", registry.parametersFirst, false);
     expect(name + ": parameters announced, if any",
            areParametersRegistered(desc) || parametersOf(desc).empty(), true);
     PluginDesc::unregisterPlugin(desc, &registry);
-    expectTold(name + ".unregisterPlugin", registry.registered, desc, 1);
-    expectTold(name + ".unregisterPlugin", registry.unregistered, desc, 1);
+    expectAnnounced(name + ".unregisterPlugin", registry.registered, desc, 1);
+    expectAnnounced(name + ".unregisterPlugin", registry.unregistered, desc, 1);
     PluginDesc::registerPlugin(desc, &registry);
-    expectTold(name + ".registerPlugin after unregisterPlugin", registry.registered, desc, 2);
+    expectAnnounced(name + ".registerPlugin after unregisterPlugin", registry.registered, desc, 2);
     const Instance instance(desc);
     instance.beginFrame();
   }
@@ -62,7 +62,7 @@ CHECK(registration, twice, "a descriptor that is registered twice announces itse
     const std::size_t parameters = parametersOf(desc).size();
     PluginDesc::registerPlugin(desc, &registry);
     PluginDesc::registerPlugin(desc, &registry);
-    expectTold(nameOf(desc) + ".registerPlugin twice", registry.registered, desc, 2);
+    expectAnnounced(nameOf(desc) + ".registerPlugin twice", registry.registered, desc, 2);
     expect(nameOf(desc) + ": parameters as before", parametersOf(desc).size() == parameters, true);
     PluginDesc::unregisterPlugin(desc, &registry);
   }
