@@ -2,7 +2,6 @@
 #include <csignal>
 #include <iostream>
 #include <new>
-#include <system_error>
 
 #include "preview/commands/options.h"
 #include "preview/diagnostics/suggestion.h"
@@ -18,14 +17,6 @@ int fail(const std::string& prefix, const std::string& what, int exitCode) {
   // Written at once, as several of these programs may share the stream.
   std::cerr << prefix + ": " + oneLine(what, kWithItsPlace) + "\n";
   return exitCode;
-}
-
-/// The standard library does not say that it is a thread for which there is no room.
-std::string textOf(const std::exception& error) {
-  const auto* system = dynamic_cast<const std::system_error*>(&error);
-  const bool isThread =
-      system != nullptr && system->code() == std::errc::resource_unavailable_try_again;
-  return (isThread ? "no thread can be started: " : "") + std::string(error.what());
 }
 
 /// Refuses a command line that has none, or something else in the place of the command.
@@ -86,14 +77,12 @@ int main(int argc, char** argv) {
     return fail(kProgram, e.what(), kExitBadInput);
   } catch (const std::bad_alloc&) {
     return fail(kProgram, "out of memory; the peak was " + memoryText(peakMemory()), 1);
-  } catch (const std::exception& e) {
-    fail(kProgram, textOf(e), 1);
+  } catch (...) {
+    fail(kProgram, textOfThrown(), 1);
     if (interruption != 0) {  // a shell ends its loop only if the program dies of the signal
       std::signal(interruption, SIG_DFL);
       std::raise(interruption);
     }
     return 1;
-  } catch (...) {  // the library's own, whose text is gone with it
-    return fail(kProgram, "the plugin library threw an exception", 1);
   }
 }

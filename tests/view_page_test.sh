@@ -136,7 +136,7 @@ stop_view INT
 save 's/"uv":/"bad": {"plugin": "Broken"}, &/'
 start_view scene.json "${address##*:}" --plugin "$throwing"
 evaluate "location.reload()"
-expect "no page" "document.body.textContent.trim()" "scene.json: error: the plugin library threw an exception"
+expect "no page" "document.body.textContent.trim()" "scene.json: error: bad: no frame"
 save 's/x/x/'
 expect "a page" "document.title" scene
 stop_view INT

@@ -246,7 +246,7 @@ stop_view TERM
 save 's/"op":/"bad": {"plugin": "Broken"}, &/'
 start_view scene.json 0 --plugin "$throwing"
 listen
-thrown='scene.json: error: the plugin library threw an exception'
+thrown='scene.json: error: bad: no frame'
 until_said "a plugin that throws" "\"of\":\"render\",\"lines\":[\"$thrown\"]"
 is "no page yet" "$(status "") $(cat answer)" "503 $thrown"
 is "no picture" "$(status a.png)" 503

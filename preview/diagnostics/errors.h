@@ -4,6 +4,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "preview/diagnostics/one_line.h"
 
@@ -21,11 +22,27 @@ inline std::string textOfThrown() {
     throw;
   } catch (const std::bad_alloc&) {
     return "out of memory";
+  } catch (
+      const std::system_error& e) {  // does not say that it is a thread for which there is no room
+    const bool isThread = e.code() == std::errc::resource_unavailable_try_again;
+    return (isThread ? "no thread can be started: " : "") + oneLine(e.what());
   } catch (const std::exception& e) {
     return oneLine(e.what());
-  } catch (...) {  // the library's own, whose text is gone with it
-    return "the plugin library threw an exception";
+  } catch (const char* text) {  // as plugins of this contract throw
+    return text != nullptr ? oneLine(text) : "null was thrown";
+  } catch (...) {
+    return "an exception without a text";
   }
+}
+
+/// Calls a plugin. What it throws gets the name in front.
+template <class Call>
+auto callPlugin(const std::string& name, const Call& call) try {
+  return call();
+} catch (const std::bad_alloc&) {
+  throw;
+} catch (...) {
+  throw std::runtime_error(name + ": " + textOfThrown());
 }
 
 /// For something that stands in the place of something else.

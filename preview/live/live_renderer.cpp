@@ -43,7 +43,7 @@ Band renderQuickly(const Scene& scene, const Frame& frame, const std::vector<Lay
                   [&](const ShadingContext& sc, std::size_t /*object*/) {
                     band.coverage.pixel(x, y)[0] = 1;
                     for (std::size_t i = 0; i < layers.size(); ++i) {
-                      const Channels values = evaluate(*layers[i].texture, layers[i].show, sc);
+                      const Channels values = layers[i].at(sc);
                       const std::span<float> pixel = band.layers[i].pixel(x, y);
                       std::copy_n(values.begin(), pixel.size(), pixel.begin());
                     }

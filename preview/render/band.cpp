@@ -27,7 +27,7 @@ int addSamples(const Scene& scene, const Frame& frame, const std::vector<Layer>&
     const auto add = [&](const ShadingContext& sc, std::size_t /*object*/) {
       for (std::size_t i = 0; i < layers.size(); ++i) {
         if (layers[i].isInteger && seen > 0) continue;
-        const Channels values = evaluate(*layers[i].texture, layers[i].show, sc);
+        const Channels values = layers[i].at(sc);
         for (std::size_t c = 0; c < values.size(); ++c) sums[i][c] += values[c];
       }
     };

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "math/vector.h"
+#include "preview/diagnostics/errors.h"
 #include "preview/scene/guarantees.h"
 
 namespace preview {
@@ -70,7 +71,8 @@ void inspect(const Frame& frame, double x, double y, double rayTime,
   at(0, 0, [&](const ShadingContext& middle, std::size_t objectMiddle) {
     std::vector<Findings> findings(textures.size());
     for (std::size_t i = 0; i < textures.size(); ++i) {
-      findings[i].flaws = flawsOf(*textures[i].texture, middle);
+      findings[i].flaws = callPlugin(textures[i].name.text(),
+                                     [&] { return flawsOf(*textures[i].texture, middle); });
     }
     const auto compareAlong = [&](double dx, double dy) {
       at(-dx, -dy, [&](const ShadingContext& a, std::size_t objectA) {
@@ -83,7 +85,8 @@ void inspect(const Frame& frame, double x, double y, double rayTime,
           }
           for (std::size_t i = 0; i < textures.size(); ++i) {
             if (!textures[i].gradientIsCompared) continue;
-            compareGradient(*textures[i].texture, a, middle, b, findings[i]);
+            callPlugin(textures[i].name.text(),
+                       [&] { compareGradient(*textures[i].texture, a, middle, b, findings[i]); });
           }
         });
       });

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "preview/diagnostics/errors.h"
 #include "preview/scene/network.h"
 #include "preview/scene/texture.h"
 
@@ -15,6 +16,10 @@ struct Layer {
   const PluginInterface* texture;
   Show show;
   bool isInteger;  ///< the first sample of a pixel that sees anything stands for all
+
+  Channels at(const ShadingContext& sc) const {
+    return callPlugin(name, [&] { return evaluate(*texture, show, sc); });
+  }
 
   int channels() const { return channelCount(*texture, show); }
 

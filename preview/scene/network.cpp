@@ -206,7 +206,8 @@ std::vector<Network::NamedTexture> Network::textures() const {
 
 void Network::notify(void (QuorPluginInterface::*event)(QuorRenderer*)) const {
   for (const Instance& node : instances_) {
-    if (node.plugin != nullptr) (node.plugin->plugin().*event)(nullptr);
+    if (node.plugin == nullptr) continue;
+    callPlugin(node.node->name, [&] { (node.plugin->plugin().*event)(nullptr); });
   }
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -94,7 +95,10 @@ std::vector<std::filesystem::path> installedModules() {
   return files;
 }
 
-void PluginModule::Close::operator()(void* handle) const { dlclose(handle); }
+void PluginModule::Close::operator()(void* handle) const {
+  // What is thrown may be of a class of the module.
+  if (std::uncaught_exceptions() == 0) dlclose(handle);
+}
 
 void PluginModule::refuse(const std::string& why) const {
   throw InputError("the plugin library \"" + shortened(file_.filename().string()) +
@@ -164,10 +168,12 @@ std::unique_ptr<standin::PluginInstance> PluginModule::newPlugin(
       }
     }
     return instance;
-  } catch (const std::logic_error& e) {
-    refuse(name + ": " + e.what());
-  } catch (const char* text) {  // the library's own kind of exception
-    refuse(name + " threw \"" + (text != nullptr ? text : "") + "\" when it was made");
+  } catch (const InputError&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (...) {
+    refuse(name + " cannot be made: " + textOfThrown());
   }
 }
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <exception>
+
 #include "frame/plugin.h"
 
 // A module with one plugin, and one fault that the build chooses.
@@ -17,13 +19,29 @@ enum Fault {
   NullPlugin,
   ThrowingPlugin,
   ThrowingFrame,
+  ThrowingValue,
   NullOutput
 };
 constexpr Fault kFault = FAULT;
 
+/// Its code goes with the module.
+struct Failure final : std::exception {
+  const char* what() const noexcept override { return "no value"; }
+};
+
+class SumTex final : public TextureFloatInterface {
+ public:
+  PluginBase* getPlugin() override { return nullptr; }
+  float getFloat(const ShadingContext& /*sc*/) const override { throw Failure(); }
+  void getFloatBounds(float& min, float& max) const override { min = max = 0; }
+  Vector getGradient(const ShadingContext& /*sc*/) const override { return {}; }
+};
+
 class Broken final : public QuorPlugin {
  public:
-  using QuorPlugin::QuorPlugin;  // knows of no output
+  explicit Broken(QuorPluginDesc* maker) : QuorPlugin(maker) {
+    if (kFault == ThrowingValue) paramList->setOutputParamCache(modifiable("sum"), &sum_);
+  }
 
   void frameBegin(QuorRenderer* /*renderer*/) override { fail(); }
   void frameEnd(QuorRenderer* /*renderer*/) override { fail(); }
@@ -32,6 +50,8 @@ class Broken final : public QuorPlugin {
   static void fail() {
     if (kFault == ThrowingFrame) throw modifiable("no frame");
   }
+
+  SumTex sum_;
 };
 
 class BrokenDesc final : public QuorPluginDesc {
@@ -40,7 +60,7 @@ class BrokenDesc final : public QuorPluginDesc {
     paramListDesc = &parameters_;
     parameters_.addParamTextureFloat(kFault == NullParameterName ? nullptr : modifiable("a"), 0,
                                      nullptr, nullptr);
-    if (kFault == NullOutput) {
+    if (kFault == NullOutput || kFault == ThrowingValue) {
       parameters_.addOutputParamTextureFloat(modifiable("sum"), nullptr, nullptr);
     }
   }
