@@ -47,7 +47,7 @@ bool lexical_cast(const std::string& text, Size& size) {
 bool lexical_cast(const std::string& text, Pixel& pixel) {
   return readPair(text, ',', pixel.x, pixel.y);
 }
-bool lexical_cast(const std::string& text, FrameRange& frames) {
+bool lexical_cast(const std::string& text, Frames& frames) {
   const bool isOne = text.find('-') == std::string::npos;
   return readPair(isOne ? text + "-" + text : text, '-', frames.first, frames.last);
 }
@@ -137,7 +137,7 @@ RenderLog* ViewOptions::log() const {
 
 void writeJson(const nlohmann::ordered_json& json) { std::cout << jsonText(json); }
 
-void checkFrames(const char* option, FrameRange asked, const Frames& all) {
+void checkFrames(const char* option, Frames asked, const Frames& all) {
   if (asked.first > asked.last) {
     throw InputError(std::string(option) + ": the last frame comes before the first");
   }

@@ -25,12 +25,9 @@ struct Size {
 struct Pixel {
   int x, y;
 };
-struct FrameRange {
-  int first, last;
-};
 bool lexical_cast(const std::string& text, Size& size);
 bool lexical_cast(const std::string& text, Pixel& pixel);
-bool lexical_cast(const std::string& text, FrameRange& frames);
+bool lexical_cast(const std::string& text, Frames& frames);
 bool lexical_cast(const std::string& text, Setting& setting);
 
 /// Refuses what cannot be read as a `T`.
@@ -75,7 +72,7 @@ struct ViewOptions {
   Scene read(Session& session) const;
   void applyTo(Scene& scene) const;
 
-  /// Keeps to so many threads while the object lives.
+  /// Limits oneTBB to these threads while the object lives.
   std::unique_ptr<tbb::global_control> limitThreads() const;
 
   /// Null if nothing is to be logged.
@@ -86,6 +83,6 @@ struct ViewOptions {
 void writeJson(const nlohmann::ordered_json& json);
 
 /// Refuses frames, asked for by `option`, that the scene does not have.
-void checkFrames(const char* option, FrameRange asked, const Frames& all);
+void checkFrames(const char* option, Frames asked, const Frames& all);
 
 }  // namespace preview

@@ -21,15 +21,15 @@ namespace {
 struct Render {
   ViewOptions view;
   std::filesystem::path output;
-  std::optional<FrameRange> frames;
+  std::optional<Frames> frames;
   bool half = false;
   bool quiet = false;
   bool resume = false;
 
   void addTo(CLI::App& command, Session& session);
   void run(Session& session) const;
-  void renderFrames(LoadedScene& loaded, FrameRange range, const std::string& key,
-                    OutputFolder& folder, ProgressBar& bar) const;
+  void renderFrames(LoadedScene& loaded, Frames range, const std::string& key, OutputFolder& folder,
+                    ProgressBar& bar) const;
 };
 
 void Render::addTo(CLI::App& command, Session& session) {
@@ -40,12 +40,12 @@ void Render::addTo(CLI::App& command, Session& session) {
       ->check([](const std::string& text) {
         return text.starts_with("-") ? unexpected("\"" + shortened(text) + "\"", "a folder") : "";
       });
-  expect<FrameRange>(command.add_option("--frames", frames, "Render only FIRST-LAST, or one frame"),
-                     "FIRST-LAST or one frame, as in 1-3 or 2");
+  expect<Frames>(command.add_option("--frames", frames, "Render only FIRST-LAST, or one frame"),
+                 "FIRST-LAST or one frame, as in 1-3 or 2");
   command.add_flag("--resume", resume,
                    "Render only the frames that are missing in the folder, or of another render");
   command.add_flag("-q,--quiet", quiet, "Show no progress");
-  command.add_flag("--half", half, "Half floats in the EXR file");
+  command.add_flag("--half", half, "Half floats in the EXR file; beyond 65504 they are infinite");
 }
 
 /// The frames that are there, as pairs of the first and the last one of each range.
@@ -85,8 +85,11 @@ void renderFrame(const Scene& scene, const RenderPlan& plan, const Frame& frame,
 /// frame appear when all are done, the page at the end.
 void Render::run(Session& session) const {
   const PluginLibrary library = loadPlugins(session);
+  if (resume && !is_regular_file(session.scene)) {
+    throw InputError("--resume: the scene must be a regular file");
+  }
   Scene scene = view.read(session);
-  const FrameRange range = frames.value_or(FrameRange{scene.frames.first, scene.frames.last});
+  const Frames range = frames.value_or(scene.frames);
   checkFrames("--frames", range, scene.frames);
   const auto limit = view.limitThreads();
   ProgressBar bar(!view.isLogged && !quiet && isatty(STDERR_FILENO) != 0);
@@ -110,7 +113,7 @@ void Render::run(Session& session) const {
   }
 }
 
-void Render::renderFrames(LoadedScene& loaded, FrameRange range, const std::string& key,
+void Render::renderFrames(LoadedScene& loaded, Frames range, const std::string& key,
                           OutputFolder& folder, ProgressBar& bar) const {
   const Scene& scene = loaded.scene;
   const Network& network = loaded.network;

@@ -62,7 +62,8 @@ OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
     existing = existing.parent_path();
   }
   if (!fs::is_directory(existing, error)) {
-    fail("\"" + existing.filename().string() + "\" is not a folder");
+    fail("\"" + existing.filename().string() + "\" " +
+         (error ? "leads nowhere: " + error.message() : "is not a folder"));
   }
   removeLeftovers(existing);
   do {
@@ -85,6 +86,7 @@ void OutputFolder::commit(const std::string& last, const std::function<void()>& 
     fs::rename(from, to);
     moved.emplace_back(from, to);
   };
+  std::error_code ignored;
   std::string current;
   const auto moveAway = [&](const std::string& name) {
     current = name + ": ";
@@ -107,15 +109,14 @@ void OutputFolder::commit(const std::string& last, const std::function<void()>& 
       move(temporary_ / name, target(name));
     }
     move(temporary_ / last, target(last));
-    fs::remove_all(older);
   } catch (const fs::filesystem_error& e) {
-    std::error_code ignored;
     for (; !moved.empty(); moved.pop_back()) {
       const auto& [from, to] = moved.back();
       fs::rename(to, from, ignored);
     }
     fail(current + e.code().message());
   }
+  fs::remove_all(older, ignored);
 }
 
 }  // namespace preview

@@ -55,7 +55,10 @@ struct PngReader {
     }
   }
 
-  explicit PngReader(std::istream& file) { png_set_read_fn(png, &file, read); }
+  explicit PngReader(std::istream& file) {
+    if (info == nullptr) throw std::bad_alloc();
+    png_set_read_fn(png, &file, read);
+  }
   ~PngReader() { png_destroy_read_struct(&png, &info, nullptr); }
   PngReader(const PngReader&) = delete;
   PngReader& operator=(const PngReader&) = delete;
