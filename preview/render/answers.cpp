@@ -33,12 +33,13 @@ std::string textOf(const std::vector<std::string>& numbers) {
   return result + ")";
 }
 
-/// JSON has no NaN and no infinity: they are texts.
+/// JSON has no NaN and no infinity: they are texts. Its zero has a sign only where it is written as
+/// a fraction.
 Json jsonOf(const std::vector<std::string>& numbers) {
   Json list = Json::array();
   for (const std::string& number : numbers) {
     const bool isFinite = std::isdigit(static_cast<unsigned char>(number.back())) != 0;
-    list.push_back(isFinite ? Json::parse(number) : Json(number));
+    list.push_back(number == "-0" ? Json(-0.0) : isFinite ? Json::parse(number) : Json(number));
   }
   return numbers.size() == 1 ? list[0] : list;
 }
