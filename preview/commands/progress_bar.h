@@ -21,8 +21,12 @@ class ProgressBar {
 
   void show(const char* doing, double fraction) {
     if (!visible_) return;
-    if (fraction == 0) begin_ = Clock::now();
-    constexpr int kMarks = 50;
+    if (shownFraction_ == 0) {  // until then frames that are there already were passed over
+      begin_ = Clock::now();
+      from_ = fraction;
+    }
+    shownFraction_ = fraction;
+    constexpr int kMarks = 25;
     const std::string marks(static_cast<std::size_t>(fraction * kMarks), '#');
     char line[128];
     std::snprintf(line, sizeof line, "%-9s [%-*s] %3d %%%s", doing, kMarks, marks.c_str(),
@@ -38,8 +42,8 @@ class ProgressBar {
   std::string timeLeft(double fraction) const {
     constexpr double kSoon = 1;  // seconds after which a guess is of use
     const double passed = std::chrono::duration<double>(Clock::now() - begin_).count();
-    if (fraction == 0 || passed < kSoon) return "";
-    const auto left = std::llround(passed * (1 - fraction) / fraction);
+    if (fraction == from_ || passed < kSoon) return "";
+    const auto left = std::llround(passed * (1 - fraction) / (fraction - from_));
     constexpr int kMinute = 60;
     return left < kMinute ? ", " + std::to_string(left) + " s left"
                           : ", " + std::to_string((left + kMinute / 2) / kMinute) + " min left";
@@ -47,6 +51,7 @@ class ProgressBar {
 
   bool visible_;
   Clock::time_point begin_;
+  double from_ = 0, shownFraction_ = 0;
   std::string shown_;
 };
 
