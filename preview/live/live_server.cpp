@@ -104,15 +104,15 @@ void LiveServer::answer(const Request& request, Response& response) {
   if (!(isNamed(kAddress) || isNamed("localhost")) ||
       !(site.empty() || site == "same-origin" || site == "none") ||
       !(origin.empty() || origin == "http://" + host)) {
-    return refuse(response, 403, "for pages of this server alone");
+    return refuse(response, 403, "only for this server's own pages");
   }
   if (request.method != "GET") {
     response.set_header("Allow", "GET");
-    return refuse(response, 405, "GET alone");
+    return refuse(response, 405, "only GET");
   }
   if (request.target.size() > kLongestTarget) return refuse(response, 414, "too long");
   // The server would ask for bytes behind the end of what it sends.
-  if (request.has_header("Range")) return refuse(response, 416, "whole files alone");
+  if (request.has_header("Range")) return refuse(response, 416, "no ranges");
 
   try {
     give(request, response);
@@ -147,7 +147,7 @@ void LiveServer::give(const Request& request, Response& response) {
     if (picture == nullptr) return refuse(response, 404, "no such picture");
     send(response, "image/png", picture);
   } else {
-    refuse(response, 404, "nothing is here");
+    refuse(response, 404, "not found");
   }
 }
 

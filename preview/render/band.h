@@ -22,8 +22,8 @@ struct Band {
 };
 
 /// Renders `rows` rows of a frame, on as many threads as oneTBB may use; the result does not depend
-/// on their number. `progress` is told of each finished part of these rows, from any thread, one at
-/// a time.
+/// on their number. `progress` is called with the fraction of these rows that is done, from any
+/// thread, one at a time.
 Band renderRows(const Scene& scene, const Frame& frame, const std::vector<Layer>& layers,
                 int firstRow, int rows, const std::function<void(double)>& progress);
 

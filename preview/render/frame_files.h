@@ -37,7 +37,7 @@ class FrameFiles {
   FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame, std::int32_t number,
              const OutputFolder& folder, bool half, const std::string& key);
 
-  /// The next rows. `progress` is told of each finished part of them, one at a time.
+  /// The next rows. `progress` is called with the fraction of them that is done.
   void write(const Band& band, const std::function<void(double)>& progress);
 
  private:

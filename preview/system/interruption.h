@@ -17,7 +17,7 @@ inline void throwIfInterrupted() {
 }
 
 /// From now on the first such signal is only noted, so that a render can end in order; the second
-/// one ends the program at once. One that was ignored stays so, as `nohup` wants it.
+/// one ends the program at once. Those that are ignored stay so (`nohup`).
 inline void noteInterruptions() {
   for (const int signal : kInterruptions) {
     if (std::signal(signal, SIG_IGN) == SIG_IGN) continue;
