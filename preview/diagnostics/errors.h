@@ -8,7 +8,8 @@
 
 #include "preview/diagnostics/one_line.h"
 
-/// Errors of the user's making. Each is one line; the program ends with exit code 2.
+/// Errors, each of one line. Those of the user's making, `InputError` and `SceneError`, end the
+/// program with exit code 2.
 namespace preview {
 
 class InputError : public std::runtime_error {
@@ -29,13 +30,14 @@ inline std::string textOfThrown() {
   } catch (const std::exception& e) {
     return oneLine(e.what());
   } catch (const char* text) {  // as plugins of this contract throw
-    return text != nullptr ? oneLine(text) : "null was thrown";
+    return text != nullptr ? oneLine(text) : "a null text was thrown";
   } catch (...) {
     return "an exception without a text";
   }
 }
 
-/// Calls a plugin. What it throws gets the name in front.
+/// Calls a plugin, and puts the name in front of the text of what it throws. Memory that is short
+/// stays `std::bad_alloc`.
 template <class Call>
 auto callPlugin(const std::string& name, const Call& call) try {
   return call();

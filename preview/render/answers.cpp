@@ -33,8 +33,8 @@ std::string textOf(const std::vector<std::string>& numbers) {
   return result + ")";
 }
 
-/// JSON has no NaN and no infinity: they are texts. Its zero has a sign only where it is written as
-/// a fraction.
+/// JSON has no NaN and no infinity: they are texts. The parser reads -0 as an integer, without
+/// sign.
 Json jsonOf(const std::vector<std::string>& numbers) {
   Json list = Json::array();
   for (const std::string& number : numbers) {

@@ -110,8 +110,7 @@ std::string EncodedPicture::add(const Picture& picture, const Layer& source,
       mapToColors(values, coverage, picture.low, picture.high, firstRow);
   thumbnail.add(colors);
   numbers.specials += specials;
-  addTo(numbers, values, coverage,
-        source.show == Show::Value ? boundsOf(*source.texture) : std::nullopt);
+  addTo(numbers, values, coverage, source.show == Show::Value ? source.bounds() : std::nullopt);
   return png.encode(colors);
 }
 

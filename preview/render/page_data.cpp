@@ -38,7 +38,7 @@ Json pictureData(const Picture& picture, const Layer& layer, const Node& node, b
                {"kind", kindName(*layer.texture)},
                {"channels", layer.channelNames()},
                {"boundsEnclose", boundsEnclose}};
-  if (const std::optional<Bounds> bounds = boundsOf(*layer.texture)) {
+  if (const std::optional<Bounds> bounds = layer.bounds()) {
     const auto count = static_cast<std::size_t>(channelCount(*layer.texture, Show::Value));
     json["lower"] = textsOf(std::span(bounds->lower).first(count));
     json["upper"] = textsOf(std::span(bounds->upper).first(count));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,10 @@ struct Layer {
 
   Channels at(const ShadingContext& sc) const {
     return callPlugin(name, [&] { return evaluate(*texture, show, sc); });
+  }
+
+  std::optional<Bounds> bounds() const {
+    return callPlugin(name, [&] { return boundsOf(*texture); });
   }
 
   int channels() const { return channelCount(*texture, show); }

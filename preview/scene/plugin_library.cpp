@@ -96,7 +96,7 @@ std::vector<std::filesystem::path> installedModules() {
 }
 
 void PluginModule::Close::operator()(void* handle) const {
-  // What is thrown may be of a class of the module.
+  // What is thrown may be of a class of the module, which stays then; in `view` until its end.
   if (std::uncaught_exceptions() == 0) dlclose(handle);
 }
 
@@ -158,23 +158,22 @@ void PluginModule::registerPlugins() {
 std::unique_ptr<standin::PluginInstance> PluginModule::newPlugin(
     QUtils::QuorPluginDesc& desc) const {
   const std::string name = desc.getPluginName();
+  std::unique_ptr<standin::PluginInstance> instance;
   try {
-    auto instance = std::make_unique<standin::PluginInstance>(desc);
-    for (const standin::ParameterInfo& info : standin::registeredParameters(&desc)) {
-      if (!info.isOutput()) continue;
-      const QUtils::PluginInterface* texture = instance->texture(info.name);
-      if (texture == nullptr || texture->getInterfaceId() != info.kind().texture) {
-        refuse(name + "." + info.name + " is no " + info.kind().value + " texture");
-      }
-    }
-    return instance;
-  } catch (const InputError&) {
-    throw;
+    instance = std::make_unique<standin::PluginInstance>(desc);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (...) {
     refuse(name + " cannot be made: " + textOfThrown());
   }
+  for (const standin::ParameterInfo& info : standin::registeredParameters(&desc)) {
+    if (!info.isOutput()) continue;
+    const QUtils::PluginInterface* texture = instance->texture(info.name);
+    if (texture == nullptr || texture->getInterfaceId() != info.kind().texture) {
+      refuse(name + "." + info.name + " is no " + info.kind().value + " texture");
+    }
+  }
+  return instance;
 }
 
 PluginLibrary::PluginLibrary(const std::vector<std::filesystem::path>& files, bool withDefault,

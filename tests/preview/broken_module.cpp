@@ -19,28 +19,34 @@ enum Fault {
   NullPlugin,
   ThrowingPlugin,
   ThrowingFrame,
+  ThrowingBounds,
+  ThrowingLibrary,
   ThrowingValue,
   NullOutput
 };
 constexpr Fault kFault = FAULT;
+constexpr bool kHasOutput = kFault == ThrowingBounds || kFault == ThrowingValue;
 
 /// Its code goes with the module.
 struct Failure final : std::exception {
-  const char* what() const noexcept override { return "no value"; }
+  const char* what() const noexcept override { return "no answer"; }
 };
 
 class SumTex final : public TextureFloatInterface {
  public:
   PluginBase* getPlugin() override { return nullptr; }
   float getFloat(const ShadingContext& /*sc*/) const override { throw Failure(); }
-  void getFloatBounds(float& min, float& max) const override { min = max = 0; }
+  void getFloatBounds(float& min, float& max) const override {
+    if (kFault == ThrowingBounds) throw Failure();
+    min = max = 0;
+  }
   Vector getGradient(const ShadingContext& /*sc*/) const override { return {}; }
 };
 
 class Broken final : public QuorPlugin {
  public:
   explicit Broken(QuorPluginDesc* maker) : QuorPlugin(maker) {
-    if (kFault == ThrowingValue) paramList->setOutputParamCache(modifiable("sum"), &sum_);
+    if (kHasOutput) paramList->setOutputParamCache(modifiable("sum"), &sum_);
   }
 
   void frameBegin(QuorRenderer* /*renderer*/) override { fail(); }
@@ -60,7 +66,7 @@ class BrokenDesc final : public QuorPluginDesc {
     paramListDesc = &parameters_;
     parameters_.addParamTextureFloat(kFault == NullParameterName ? nullptr : modifiable("a"), 0,
                                      nullptr, nullptr);
-    if (kFault == NullOutput || kFault == ThrowingValue) {
+    if (kFault == NullOutput || kHasOutput) {
       parameters_.addOutputParamTextureFloat(modifiable("sum"), nullptr, nullptr);
     }
   }
@@ -91,5 +97,6 @@ class LibDesc final : public PluginLibDesc {
 }  // namespace
 
 extern "C" QUOR_EXPORT PluginLibDesc* getLibDesc() {
+  if (kFault == ThrowingLibrary) throw Failure();
   return kFault == NullLibDesc ? nullptr : &libDesc;
 }
