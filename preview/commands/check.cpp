@@ -93,7 +93,7 @@ void Check::run(Session& session) const {
   Report report(session);
   diagnostics.attempt([&] {
     Scene scene = readScene(session.scene, session.settings, diagnostics);
-    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // others would follow
+    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // the rest follows from them
     LoadedScene loaded(std::move(scene), library, {}, diagnostics);
     if (diagnostics.errors().empty()) inspectScene(loaded, showNotes, report);
   });

@@ -137,7 +137,7 @@ RenderLog* ViewOptions::log() const {
 
 void writeJson(const nlohmann::ordered_json& json) { std::cout << jsonText(json); }
 
-void checkFrames(const char* option, Frames asked, const Frames& all) {
+void checkFrames(const char* option, const Frames& asked, const Frames& all) {
   if (asked.first > asked.last) {
     throw InputError(std::string(option) + ": the last frame comes before the first");
   }

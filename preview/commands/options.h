@@ -72,7 +72,7 @@ struct ViewOptions {
   Scene read(Session& session) const;
   void applyTo(Scene& scene) const;
 
-  /// Limits oneTBB to these threads while the object lives.
+  /// Limits oneTBB to the threads that are asked for while the object lives.
   std::unique_ptr<tbb::global_control> limitThreads() const;
 
   /// Null if nothing is to be logged.
@@ -83,6 +83,6 @@ struct ViewOptions {
 void writeJson(const nlohmann::ordered_json& json);
 
 /// Refuses frames, asked for by `option`, that the scene does not have.
-void checkFrames(const char* option, Frames asked, const Frames& all);
+void checkFrames(const char* option, const Frames& asked, const Frames& all);
 
 }  // namespace preview

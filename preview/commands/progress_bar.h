@@ -19,13 +19,12 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
+  /// Of the work this fraction was there already and takes no time.
+  void skip(double fraction) { skipped_ += fraction; }
+
   void show(const char* doing, double fraction) {
     if (!visible_) return;
-    if (shownFraction_ == 0) {  // until then frames that are there already were passed over
-      begin_ = Clock::now();
-      from_ = fraction;
-    }
-    shownFraction_ = fraction;
+    if (fraction == 0) begin_ = Clock::now();
     constexpr int kMarks = 25;
     const std::string marks(static_cast<std::size_t>(fraction * kMarks), '#');
     char line[128];
@@ -42,8 +41,10 @@ class ProgressBar {
   std::string timeLeft(double fraction) const {
     constexpr double kSoon = 1;  // seconds after which a guess is of use
     const double passed = std::chrono::duration<double>(Clock::now() - begin_).count();
-    if (fraction == from_ || passed < kSoon) return "";
-    const auto left = std::llround(passed * (1 - fraction) / (fraction - from_));
+    constexpr double kLittle = 1e-6;
+    const double done = fraction - skipped_;
+    if (done < kLittle || passed < kSoon) return "";
+    const auto left = std::llround(passed * (1 - fraction) / done);
     constexpr int kMinute = 60;
     return left < kMinute ? ", " + std::to_string(left) + " s left"
                           : ", " + std::to_string((left + kMinute / 2) / kMinute) + " min left";
@@ -51,7 +52,7 @@ class ProgressBar {
 
   bool visible_;
   Clock::time_point begin_;
-  double from_ = 0, shownFraction_ = 0;
+  double skipped_ = 0;
   std::string shown_;
 };
 

@@ -125,10 +125,11 @@ void Render::renderFrames(LoadedScene& loaded, Frames range, const std::string& 
   network.renderBegin();
   for (int number = range.first; number <= range.last; ++number) {
     const bool isDone = resume && isThere(number);
+    if (isDone) bar.skip(1.0 / range.count());
     if (isDone && !page.empty()) continue;
     const auto show = [&](const char* doing, double fraction) {
       throwIfInterrupted();
-      bar.show(doing, (number - range.first + fraction) / (range.last - range.first + 1));
+      bar.show(doing, (number - range.first + fraction) / range.count());
     };
     show("building", 0);
     const Frame frame(scene, *loaded.geometry, number, view.log());

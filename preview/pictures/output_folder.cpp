@@ -63,7 +63,7 @@ OutputFolder::OutputFolder(const fs::path& folder) : asNamed_(folder) {
   }
   if (!fs::is_directory(existing, error)) {
     fail("\"" + existing.filename().string() + "\" " +
-         (error ? "leads nowhere: " + error.message() : "is not a folder"));
+         (error ? "cannot be reached: " + error.message() : "is not a folder"));
   }
   removeLeftovers(existing);
   do {
@@ -102,6 +102,7 @@ void OutputFolder::commit(const std::string& last, const std::function<void()>& 
       names.insert(file.path().filename().string());
     }
     names.erase(last);
+    names.erase(older.filename().string());  // of the last commit, if it could not be removed
     fs::create_directory(older);
     moveAway(last);
     for (const std::string& name : names) {

@@ -255,7 +255,8 @@ std::filesystem::path readFile(const Item& item, const std::filesystem::path& fo
   std::filesystem::path file = folder / name;
   std::error_code unusable;
   if (name.find('\0') != std::string::npos || !exists(file, unusable)) {
-    item.fail("no file \"" + file.string() + "\"" + (unusable ? ": " + unusable.message() : ""));
+    item.fail((unusable ? "cannot reach \"" : "no file \"") + file.string() + "\"" +
+              (unusable ? ": " + unusable.message() : ""));
   }
   if (!is_regular_file(file, unusable)) item.fail("\"" + file.string() + "\" is not a file");
   return file;
