@@ -278,7 +278,7 @@ class Preview : public testing::TestWithParam<Case> {
       words >> x >> comma >> y;
       std::getline(words >> std::ws, second);
       const std::string got = pixelText(folder_ / name, x, y);
-      if (!isLike(second, got)) fail(step.line, "expected " + second + "\nGot       " + got);
+      if (!isLike(second, got)) fail(step.line, "expected " + second + "\nGot      " + got);
     } else if (step.verb == "picture") {
       words >> second;
       const fs::path recorded = fs::path(case_.file).parent_path() / second;

@@ -110,9 +110,8 @@ class LiveRenderer {
   std::condition_variable changed_;
   std::shared_ptr<Snapshot> snapshot_;  ///< the newest
   std::list<FramePictures> frames_;     ///< the one that was asked for last comes first
-  std::optional<int>
-      openNumber_;           ///< the frame that can be probed, if it is of the newest snapshot
-  std::list<Wait> waiting_;  ///< the first in front
+  std::optional<int> openNumber_;       ///< the frame that can be probed, of the newest snapshot
+  std::list<Wait> waiting_;             ///< the first in front
   nlohmann::ordered_json scene_;
   std::set<std::string> mistakes_;  ///< as pages show them
   std::uint64_t versions_;          ///< of pictures and scenes; none comes again after a restart

@@ -11,8 +11,8 @@
 namespace preview {
 
 /// A frame of a snapshot, begun for its plugins, that can be rendered and probed. What they throw
-/// when it ends goes to the error stream: it must not keep the next from being opened. [one thread
-/// opens and closes; in between any may read it]
+/// when it ends goes to the error stream: it must not keep the next from being opened.
+/// [one thread opens and closes; in between any may read it]
 class OpenFrame {
  public:
   /// `log` may be null and is not owned.

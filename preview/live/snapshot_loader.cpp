@@ -33,7 +33,7 @@ std::shared_ptr<Snapshot> SnapshotLoader::load(Diagnostics& diagnostics) {
     for (const auto& [named, state] : statesOf(files_)) states_.try_emplace(named, state);
     std::erase_if(states_, [&](const auto& state) { return !files_.contains(state.first); });
     Scene scene = sceneOf(json, file, source_.settings, diagnostics);
-    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // others would follow
+    if (scene.nodes.empty() && !diagnostics.errors().empty()) return;  // the rest follows from them
     source_.adjust(scene);
     const JsonValue* section = json.find("objects");
     std::string objects = section != nullptr ? textOf(*section, file, states_) : "";

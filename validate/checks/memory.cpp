@@ -172,7 +172,7 @@ void refuseInLife(bool textAlone) {
 
 constexpr const char* kAborted = "signal 6 (Aborted)";
 
-/// Calls `visit` with each end that loading the module comes to where one request is refused.
+/// Refuses one request in one load after the other; calls `visit` with those that died of it.
 template <class Visit>
 void refuseAtLoad(const Visit& visit) {
   prepareToWatch();

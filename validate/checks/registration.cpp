@@ -21,7 +21,7 @@ const Table registryTable{
     QuorPluginHost::unregisterPluginDesc.entry<unregisterDesc>(),
 };
 
-/// That this descriptor was announced, and so often.
+/// That this descriptor was announced `times` times, and no other.
 void expectAnnounced(const std::string& asked, const std::vector<void*>& announced, void* desc,
                      std::int32_t times) {
   expect(asked + ": announcements", static_cast<std::int32_t>(announced.size()), times);
