@@ -23,8 +23,8 @@ inline std::string textOfThrown() {
     throw;
   } catch (const std::bad_alloc&) {
     return "out of memory";
-  } catch (
-      const std::system_error& e) {  // does not say that it is a thread for which there is no room
+  } catch (const std::system_error& e) {
+    // Its text does not say that it is a thread that could not be started.
     const bool isThread = e.code() == std::errc::resource_unavailable_try_again;
     return (isThread ? "no thread can be started: " : "") + oneLine(e.what());
   } catch (const std::exception& e) {

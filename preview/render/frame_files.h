@@ -37,8 +37,8 @@ class FrameFiles {
   FrameFiles(const Scene& scene, const RenderPlan& plan, const Frame& frame, std::int32_t number,
              const OutputFolder& folder, bool half, const std::string& key);
 
-  /// The next rows. `progress` is called with the fraction of them that is
-  /// done, by one thread at a time.
+  /// The next rows. `progress` is called with the fraction of them that is done, by
+  /// one thread at a time.
   void write(const Band& band, const std::function<void(double)>& progress);
 
  private:
